@@ -1,0 +1,16 @@
+// Standard input without blocking. A port supplies: is the input a console, is something waiting,
+// read what is there. Only the front-end thread calls these.
+#pragma once
+
+#include <cstddef>
+
+// True when standard input is a terminal with a person at it.
+bool InputIsConsole();
+
+// True when standard output / standard error is a terminal.
+bool OutputIsConsole();
+bool ErrorIsConsole();
+
+// Reads what has arrived, at most `size` bytes, without waiting. Returns the number of bytes read,
+// 0 when nothing is waiting, -1 when the input has ended (or is broken).
+int PollInput(char* buffer, std::size_t size);

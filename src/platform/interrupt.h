@@ -1,0 +1,12 @@
+// The user's request to end the program (control-C at a terminal). A port supplies a handler that
+// notes the request and wakes the front end.
+#pragma once
+
+#include "platform/sleep.h"
+
+// From now on the first request is noted and raises `alert`, which must stay valid; a second one
+// ends the program at once, for commands that look at nothing while they work. Front-end thread.
+void CatchInterrupt(Alert* alert);
+
+// True once a request has been noted. Any thread.
+bool InterruptSeen();

@@ -1,0 +1,31 @@
+// Interrupt requests by SIGINT.
+#include "platform/interrupt.h"
+
+#include <csignal>
+
+#include <atomic>
+
+namespace {
+
+std::atomic<bool> interrupt_seen{false};
+std::atomic<Alert*> interrupt_alert{nullptr};
+static_assert(std::atomic<bool>::is_always_lock_free && std::atomic<Alert*>::is_always_lock_free,
+              "the handler may use nothing that locks");
+
+void NoteInterrupt(int) {
+    interrupt_seen.store(true);
+    if (Alert* alert = interrupt_alert.load()) AlertRaise(alert);
+}
+
+}  // namespace
+
+void CatchInterrupt(Alert* alert) {
+    interrupt_alert.store(alert);
+    struct sigaction action = {};
+    action.sa_handler = NoteInterrupt;
+    sigemptyset(&action.sa_mask);
+    action.sa_flags = static_cast<int>(SA_RESETHAND | SA_RESTART);
+    sigaction(SIGINT, &action, nullptr);
+}
+
+bool InterruptSeen() { return interrupt_seen.load(); }

@@ -1,0 +1,10 @@
+// Large zero-filled blocks. A port supplies memory aligned to at least 64 bytes, from huge pages
+// where it has them.
+#pragma once
+
+#include <cstddef>
+
+// Returns a zero-filled block of at least `bytes` (> 0), aligned to 64 bytes or more, or nullptr
+// when the system cannot give it. Release with FreeLargeBlock and the same size.
+void* AllocateLargeBlock(std::size_t bytes);
+void FreeLargeBlock(void* block, std::size_t bytes);

@@ -1,0 +1,15 @@
+// Timer resolution. Some systems round short waits up to their scheduler's tick unless a finer
+// period is asked for; a port to one of them asks here. Where short waits are honoured anyway,
+// everything succeeds and does nothing.
+#pragma once
+
+// The periods, in milliseconds, that can be asked for.
+struct TimerCaps {
+    unsigned period_min_ms;
+    unsigned period_max_ms;
+};
+
+// Each returns 0 on success.
+int timeGetDevCaps(TimerCaps* caps);
+int timeBeginPeriod(unsigned period_ms);
+int timeEndPeriod(unsigned period_ms);

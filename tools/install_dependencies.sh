@@ -1,0 +1,30 @@
+#!/bin/sh
+# Makes sure that compiler, CMake and the test libraries are there: installs what is missing where it may (root on a Debian
+# system), else names the packages and ends with status 1. Arguments: further tools that are wanted, each named like its
+# package: clang, clang-format, clang-tidy.
+set -u
+
+have_header() {
+    printf '#include <%s>\n' "$1" | c++ -std=c++20 -x c++ -E - >/dev/null 2>&1
+}
+
+missing=""
+command -v c++ >/dev/null 2>&1 || missing="$missing g++"
+command -v cmake >/dev/null 2>&1 || missing="$missing cmake"
+command -v make >/dev/null 2>&1 || missing="$missing make"
+have_header gtest/gtest.h || missing="$missing libgtest-dev"
+have_header gmock/gmock.h || missing="$missing libgmock-dev"
+have_header benchmark/benchmark.h || missing="$missing libbenchmark-dev"
+for tool in "$@"; do
+    command -v "$tool" >/dev/null 2>&1 || missing="$missing $tool"
+done
+[ -z "$missing" ] && exit 0
+
+if [ "$(id -u)" -eq 0 ] && command -v apt-get >/dev/null 2>&1; then
+    echo "installing:$missing"
+    export DEBIAN_FRONTEND=noninteractive
+    # shellcheck disable=SC2086  # a list of words
+    apt-get update -q && apt-get install -y -q --no-install-recommends $missing && exit 0
+fi
+echo "Please install these packages first:$missing" >&2
+exit 1
