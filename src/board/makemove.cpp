@@ -1,0 +1,285 @@
+// Playing moves and taking them back with incremental keys and material, and the trace of moves
+// that can be written while doing so. A thread plays only on its own position; the trace file is
+// shared under a lock.
+#include <array>
+#include <cassert>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+
+#include "board/bitboards.h"
+#include "board/moves.h"
+#include "board/plydata.h"
+#include "board/zobrist.h"
+#include "frontend/pblock.h"
+
+namespace {
+
+constexpr int NOTHING_TRACED = -1;
+
+std::mutex trace_lock;
+std::FILE* trace_file = nullptr;
+int traced_ply = 0;
+int traced_depth = NOTHING_TRACED;
+
+// Castling rights lost when a move starts or ends on a square.
+constexpr std::array<u8, 64> MakeCastlingBits() {
+    std::array<u8, 64> bits{};
+    bits[0] = WHITE_QUEEN_SIDE;
+    bits[4] = WHITE_KING_SIDE | WHITE_QUEEN_SIDE;
+    bits[7] = WHITE_KING_SIDE;
+    bits[56] = BLACK_QUEEN_SIDE;
+    bits[60] = BLACK_KING_SIDE | BLACK_QUEEN_SIDE;
+    bits[63] = BLACK_KING_SIDE;
+    return bits;
+}
+constexpr std::array<u8, 64> csbits = MakeCastlingBits();
+
+void DeleteFromList(u8* entry, int square) {
+    while (*entry != square) ++entry;
+    do {
+        entry[0] = entry[1];
+    } while (*entry++ != NO_SQUARE);
+}
+
+void AppendToList(u8* entry, int square) {
+    while (*entry != NO_SQUARE) ++entry;
+    entry[0] = static_cast<u8>(square);
+    entry[1] = NO_SQUARE;
+}
+
+void ReplaceInList(u8* entry, int from, int to) {
+    while (*entry != from) ++entry;
+    *entry = static_cast<u8>(to);
+}
+
+// Moves a piece on the board, in its list and in the bitboards; the keys are the caller's business.
+void ShiftPiece(Position* pos, int side, int code, int from, int to) {
+    const int type = PieceType(code);
+    pos->board[to] = static_cast<u8>(code);
+    pos->board[from] = 0;
+    ReplaceInList(pos->plist[side][type], from, to);
+    const Bitboard both = Bit(from) | Bit(to);
+    pos->bb[side][0] ^= both;
+    pos->bb[side][type] ^= both;
+}
+
+// Takes a piece off everything but the board array.
+void UncountPiece(Position* pos, int colour, int type, int square) {
+    DeleteFromList(pos->plist[colour][type], square);
+    pos->npm[colour] = static_cast<i16>(pos->npm[colour] - npv[type]);
+    pos->sig[colour] -= msig[type];
+    pos->bb[colour][0] ^= Bit(square);
+    pos->bb[colour][type] ^= Bit(square);
+}
+
+void CountPiece(Position* pos, int colour, int type, int square) {
+    AppendToList(pos->plist[colour][type], square);
+    pos->npm[colour] = static_cast<i16>(pos->npm[colour] + npv[type]);
+    pos->sig[colour] += msig[type];
+    pos->bb[colour][0] ^= Bit(square);
+    pos->bb[colour][type] ^= Bit(square);
+    pos->board[square] = static_cast<u8>(PieceCode(colour, type));
+}
+
+int PromotedType(Move m) {
+    if (m & PROMOTE_KNIGHT) return KNIGHT;
+    if (m & PROMOTE_BISHOP) return BISHOP;
+    if (m & PROMOTE_ROOK) return ROOK;
+    return QUEEN;
+}
+
+// What a pawn's arrival on `to` brings beyond the move itself.
+void FinishPawnMove(Position* pos, int side, int from, int to, Move m, const UndoRecord* r) {
+    const int code = PieceCode(side, PAWN);
+    pos->pawn_hash ^= rtable[code][from] ^ rtable[code][to];
+    pos->hash ^= rtable[code][to];
+    pos->fifty = 0;
+    const int behind = to - pawn_dir[side];
+    if (to == from + 2 * pawn_dir[side]) {
+        pos->ep_square = static_cast<u8>(behind);
+    } else if (to == r->ep && FileOf(from) != FileOf(to) && r->captured == 0) {
+        const int enemy_pawn = PieceCode(side ^ 1, PAWN);
+        UncountPiece(pos, side ^ 1, PAWN, behind);
+        pos->board[behind] = 0;
+        pos->hash ^= rtable[enemy_pawn][behind];
+        pos->pawn_hash ^= rtable[enemy_pawn][behind];
+    } else if (IsPromotion(m)) {
+        const int type = PromotedType(m);
+        UncountPiece(pos, side, PAWN, to);
+        CountPiece(pos, side, type, to);
+        pos->hash ^= rtable[code][to] ^ rtable[PieceCode(side, type)][to];
+        pos->pawn_hash ^= rtable[code][to];
+    }
+}
+
+// A castling rook's squares by the king's move.
+struct RookMove {
+    int from;
+    int to;
+};
+RookMove CastlingRook(int king_from, int king_to) {
+    return king_to > king_from ? RookMove{king_from + 3, king_from + 1}
+                               : RookMove{king_from - 4, king_from - 1};
+}
+
+bool IsTwoFileMove(int from, int to) { return to - from == 2 || from - to == 2; }
+
+void MoveCastlingRook(Position* pos, int side, int from, int to) {
+    const int rook = PieceCode(side, ROOK);
+    const RookMove r = CastlingRook(from, to);
+    if (pos->board[r.from] != rook) return;
+    ShiftPiece(pos, side, rook, r.from, r.to);
+    pos->hash ^= rtable[rook][r.from] ^ rtable[rook][r.to];
+}
+
+UndoRecord* PushRecord(Position* pos) {
+    assert(pos->hist_count < MAX_UNDO_RECORDS - 1);
+    UndoRecord* r = &pos->undo[pos->hist_count];
+    ++pos->hist_count;
+    ++pos->ply;
+    r->ep = pos->ep_square;
+    r->fifty = pos->fifty;
+    r->castle = pos->castle;
+    r->hash = pos->hash;
+    return r;
+}
+
+const UndoRecord* PopRecord(Position* pos) {
+    assert(pos->hist_count > 0);
+    --pos->hist_count;
+    --pos->ply;
+    const UndoRecord* r = &pos->undo[pos->hist_count];
+    pos->last_move = pos->hist_count > 0 ? r[-1].move : NO_MOVE;
+    pos->ep_square = r->ep;
+    pos->castle = r->castle;
+    pos->fifty = r->fifty;
+    pos->hash = r->hash;
+    pos->side ^= 1;
+    return r;
+}
+
+}  // namespace
+
+void MakeMove(Position* pos, Move m) {
+    if (PBlock.trace != 0) TraceMove(pos, m);
+    const int side = pos->side;
+    const int from = MoveFrom(m);
+    const int to = MoveTo(m);
+    UndoRecord* r = PushRecord(pos);
+    const int captured = PieceType(pos->board[to]);
+    r->move = m;
+    r->captured = static_cast<u8>(captured);
+    r->pawn_hash = pos->pawn_hash;
+
+    pos->ep_square = NO_SQUARE;
+    pos->last_move = m;
+    if (pos->fifty < FIFTY_LIMIT) ++pos->fifty;
+    pos->castle = static_cast<u8>(
+        pos->castle & ~(csbits[static_cast<unsigned>(from)] | csbits[static_cast<unsigned>(to)]));
+    pos->side ^= 1;
+
+    if (captured) {
+        const int code = pos->board[to];
+        UncountPiece(pos, side ^ 1, captured, to);
+        pos->hash ^= rtable[code][to];
+        if (captured == PAWN) pos->pawn_hash ^= rtable[code][to];
+        pos->fifty = 0;
+    }
+    const int code = pos->board[from];
+    ShiftPiece(pos, side, code, from, to);
+    pos->hash ^= rtable[code][from];
+    if (PieceType(code) == PAWN) {
+        FinishPawnMove(pos, side, from, to, m, r);
+        return;
+    }
+    pos->hash ^= rtable[code][to];
+    if (PieceType(code) == KING && IsTwoFileMove(from, to)) {
+        MoveCastlingRook(pos, side, from, to);
+        pos->fifty = 0;
+    }
+}
+
+void UnmakeMove(Position* pos) {
+    const UndoRecord* r = PopRecord(pos);
+    pos->pawn_hash = r->pawn_hash;
+    const int side = pos->side;
+    const int from = MoveFrom(r->move);
+    const int to = MoveTo(r->move);
+    const int code = pos->board[to];
+    ShiftPiece(pos, side, code, to, from);
+    if (r->captured) {
+        CountPiece(pos, side ^ 1, r->captured, to);
+    } else if (PieceType(code) == PAWN && FileOf(from) != FileOf(to)) {
+        CountPiece(pos, side ^ 1, PAWN, to - pawn_dir[side]);
+    }
+    if (PieceType(code) == KING && IsTwoFileMove(from, to)) {
+        const RookMove rook = CastlingRook(from, to);
+        if (pos->board[rook.to] == PieceCode(side, ROOK)) {
+            ShiftPiece(pos, side, PieceCode(side, ROOK), rook.to, rook.from);
+        }
+    }
+    if (IsPromotion(r->move)) {
+        UncountPiece(pos, side, PieceType(code), from);
+        CountPiece(pos, side, PAWN, from);
+    }
+}
+
+void MakeNullMove(Position* pos) {
+    if (PBlock.trace != 0) TraceMove(pos, NO_MOVE);
+    UndoRecord* r = PushRecord(pos);
+    r->move = NO_MOVE;
+    r->captured = 0;
+    pos->fifty = 0;
+    pos->ep_square = NO_SQUARE;
+    pos->side ^= 1;
+    pos->last_move = NO_MOVE;
+}
+
+void UnmakeNullMove(Position* pos) { PopRecord(pos); }
+
+void PlayGameMove(Position* pos, Move m) {
+    if (pos->hist_count >= GAME_HISTORY_LIMIT) {
+        std::memmove(pos->undo, pos->undo + pos->hist_count - GAME_HISTORY_KEPT,
+                     GAME_HISTORY_KEPT * sizeof pos->undo[0]);
+        pos->hist_count = GAME_HISTORY_KEPT;
+    }
+    MakeMove(pos, m);
+    pos->ply = 1;
+}
+
+void TakeBackGameMove(Position* pos) {
+    UnmakeMove(pos);
+    pos->ply = 1;
+}
+
+void TraceMove(Position* pos, Move m) {
+    if (pos->ply > PBlock.trace) return;
+    const std::lock_guard<std::mutex> lock(trace_lock);
+    if (trace_file == nullptr) {
+        trace_file = std::fopen("trace.txt", "w");
+        if (trace_file == nullptr) std::exit(0);
+    }
+    const int iteration = pos->sstack[0].depth;
+    if (iteration > traced_depth) {
+        std::fprintf(trace_file, "\n\nSEARCH DEPTH= %d\n", iteration);
+        traced_depth = iteration;
+    }
+    if (pos->ply <= traced_ply) {
+        std::fputc('\n', trace_file);
+        for (int i = 1; i < pos->ply; ++i) std::fputs("         ", trace_file);
+    }
+    char text[MOVE_TEXT_SIZE];
+    MoveToStr(m, text);
+    std::fprintf(trace_file, "(%2d)%s ", pos->sstack[pos->ply].depth, text);
+    traced_ply = pos->ply;
+}
+
+void ResetTrace() {
+    const std::lock_guard<std::mutex> lock(trace_lock);
+    if (trace_file != nullptr) std::fclose(trace_file);
+    trace_file = nullptr;
+    traced_ply = 0;
+    traced_depth = NOTHING_TRACED;
+}

@@ -1,0 +1,126 @@
+// The board state of one thread: the Position record, its undo records, set-up from text and
+// single-piece edits. The Zobrist keys (zobrist.h) and square tables (bitboards.h) must have been
+// filled before a position is set. A Position is used by the thread that owns it; the front end
+// edits only the one of slot 0.
+#pragma once
+
+#include "platform/types.h"
+
+using Move = u16;      // see moves.h
+using Bitboard = u64;  // bit n = square n, a1 = 0, h8 = 63
+
+// Colours.
+inline constexpr int WHITE = 0;
+inline constexpr int BLACK = 1;
+
+// Piece types; a piece code is colour * 8 + type, 0 = empty square.
+inline constexpr int NO_PIECE = 0;
+inline constexpr int PAWN = 1;
+inline constexpr int KNIGHT = 2;
+inline constexpr int BISHOP = 3;
+inline constexpr int ROOK = 4;
+inline constexpr int QUEEN = 5;
+inline constexpr int KING = 6;
+
+inline constexpr int NO_SQUARE = 64;
+
+// Castling rights, the bits of `castle`. A side's rights are the white ones shifted left by 2 *
+// side.
+inline constexpr int WHITE_KING_SIDE = 1;
+inline constexpr int WHITE_QUEEN_SIDE = 2;
+inline constexpr int BLACK_KING_SIDE = 4;
+inline constexpr int BLACK_QUEEN_SIDE = 8;
+
+constexpr int PieceCode(int colour, int type) { return colour * 8 + type; }
+constexpr int PieceType(int code) { return code & 7; }
+constexpr int PieceColour(int code) { return code >> 3; }
+constexpr int FileOf(int square) { return square & 7; }
+constexpr int RankOf(int square) { return square >> 3; }
+
+// Limits of the records.
+inline constexpr int MAX_UNDO_RECORDS = 800;  // game history plus search depth
+inline constexpr int GAME_HISTORY_LIMIT =
+    720;  // a longer game drops its oldest records: 800 less the deepest search
+inline constexpr int GAME_HISTORY_KEPT = 200;   // what stays of it then
+inline constexpr int MAX_PIECES_OF_A_KIND = 9;  // room of a piece list without its end mark
+inline constexpr int FIFTY_LIMIT = 255;         // where the fifty-move counter stops counting
+inline constexpr int EPD_FIELDS_SIZE = 82;      // longest text of MakeEPD with its NUL
+
+struct PlyData;
+
+// One move or null move made; everything as it was before the move. Owned by the thread's history
+// array.
+struct UndoRecord {
+    Move move;    // the move made; 0 = null move
+    u8 captured;  // type of the piece on the to-square, 0 if none (also for en passant)
+    u8 ep;        // ep_square
+    u8 fifty;
+    u8 castle;
+    u64 hash;
+    u64 pawn_hash;  // not written for a null move
+};
+
+// The board state of one thread. Owned and written by that thread; slot 0's by the front end.
+// Invariants:
+// 1. board, plist, bb, sig and npm describe the same set of pieces.
+// 2. bb[c][0] is the union of bb[c][1..6]; bb[c][7] is 0; board[64] is 0.
+// 3. hash and pawn_hash agree with the placement, except between a single-piece edit and SetHash.
+// 4. plist[c][t] holds the squares in the order of arrival, ended by 64; types 0 and 7 are always
+// empty.
+struct Position {
+    u8 board[65];        // piece code by square
+    u8 plist[2][8][10];  // piece lists; [c][KING][0] is the king square
+    Bitboard bb[2][8];   // by colour and type, [c][0] = all pieces of the colour
+    u8 side;             // side to move
+    u8 castle;           // castling rights
+    u8 ep_square;        // square passed over by the double pawn push just made, else 64
+    u8 fifty;        // plies since the last capture, pawn move, castling or null move; stops at 255
+    u32 sig[2];      // material signature, one hexadecimal digit per type, derived from the pieces
+    i16 npm[2];      // non-pawn material in units (N 3, B 3, R 5, Q 10), derived from the pieces
+    u64 hash;        // Zobrist key of the placement, derived
+    u64 pawn_hash;   // the same over pawns only, derived
+    Move last_move;  // move that led here; 0 after set-up and after a null move
+    i16 hist_count;  // undo records in use
+    i16 ply;         // search ply, 1 = root; index of the search stack
+    UndoRecord* undo;  // the owning thread's 800 records
+    PlyData* sstack;   // the owning thread's search stack
+    u8 thread_id;      // the owning thread's slot
+};
+
+// Piece letters by type (index 0 a blank), the start position, square names "a1".."h8".
+extern const char wchar[8];
+extern const char bchar[8];
+extern const char* const fen_opn;
+extern const char square_name[64][3];
+
+// The position of slot 0 that the front end plays the game on; set at start-up (and by tests),
+// never null afterwards.
+extern Position* game_position;
+
+inline Bitboard Occupied(const Position* pos) { return pos->bb[WHITE][0] | pos->bb[BLACK][0]; }
+inline int KingSquare(const Position* pos, int colour) { return pos->plist[colour][KING][0]; }
+
+// Sets `pos` from FEN or EPD text; only the four position fields are read. Never fails and never
+// reads past the text's NUL: surplus squares and ranks pile up on the last one of their rank or
+// board without adding a second piece there, a tenth piece of a kind is left out, a text that ends
+// early keeps the side, without rights or en passant square. Requires: pos->undo points to the
+// thread's history.
+void SetPosition(Position* pos, const char* fen);
+
+// Writes the four position fields ("... w KQkq -"), NUL-terminated, at most EPD_FIELDS_SIZE bytes.
+void MakeEPD(const Position* pos, char* out);
+
+// Puts a piece on an empty square, or takes the piece off an occupied one; the keys stay as they
+// are. AddPiece requires fewer than nine pieces of the kind.
+void AddPiece(Position* pos, int colour, int type, int square);
+void RemovePiece(Position* pos, int square);
+
+// Recomputes both keys from the board.
+void SetHash(Position* pos);
+
+// 1 when every invariant of the record holds (recomputed from scratch), else 0.
+int PositionIsSound(const Position* pos);
+
+// nullptr when the position can be searched and played (one king each, no pawn on the first or last
+// rank, side not to move not in check), else a short English text that says what is wrong with it.
+const char* WhyUnplayable(const Position* pos);

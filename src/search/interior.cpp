@@ -1,0 +1,501 @@
+// The interior search. Search handles a node as a whole: bounds, draws, evaluation, table, and the
+// selective steps before any move; FW_Search is the move loop with its pruning, reductions and
+// extensions.
+#include <algorithm>
+
+#include "board/bitboards.h"
+#include "board/zobrist.h"
+#include "eval/personality.h"
+#include "frontend/pblock.h"
+#include "search/picker.h"
+#include "search/search.h"
+
+namespace {
+
+constexpr int MAX_EXTENSIONS_ON_PATH = 3;  // outside PV nodes
+constexpr int MAX_EXTENSION_DEPTH = 8;
+constexpr int EXTENSION_SIXTEENTHS = 16;  // a full ply of the fractional extension
+constexpr int RAZOR_MARGIN = 25;
+constexpr int STATIC_CUT_MARGIN = 11;  // above beta, before any static cut is tried
+constexpr int SNMP_MARGIN = 25;
+constexpr int SNMP_EXCHANGE_MARGIN = 99;
+constexpr int SNMP_DEPTH = 2;
+constexpr int MAX_ENEMY_PASSER_RANK = 4;  // a free passer further on forbids static cuts
+constexpr int NULL_REDUCTION = 3;
+constexpr int DEEP_NULL_DEPTH = 7;  // deeper, and with material, the null move reduces one more
+constexpr int DEEP_NULL_MATERIAL = 6;
+constexpr int NULL_VERIFY_DEPTH =
+    4;  // deeper, a failing null move reduces the node instead of cutting
+constexpr int PROBCUT_DEPTH = 3;
+constexpr int PROBCUT_MARGIN = 100;
+constexpr int IID_MARGIN = 199;
+constexpr int LOSING_MATE = MATED_SCORE;
+constexpr int PROMISING_SCORE = 149;  // moves ordered above it are neither pruned nor reduced
+constexpr int GOOD_QUIET_SCORE = 31;  // quiet moves ordered above it have proved themselves
+constexpr int MAX_REDUCTION = 4;
+constexpr int NEVER = 99;  // depth that no table entry reaches
+
+int SelectivityIndex(int depth) { return std::clamp(depth, 0, SELECTIVITY_DEPTHS - 1); }
+
+// One node's arguments and state, handed down the steps of Search.
+struct Node {
+    ThreadBlock* tb;
+    Position* pos;
+    PlyData* pd;
+    int side;
+    int ply;
+    int depth;
+    int alpha;
+    int beta;
+    int type;
+    int in_check;
+    int eval;
+    bool null_allowed;
+    bool fails_low;
+    bool fails_high;
+    int table_depth;
+    Move* pv;
+};
+
+int DrawScore(int side) { return PBlock.draw_score[side]; }
+
+// Draw by the fifty-move rule or by repetition. Requires more than three reversible plies.
+bool IsDrawn(const Node& n) {
+    const int h = n.pos->fifty;
+    int limit = n.ply < 5 ? 2 : 1;
+    if (h > 100) {
+        if (n.ply <= 2) {
+            limit = 2;
+        } else if (IsMate(n.pos, n.in_check) == 0) {
+            return true;
+        }
+    }
+    return CountRepetitions(n.pos, limit) >= limit;
+}
+
+// Probes the table, fills the flags, and returns true with *score when the entry answers the node.
+bool TableCutoff(Node* n, int* score) {
+    TTEntry entry;
+    entry.depth = TT_PRESET_DEPTH;
+    entry.score = NO_SCORE;
+    ProbeTTable(n->pos, &entry);
+    n->tb->tt_probes += 1;
+    n->table_depth = entry.depth;
+    n->null_allowed = true;
+    n->fails_low = n->fails_high = false;
+    if (entry.depth < TT_HIT_DEPTH) return false;
+    n->tb->tt_hits += 1;
+    n->pd->hash_move = entry.move;
+    const int value = ScoreFromTable(entry.score, n->ply);
+    if (n->alpha >= value) {
+        n->null_allowed = entry.bound == BOUND_LOWER;
+        n->fails_low = entry.bound != BOUND_LOWER;
+    }
+    if (n->beta <= value) n->fails_high = entry.bound != BOUND_UPPER;
+    int required = n->depth;
+    if (n->type == NODE_PV) required += n->ply > 3 ? 2 : NEVER;
+    if (entry.depth < required) return false;
+    if (n->fails_low) {
+        *score = n->alpha;
+        return true;
+    }
+    if (n->fails_high) {
+        if (entry.move != NO_MOVE && n->pos->board[MoveTo(entry.move)] == 0) {
+            StoreKiller(n->pos, entry.move, n->in_check);
+        }
+        *score = n->beta;
+        return true;
+    }
+    if (entry.bound == BOUND_EXACT) {
+        *score = value;
+        return true;
+    }
+    n->null_allowed = true;
+    n->fails_high = false;
+    return false;
+}
+
+// Does a null move fail high? Requires that the side is not in check.
+bool NullMoveFailsHigh(const Node& n) {
+    Position* pos = n.pos;
+    int reduction = NULL_REDUCTION;
+    if (n.depth > DEEP_NULL_DEPTH && pos->npm[n.side] >= DEEP_NULL_MATERIAL) ++reduction;
+    const int child_depth = n.depth - reduction <= 0 ? 0 : n.depth - reduction - 1;
+    n.pd->cursor = n.pd->list_start;
+    *n.pd->cursor = {NO_MOVE, 0, 0, 0};
+    TerminateList(pos, n.pd->cursor + 1);
+    MakeNullMove(pos);
+    const int v =
+        -Search(pos, n.side ^ 1, n.ply + 1, child_depth, -n.beta, -n.alpha, NODE_NULL, n.pv);
+    UnmakeNullMove(pos);
+    return v >= n.beta;
+}
+
+bool PreviousMoveWasNotNull(const Node& n) {
+    return n.ply <= 3 || n.pos->undo[n.pos->hist_count - 2].move != NO_MOVE;
+}
+
+// The cuts tried at expected cut nodes. True when the node fails high; may reduce the node's depth
+// instead.
+bool StaticCuts(Node* n) {
+    const PersonalityRecord& p = Personality;
+    Position* pos = n->pos;
+    if (n->type != NODE_CUT || n->in_check || !n->null_allowed ||
+        n->eval <= n->beta + STATIC_CUT_MARGIN)
+        return false;
+    if (n->pd->free_pawn_rank[n->side ^ 1] > MAX_ENEMY_PASSER_RANK) return false;
+    if (pos->npm[n->side] == 0 || PawnCount(pos->sig[n->side]) == 0) return false;
+    if (n->depth <= p.CNP_depth) {
+        const int margin =
+            std::max<int>(n->pd->hanging[n->side] / 2, p.CNP_margin[SelectivityIndex(n->depth)]);
+        if (n->eval >= n->beta + margin) return true;
+    }
+    if (n->depth <= SNMP_DEPTH && n->eval >= n->beta + SNMP_MARGIN &&
+        SNMP(pos, n->side, n->eval, n->beta))
+        return true;
+    if (n->depth >= p.NMP_depth && PreviousMoveWasNotNull(*n) && NullMoveFailsHigh(*n)) {
+        if (n->depth <= NULL_VERIFY_DEPTH) return true;
+        n->depth -= NULL_VERIFY_DEPTH;
+    }
+    return n->depth > PROBCUT_DEPTH &&
+           ProbCut(pos, n->ply, n->depth - PROBCUT_DEPTH, n->beta + PROBCUT_MARGIN);
+}
+
+// Finds a hash move by a shallower search where the table gave none deep enough.
+void InternalDeepening(const Node& n) {
+    int depth = n.depth - (n.type == NODE_PV ? 3 : 4);
+    if (n.depth == 4 && n.pd->hash_move == NO_MOVE) depth = 1;
+    if (depth <= 0 || n.table_depth >= depth || n.eval < n.alpha - IID_MARGIN) return;
+    n.pd->iid = 1;
+    const int v = FW_Search(n.pos, n.side, n.ply, depth, n.alpha, n.beta, n.in_check, n.type, n.pv);
+    n.pd->iid = 0;
+    if (v > n.alpha) n.pd->hash_move = n.pv[n.ply];
+}
+
+// Sixteenths of a ply collected on the way; a full one extends the node.
+void FractionalExtension(const Node& n) {
+    int accumulator = n.tb->extension_accumulator;
+    if (n.type == NODE_PV) accumulator += 1;
+    if (n.pd[-1].cursor->captured) accumulator += 2;
+    if (accumulator >= EXTENSION_SIXTEENTHS) {
+        n.pd->extension = 1;
+        accumulator -= EXTENSION_SIXTEENTHS;
+    }
+    n.tb->extension_accumulator = static_cast<u8>(accumulator);
+}
+
+// --- the move loop ---
+
+int RelativeRank(Move m, int side) { return RankOf(MoveTo(m) ^ flip_sq[side]); }
+
+bool HasFreeSpan(const Position* pos, int side, Move m) {
+    return (BB_PawnSpan[side][MoveTo(m)] & pos->bb[side ^ 1][PAWN]) == 0;
+}
+
+// A pawn move of which neither LMP nor LMR makes little: to the last two ranks, or to the fifth or
+// sixth without an opposing pawn in its forward span.
+bool IsAdvancedPawnMove(const Position* pos, int side, const MoveEntry* e) {
+    if (PieceType(e->piece) != PAWN) return false;
+    const int rank = RelativeRank(e->move, side);
+    return rank >= 6 || (rank >= 4 && HasFreeSpan(pos, side, e->move));
+}
+
+bool IsPawnMoveExemptFromPruning(const Position* pos, int side, const MoveEntry* e) {
+    if (PieceType(e->piece) != PAWN) return false;
+    const int rank = RelativeRank(e->move, side);
+    return rank >= 6 || (rank == 5 && HasFreeSpan(pos, side, e->move));
+}
+
+// Does a slider newly see one of `prey` along a free line of `rays`?
+bool SeesAlongLine(const Position* pos, const Bitboard* rays, Move m, Bitboard prey) {
+    Bitboard targets = rays[MoveTo(m)] & prey & ~rays[MoveFrom(m)];
+    while (targets) {
+        if ((BB_Between[MoveTo(m)][PopLSB(&targets)] & Occupied(pos)) == 0) return true;
+    }
+    return false;
+}
+
+// Does a quiet move threaten something worth a search? Kings are not asked.
+bool ShowsThreat(const Position* pos, int side, const MoveEntry* e) {
+    const Bitboard* enemy = pos->bb[side ^ 1];
+    const Bitboard king_area = BB_KingRays[KingSquare(pos, side ^ 1)];
+    const int from = MoveFrom(e->move);
+    const int to = MoveTo(e->move);
+    const int type = PieceType(e->piece);
+    switch (type) {
+        case PAWN:
+            return IsAdvancedPawnMove(pos, side, e) ||
+                   (BB_PawnRays[side][to] &
+                    (enemy[KNIGHT] | enemy[BISHOP] | enemy[ROOK] | enemy[QUEEN] | king_area)) != 0;
+        case KNIGHT:
+            return (BB_KnightRays[to] & (enemy[ROOK] | enemy[QUEEN] | king_area)) != 0;
+        case BISHOP:
+            if (SeesAlongLine(pos, BB_BishopRays, e->move, enemy[ROOK] | enemy[QUEEN])) return true;
+            break;
+        case ROOK:
+            if (SeesAlongLine(pos, BB_RookRays, e->move, enemy[QUEEN])) return true;
+            break;
+        default:
+            break;
+    }
+    return MoveAttacksKingArea(pos, type, from, to, king_area) != 0;
+}
+
+// Late-move pruning of a move without flags, once enough moves have been searched.
+bool IsLateMovePruned(Position* pos, int side, const MoveEntry* e) {
+    const bool unproven = e->score <= GOOD_QUIET_SCORE;
+    if (PieceType(e->piece) == KING) {
+        const int step = MoveTo(e->move) - MoveFrom(e->move);
+        if (step == 2 || step == -2) return false;
+        if (unproven) return true;
+    } else if (unproven && !ShowsThreat(pos, side, e)) {
+        return true;
+    }
+    return !MoveIsSafe(pos, e->move);
+}
+
+int Reduction(Position* pos, int side, const MoveEntry* e, int depth, int node_type,
+              int moves_searched, u8 flags) {
+    const bool pv_node = node_type == NODE_PV;
+    const int column = std::min(moves_searched, LMR_MOVES - 1);
+    int r = Personality.LMR_table[pv_node ? 0 : 1][depth][column];
+    if (r <= 0) return 0;
+    if (flags) {
+        r = pv_node ? 0 : 1;
+    } else if (e->score > GOOD_QUIET_SCORE || IsAdvancedPawnMove(pos, side, e)) {
+        if (MoveIsSafe(pos, e->move)) r = 0;
+    }
+    return std::min(r, MAX_REDUCTION);
+}
+
+int MoveExtension(Position* pos, int side, const MoveEntry* e, u8 flags) {
+    if (flags & FLAG_DISCOVERED) return 1;
+    if (flags & (FLAG_CHECK | FLAG_SEVENTH_RANK_PAWN)) return MoveIsSafe(pos, e->move);
+    const int captured = PieceType(e->captured);
+    if (captured > PAWN && npv[captured] == pos->npm[side ^ 1]) return MoveIsSafe(pos, e->move);
+    return 0;
+}
+
+void StoreResult(const Position* pos, const PlyData* pd, int ply, int depth, int entry_alpha,
+                 int beta) {
+    if (pd->best_move == NO_MOVE || depth < -1) return;
+    int score = entry_alpha;
+    int bound = BOUND_UPPER;
+    if (pd->best_score >= beta) {
+        score = beta;
+        bound = BOUND_LOWER;
+    } else if (pd->best_score > entry_alpha) {
+        score = pd->best_score;
+        bound = BOUND_EXACT;
+    }
+    StoreInTTable(pos, pd->best_move, depth, ScoreToTable(score, ply), bound);
+}
+
+}  // namespace
+
+int CountRepetitions(const Position* pos, int limit) {
+    const int oldest = std::max(pos->hist_count - pos->fifty, 0);
+    int count = 0;
+    for (int i = pos->hist_count - 4; i >= oldest && count < limit; i -= 2) {
+        if (pos->undo[i].hash == pos->hash) ++count;
+    }
+    return count;
+}
+
+u8 MoveFlags(const Position* pos, int side, const MoveEntry* e) {
+    u8 flags = 0;
+    const int check = MoveGivesCheck(pos, side, e);
+    if (check) flags = FLAG_CHECK;
+    if (check == 2) flags |= FLAG_DISCOVERED;
+    if (e->captured) flags |= FLAG_CAPTURE;
+    if (PieceType(e->piece) == PAWN) {
+        if (RelativeRank(e->move, side) == 6) flags |= FLAG_SEVENTH_RANK_PAWN;
+        if (e->move & PROMOTE_QUEEN) flags |= FLAG_QUEEN_PROMOTION;
+        if (FileOf(MoveFrom(e->move)) != FileOf(MoveTo(e->move))) flags |= FLAG_CAPTURE;
+    }
+    return flags;
+}
+
+int SNMP(Position* pos, int side, int static_eval, int beta) {
+    const Bitboard occupied = Occupied(pos);
+    Bitboard men = pos->bb[side][0] & ~pos->bb[side][KING];
+    while (men) {
+        const int gain = swapoff1(pos, side ^ 1, NO_SQUARE, PopLSB(&men), occupied);
+        if (gain > 0 && static_eval - gain - SNMP_EXCHANGE_MARGIN <= beta) return 0;
+    }
+    return 1;
+}
+
+int ProbCut(Position* pos, int ply, int depth, int bound) {
+    PlyData* pd = &pos->sstack[ply];
+    const int side = pos->side;
+    MoveEntry* first = pd->list_start;
+    MoveEntry* end = GeneratePawnCaptures(pos, side, first);
+    end = GeneratePieceCaptures(pos, side, end);
+    TerminateList(pos, end);
+    for (MoveEntry* e = first; e != end; ++e) {
+        e->score = static_cast<i16>(32 * PieceType(e->captured) - PieceType(e->piece) + 8);
+    }
+    Move line[PV_SIZE];
+    for (MoveEntry* e = first; e != end; ++e) {
+        PickNextMove(e);
+        const Move m = e->move;
+        if (!MoveIsLegalNonZero(pos, side, m) || !MoveIsSafe(pos, m)) continue;
+        pd->cursor = e;
+        MakeMove(pos, m);
+        const int v = -Search(pos, side ^ 1, ply + 1, depth - 1, -bound, 1 - bound, NODE_ALL, line);
+        UnmakeMove(pos);
+        if (v >= bound) return 1;
+    }
+    return 0;
+}
+
+// The move loop is one function of visible steps: splitting it would scatter the state that its
+// steps share.
+int FW_Search(Position* pos, int side, int ply, int depth, int alpha, int beta, int in_check,
+              int node_type, Move* pv) {
+    ThreadBlock* tb = ThreadData[pos->thread_id];
+    PlyData* pd = &pos->sstack[ply];
+    const int entry_alpha = alpha;
+    const int extended = depth + pd->extension;
+    const bool pv_node = node_type == NODE_PV;
+    const bool pruning_allowed = extended <= Personality.LMP_depth && !pd->iid && !pv_node &&
+                                 pos->npm[WHITE] != 0 && pos->npm[BLACK] != 0;
+    const int pruning_count = Personality.LMP_count[SelectivityIndex(extended)];
+    const bool extension_allowed = pv_node || (extended <= MAX_EXTENSION_DEPTH &&
+                                               tb->extension_count <= MAX_EXTENSIONS_ON_PATH);
+    int best = NO_SCORE;
+    pv[ply] = NO_MOVE;
+    pd->best_move = NO_MOVE;
+    pd->moves_searched = 0;
+    pd->stage = 0;
+    Move line[PV_SIZE];
+
+    while (const MoveEntry* e = GetNextMoveFW(pos, in_check)) {
+        const Move m = e->move;
+        if (m == NO_MOVE || (m == pd->hash_move && pd->moves_searched > 0)) continue;
+        if (!MoveIsLegalNonZero(pos, side, m)) continue;
+
+        // Extension, pruning and reduction are decided before the move is made.
+        int extension = 0;
+        int reduction = 0;
+        pd->move_flags = 0;
+        if (!in_check) {
+            pd->move_flags = MoveFlags(pos, side, e);
+            extension = MoveExtension(pos, side, e, pd->move_flags);
+            if (best >= LOSING_MATE && e->score <= PROMISING_SCORE && extension == 0) {
+                if (pruning_allowed && pd->move_flags == 0 && pd->moves_searched >= pruning_count &&
+                    !IsPawnMoveExemptFromPruning(pos, side, e) && IsLateMovePruned(pos, side, e)) {
+                    continue;
+                }
+                if (extended >= Personality.LMR_depth) {
+                    reduction = Reduction(pos, side, e, extended, node_type, pd->moves_searched,
+                                          pd->move_flags);
+                }
+            }
+        }
+        if (!extension_allowed) extension = 0;
+        const bool quiet = e->captured == 0;
+
+        const int child_depth = extended + extension - 1;
+        tb->extension_count = static_cast<u8>(tb->extension_count + extension);
+        MakeMove(pos, m);
+        int v = 0;
+        if (pd->moves_searched == 0 || child_depth <= 0) {
+            v = -Search(pos, side ^ 1, ply + 1, child_depth, -beta, -alpha, node_opp[node_type],
+                        line);
+        } else {
+            v = -Search(pos, side ^ 1, ply + 1, child_depth - reduction, -alpha - 1, -alpha,
+                        NODE_CUT, line);
+            if (v > alpha) {
+                if (quiet && !in_check) RaiseHistory(tb, e);
+                v = -Search(pos, side ^ 1, ply + 1, child_depth, -beta, -alpha,
+                            pv_node ? NODE_PV : NODE_NULL, line);
+            }
+        }
+        tb->extension_count = static_cast<u8>(tb->extension_count - extension);
+        UnmakeMove(pos);
+        if (PBlock.stop) return 0;
+
+        ++pd->moves_searched;
+        if (quiet && !in_check) {
+            if (v > alpha) {
+                RaiseHistory(tb, e);
+            } else {
+                LowerHistory(tb, e);
+            }
+        }
+        if (v <= best) continue;
+        best = v;
+        pd->best_move = m;
+        pv[ply] = m;
+        pv[ply + 1] = NO_MOVE;
+        if (v <= alpha) continue;
+        if (v >= beta) {
+            if (quiet && depth > 0) {
+                StoreKiller(pos, m, in_check);
+                StoreCounterMove(tb, m);
+            }
+            break;
+        }
+        alpha = v;
+        CopyLine(pv, line, ply + 1);
+    }
+
+    if (pd->moves_searched == 0) best = in_check ? ply - INFINITE_SCORE : DrawScore(side);
+    pd->best_score = static_cast<i16>(best);
+    StoreResult(pos, pd, ply, depth, entry_alpha, beta);
+    return best;
+}
+
+int Search(Position* pos, int side, int ply, int depth, int alpha, int beta, int node_type,
+           Move* pv) {
+    ThreadBlock* tb = ThreadData[pos->thread_id];
+    tb->nodes += 1;
+    alpha = std::max(alpha, ply - INFINITE_SCORE);
+    beta = std::min(beta, INFINITE_SCORE - 1 - ply);
+    if (alpha >= beta) return alpha;
+
+    PlyData* pd = &pos->sstack[ply];
+    pd->node_type = static_cast<u8>(node_type);
+    pd->depth = static_cast<i16>(depth);
+    pd->alpha = static_cast<i16>(alpha);
+    pd->beta = static_cast<i16>(beta);
+    pd->extension = 0;
+    pd->iid = 0;
+    pd->moves_searched = 0;
+    pd->hash_move = NO_MOVE;
+    pd->static_eval = 0;
+    std::fill(std::begin(pd[2].killer), std::end(pd[2].killer), NO_MOVE);
+    pd[2].evasion_killer = NO_MOVE;
+    pv[ply] = pv[ply + 1] = NO_MOVE;
+
+    const int in_check = InCheck(pos, side);
+    Node n = {tb,        pos,      pd, side, ply,   depth, alpha,           beta,
+              node_type, in_check, 0,  true, false, false, TT_PRESET_DEPTH, pv};
+    if (pos->fifty > 3 && IsDrawn(n)) return DrawScore(side);
+    if (depth > 0 && !in_check) PrefetchTTable(pos);
+
+    n.eval = Evaluate(tb, side, ply, in_check);
+    pd->static_eval = static_cast<i16>(n.eval);
+    if (ply > MAX_SEARCH_PLY || !MoveListFits(pos)) return in_check ? 0 : n.eval;
+    if (!in_check && pd->trivial_draw) return n.eval;
+    if (depth <= 0 && !in_check) return Q_Search(pos, side, ply, depth, alpha, beta, node_type, pv);
+
+    int score = 0;
+    if (TableCutoff(&n, &score)) return score;
+
+    if (node_type != NODE_PV && !in_check && !n.fails_high && depth <= Personality.FP_depth &&
+        n.eval < alpha - Personality.FP_margin[SelectivityIndex(depth)]) {
+        const int bound = alpha - RAZOR_MARGIN;
+        if (Q_Search(pos, side, ply, depth, bound, beta, node_type, pv) <= bound) return alpha;
+    }
+    if (StaticCuts(&n)) return beta;
+    InternalDeepening(n);
+
+    const u8 accumulator = tb->extension_accumulator;
+    FractionalExtension(n);
+    const int v = FW_Search(pos, side, ply, n.depth, alpha, beta, in_check, node_type, pv);
+    tb->extension_accumulator = accumulator;
+    return v > alpha ? std::min(v, beta) : alpha;
+}

@@ -1,0 +1,232 @@
+// The staged move picker and the update rules of the ordering memory.
+#include "search/picker.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+#include "board/bitboards.h"
+#include "board/zobrist.h"
+
+const int sort_value[8] = {20, 210, 220, 220, 230, 240, 250, 0};
+
+namespace {
+
+// Stages of a node's picker.
+constexpr u8 STAGE_START = 0;
+constexpr u8 STAGE_GENERATE = 1;
+constexpr u8 STAGE_CAPTURES = 2;
+constexpr u8 STAGE_SORTED = 5;    // the remaining moves best first
+constexpr u8 STAGE_UNSORTED = 6;  // the remaining moves in list order
+
+// Ordering scores.
+constexpr int HASH_MOVE_SCORE = 255;
+constexpr int QUEEN_PROMOTION_SCORE = 200;
+constexpr int OTHER_TACTICAL_SCORE = 10;  // en passant and under-promotions onto empty squares
+constexpr int BAD_CAPTURE_SCORE = 8;      // plus the captured type
+constexpr int RECAPTURE_BONUS = 6;
+constexpr int GOOD_CAPTURE_LIMIT = 150;  // captures above it come before the quiet moves
+constexpr int FIRST_KILLER_SCORE = 81;
+constexpr int SECOND_KILLER_SCORE = 61;
+constexpr int EVASION_KILLER_SCORE = 90;
+constexpr int EVASION_COUNTER_SCORE = 70;
+constexpr int QUIET_SCORE = 1;
+constexpr int SORT_SCORE_LIMIT = 3;   // at or below it sorting no longer pays
+constexpr int SORT_MOVES_LIMIT = 15;  // likewise after this many searched moves
+constexpr int LOSING_EXCHANGE = -89;
+constexpr int HISTORY_SCALE = 128;
+constexpr int HISTORY_GAIN = 64;
+constexpr int HISTORY_DECAY = 128;
+
+// Upper bound of the moves one man of a kind can have in a list, promotions counted four times.
+constexpr int LIST_BOUND_SLACK = 24;  // castling, entries listed twice, hash move and end mark
+int ListBound(const Position* pos) {
+    const u32 s = pos->sig[pos->side];
+    return 12 * PawnCount(s) + 8 * KnightCount(s) + 13 * BishopCount(s) + 14 * RookCount(s) +
+           27 * QueenCount(s) + 8 * CountBits(pos->bb[pos->side][KING]) + LIST_BOUND_SLACK;
+}
+
+void SelectBest(MoveEntry* first) {
+    MoveEntry* best = first;
+    for (MoveEntry* e = first + 1; e->move != END_OF_LIST; ++e) {
+        if (e->score > best->score) best = e;
+    }
+    std::swap(*first, *best);
+}
+
+int RecaptureSquare(const Position* pos) {
+    return pos->last_move ? MoveTo(pos->last_move) : NO_SQUARE;
+}
+
+int TacticalScore(Position* pos, const MoveEntry* e, int recapture, Bitboard occupied) {
+    const int mover = PieceType(e->piece);
+    const int captured = PieceType(e->captured);
+    int score = 0;
+    if (captured) {
+        score = sort_value[captured] - mover;
+    } else {
+        score = e->move & PROMOTE_QUEEN ? QUEEN_PROMOTION_SCORE : OTHER_TACTICAL_SCORE;
+    }
+    if (exchange_scale[mover] > exchange_scale[captured] &&
+        swapoff1(pos, pos->side, MoveFrom(e->move), MoveTo(e->move), occupied) < LOSING_EXCHANGE) {
+        return BAD_CAPTURE_SCORE + captured;
+    }
+    return MoveTo(e->move) == recapture ? score + RECAPTURE_BONUS : score;
+}
+
+// Generates and scores captures and promotions at the cursor.
+void GenerateTactical(Position* pos, PlyData* pd) {
+    const int side = pos->side;
+    MoveEntry* end = GeneratePawnCaptures(pos, side, pd->cursor);
+    end = GeneratePieceCaptures(pos, side, end);
+    end = GeneratePromotions(pos, side, 1, end);
+    TerminateList(pos, end);
+    const int recapture = RecaptureSquare(pos);
+    const Bitboard occupied = Occupied(pos);
+    for (MoveEntry* e = pd->cursor; e != end; ++e) {
+        e->score = static_cast<i16>(TacticalScore(pos, e, recapture, occupied));
+    }
+}
+
+Move CounterMove(const ThreadBlock* tb) {
+    const Position* pos = &tb->pos;
+    if (pos->last_move == NO_MOVE) return NO_MOVE;
+    const int to = MoveTo(pos->last_move);
+    return tb->counter_moves[to][pos->board[to]];
+}
+
+int QuietScore(const ThreadBlock* tb, const PlyData* pd, const MoveEntry* e, Move counter) {
+    const int d = tb->history[MoveTo(e->move)][e->piece] / HISTORY_SCALE;
+    if (e->move == pd->killer[0] || e->move == pd->killer[1]) return d / 4 + FIRST_KILLER_SCORE;
+    if (e->move == pd->killer[2] || e->move == counter) return d / 4 + SECOND_KILLER_SCORE;
+    return d + QUIET_SCORE;
+}
+
+int EvasionScore(const PlyData* pd, const MoveEntry* e, Move counter) {
+    if (e->move == pd->evasion_killer) return EVASION_KILLER_SCORE;
+    if (e->move == counter) return EVASION_COUNTER_SCORE;
+    return QUIET_SCORE;
+}
+
+// Appends the scored quiet moves to what is left of the list.
+void GenerateQuiet(Position* pos, PlyData* pd, int in_check) {
+    MoveEntry* first = pd->cursor;
+    while (first->move != END_OF_LIST) ++first;
+    MoveEntry* end = GenerateNonCaptures(pos, pos->side, first);
+    TerminateList(pos, end);
+    const ThreadBlock* tb = ThreadData[pos->thread_id];
+    const Move counter = CounterMove(tb);
+    for (MoveEntry* e = first; e != end; ++e) {
+        e->score = static_cast<i16>(in_check ? EvasionScore(pd, e, counter)
+                                             : QuietScore(tb, pd, e, counter));
+    }
+    pd->stage = STAGE_SORTED;
+}
+
+MoveEntry* StartWithHashMove(Position* pos, PlyData* pd) {
+    MoveEntry* e = pd->list_start;
+    e->move = pd->hash_move;
+    e->piece = pos->board[MoveFrom(pd->hash_move)];
+    e->captured = pos->board[MoveTo(pd->hash_move)];
+    e->score = HASH_MOVE_SCORE;
+    TerminateList(pos, e + 1);
+    return e;
+}
+
+MoveEntry* NextSorted(PlyData* pd) {
+    MoveEntry* e = pd->cursor;
+    if (e->move == END_OF_LIST) return nullptr;
+    if (e[1].move != END_OF_LIST) SelectBest(e);
+    if (e->score <= SORT_SCORE_LIMIT || pd->moves_searched > SORT_MOVES_LIMIT)
+        pd->stage = STAGE_UNSORTED;
+    return e;
+}
+
+}  // namespace
+
+bool MoveListFits(const Position* pos) {
+    const MoveEntry* buffer = ThreadData[pos->thread_id]->move_buffer;
+    const auto room = MOVE_BUFFER_SIZE - (pos->sstack[pos->ply].list_start - buffer);
+    return room >= MAX_LIST_SIZE || room >= ListBound(pos);
+}
+
+void TerminateList(Position* pos, MoveEntry* end) {
+    PlyData* pd = &pos->sstack[pos->ply];
+    end->move = END_OF_LIST;
+    pd[1].list_start = end + 1;
+    pd[2].list_start = end + 2;
+}
+
+void PickNextMove(MoveEntry* first) {
+    if (first->move != END_OF_LIST) SelectBest(first);
+}
+
+MoveEntry* GetNextMoveFW(Position* pos, int in_check) {
+    PlyData* pd = &pos->sstack[pos->ply];
+    switch (pd->stage) {
+        case STAGE_START:
+            if (!MoveListFits(pos)) return nullptr;
+            pd->stage = STAGE_GENERATE;
+            pd->cursor = pd->list_start;
+            if (pd->hash_move != NO_MOVE) return StartWithHashMove(pos, pd);
+            break;
+        case STAGE_SORTED:
+            ++pd->cursor;
+            return NextSorted(pd);
+        case STAGE_UNSORTED:
+            ++pd->cursor;
+            return pd->cursor->move == END_OF_LIST ? nullptr : pd->cursor;
+        default:
+            ++pd->cursor;
+            break;
+    }
+    if (pd->stage == STAGE_GENERATE) {
+        pd->stage = STAGE_CAPTURES;
+        GenerateTactical(pos, pd);
+    }
+    if (pd->cursor->move != END_OF_LIST) {
+        SelectBest(pd->cursor);
+        if (pd->cursor->score > GOOD_CAPTURE_LIMIT) return pd->cursor;
+    }
+    GenerateQuiet(pos, pd, in_check);
+    return NextSorted(pd);
+}
+
+void RaiseHistory(ThreadBlock* tb, const MoveEntry* e) {
+    i16& h = tb->history[MoveTo(e->move)][e->piece];
+    h = static_cast<i16>(h + (HISTORY_MAX - h) / HISTORY_GAIN);
+}
+
+void LowerHistory(ThreadBlock* tb, const MoveEntry* e) {
+    i16& h = tb->history[MoveTo(e->move)][e->piece];
+    h = static_cast<i16>(h - h / HISTORY_DECAY);
+}
+
+void StoreKiller(Position* pos, Move m, int in_check) {
+    PlyData* pd = &pos->sstack[pos->ply];
+    if (in_check) {
+        pd->evasion_killer = m;
+    } else if (pos->last_move == NO_MOVE) {
+        pd->killer[0] = m;
+    } else if (m != pd->killer[1]) {
+        pd->killer[2] = pd->killer[1];
+        pd->killer[1] = m;
+    }
+}
+
+void StoreCounterMove(ThreadBlock* tb, Move m) {
+    const Position* pos = &tb->pos;
+    if (pos->last_move == NO_MOVE) return;
+    const int to = MoveTo(pos->last_move);
+    tb->counter_moves[to][pos->board[to]] = m;
+}
+
+void ResetOrdering(ThreadBlock* tb) {
+    for (auto& square : tb->history) std::fill(std::begin(square), std::end(square), HISTORY_START);
+    std::memset(tb->counter_moves, 0, sizeof tb->counter_moves);
+    for (PlyData& pd : tb->ply_data) {
+        pd.hash_move = NO_MOVE;
+        std::fill(std::begin(pd.killer), std::end(pd.killer), NO_MOVE);
+        pd.evasion_killer = NO_MOVE;
+    }
+}

@@ -1,0 +1,184 @@
+// Quiescence search: captures, and on its first ply quiet checks and pawn pushes to the seventh
+// rank.
+#include <algorithm>
+
+#include "board/bitboards.h"
+#include "board/zobrist.h"
+#include "search/picker.h"
+#include "search/search.h"
+
+namespace {
+
+// Stages of the quiescence list.
+constexpr u8 STAGE_CAPTURES = 2;
+constexpr u8 STAGE_CAPTURES_DONE = 3;
+constexpr u8 STAGE_QUIET = 6;
+
+constexpr int QUEEN_PROMOTION_SCORE = 200;
+constexpr int EN_PASSANT_SCORE = 1;
+constexpr int RECAPTURE_BONUS = 6;
+constexpr int DELTA_MARGIN = 150;       // what a capture may gain beyond its victim
+constexpr int WIDE_DELTA_MARGIN = 250;  // at PV nodes and above the horizon
+constexpr int RECAPTURES_ONLY_BELOW = -4;
+constexpr int LOSING_EXCHANGE = -89;
+
+int RecaptureSquare(const Position* pos) {
+    return pos->last_move ? MoveTo(pos->last_move) : NO_SQUARE;
+}
+
+MoveEntry* AddQuiet(MoveEntry* list, int from, int to, int piece) {
+    *list = {MakeMoveWord(from, to), static_cast<u8>(piece), 0, 0};
+    return list + 1;
+}
+
+void GenerateCaptures(Position* pos, PlyData* pd) {
+    const int side = pos->side;
+    MoveEntry* end = GeneratePawnCaptures(pos, side, pd->list_start);
+    end = GeneratePieceCaptures(pos, side, end);
+    end = GeneratePromotions(pos, side, 0, end);
+    TerminateList(pos, end);
+    const int recapture = RecaptureSquare(pos);
+    for (MoveEntry* e = pd->list_start; e != end; ++e) {
+        const int captured = PieceType(e->captured);
+        int score = 0;
+        if (captured) {
+            score = sort_value[captured] - PieceType(e->piece);
+        } else {
+            score = e->move & PROMOTE_QUEEN ? QUEEN_PROMOTION_SCORE : EN_PASSANT_SCORE;
+        }
+        if (MoveTo(e->move) == recapture) score += RECAPTURE_BONUS;
+        e->score = static_cast<i16>(score);
+    }
+    pd->stage = STAGE_CAPTURES;
+}
+
+// Pushes of the pawns whose square ahead is in `targets`, lowest pawn first.
+MoveEntry* AddPushes(const Position* pos, Bitboard pawns, Bitboard targets, MoveEntry* list) {
+    const int side = pos->side;
+    Bitboard sources = pawns & (side == WHITE ? targets >> 8 : targets << 8);
+    while (sources) {
+        const int from = PopLSB(&sources);
+        list = AddQuiet(list, from, from + pawn_dir[side], PieceCode(side, PAWN));
+    }
+    return list;
+}
+
+template <typename Attacks>
+MoveEntry* AddPieceChecks(const Position* pos, int type, Bitboard targets, Attacks attacks,
+                          MoveEntry* list) {
+    for (const u8* piece = pos->plist[pos->side][type]; *piece != NO_SQUARE; ++piece) {
+        Bitboard reached = attacks(*piece) & targets;
+        while (reached) {
+            const int to = PopLSB(&reached);
+            list = AddQuiet(list, *piece, to, PieceCode(pos->side, type));
+        }
+    }
+    return list;
+}
+
+// Quiet moves that give direct check, then pawn pushes to the seventh rank, behind the captures.
+void GenerateQuietChecks(Position* pos, PlyData* pd) {
+    const int side = pos->side;
+    const int king = KingSquare(pos, side ^ 1);
+    const Bitboard occupied = Occupied(pos);
+    const Bitboard empty = ~occupied;
+    const Bitboard pawns = pos->bb[side][PAWN];
+    const u32 sig = pos->sig[side];
+
+    MoveEntry* end = AddPushes(pos, pawns, BB_PawnRays[side ^ 1][king] & empty, pd->cursor);
+    end = AddPieceChecks(
+        pos, KNIGHT, BB_KnightRays[king] & empty, [](int from) { return BB_KnightRays[from]; },
+        end);
+    if (BishopCount(sig) + RookCount(sig) + QueenCount(sig) > 0) {
+        const Bitboard diagonals = GenAttacksB(king, occupied) & empty;
+        const Bitboard lines = GenAttacksR(king, occupied) & empty;
+        end = AddPieceChecks(
+            pos, BISHOP, diagonals, [=](int from) { return GenAttacksB(from, occupied); }, end);
+        end = AddPieceChecks(
+            pos, ROOK, lines, [=](int from) { return GenAttacksR(from, occupied); }, end);
+        end = AddPieceChecks(
+            pos, QUEEN, diagonals | lines,
+            [=](int from) { return GenAttacksB(from, occupied) | GenAttacksR(from, occupied); },
+            end);
+    }
+    end = AddPushes(pos, pawns, RankMask(side == WHITE ? 6 : 1) & empty, end);
+    TerminateList(pos, end);
+    pd->stage = STAGE_QUIET;
+}
+
+// Next entry to try, or nullptr. Quiet moves come only when `with_quiet`.
+MoveEntry* NextMove(Position* pos, PlyData* pd, bool with_quiet) {
+    if (pd->stage == 0) {
+        GenerateCaptures(pos, pd);
+        pd->cursor = pd->list_start;
+    } else {
+        ++pd->cursor;
+    }
+    if (pd->stage == STAGE_CAPTURES) {
+        if (pd->cursor->move != END_OF_LIST) {
+            PickNextMove(pd->cursor);
+            return pd->cursor;
+        }
+        pd->stage = STAGE_CAPTURES_DONE;
+        if (!with_quiet) return nullptr;
+        GenerateQuietChecks(pos, pd);
+    }
+    return pd->cursor->move == END_OF_LIST ? nullptr : pd->cursor;
+}
+
+bool IsLateEndgameCapture(const Position* pos, const MoveEntry* e) {
+    const int captured = PieceType(e->captured);
+    if (captured == NO_PIECE) return false;
+    const int enemy = pos->side ^ 1;
+    const int pawns_left = PawnCount(pos->sig[enemy]) - (captured == PAWN ? 1 : 0);
+    return pawns_left <= 1 || npv[captured] == pos->npm[enemy];
+}
+
+bool IsPawnToLastRanks(const Position* pos, const MoveEntry* e) {
+    return PieceType(e->piece) == PAWN && RankOf(MoveTo(e->move) ^ flip_sq[pos->side]) >= 6;
+}
+
+// Is the move left out? `stand` + victim + `margin` is the most that a capture without check
+// promises.
+bool IsPruned(Position* pos, const MoveEntry* e, int depth, int stand, int margin, int best) {
+    if (depth < RECAPTURES_ONLY_BELOW && MoveTo(e->move) != RecaptureSquare(pos)) return true;
+    const int check = MoveGivesCheck(pos, pos->side, e);
+    if (check == 2) return false;
+    if (pos->npm[WHITE] == 0 || pos->npm[BLACK] == 0) return false;
+    if (IsLateEndgameCapture(pos, e)) return false;
+    const int captured = PieceType(e->captured);
+    if (check == 0 && !IsPawnToLastRanks(pos, e) && stand + piece_value[captured] + margin <= best)
+        return true;
+    return exchange_scale[PieceType(e->piece)] > exchange_scale[captured] &&
+           swapoff1(pos, pos->side, MoveFrom(e->move), MoveTo(e->move), Occupied(pos)) <
+               LOSING_EXCHANGE;
+}
+
+}  // namespace
+
+int Q_Search(Position* pos, int side, int ply, int depth, int alpha, int beta, int node_type,
+             Move* pv) {
+    PlyData* pd = &pos->sstack[ply];
+    const int stand = pd->static_eval;
+    if (stand >= beta) return beta;
+    int best = std::max(alpha, stand);
+    pd->stage = 0;
+    const int child_type = node_opp[node_type];
+    const int margin = depth <= 0 && node_type != NODE_PV ? DELTA_MARGIN : WIDE_DELTA_MARGIN;
+    Move line[PV_SIZE];
+    while (const MoveEntry* e = NextMove(pos, pd, depth >= 0)) {
+        const Move m = e->move;
+        if (m == NO_MOVE || !MoveIsLegalNonZero(pos, side, m)) continue;
+        if (IsPruned(pos, e, depth, stand, margin, best)) continue;
+        MakeMove(pos, m);
+        const int v = -Search(pos, side ^ 1, ply + 1, depth - 1, -beta, -best, child_type, line);
+        UnmakeMove(pos);
+        if (v <= best) continue;
+        pv[ply] = m;
+        pv[ply + 1] = NO_MOVE;
+        if (v >= beta) return v;
+        best = v;
+        CopyLine(pv, line, ply + 1);
+    }
+    return best;
+}

@@ -1,0 +1,440 @@
+// Root search and iterative deepening: what a search thread runs for one search, and the
+// publication of its best move.
+#include <algorithm>
+#include <cstdlib>
+#include <utility>
+
+#include "board/bitboards.h"
+#include "board/zobrist.h"
+#include "eval/personality.h"
+#include "frontend/output.h"
+#include "frontend/pblock.h"
+#include "search/picker.h"
+#include "search/search.h"
+#include "search/threads.h"
+
+namespace {
+
+constexpr int LAST_ITERATION = 68;
+constexpr int WINDOW_BOTTOM = -9999;
+constexpr int WINDOW_TOP = 9998;
+constexpr int MIN_WIDENING = 25;
+constexpr int ROOT_FAIL_OFFSET =
+    -11000;  // ordering key of a root move that failed, less its number
+constexpr double SETTLED_SECONDS = 0.025;  // before it no secondary thread abandons an iteration
+constexpr double PROGRESS_SECONDS = 3.5;   // before it no current move is shown
+constexpr int SKIP_AFTER_DEPTH = 6;        // secondary threads skip crowded depths beyond it
+constexpr u32 SEED_FACTOR = 63;
+constexpr u32 SEED_SUMMAND = 987654321;
+constexpr u32 PERTURBATION = 21;  // root keys of a secondary thread are lowered by less than this
+constexpr int EASY_SINGLE_DEPTH = 6;
+constexpr int EASY_CLEAR_DEPTH = 11;
+constexpr int EASY_LEAD_OVER_SECOND = 200;
+constexpr int EASY_LEAD_OVER_EVAL = 225;
+constexpr int EASY_STABLE_PLIES = 5;
+constexpr int REDUCTION_DEPTH = 7;
+constexpr int REDUCTION_MOVES = 5;
+constexpr int REDUCTION_DROP = 34;  // no root reduction once the score has dropped by more
+constexpr int STOPPED_FAIL_HIGH_LEAD =
+    25;  // an interrupted fail high this far above the best counts
+constexpr int SURE_MATE = 9899;
+constexpr int VERBOSE_DEPTH = 3;
+
+// The clearest reply to the best move seen so far; belongs to the main search thread.
+int second_best_score = NO_SCORE;
+
+bool IsMain(const ThreadBlock* tb) { return tb->slot <= 1; }
+
+void SetRootMove(ThreadBlock* tb, Move m) {
+    tb->pv[1] = m;
+    tb->root_move = m;
+}
+
+void SelectBest(MoveEntry* first) {
+    MoveEntry* best = first;
+    for (MoveEntry* e = first + 1; e->move != END_OF_LIST; ++e) {
+        if (e->score > best->score) best = e;
+    }
+    std::swap(*first, *best);
+}
+
+void ResetThread(ThreadBlock* tb) {
+    tb->iteration_depth = 0;
+    tb->root_status = ROOT_NORMAL;
+    tb->pos.ply = 1;
+    tb->ply_data[0].node_type = NODE_PV;
+    tb->ply_data[0].depth = 0;
+    std::fill(std::begin(tb->pv), std::end(tb->pv), NO_MOVE);
+    SetRootMove(tb, NO_MOVE);
+    ResetOrdering(tb);
+}
+
+bool HasLegalMove(Position* pos, int in_check) {
+    pos->sstack[1].stage = 0;
+    while (const MoveEntry* e = GetNextMoveFW(pos, in_check)) {
+        if (MoveIsLegal(pos, pos->side, e->move)) return true;
+    }
+    return false;
+}
+
+// Writes the legal moves of the root at ply 1's list start, in generation order; returns the first.
+MoveEntry* BuildRootList(Position* pos) {
+    GenerateAll(pos);
+    MoveEntry* first = pos->sstack[1].list_start;
+    MoveEntry* end = first;
+    for (const MoveEntry* e = first; e->move != END_OF_LIST; ++e) {
+        if (MoveIsLegal(pos, pos->side, e->move)) *end++ = *e;
+    }
+    end->move = END_OF_LIST;
+    return first;
+}
+
+// Number of search threads that have started iteration `depth` or a deeper one.
+int ThreadsAtDepth(int depth) {
+    int n = 0;
+    for (int i = 1; i <= PBlock.threads; ++i) {
+        if (ThreadData[i] != nullptr && ThreadData[i]->iteration_depth >= depth) ++n;
+    }
+    return n;
+}
+
+void PerturbRootOrder(ThreadBlock* tb, MoveEntry* first) {
+    if (first->move == END_OF_LIST) return;
+    for (MoveEntry* e = first + 1; e->move != END_OF_LIST; ++e) {
+        tb->seed = tb->seed * SEED_FACTOR + SEED_SUMMAND;
+        e->score = static_cast<i16>(e->score - static_cast<int>(tb->seed % PERTURBATION));
+    }
+}
+
+// Depth that a secondary thread searches when its own count says `depth`.
+int SecondaryDepth(int depth) {
+    const int limit = PBlock.max_depth;
+    if (depth > SKIP_AFTER_DEPTH && PBlock.multipv == 1 && depth < limit &&
+        ThreadsAtDepth(depth) > 2 * PBlock.threads / 3) {
+        ++depth;
+    }
+    return std::min(depth, limit);
+}
+
+// Is the best move so clear that the time control may stop early? Keeps PBlock.easy_move.
+void TestEasyMove(const ThreadBlock* tb, MoveEntry* first, int depth) {
+    if (depth <= 1) second_best_score = NO_SCORE;
+    PBlock.easy_move = 0;
+    if (first[1].move == END_OF_LIST) {
+        if (depth > EASY_SINGLE_DEPTH) PBlock.easy_move = 1;
+        return;
+    }
+    SelectBest(first + 1);
+    second_best_score = std::max<int>(second_best_score, first[1].score);
+    const int score = first->score;
+    if (score > second_best_score + EASY_LEAD_OVER_SECOND &&
+        score > tb->root_eval + EASY_LEAD_OVER_EVAL && depth > EASY_CLEAR_DEPTH &&
+        PBlock.change_depth < depth - EASY_STABLE_PLIES) {
+        PBlock.easy_move = 2;
+    }
+}
+
+void SearchLines(ThreadBlock* tb, MoveEntry* first, int depth) {
+    const int lines = PBlock.multipv;
+    const bool main = IsMain(tb);
+    for (int i = 0; i < lines && first[i].move != END_OF_LIST && !PBlock.stop; ++i) {
+        SearchRoot(&tb->pos, tb->pos.side, depth, i);
+        if (main && (lines > 1 || depth == 1))
+            DisplaySearchInfo(tb->slot, i, depth, tb->running_score, tb->pv);
+    }
+    if (main && lines > 1 && PBlock.protocol != PROTOCOL_UCI) ShowMessage("");
+}
+
+bool MateIsInsideHorizon(int score, int depth) {
+    return score >= 9999 - depth || score < depth - 9999;
+}
+
+// Deepens until a limit, a mate or `stop`.
+void DeepenIteratively(ThreadBlock* tb, MoveEntry* first) {
+    const bool main = IsMain(tb);
+    for (int d = 1; d <= LAST_ITERATION; ++d) {
+        if (main) {
+            d = std::min<int>(d, PBlock.max_depth);
+            PBlock.iteration_depth = static_cast<i8>(d);
+        } else {
+            d = SecondaryDepth(d);
+            PerturbRootOrder(tb, first);
+        }
+        tb->iteration_depth = static_cast<i8>(d);
+        tb->ply_data[0].depth = static_cast<i16>(d);
+        tb->nodes_by_depth[d] = 0;
+        tb->best_score_by_depth[d] = NO_SCORE;
+        SearchLines(tb, first, d);
+        tb->nodes_by_depth[d] = tb->nodes;
+        if (main && PBlock.multipv == 1) TestEasyMove(tb, first, d);
+        if (PBlock.stop) return;
+        if (tb->root_status == ROOT_ABANDONED) continue;
+        if (main) {
+            PBlock.completed_depth = static_cast<i8>(d);
+            PBlock.completed_time = PBlock.elapsed;
+            PBlock.hash_fill = HashFill();
+        }
+        if (MateIsInsideHorizon(tb->best_score_by_depth[d], d) || (main && d >= PBlock.max_depth))
+            return;
+    }
+}
+
+// A search stopped before its first result still answers with a legal move.
+void PublishFallback(Move m) {
+    const SpinGuard guard(&spinlock1);
+    if (PBlock.pv[1] == NO_MOVE) PBlock.pv[1] = m;
+}
+
+// --- one iteration ---
+
+// State of one SearchRoot call.
+struct RootSearch {
+    ThreadBlock* tb;
+    Position* pos;
+    PlyData* pd;
+    int side;
+    int depth;
+    int in_check;
+    bool main;
+    bool verbose;
+    int previous;  // score of the iteration or line before
+    int best;
+    int half_width;
+    Move line[PV_SIZE];
+
+    int Child(int child_depth, int alpha, int beta, int node_type) {
+        return -Search(pos, side ^ 1, 2, child_depth, -beta, -alpha, node_type, line);
+    }
+};
+
+// Shows a move that fails high or low before it is searched again.
+void ShowUnsettled(RootSearch* r, u8 status, Move m, int score) {
+    r->tb->root_status = status;
+    r->tb->running_score = static_cast<i16>(score);
+    SetRootMove(r->tb, m);
+    r->tb->pv[2] = NO_MOVE;
+    if (r->verbose) DisplaySearchInfo(r->tb->slot, -1, r->depth, score, r->tb->pv);
+}
+
+// First move: aspiration window, widened until the score lies inside or the limit is reached.
+int SearchFirstMove(RootSearch* r, Move m) {
+    int alpha = r->previous - r->half_width;
+    int beta = r->previous + r->half_width;
+    if (alpha < MATED_SCORE) alpha = WINDOW_BOTTOM;
+    if (beta > MATE_SCORE) beta = WINDOW_TOP;
+    int step = r->half_width;
+    int v = r->Child(r->depth - 1, alpha, beta, NODE_PV);
+    while (!PBlock.stop &&
+           ((v <= alpha && alpha > WINDOW_BOTTOM) || (v >= beta && beta < WINDOW_TOP))) {
+        ShowUnsettled(r, v > alpha ? ROOT_FAILS_HIGH : ROOT_FIRST_FAILS_LOW, m, v);
+        step = std::max(2 * step, MIN_WIDENING);
+        if (v <= alpha) {
+            alpha -= step;
+            if (alpha < MATED_SCORE) alpha = WINDOW_BOTTOM;
+        } else {
+            beta += step;
+            if (beta > MATE_SCORE) beta = WINDOW_TOP;
+        }
+        v = r->Child(r->depth - 1, alpha, beta, NODE_PV);
+    }
+    return v;
+}
+
+// Later moves: zero window at the best score, then full searches with a rising top while the move
+// fails high.
+int SearchLaterMove(RootSearch* r, Move m, int reduction) {
+    int bottom = r->best;
+    int top = r->best + 1;
+    if (bottom < MATED_SCORE) bottom = WINDOW_BOTTOM;
+    if (top > MATE_SCORE) top = WINDOW_TOP;
+    int step = 1;
+    u8 status = ROOT_LATER_FAILS_HIGH;
+    int v = r->Child(r->depth - reduction - 1, bottom, top, NODE_CUT);
+    while (v >= top && top < WINDOW_TOP && !PBlock.stop) {
+        ShowUnsettled(r, status, m, v);
+        status = ROOT_FAILS_HIGH;
+        step = std::max(2 * step, MIN_WIDENING);
+        top = std::min(top + step, WINDOW_TOP);
+        v = r->Child(r->depth - 1, bottom, top, NODE_PV);
+    }
+    return v <= r->best ? ROOT_FAIL_OFFSET - r->pd->moves_searched : v;
+}
+
+int RootReduction(const RootSearch* r, u8 flags) {
+    const Position* pos = r->pos;
+    if (PBlock.multipv != 1 || r->depth <= REDUCTION_DEPTH ||
+        r->pd->moves_searched <= REDUCTION_MOVES)
+        return 0;
+    if (r->best < r->previous - REDUCTION_DROP || r->best < MATED_SCORE || r->in_check) return 0;
+    if (pos->npm[r->side] == 0 || PawnCount(pos->sig[r->side]) == 0) return 0;
+    return flags ? 0 : 1;
+}
+
+int SearchRootMove(RootSearch* r, const MoveEntry* e) {
+    const Move m = e->move;
+    const int reduction = RootReduction(r, r->pd->move_flags);
+    MakeMove(r->pos, m);
+    int v = 0;
+    if ((PBlock.multipv != 1 || r->depth <= REDUCTION_DEPTH) && r->depth <= 1 &&
+        PBlock.max_depth >= 2) {
+        v = r->Child(r->depth - 1, -INFINITE_SCORE, INFINITE_SCORE, NODE_PV);
+    } else if (r->best == NO_SCORE) {
+        v = SearchFirstMove(r, m);
+    } else {
+        v = SearchLaterMove(r, m, reduction);
+    }
+    UnmakeMove(r->pos);
+    r->tb->root_status = ROOT_NORMAL;
+    if (PBlock.stop) {
+        const int running = r->tb->running_score;
+        v = r->main && r->best > NO_SCORE && running > r->best + STOPPED_FAIL_HIGH_LEAD ? running
+                                                                                        : NO_SCORE;
+    }
+    return v;
+}
+
+void ShowProgress(const RootSearch* r, const MoveEntry* e, int index) {
+    if (!r->main || index != 0 || PBlock.protocol != PROTOCOL_UCI) return;
+    if (PBlock.elapsed <= PROGRESS_SECONDS || PBlock.elapsed <= PBlock.noise) return;
+    if (r->pd->moves_searched == 0) DisplayIterationStart(r->depth);
+    if (PBlock.multipv == 1) DisplayCurrentMove(e->move, r->pd->moves_searched + 1);
+}
+
+void AcceptBest(RootSearch* r, Move m, int score) {
+    ThreadBlock* tb = r->tb;
+    tb->running_score = static_cast<i16>(score);
+    SetRootMove(tb, m);
+    CopyLine(tb->pv, r->line, 2);
+    tb->best_depth = static_cast<i16>(r->depth);
+    r->best = score;
+    if (score <= tb->best_score_by_depth[r->depth]) return;
+    tb->best_score_by_depth[r->depth] = static_cast<i16>(score);
+    if (r->main) NewBestMove(tb);
+}
+
+// Moves an entry to the front of a range, shifting those before it down by one.
+void MoveToFront(MoveEntry* front, MoveEntry* e) {
+    const MoveEntry moved = *e;
+    std::move_backward(front, e, e + 1);
+    *front = moved;
+}
+
+void PrepareRootPly(ThreadBlock* tb, int depth) {
+    PlyData* pd = &tb->ply_data[1];
+    pd->node_type = NODE_PV;
+    pd->depth = static_cast<i16>(depth);
+    pd->alpha = -INFINITE_SCORE;
+    pd->beta = INFINITE_SCORE;
+    pd->extension = 0;
+    pd->iid = 0;
+    pd->move_flags = 0;
+    pd->moves_searched = 0;
+    pd->hash_move = NO_MOVE;
+    tb->extension_count = 0;
+    tb->extension_accumulator = 0;
+}
+
+}  // namespace
+
+void SearchRoot(Position* pos, int side, int depth, int index) {
+    ThreadBlock* tb = ThreadData[pos->thread_id];
+    PlyData* pd = &tb->ply_data[1];
+    PrepareRootPly(tb, depth);
+    const bool main = IsMain(tb);
+    RootSearch r = {};
+    r.tb = tb;
+    r.pos = pos;
+    r.pd = pd;
+    r.side = side;
+    r.depth = depth;
+    r.in_check = InCheck(pos, side);
+    r.main = main;
+    r.verbose = main && PBlock.multipv == 1 && depth > VERBOSE_DEPTH && index == 0;
+    r.previous = tb->running_score;
+    r.best = NO_SCORE;
+    r.half_width = std::max(4 * (15 - depth), 15) + std::abs(r.previous) / 16;
+
+    MoveEntry* front = pd->list_start + index;
+    for (MoveEntry* e = front; e->move != END_OF_LIST; ++e) {
+        if (!main && depth < PBlock.completed_depth && PBlock.elapsed >= SETTLED_SECONDS) {
+            tb->root_status = ROOT_ABANDONED;
+            return;
+        }
+        SelectBest(e);
+        Move saved_pv[PV_SIZE];
+        std::copy(std::begin(tb->pv), std::end(tb->pv), saved_pv);
+        const i16 saved_score = tb->running_score;
+        tb->root_status = ROOT_NORMAL;
+        pd->cursor = e;
+        ShowProgress(&r, e, index);
+        e->score = NO_SCORE;
+        pd->move_flags = r.in_check ? 0 : MoveFlags(pos, side, e);
+
+        const int v = SearchRootMove(&r, e);
+        std::copy(std::begin(saved_pv), std::end(saved_pv), tb->pv);
+        tb->root_move = tb->pv[1];
+        tb->running_score = saved_score;
+        ++pd->moves_searched;
+        e->score = static_cast<i16>(v);
+        if (v > r.best) {
+            AcceptBest(&r, e->move, v);
+            MoveToFront(front, e);
+        }
+        if (PBlock.node_limit != 0 && tb->nodes > PBlock.node_limit && !PBlock.stop)
+            PBlock.stop = STOP_FINISH;
+        if (PBlock.stop) return;
+    }
+}
+
+void NewBestMove(ThreadBlock* tb) {
+    const int score = tb->running_score;
+    const int depth = tb->best_depth;
+    {
+        const SpinGuard guard(&spinlock1);
+        const bool sure_mate = score > SURE_MATE && score >= PBlock.score;
+        const bool deeper = depth > PBlock.depth_done && PBlock.score < SURE_MATE;
+        const bool better = depth == PBlock.depth_done && score > PBlock.score;
+        if (!sure_mate && !deeper && !better) return;
+        if (tb->pv[1] != PBlock.pv[1]) PBlock.change_depth = static_cast<i8>(depth);
+        PBlock.score = static_cast<i16>(score);
+        PBlock.depth_done = static_cast<i8>(depth);
+        std::copy(std::begin(tb->pv), std::end(tb->pv), PBlock.pv);
+        PBlock.score_by_depth[depth] = static_cast<i16>(score);
+        PBlock.best_move_by_depth[depth] = tb->pv[1];
+    }
+    if (depth >= 2 && PBlock.multipv == 1) DisplaySearchInfo(tb->slot, -1, depth, score, tb->pv);
+}
+
+void SearchIterations(int slot) {
+    ThreadBlock* tb = ThreadData[slot];
+    Position* pos = &tb->pos;
+    const bool main = IsMain(tb);
+    ResetThread(tb);
+    const int in_check = InCheck(pos, pos->side);
+    const int eval = Evaluate(tb, pos->side, 1, in_check);
+    tb->root_eval = static_cast<i16>(eval);
+    tb->running_score = static_cast<i16>(eval);
+    tb->ply_data[1].static_eval = static_cast<i16>(eval);
+    tb->ply_data[0].static_eval = static_cast<i16>(-eval);
+
+    if (PBlock.max_depth <= 0 && !in_check) {
+        const int score =
+            Q_Search(pos, pos->side, 1, 0, -INFINITE_SCORE, INFINITE_SCORE, NODE_PV, tb->pv);
+        tb->running_score = static_cast<i16>(score);
+        tb->root_move = tb->pv[1];
+        return;
+    }
+    if (!HasLegalMove(pos, in_check)) {
+        tb->running_score = in_check ? -9999 : 0;
+        tb->best_depth = 1;
+        if (main) NewBestMove(tb);
+        PBlock.stop = STOP_NO_MOVE;
+        return;
+    }
+    MoveEntry* first = BuildRootList(pos);
+    const Move first_move = first->move;
+    DeepenIteratively(tb, first);
+    if (!main) return;
+    PublishFallback(first_move);
+    if (!PBlock.stop) PBlock.stop = STOP_FINISH;
+}

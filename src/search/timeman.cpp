@@ -1,0 +1,214 @@
+// Time management: the clock, the preparation of a search with its target time, and the decision to
+// stop.
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+
+#include "board/moves.h"
+#include "eval/personality.h"
+#include "frontend/output.h"
+#include "frontend/pblock.h"
+#include "platform/clock.h"
+#include "search/search.h"
+#include "search/threads.h"
+
+namespace {
+
+constexpr int ALL_MOVES = 0;   // moves_per_control: the clock covers the whole game
+constexpr int FIXED_TIME = 1;  // moves_per_control: fixed time per move
+constexpr double MIN_TARGET = 0.002;
+constexpr double PONDER_FACTOR = 1.15;
+constexpr double CAUTION_FACTOR = 0.9;
+constexpr double MAX_CLOCK_SHARE = 0.65;
+constexpr double OVERHEADS_KEPT = 4.0;
+constexpr double EMERGENCY_OVERHEADS = 5.0;
+constexpr double PERCENT = 0.01;
+constexpr int MIN_STOP_DEPTH = 2;          // no clock stops a search before this depth is done
+constexpr double MIN_STOP_SECONDS = 0.02;  // before it the search counts as stable
+constexpr double EASY_SHARE = 0.5;
+
+// Shares of the remaining clock, in percent, that instability adds to the limit.
+constexpr int FIRST_FAILS_LOW_PERCENT = 15;
+constexpr int FAILS_HIGH_PERCENT = 10;
+constexpr int LATER_FAILS_HIGH_PERCENT = 4;
+constexpr int OTHER_MOVE_PERCENT = 3;
+constexpr int OTHER_MOVE_LEAD = 15;
+constexpr int BIG_DROP_PERCENT = 14;
+constexpr int MIDDLE_DROP_PERCENT = 6;
+constexpr int SMALL_DROP_PERCENT = 3;
+constexpr int NEW_MOVE_PERCENT = 1;
+
+double start_time = 0.0;  // monotonic seconds
+
+int MovesToGo(int hist_count) {
+    const int n = PBlock.moves_per_control;
+    if (n == ALL_MOVES) return hist_count > 25 ? 24 : 36 - hist_count / 2;
+    if (PBlock.protocol == PROTOCOL_UCI) return PBlock.moves_to_go;
+    return n - (hist_count / 2) % n;
+}
+
+// What other threads' root results say about the stability of the published move.
+int ThreadInstability(int depth, int best, Move best_move) {
+    int percent = 0;
+    for (int i = 1; i <= PBlock.threads; ++i) {
+        const ThreadBlock* tb = ThreadData[i];
+        if (tb == nullptr || tb->iteration_depth < depth) continue;
+        const int score = tb->running_score;
+        const int status = tb->root_status;
+        if (tb->root_move == best_move) {
+            if (score < best && status == ROOT_FIRST_FAILS_LOW) percent = FIRST_FAILS_LOW_PERCENT;
+        } else if (score > best) {
+            if (status == ROOT_FAILS_HIGH) {
+                percent = std::max(percent, FAILS_HIGH_PERCENT);
+            } else if (status == ROOT_LATER_FAILS_HIGH) {
+                percent = std::max(percent, LATER_FAILS_HIGH_PERCENT);
+            } else if (score > best + OTHER_MOVE_LEAD) {
+                percent = std::max(percent, OTHER_MOVE_PERCENT);
+            }
+        }
+    }
+    return percent;
+}
+
+int Instability() {
+    if (PBlock.depth_done < MIN_STOP_DEPTH || PBlock.elapsed <= MIN_STOP_SECONDS) return 0;
+    const ThreadBlock* main_thread = ThreadData[1];
+    if (main_thread == nullptr) return 0;
+    const int depth = main_thread->iteration_depth;
+    if (depth < 1) return 0;
+    int best = 0;
+    Move best_move = NO_MOVE;
+    {
+        const SpinGuard guard(&spinlock1);
+        best = PBlock.score;
+        best_move = PBlock.pv[1];
+    }
+    const int percent = ThreadInstability(depth, best, best_move);
+    const int previous = main_thread->best_score_by_depth[depth - 1];
+    const int margin = std::abs(previous) <= 799 ? std::abs(previous) / 16 + 15 : 65;
+    if (best < previous - 4 * margin) return std::max(percent, BIG_DROP_PERCENT);
+    if (best < previous - 2 * margin) return std::max(percent, MIDDLE_DROP_PERCENT);
+    if (best < previous - margin) return std::max(percent, SMALL_DROP_PERCENT);
+    if (PBlock.change_depth >= depth - 1) return std::max(percent, NEW_MOVE_PERCENT);
+    return percent;
+}
+
+bool TimeIsUp(int percent) {
+    const bool fixed = PBlock.moves_per_control == FIXED_TIME;
+    const double remaining = std::max(0.0, PBlock.clock[game_position->side] - PBlock.elapsed);
+    double limit = PBlock.target_time + PERCENT * percent * remaining;
+    if (!fixed) limit -= PBlock.comm_overhead;
+    return PBlock.elapsed >= limit ||
+           (!fixed && EMERGENCY_OVERHEADS * PBlock.comm_overhead > remaining);
+}
+
+void ResetResult() {
+    PBlock.stop = STOP_NONE;
+    PBlock.score = NO_SCORE;
+    PBlock.depth_done = 0;
+    PBlock.iteration_depth = 0;
+    PBlock.completed_depth = 0;
+    PBlock.completed_time = 0.0;
+    std::fill(std::begin(PBlock.pv), std::end(PBlock.pv), NO_MOVE);
+    PBlock.change_depth = 0;
+    PBlock.easy_move = 0;
+    std::fill(std::begin(PBlock.ncnt), std::end(PBlock.ncnt), 0);
+    std::fill(std::begin(PBlock.score_by_depth), std::end(PBlock.score_by_depth),
+              static_cast<i16>(NO_SCORE));
+    std::fill(std::begin(PBlock.best_move_by_depth), std::end(PBlock.best_move_by_depth), NO_MOVE);
+}
+
+// A table of 0 MB is switched off for the search; a later table brings the mode back.
+void SetHashModeOfSearch() {
+    if (PBlock.hash_mb < 1) {
+        if (PBlock.hash_mode != 0) PBlock.saved_hash_mode = PBlock.hash_mode;
+        PBlock.hash_mode = 0;
+    } else if (PBlock.saved_hash_mode != 0) {
+        PBlock.hash_mode = PBlock.saved_hash_mode;
+        PBlock.saved_hash_mode = 0;
+    }
+}
+
+void ShowSearchStart(const Position* pos) {
+    if (PBlock.noise >= NOISE_NEVER) return;
+    char epd[EPD_FIELDS_SIZE];
+    MakeEPD(pos, epd);
+    char text[EPD_FIELDS_SIZE + 64];
+    if (PBlock.protocol == PROTOCOL_UCI) {
+        std::snprintf(text, sizeof text, "info string fen %s", epd);
+        LogMessage(text);
+        std::snprintf(text, sizeof text, "info string ply= %d, trg_time= %0.3f sec",
+                      pos->hist_count, PBlock.target_time);
+        LogMessage(text);
+        return;
+    }
+    ShowMessageF("fen %s", epd);
+    ShowMessageF("Ply= %d, Clock= %0.2fs  Target time= %0.2fs", pos->hist_count,
+                 PBlock.clock[pos->side], PBlock.target_time);
+}
+
+}  // namespace
+
+void GetElapsedTime(int start) {
+    const double now = MonotonicSeconds();
+    if (start) start_time = now;
+    PBlock.elapsed = now - start_time;
+}
+
+void SetTargetTime(int side, int hist_count) {
+    if (PBlock.moves_per_control == FIXED_TIME) {
+        PBlock.target_time = PBlock.base_time;
+        PBlock.clock[side] = PBlock.base_time;
+        return;
+    }
+    PBlock.moves_to_go = static_cast<u16>(MovesToGo(hist_count));
+    const double clock = PBlock.clock[side];
+    const double increment = PBlock.increment;
+    double target = clock / (PBlock.moves_to_go + 1);
+    target *= PBlock.ponder && PBlock.moves_to_go > 2 ? PONDER_FACTOR : CAUTION_FACTOR;
+    if (clock > OVERHEADS_KEPT * PBlock.comm_overhead)
+        target += increment * clock / (2 * increment + clock);
+    target = std::min(target, MAX_CLOCK_SHARE * clock - OVERHEADS_KEPT * PBlock.comm_overhead);
+    // Written so that a target that is no number, from clocks without sense, becomes the floor too.
+    if (!(target >= MIN_TARGET)) target = MIN_TARGET;
+    PBlock.target_time = target;
+}
+
+void InitSearch() {
+    const Position* pos = game_position;
+    ResetResult();
+    PBlock.draw_score[pos->side] = Personality.draw_score;
+    PBlock.draw_score[pos->side ^ 1] = static_cast<i16>(-Personality.draw_score);
+    PBlock.tt_age = pos->hist_count;
+    SetHashModeOfSearch();
+    PBlock.search_state = PBlock.start_request;
+    SetTargetTime(pos->side, pos->hist_count);
+    CopyGamePosition();
+    ShowSearchStart(pos);
+}
+
+void SearchTimeout() {
+    GetElapsedTime(0);
+    if (PBlock.search_state == SEARCH_PONDER || PBlock.stop) return;
+    if (TimeIsUp(Instability())) {
+        if (PBlock.depth_done < MIN_STOP_DEPTH) return;
+        PBlock.stop = PBlock.search_state == SEARCH_THINK ? STOP_FINISH : STOP_ABANDON;
+    } else if (PBlock.easy_move == 1 ||
+               (PBlock.easy_move == 2 && PBlock.elapsed >= EASY_SHARE * PBlock.target_time)) {
+        PBlock.stop = STOP_FINISH;
+    }
+}
+
+double EffectiveBranchingFactor() {
+    constexpr double unknown = 2.0;
+    constexpr int first_depth = 5;
+    constexpr int span = 4;
+    const int depth = PBlock.completed_depth;
+    const ThreadBlock* tb = ThreadData[1];
+    if (depth <= first_depth || tb == nullptr) return unknown;
+    const u64 nodes = tb->nodes_by_depth[depth];
+    const u64 earlier = tb->nodes_by_depth[depth - span];
+    if (nodes == 0 || earlier == 0) return unknown;
+    return std::pow(static_cast<double>(nodes) / static_cast<double>(earlier), 1.0 / span);
+}

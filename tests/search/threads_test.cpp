@@ -1,0 +1,102 @@
+// The pool of search threads: creation, growth and shrinkage, ending it while it searches, totals.
+#include "search/threads.h"
+
+#include <gtest/gtest.h>
+
+#include "board/reference.h"
+#include "frontend/pblock.h"
+#include "search/search.h"
+#include "support/engine.h"
+
+namespace {
+
+class PoolTest : public testing::Test {
+protected:
+    void SetUp() override {
+        ResetEngine(1);
+        SetGame(SamplePositions()[1]);
+        SpinLockCreate(&spinlock1);
+        SpinLockCreate(&spinlock2);
+        AlertCreate(&front_end_alert);
+    }
+
+    void TearDown() override {
+        KillThreadPool(PBlock.threads);
+        AlertDestroy(&front_end_alert);
+        SpinLockDestroy(&spinlock2);
+        SpinLockDestroy(&spinlock1);
+    }
+
+    void Resize(int n) {
+        if (running_) KillThreadPool(PBlock.threads);
+        PBlock.threads = static_cast<u8>(n);
+        ASSERT_EQ(CreateThreadPool(n), 0);
+        running_ = true;
+        for (int slot = 1; slot <= n; ++slot) {
+            ASSERT_NE(ThreadData[slot], nullptr);
+            EXPECT_EQ(ThreadData[slot]->slot, slot);
+            EXPECT_EQ(ThreadData[slot]->pos.thread_id, slot);
+            EXPECT_EQ(ThreadData[slot]->seed, 123u * static_cast<unsigned>(slot));
+        }
+        EXPECT_EQ(BusyThreads(), 0);
+    }
+
+    static void Start(int depth) {
+        PBlock.max_depth = static_cast<i8>(depth);
+        PBlock.start_request = SEARCH_THINK;
+        GetElapsedTime(1);
+        InitSearch();
+        StartSearch();
+    }
+
+    bool running_ = false;
+};
+
+TEST_F(PoolTest, SearchesOnOneFourAndTwoThreadsPublishALegalMoveAndTheirTotals) {
+    for (int n : {1, 4, 2}) {
+        Resize(n);
+        if (n == 2) {
+            EXPECT_NE(ThreadData[4], nullptr) << "old records stay until they are replaced";
+        }
+        Start(8);
+        while (BusyThreads() > 0) {
+            SearchTimeout();
+            SleepEx(1, &front_end_alert);
+        }
+        WaitUntilIdle();
+        EXPECT_NE(PBlock.stop, STOP_NONE);
+        EXPECT_EQ(PBlock.depth_done, 8);
+        EXPECT_TRUE(MoveIsLegal(game_position, WHITE, PBlock.pv[1]));
+        ThreadData[0]->nodes = 1u << 30;  // never part of the totals
+        Collect();
+        u64 nodes = 0, probes = 0, hits = 0;
+        EXPECT_GT(ThreadData[1]->nodes, 0u);
+        for (int slot = 1; slot <= n; ++slot) {
+            nodes += ThreadData[slot]->nodes;
+            probes += ThreadData[slot]->tt_probes;
+            hits += ThreadData[slot]->eval_hits;
+            EXPECT_EQ(ThreadData[slot]->pos.hash, game_position->hash);
+        }
+        EXPECT_EQ(sstats.nodes, nodes);
+        EXPECT_EQ(sstats.tt_probes, probes);
+        EXPECT_EQ(sstats.eval_hits, hits);
+    }
+}
+
+TEST_F(PoolTest, EndingThePoolStopsARunningSearchFirst) {
+    Resize(3);
+    Start(MAX_DEPTH);
+    SleepEx(20, &front_end_alert);
+    EXPECT_GT(BusyThreads(), 0);
+    KillThreadPool(3);
+    EXPECT_EQ(BusyThreads(), 0);
+    EXPECT_EQ(PBlock.stop, STOP_QUIT);
+    for (int slot = 1; slot <= 3; ++slot)
+        EXPECT_TRUE(PositionIsSound(&ThreadData[slot]->pos)) << slot;
+    ASSERT_EQ(CreateThreadPool(3), 0);
+    Start(2);
+    WaitUntilIdle();
+    EXPECT_EQ(PBlock.depth_done, 2);
+}
+
+}  // namespace
