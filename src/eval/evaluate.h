@@ -1,0 +1,95 @@
+// Static evaluation of a position, its per-thread scratch record and caches, and the report. Needs
+// the square tables, the keys, InitKPK and InitEval. Each thread evaluates with its own
+// ThreadBlock.
+#pragma once
+
+#include "board/plydata.h"
+#include "board/position.h"
+
+struct ThreadBlock;
+
+inline constexpr int EVAL_CACHE_SIZE = 16384;  // entries per thread
+inline constexpr int PAWN_CACHE_SIZE = 8192;
+inline constexpr int NO_SCORE = -10000;  // a score that does not exist (side to move in check)
+inline constexpr int MAX_STAGE = 24;
+inline constexpr int QUEEN_CONTACT_DANGER = 5000;  // added to hanging material: danger of mate
+
+struct EvalCacheEntry {
+    i16 score;  // for the side of the probe
+    u8 free_pawn_rank[2];
+    i16 hanging[2];
+    u64 key;
+};
+static_assert(sizeof(EvalCacheEntry) == 16);
+
+struct PawnEntry {
+    i16 opening[2];  // structure scores, pawn piece-square values included
+    i16 ending[2];
+    u16 mask[2];  // low byte files, high byte ranks that hold a pawn of the side
+    Bitboard attack_span[2];
+    Bitboard passed;      // both colours
+    Bitboard candidates;  // both colours
+    u64 key;              // pawn_hash
+};
+
+// Scratch record of one Evaluate call; owned by the thread, lives during the call only. [0] white,
+// [1] black.
+struct EvalInfo {
+    const Position* pos;
+    PlyData* pd;
+    const PawnEntry* pawn_entry;
+    int ply;
+    int stage;                 // 0..24
+    bool report;               // this call fills the report
+    bool back_rank_target[2];  // enemy king or pawns make the seventh rank worth a visit
+    bool king_confined[2];     // the side's king is held on the edge
+    int race[2];               // pawn race value
+    int pawns[2], knights[2], bishops[2], rooks[2], queens[2];
+    int pieces[2];  // knights + bishops + rooks + queens
+    int phase[2];   // capped at 12
+    int material_op[2], material_en[2];
+    int mobility[2];
+    int positional_op[2], positional_en[2];
+    int king_attack[2];  // pressure of the side's men on the enemy king
+    int king_safety[2];  // kept, shown nowhere
+    int king_square[2];
+    Bitboard occupied;
+    Bitboard outposts[2];
+    Bitboard hanging;  // both colours
+    Bitboard pinned;   // both colours
+    Bitboard mobility_area[2];
+    Bitboard king_zone[2];
+    Bitboard attacks[2];        // by any man
+    Bitboard attacks_by[2][8];  // by piece type
+    Bitboard attacked_twice[2];
+    Bitboard knight_checks[2];  // of that side's king: squares from which an enemy knight would
+                                // check, likewise below
+    Bitboard bishop_checks[2];
+    Bitboard rook_checks[2];
+};
+
+// Score in centipawns for `side`, the side to move; NO_SCORE when in_check. Leaves hanging
+// material, free-pawn ranks and the trivial-draw flag in tb->ply_data[ply]. ply 1 = root: caches
+// are not trusted there, and slot 1 fills PBlock.report.
+int Evaluate(ThreadBlock* tb, int side, int ply, int in_check);
+
+// Parts of Evaluate (pawns.cpp, king.cpp).
+void EvaluatePawns(ThreadBlock* tb, EvalInfo* info);
+void EvalKing(EvalInfo* info, int side, int king_square);
+void EvalPinnedPieces(EvalInfo* info, int side);
+
+// Endgame knowledge (endgame.cpp).
+extern u8 kpk_db[2][32][64][64];
+void InitKPK();                              // fills the bitbase; needs the square tables
+int EvalKPK(const Position* pos, int side);  // +-800 or 0; requires exactly one pawn and no pieces
+int EvalMopup(const EvalInfo* info, int side);
+// True, with *score for `side` set, when a special ending answers the position; pd->trivial_draw is
+// set for dead material.
+bool EvalSpecialEnding(EvalInfo* info, int side, int* score);
+// Drawishness factor of a blended score (for `side`, tempo included), 0..1.
+double DrawishnessFactor(const EvalInfo* info, int side, int score);
+
+// Report (report.cpp). Prints the evaluation of the game position; stops and waits for nothing: no
+// search may run.
+void ShowEvalInfo();
+void PrintPSQTable(const i16* table, const char* title);

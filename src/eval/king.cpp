@@ -1,0 +1,171 @@
+// King safety, king activity in the ending, and pins. Called once per side after all piece terms,
+// so that every attack set, check square and pressure counter of the EvalInfo is complete.
+#include <algorithm>
+#include <cstdlib>
+
+#include "eval/evalhelpers.h"
+#include "eval/evaluate.h"
+#include "eval/personality.h"
+
+namespace {
+
+constexpr u8 shield_centre_file[8] = {1, 1, 2, 3, 4, 5, 6, 6};  // by king file
+constexpr Bitboard shield_ranks[2] = {RankMask(1) | RankMask(2), RankMask(6) | RankMask(5)};
+constexpr Bitboard SHELTERED = Bit(0) | Bit(1) | Bit(6) | Bit(7);  // a1, b1, g1, h1 of the side
+constexpr int king_advance[8] = {0, 0, 5, 10, 15, 20, 20, 20};     // ending, by relative rank
+
+constexpr int ATTACK_PHASE = 3;   // the enemy needs this much phase to attack a king at all
+constexpr int FULL_OP_PHASE = 4;  // and this much, with a queen, for the full opening value
+constexpr int SHIELD_HOLES_FREE = 2;
+constexpr int STORM_FILE_DISTANCE = 2;  // castled to opposite wings when farther apart
+constexpr int SAFE_CHECK = 8;           // centipawns
+constexpr int CONTACT_THREAT = 2;       // entries of KingDanger, like QUEEN_CHECK
+constexpr int QUEEN_CHECK = 2;
+constexpr int DANGER_MAX = 31;
+constexpr int ACTIVITY_STAGE = 13;  // the king steps out beyond this stage
+constexpr int REACHES_CENTRE = 12;
+constexpr int REACHES_BLOCK = 8;
+constexpr int CONFINED = 12;
+constexpr int PAWN_FILE_DISTANCE = 8;  // per file away from all pawns
+
+// Opening value of the pawns before the king; *holes gets what is missing of them.
+template <int US>
+inline int PawnCover(const EvalInfo* info, int k, int* holes) {
+    constexpr int THEM = US ^ 1;
+    const Position* pos = info->pos;
+    const Bitboard own = pos->bb[US][PAWN];
+    const int centre = shield_centre_file[FileOf(k)];
+    const bool storm = std::abs(centre - FileOf(info->king_square[THEM])) > STORM_FILE_DISTANCE;
+    *holes = std::max(0, 2 - CountBits(own & BB_KingRays[k]));
+    int storm_files = 0;
+    for (int file = centre - 1; file <= centre + 1; file++) {
+        if ((own & shield_ranks[US] & FileMask(file)) == 0) (*holes)++;
+        if (storm && (pos->bb[THEM][PAWN] & HOME_HALF[THEM] & FileMask(file)) == 0) storm_files++;
+    }
+    return Personality.pawn_shield * (SHIELD_HOLES_FREE - *holes) +
+           Personality.pawn_storm * storm_files;
+}
+
+// Pressure of the enemy's pieces; lowers both values.
+template <int US>
+inline void KingPressure(EvalInfo* info, int k, int holes, int* opening, int* ending) {
+    constexpr int THEM = US ^ 1;
+    const Bitboard* own = info->attacks_by[US];
+    const Bitboard* enemy = info->attacks_by[THEM];
+    const Bitboard by_pieces = own[PAWN] | own[KNIGHT] | own[BISHOP] | own[ROOK] | own[QUEEN];
+    const Bitboard zone = info->king_zone[US];
+    int index =
+        info->king_attack[THEM] + holes + ((SHELTERED >> RelativeSquare<US>(k)) & 1 ? 0 : 1);
+    index += CountBits(enemy[KNIGHT] & zone & ~own[PAWN]);
+    index += CountBits(enemy[BISHOP] & zone & ~own[PAWN]);
+    index += CountBits(enemy[ROOK] & zone & ~(own[PAWN] | own[KNIGHT] | own[BISHOP]));
+    index += CountBits(enemy[QUEEN] & zone & ~by_pieces);
+
+    const Bitboard safe =
+        ~info->pos->bb[THEM][0] & ~by_pieces & (~BB_KingRays[k] | info->attacked_twice[THEM]);
+    const Bitboard diagonal = info->bishop_checks[US] & safe;
+    const Bitboard straight = info->rook_checks[US] & safe;
+    int checks = CountBits(enemy[KNIGHT] & info->knight_checks[US] & safe) +
+                 CountBits(enemy[BISHOP] & diagonal) + CountBits(enemy[ROOK] & straight);
+    if (enemy[QUEEN] & diagonal) checks += QUEEN_CHECK;
+    if (enemy[QUEEN] & straight) checks += QUEEN_CHECK;
+    index += checks;
+    if (enemy[QUEEN] & safe & BB_KingRays[k]) {
+        index += CONTACT_THREAT;
+        info->pd->hanging[US] = static_cast<i16>(info->pd->hanging[US] + QUEEN_CONTACT_DANGER);
+    }
+    if (info->pos->side == US) index--;
+    *opening -= SAFE_CHECK * checks + KingDanger[std::clamp(index, 0, DANGER_MAX)];
+    *ending -= SAFE_CHECK * checks;
+}
+
+// Ending value of an active king.
+template <int US>
+inline int KingActivity(EvalInfo* info, int k) {
+    constexpr int THEM = US ^ 1;
+    const Position* pos = info->pos;
+    int value = 0;
+    const Bitboard moves = BB_KingRays[k] & ~info->attacks[THEM] & ~pos->bb[US][0];
+    if (moves & BLOCK_D4_E5) {
+        value += REACHES_CENTRE;
+    } else if (moves & BLOCK_C3_F6) {
+        value += REACHES_BLOCK;
+    } else if ((moves & BLOCK_B2_G7) == 0) {
+        value -= CONFINED;
+        info->king_confined[US] = true;
+    }
+    const int files = (info->pawn_entry->mask[WHITE] | info->pawn_entry->mask[BLACK]) & 255;
+    if (files != 0) {
+        const int away = std::max(leftbit[files] - FileOf(k), FileOf(k) - rightbit[files]);
+        if (away > 0) value -= PAWN_FILE_DISTANCE * away;
+    }
+    if (pos->bb[THEM][PAWN] & HOME_HALF[THEM]) value += king_advance[RelativeRank<US>(k)];
+    return value;
+}
+
+template <int US>
+void EvalKingOf(EvalInfo* info, int k) {
+    constexpr int THEM = US ^ 1;
+    int opening = KingOpening[RelativeSquare<US>(k)];
+    int ending = KingEnding[RelativeSquare<US>(k)];
+    info->king_confined[US] = false;
+    if (info->phase[THEM] >= ATTACK_PHASE) {
+        int holes;
+        opening += PawnCover<US>(info, k, &holes);
+        KingPressure<US>(info, k, holes, &opening, &ending);
+        info->king_safety[US] = opening;
+    }
+    if (info->queens[THEM] == 0 || info->phase[THEM] < FULL_OP_PHASE) opening /= 2;
+    if (info->stage > ACTIVITY_STAGE) ending += KingActivity<US>(info, k);
+    info->positional_op[US] += opening;
+    info->positional_en[US] += ending;
+    if (info->report) ReportPiece(info, &PBlock.report.kings[US], k, opening, ending);
+}
+
+// Men that stand alone between `target` and one of the sliders.
+inline Bitboard SingleBlockers(const EvalInfo* info, int target, Bitboard sliders) {
+    Bitboard found = 0;
+    while (sliders != 0) {
+        const Bitboard men = BB_Between[PopLSB(&sliders)][target] & info->occupied;
+        if ((men & (men - 1)) == 0) found |= men;  // one, or none
+    }
+    return found;
+}
+
+template <int US>
+void EvalPinnedOf(EvalInfo* info) {
+    constexpr int THEM = US ^ 1;
+    const Bitboard* own = info->pos->bb[US];
+    const Bitboard* enemy = info->pos->bb[THEM];
+    const int k = info->king_square[US];
+    Bitboard candidates = SingleBlockers(info, k,
+                                         (BB_BishopRays[k] & (enemy[BISHOP] | enemy[QUEEN])) |
+                                             (BB_RookRays[k] & (enemy[ROOK] | enemy[QUEEN])));
+    if (info->queens[US] == 1) {
+        const int q = GetLSB(own[QUEEN]);
+        candidates |= SingleBlockers(
+            info, q, (BB_BishopRays[q] & enemy[BISHOP]) | (BB_RookRays[q] & enemy[ROOK]));
+    }
+    const Bitboard pinned = candidates & own[0] & ~own[PAWN];
+    if (pinned == 0) return;
+    const int charge = Personality.pinned * CountBits(pinned);
+    info->positional_op[US] += charge;
+    info->positional_en[US] += charge;
+    info->pinned |= pinned;
+}
+
+}  // namespace
+
+void EvalKing(EvalInfo* info, int side, int king_square) {
+    if (side == WHITE)
+        EvalKingOf<WHITE>(info, king_square);
+    else
+        EvalKingOf<BLACK>(info, king_square);
+}
+
+void EvalPinnedPieces(EvalInfo* info, int side) {
+    if (side == WHITE)
+        EvalPinnedOf<WHITE>(info);
+    else
+        EvalPinnedOf<BLACK>(info);
+}

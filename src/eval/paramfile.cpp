@@ -1,0 +1,262 @@
+// Reader of the parameter file: one "key value" setting a line, and blocks of eight lines for whole
+// piece-square tables. Nothing has to be initialised first; called while no search runs. The file
+// comes from outside: a line that cannot be right is named on the message output, and no line can
+// do more than set its own field.
+#include <cstddef>
+#include <cstdio>
+#include <cstring>
+
+#include "eval/personality.h"
+#include "frontend/output.h"
+
+namespace {
+
+constexpr int MAX_LINE = 254;   // characters of a line, without its end
+constexpr int MAX_TEXT = 79;    // characters of a setting without leading and trailing spaces
+constexpr int SHOWN_TEXT = 40;  // characters of the file that a message repeats at most
+
+// A field of the record that a key sets. A width of 1 or 2 bytes takes the low bits of the value;
+// TABLE marks a piece-square row of 64 values.
+enum class Field : u8 { BYTE, WORD, TABLE };
+struct Parameter {
+    const char* key;
+    std::size_t offset;  // into PersonalityRecord
+    Field kind;
+};
+
+#define VESK_WORD(name) \
+    { #name, offsetof(PersonalityRecord, name), Field::WORD }
+#define VESK_BYTE(name) \
+    { #name, offsetof(PersonalityRecord, name), Field::BYTE }
+#define VESK_ENTRY(key, member, kind) \
+    { key, offsetof(PersonalityRecord, member), Field::kind }
+constexpr Parameter parameters[] = {
+    VESK_BYTE(NMP_depth),
+    VESK_BYTE(LMR_depth),
+    VESK_BYTE(LMR_strength),
+    VESK_ENTRY("CNP_margin_depth1", CNP_margin[1], WORD),
+    VESK_ENTRY("CNP_margin_depth2", CNP_margin[2], WORD),
+    VESK_ENTRY("CNP_margin_depth3", CNP_margin[3], WORD),
+    VESK_ENTRY("CNP_margin_depth4", CNP_margin[4], WORD),
+    VESK_ENTRY("CNP_margin_depth5", CNP_margin[5], WORD),
+    VESK_ENTRY("FP_margin_depth1", FP_margin[1], WORD),
+    VESK_ENTRY("FP_margin_depth2", FP_margin[2], WORD),
+    VESK_ENTRY("FP_margin_depth3", FP_margin[3], WORD),
+    VESK_ENTRY("LMP_count_depth1", LMP_count[1], BYTE),
+    VESK_ENTRY("LMP_count_depth2", LMP_count[2], BYTE),
+    VESK_ENTRY("LMP_count_depth3", LMP_count[3], BYTE),
+    VESK_ENTRY("LMP_count_depth4", LMP_count[4], BYTE),
+    VESK_ENTRY("LMP_count_depth5", LMP_count[5], BYTE),
+    VESK_WORD(draw_score),
+    VESK_WORD(pawn_value_op),
+    VESK_WORD(pawn_value_en),
+    VESK_WORD(knight_value_op),
+    VESK_WORD(knight_value_en),
+    VESK_WORD(bishop_value_op),
+    VESK_WORD(bishop_value_en),
+    VESK_WORD(rook_value_op),
+    VESK_WORD(rook_value_en),
+    VESK_WORD(queen_value_op),
+    VESK_WORD(queen_value_en),
+    VESK_WORD(bishop_pair),
+    VESK_WORD(knight_mobility),
+    VESK_WORD(bishop_mobility),
+    VESK_WORD(rook_mobility),
+    VESK_WORD(queen_mobility),
+    VESK_ENTRY("passed_pawn_rank2", passed_pawn_rank[0], WORD),
+    VESK_ENTRY("passed_pawn_rank3", passed_pawn_rank[1], WORD),
+    VESK_ENTRY("passed_pawn_rank4", passed_pawn_rank[2], WORD),
+    VESK_ENTRY("passed_pawn_rank5", passed_pawn_rank[3], WORD),
+    VESK_ENTRY("passed_pawn_rank6", passed_pawn_rank[4], WORD),
+    VESK_ENTRY("passed_pawn_rank7", passed_pawn_rank[5], WORD),
+    VESK_WORD(pawn_doubled),
+    VESK_WORD(pawn_backward),
+    VESK_WORD(pawn_isolated),
+    VESK_WORD(pawn_weak),
+    VESK_WORD(pawn_candidate),
+    VESK_WORD(knight_outpost),
+    VESK_WORD(rook_open_file),
+    VESK_WORD(rook_half_open_file),
+    VESK_WORD(rook_rank7),
+    VESK_WORD(rook_trapped),
+    VESK_WORD(queen_rank7),
+    VESK_WORD(king_safety),
+    VESK_WORD(pawn_shield),
+    VESK_WORD(pawn_storm),
+    VESK_WORD(hung),
+    VESK_WORD(pinned),
+    VESK_ENTRY("PST_pawn_op", PST_op[PAWN], TABLE),
+    VESK_ENTRY("PST_knight_op", PST_op[KNIGHT], TABLE),
+    VESK_ENTRY("PST_bishop_op", PST_op[BISHOP], TABLE),
+    VESK_ENTRY("PST_rook_op", PST_op[ROOK], TABLE),
+    VESK_ENTRY("PST_queen_op", PST_op[QUEEN], TABLE),
+    VESK_ENTRY("PST_king_op", PST_op[KING], TABLE),
+    VESK_ENTRY("PST_pawn_en", PST_en[PAWN], TABLE),
+    VESK_ENTRY("PST_knight_en", PST_en[KNIGHT], TABLE),
+    VESK_ENTRY("PST_bishop_en", PST_en[BISHOP], TABLE),
+    VESK_ENTRY("PST_rook_en", PST_en[ROOK], TABLE),
+    VESK_ENTRY("PST_queen_en", PST_en[QUEEN], TABLE),
+    VESK_ENTRY("PST_king_en", PST_en[KING], TABLE),
+};
+#undef VESK_WORD
+#undef VESK_BYTE
+#undef VESK_ENTRY
+
+// The file being read and the line read last.
+// Invariants: 1. `text` is NUL-terminated and holds neither the line's leading spaces nor its end.
+// 2. When `too_long` or `has_nul` it is not the whole line, and only good to be shown.
+struct ParameterFile {
+    const char* path;
+    std::FILE* stream;
+    int line_number = 0;
+    char text[MAX_LINE + 2] = "";
+    bool too_long = false;
+    bool has_nul = false;
+};
+
+// Reads the next line; false at the end of the file. A carriage return before the line feed belongs
+// to the line's end.
+bool ReadLine(ParameterFile* file) {
+    int total = 0, length = 0, c;
+    file->too_long = file->has_nul = false;
+    while ((c = std::getc(file->stream)) != EOF && c != '\n') {
+        if (total <= MAX_LINE + 1) total++;
+        if (c == ' ' && length == 0) continue;
+        if (c == '\0') file->has_nul = true;
+        if (length <= MAX_LINE) file->text[length++] = static_cast<char>(c);
+    }
+    if (c == EOF && total == 0) return false;
+    file->line_number++;
+    if (length > 0 && total <= MAX_LINE + 1 && file->text[length - 1] == '\r') length--, total--;
+    file->too_long = total > MAX_LINE && length > 0;
+    file->text[length] = '\0';
+    return true;
+}
+
+// Names a line that cannot be right: "vesk.rc, line 12: no value: "knight_value_op"".
+void ShowFault(const ParameterFile* file, const char* what, const char* part) {
+    char shown[SHOWN_TEXT + 1];
+    int n = 0;
+    for (; part[n] != '\0' && n < SHOWN_TEXT; n++) {
+        const bool printable = part[n] >= ' ' && part[n] <= '~';
+        shown[n] = printable ? part[n] : '?';
+    }
+    shown[n] = '\0';
+    if (n == 0)
+        ShowMessageF("%s, line %d: %s", file->path, file->line_number, what);
+    else
+        ShowMessageF("%s, line %d: %s: \"%s\"", file->path, file->line_number, what, shown);
+}
+
+// Leading integer of a text: white space, a sign, digits; 0 without digits. Only the low bits
+// matter, so that it wraps instead of overflowing. *clean is cleared when there are no digits or
+// something else follows them.
+u32 LeadingInteger(const char* text, bool* clean) {
+    text += std::strspn(text, " \t\r\v\f");
+    const bool negative = *text == '-';
+    if (*text == '-' || *text == '+') text++;
+    const char* digits = text;
+    u32 value = 0;
+    for (; *text >= '0' && *text <= '9'; text++) value = value * 10 + static_cast<u32>(*text - '0');
+    if (text == digits || std::strchr(" \t\r", *text) == nullptr) *clean = false;
+    return negative ? 0 - value : value;
+}
+
+i16 Word(u32 value) { return static_cast<i16>(static_cast<u16>(value)); }
+
+// Comments and blank lines.
+bool IsComment(const ParameterFile* file) {
+    return file->text[0] == '#' || (file->text[0] == '\0' && !file->has_nul);
+}
+
+// Reads one line of eight values. A short line reads missing values as 0; a line that was cut, or
+// that holds a NUL, leaves the row as it was.
+void ReadRow(ParameterFile* file, i16* row) {
+    if (file->has_nul || file->too_long) {
+        ShowFault(file, file->has_nul ? "NUL character" : "line too long", file->text);
+        return;
+    }
+    i16 values[8] = {};
+    int count = 0;
+    bool clean = true;
+    const char* text = IsComment(file) ? "" : file->text;
+    for (; *text != '\0'; text += std::strcspn(text, " "), text += std::strspn(text, " "), count++)
+        if (count < 8) values[count] = Word(LeadingInteger(text, &clean));
+    std::memcpy(row, values, sizeof values);
+    if (count != 8)
+        ShowFault(file, "a piece-square line needs eight numbers", file->text);
+    else if (!clean)
+        ShowFault(file, "malformed number", file->text);
+}
+
+// Reads the eight lines that follow into a row of 64 values, rank 8 first. Stops at the end of the
+// file; what is not reached stays.
+void LoadPST(i16* row, ParameterFile* file) {
+    for (int rank = 7; rank >= 0; rank--) {
+        if (!ReadLine(file)) {
+            ShowFault(file, "the file ends inside a piece-square table", "");
+            return;
+        }
+        ReadRow(file, row + 8 * rank);
+    }
+}
+
+const Parameter* FindParameter(const char* key, std::size_t length) {
+    for (const Parameter& p : parameters)
+        if (std::strlen(p.key) == length && std::memcmp(p.key, key, length) == 0) return &p;
+    return nullptr;
+}
+
+void ReadSetting(ParameterFile* file, PersonalityRecord* record) {
+    const char* text = file->text;
+    if (file->has_nul) {
+        ShowFault(file, "NUL character", text);
+        return;
+    }
+    std::size_t length = std::strlen(text);
+    while (length > 0 && text[length - 1] == ' ') length--;
+    if (file->too_long || length > MAX_TEXT) {
+        ShowFault(file, "line too long", text);
+        return;
+    }
+    const std::size_t key_length = std::strcspn(text, " =");
+    const Parameter* p = FindParameter(text, key_length);
+    if (p == nullptr) {
+        const std::size_t tab = std::strcspn(text, "\t");
+        if (tab < key_length && FindParameter(text, tab) != nullptr)
+            ShowFault(file, "a tab does not separate key and value", text);
+        return;
+    }
+    if (text[key_length] == '\0') {
+        ShowFault(file, "key without a value", text);
+        return;
+    }
+    char* field = reinterpret_cast<char*>(record) + p->offset;
+    if (p->kind == Field::TABLE) {
+        LoadPST(reinterpret_cast<i16*>(field), file);
+        return;
+    }
+    const char* value_text = text + key_length + std::strspn(text + key_length, " =");
+    bool clean = true;
+    const u32 value = LeadingInteger(value_text, &clean);
+    if (!clean)
+        ShowFault(file, *value_text == '\0' ? "no value, 0 is used" : "malformed number", text);
+    if (p->kind == Field::BYTE)
+        *reinterpret_cast<u8*>(field) = static_cast<u8>(value);
+    else
+        *reinterpret_cast<i16*>(field) = Word(value);
+}
+
+}  // namespace
+
+int LoadConfigFile(const char* path, PersonalityRecord* record) {
+    ParameterFile file;
+    file.path = path;
+    file.stream = std::fopen(path, "rb");
+    if (file.stream == nullptr) return 0;
+    ShowMessageF("loading parameters from %s\n", path);
+    while (ReadLine(&file))
+        if (!IsComment(&file)) ReadSetting(&file, record);
+    std::fclose(file.stream);
+    return 1;
+}

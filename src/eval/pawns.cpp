@@ -1,0 +1,255 @@
+// Pawn structure and passed pawns. What depends on the pawns alone is kept in the thread's pawn
+// cache by pawn_hash; what kings and pieces decide is computed on every call. A zero-filled entry
+// is right for a board without pawns, whose key is 0.
+#include <algorithm>
+
+#include "eval/evalhelpers.h"
+#include "eval/evaluate.h"
+#include "eval/personality.h"
+#include "eval/threadblock.h"
+
+namespace {
+
+// Centipawns that have no parameter of their own.
+constexpr int PAWN_DEFENDED = 3;
+constexpr int CENTRE_PAWN_SAFE = 8;  // a defended pawn on c5-f6 that no enemy pawn can ever attack
+constexpr int CENTRE_PAWN = 4;
+constexpr int BLOCKED_PAWN = 2;
+constexpr int BLOCKED_CENTRE_PAWN = 12;  // more for a pawn that never left d2 or e2
+constexpr int RACE_WON = 100;
+
+constexpr Bitboard FILES_C_TO_F = FileMask(2) | FileMask(3) | FileMask(4) | FileMask(5);
+constexpr Bitboard C5_F6[2] = {
+    FILES_C_TO_F & (RankMask(4) | RankMask(5)),
+    FILES_C_TO_F&(RankMask(3) | RankMask(2)),
+};
+constexpr Bitboard OUTPOST_AREA[2] = {
+    FILES_B_TO_G & (RankMask(3) | RankMask(4) | RankMask(5) | RankMask(6)),
+    FILES_B_TO_G&(RankMask(4) | RankMask(3) | RankMask(2) | RankMask(1)),
+};
+
+constexpr int BACKWARD_BELOW_RANK = 4;  // rank indices from the own side
+constexpr int CANDIDATE_FROM_RANK = 3;
+constexpr int SUPPORTED_ABOVE_RANK = 3;
+constexpr int SEVENTH = 6;
+
+// Weights of the passed-pawn and candidate terms, in 256ths.
+constexpr int WEIGHT_UNIT = 256;
+constexpr int CANDIDATE_RANK_WEIGHT = 32;
+constexpr int CANDIDATE_KING_WEIGHT = 24;
+constexpr int PASSER_OPENING_WEIGHT = 165;
+constexpr int king_distance_weight[9] = {0, 20, 38, 54, 68, 80, 90, 98, 98};
+
+constexpr int RACE_LEAD = 2;   // moves ahead that decide a pawn race
+constexpr int RACE_ABOVE = 3;  // race values up to here are too slow to count
+
+// True when no enemy pawn keeps the pawn from passing in an exchange of pawns on its way.
+template <int US>
+bool IsCandidate(const Position* pos, int sq, Bitboard enemy_span) {
+    constexpr int THEM = US ^ 1;
+    const Bitboard supporters = BB_AdjacentSquares[sq] & pos->bb[US][PAWN];
+    const int ahead = (sq + pawn_dir[US]) & 63;
+    Bitboard sentries = BB_PawnSpan[US][ahead] & pos->bb[THEM][PAWN];
+    const Bitboard two_ahead = Ahead<US>(Ahead<US>(supporters));
+    sentries &= ~two_ahead;
+    if ((supporters & enemy_span) == 0) sentries &= ~Ahead<US>(two_ahead);
+    return sentries == 0;
+}
+
+// Structure scores, masks and candidates of one side's pawns. Spans and the passed set must be
+// there.
+template <int US>
+void ScoreStructure(const EvalInfo* info, PawnEntry* e) {
+    constexpr int THEM = US ^ 1;
+    const Position* pos = info->pos;
+    const Bitboard own = pos->bb[US][PAWN], enemy = pos->bb[THEM][PAWN];
+    const Bitboard own_attacks = info->attacks_by[US][PAWN];
+    const Bitboard own_span = e->attack_span[US], enemy_span = e->attack_span[THEM];
+    const Bitboard unopposed = own & ~AllAhead<THEM>(enemy);
+    int opening_sum = 0, ending_sum = 0, mask = 0;
+    for (Bitboard pawns = own; pawns != 0;) {
+        const int sq = PopLSB(&pawns);
+        const Bitboard bit = Bit(sq);
+        const int file = FileOf(sq), r = RelativeRank<US>(sq);
+        mask |= 1 << file | 256 << RankOf(sq);
+        int opening = PawnOpening[RelativeSquare<US>(sq)];
+        int both = 0;
+        if (own & FileMask(file) & ~bit) both += Personality.pawn_doubled;
+        if ((Ahead<US>(bit) & own_span) == 0) {
+            if (r < BACKWARD_BELOW_RANK) both += Personality.pawn_backward;
+            if ((own & BB_AdjacentFiles[file]) == 0) both += Personality.pawn_isolated;
+            if (unopposed & bit) both += Personality.pawn_weak;
+        }
+        if ((e->passed & bit) == 0) {
+            if (own_attacks & bit) {
+                both += PAWN_DEFENDED;
+                if (C5_F6[US] & bit) opening += enemy_span & bit ? CENTRE_PAWN : CENTRE_PAWN_SAFE;
+            }
+            if (r >= CANDIDATE_FROM_RANK && (unopposed & bit) &&
+                IsCandidate<US>(pos, sq, enemy_span))
+                e->candidates |= bit;
+        }
+        opening += both;
+        const int ending = PawnEnding[RelativeSquare<US>(sq)] + both;
+        opening_sum += opening;
+        ending_sum += ending;
+        if (info->report) ReportPiece(info, &PBlock.report.pawns[US], sq, opening, ending);
+    }
+    e->mask[US] = static_cast<u16>(mask);
+    e->opening[US] = static_cast<i16>(opening_sum);
+    e->ending[US] = static_cast<i16>(ending_sum);
+}
+
+void BuildPawnEntry(const EvalInfo* info, PawnEntry* e) {
+    const Bitboard white = info->pos->bb[WHITE][PAWN], black = info->pos->bb[BLACK][PAWN];
+    const Bitboard white_path = AllAhead<WHITE>(white), black_path = AllAhead<BLACK>(black);
+    e->key = info->pos->pawn_hash;
+    e->attack_span[WHITE] = Sideways(white_path);
+    e->attack_span[BLACK] = Sideways(black_path);
+    e->passed = (white & ~(e->attack_span[BLACK] | black_path)) |
+                (black & ~(e->attack_span[WHITE] | white_path));
+    e->candidates = 0;
+    ScoreStructure<WHITE>(info, e);
+    ScoreStructure<BLACK>(info, e);
+}
+
+template <int US>
+inline void ScoreBlocked(EvalInfo* info) {
+    constexpr int D2 = US == WHITE ? 11 : 51;
+    const Bitboard blocked = info->pos->bb[US][PAWN] & Ahead<US ^ 1>(info->occupied);
+    const int cost = BLOCKED_PAWN * CountBits(blocked) +
+                     BLOCKED_CENTRE_PAWN * CountBits(blocked & (Bit(D2) | Bit(D2 + 1)));
+    info->positional_op[US] -= cost;
+    info->positional_en[US] -= cost;
+}
+
+// Only the most advanced candidate of a side counts.
+template <int US>
+inline void ScoreCandidate(EvalInfo* info) {
+    const Bitboard candidates = info->pawn_entry->candidates & info->pos->bb[US][PAWN];
+    if (candidates == 0) return;
+    const int sq = US == WHITE ? GetMSB(candidates) : GetLSB(candidates);
+    const int two_ahead = (sq + 2 * pawn_dir[US]) & 63;
+    const int d = distance(info->king_square[US ^ 1], two_ahead);
+    const int ending =
+        ((RelativeRank<US>(sq) - 2) * CANDIDATE_RANK_WEIGHT + d * CANDIDATE_KING_WEIGHT) *
+        Personality.pawn_candidate / WEIGHT_UNIT;
+    info->positional_en[US] += ending;
+    if (info->report) ReportPiece(info, &PBlock.report.passers[US], sq, 0, ending);
+}
+
+// True when `square` is attacked by a man of `side`, lines judged over `occupied`.
+inline bool Attacked(const Position* pos, int square, int side, Bitboard diagonal,
+                     Bitboard straight) {
+    const Bitboard* men = pos->bb[side];
+    return ((BB_PawnRays[side ^ 1][square] & men[PAWN]) | (BB_KnightRays[square] & men[KNIGHT]) |
+            (BB_KingRays[square] & men[KING]) | (diagonal & (men[BISHOP] | men[QUEEN])) |
+            (straight & (men[ROOK] | men[QUEEN]))) != 0;
+}
+
+// Walks the passer's path with the passer off the board, as far as the squares are empty and safe
+// or guarded. Returns the rank index of the last square that passed, r when none did; 7 = free.
+template <int US>
+int ScanPath(const EvalInfo* info, int sq, int r) {
+    constexpr int THEM = US ^ 1;
+    const Position* pos = info->pos;
+    const Bitboard occupied = info->occupied ^ Bit(sq);
+    while (r < 7) {
+        sq += pawn_dir[US];
+        if (occupied & Bit(sq)) break;
+        const Bitboard diagonal = GenAttacksB(sq, occupied);
+        const Bitboard straight = GenAttacksR(sq, occupied);
+        if (Attacked(pos, sq, THEM, diagonal, straight) &&
+            !Attacked(pos, sq, US, diagonal, straight))
+            break;
+        r++;
+    }
+    return r;
+}
+
+template <int US>
+void ScorePasser(EvalInfo* info, int sq) {
+    constexpr int THEM = US ^ 1;
+    const Position* pos = info->pos;
+    const Bitboard bit = Bit(sq), own_pawns = pos->bb[US][PAWN];
+    const int r = RelativeRank<US>(sq);
+    int opening, ending;
+    if (AllAhead<US>(bit) & own_pawns) {  // the rear one of doubled passers
+        opening = ending = PP_BONUS[r] / 3;
+    } else {
+        const int wtm = pos->side == US ? 1 : 0;
+        const int own_king = info->king_square[US], enemy_king = info->king_square[THEM];
+        const int promotion = FileOf(sq) + (US == WHITE ? 56 : 0);
+        const int king_target = (sq + (r == SEVENTH ? 1 : 2) * pawn_dir[US]) & 63;
+        const int own_distance = distance(own_king, king_target);
+        const int enemy_distance = distance(enemy_king, king_target);
+        const int reached = ScanPath<US>(info, sq, r);
+        const bool free =
+            reached == 7 || (r == SEVENTH && (BB_PawnRays[US][sq] & pos->bb[THEM][0]));
+        int b = PP_BONUS[r];
+        if (free || (reached > r && reached > 3)) b += PP_BONUS2[r];
+        int v = b;
+        if (free) {
+            v += 4 + b / 4;
+            if (info->pd->free_pawn_rank[US] < r) info->pd->free_pawn_rank[US] = static_cast<u8>(r);
+        }
+        if (Ahead<US>(bit) & pos->bb[THEM][0]) v -= b / 8;
+        if (BB_AdjacentSquares[sq] & own_pawns) v += b / 4;
+        v += (2 * king_distance_weight[enemy_distance] - king_distance_weight[own_distance]) * b /
+             WEIGHT_UNIT;
+        if (8 - r - wtm < distance(enemy_king, promotion)) {  // outside the pawn's square
+            v += b / 4;
+            if (info->stage == MAX_STAGE) {
+                v += b / 2;
+                const int race = wtm + r + (r == 1 ? 1 : 0) - (free ? 0 : 1);
+                info->race[US] = std::max(info->race[US], race);
+            }
+        }
+        if (r > SUPPORTED_ABOVE_RANK && own_distance < 2) v += b / 4;
+        ending = v;
+        opening = v * PASSER_OPENING_WEIGHT / WEIGHT_UNIT;
+    }
+    info->positional_op[US] += opening;
+    info->positional_en[US] += ending;
+    if (info->report) ReportPiece(info, &PBlock.report.passers[US], sq, opening, ending);
+}
+
+template <int US>
+inline void ScorePassers(EvalInfo* info) {
+    for (Bitboard b = info->pawn_entry->passed & info->pos->bb[US][PAWN]; b != 0;)
+        ScorePasser<US>(info, PopLSB(&b));
+}
+
+template <int US>
+inline void ScoreRace(EvalInfo* info) {
+    const int own = info->race[US], enemy = info->race[US ^ 1];
+    if (own >= enemy + RACE_LEAD && own > RACE_ABOVE) info->positional_en[US] += RACE_WON;
+}
+
+}  // namespace
+
+void EvaluatePawns(ThreadBlock* tb, EvalInfo* info) {
+    tb->pawn_probes += 1;
+    PawnEntry* e = &tb->pawn_cache[info->pos->pawn_hash & (PAWN_CACHE_SIZE - 1)];
+    if (e->key == info->pos->pawn_hash && info->ply >= 2)
+        tb->pawn_hits += 1;
+    else
+        BuildPawnEntry(info, e);
+    info->pawn_entry = e;
+    for (int c = WHITE; c <= BLACK; c++) {
+        info->positional_op[c] = e->opening[c];
+        info->positional_en[c] = e->ending[c];
+        info->outposts[c] = OUTPOST_AREA[c] & ~e->attack_span[c ^ 1];
+        info->race[c] = 0;
+    }
+    ScoreBlocked<WHITE>(info);
+    ScoreBlocked<BLACK>(info);
+    ScoreCandidate<WHITE>(info);
+    ScoreCandidate<BLACK>(info);
+    if (e->passed != 0) {
+        ScorePassers<WHITE>(info);
+        ScorePassers<BLACK>(info);
+        ScoreRace<WHITE>(info);
+        ScoreRace<BLACK>(info);
+    }
+}

@@ -1,0 +1,281 @@
+// The built-in defaults of the parameter record and everything derived from it: depth limits,
+// reduction table, and the evaluation's lookup tables. Nothing has to be initialised first. Written
+// while no search runs.
+#include "eval/personality.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+#include "eval/threadblock.h"
+
+PersonalityRecord Personality;
+PersonalityRecord DefaultPersonality;
+
+i16 MtlPawnOp[16], MtlPawnEn[16];
+i16 MtlKnightOp[16], MtlKnightEn[16], MtlBishopOp[16], MtlBishopEn[16];
+i16 MtlRookOp[16], MtlRookEn[16], MtlQueenOp[16], MtlQueenEn[16];
+i16 PawnOpening[64], PawnEnding[64], KnightOpening[64], KnightEnding[64];
+i16 BishopOpening[64], BishopEnding[64], RookOpening[64], RookEnding[64];
+i16 QueenOpening[64], QueenEnding[64], KingOpening[64], KingEnding[64];
+i16 KnightMobility[16], BishopMobility[16], RookMobility[16], QueenMobility[32];
+i16 KingDanger[64];
+i16 PP_BONUS[8], PP_BONUS2[8];
+i16 tempo_bonus[25];
+i8 leftbit[256], rightbit[256];
+
+namespace {
+
+// Profiles of the computed piece-square tables, by rank or file (a or 1 first).
+constexpr int PST_UNIT = 16;  // a shape weight of 16 counts a profile once
+constexpr int centre[8] = {-5, -2, 0, 1, 1, 0, -2, -5};
+constexpr int king_ending[8] = {-3, -1, 0, 1, 1, 0, -1, -3};
+constexpr int pawn_ending_rank[8] = {0, 0, 1, 4, 5, 6, 6, 0};
+constexpr int king_opening_rank[8] = {0, -1, -2, -3, -4, -4, -4, -4};
+constexpr int king_opening_file[8] = {1, 1, 0, -1, -1, 0, 1, 1};
+// clang-format off
+constexpr int pawn_opening[64] = {
+     0,  0,  0,  0,  0,  0,  0,  0,
+    -2,  0,  0, -2, -2,  0,  0, -2,
+    -2,  0,  0,  2,  2,  0,  0, -2,
+    -2,  0,  3,  4,  4,  3,  0, -2,
+     0,  2,  4,  5,  5,  4,  2,  0,
+     0,  2,  4,  4,  4,  4,  2,  0,
+     0,  2,  4,  4,  4,  4,  2,  0,
+     0,  0,  0,  0,  0,  0,  0,  0,
+};
+// clang-format on
+
+// Late-move reductions.
+constexpr double LMR_SCALE = 0.04;
+constexpr double LMR_OFFSET = 0.4;
+constexpr double LMR_MAX = 3.0;          // plies
+constexpr double LMR_FIRST_LAYER = 1.2;  // how much less the first layer reduces
+constexpr int LMR_MIN_DEPTH = 3;
+
+// A margin or count beyond its limit switches the pruning off from that depth on.
+constexpr int LAST_LIMITED_DEPTH = 5;
+constexpr int MARGIN_OFF = 1000;  // centipawns
+constexpr int COUNT_OFF = 200;    // moves
+
+constexpr double PASSER_STEP_SHARE = 0.65;  // of the step to the next rank's bonus
+constexpr i16 PASSER_STEP_RANK7 = 60;
+
+constexpr double MOBILITY_DECAY = -0.05;
+constexpr double MOBILITY_UNIT = 0.1;
+constexpr int KNIGHT_MOBILITY_ZERO = 3;  // squares that are worth nothing either way
+constexpr int SLIDER_MOBILITY_ZERO = 4;
+
+constexpr int DANGER_FREE = 5;  // attack counts up to here are harmless
+constexpr int DANGER_ENTRIES = 32;
+constexpr double DANGER_POWER = 1.9;
+constexpr double DANGER_SCALE = 1.6;
+constexpr int DANGER_STEP = 42;  // step n adds at most this less n
+
+constexpr int TEMPO_OPENING = 12;
+constexpr int TEMPO_ENDING = 6;
+
+// Nearest integer, halves away from zero.
+i16 Rounded(double value) { return static_cast<i16>(std::lround(value)); }
+
+void BuildMaterial(const PersonalityRecord& p) {
+    for (int n = 0; n < 16; n++) {
+        const int pair = n >= 2 ? p.bishop_pair : 0;
+        MtlPawnOp[n] = static_cast<i16>(n * p.pawn_value_op);
+        MtlPawnEn[n] = static_cast<i16>(n * p.pawn_value_en);
+        MtlKnightOp[n] = static_cast<i16>(n * p.knight_value_op);
+        MtlKnightEn[n] = static_cast<i16>(n * p.knight_value_en);
+        MtlBishopOp[n] = static_cast<i16>(n * p.bishop_value_op + pair);
+        MtlBishopEn[n] = static_cast<i16>(n * p.bishop_value_en + pair);
+        MtlRookOp[n] = static_cast<i16>(n * p.rook_value_op);
+        MtlRookEn[n] = static_cast<i16>(n * p.rook_value_en);
+        MtlQueenOp[n] = static_cast<i16>(n * p.queen_value_op);
+        MtlQueenEn[n] = static_cast<i16>(n * p.queen_value_en);
+    }
+}
+
+// A square's own value of the parameter file where there is one, else the computed shape.
+i16 SquareValue(i16 own, int shape, int weight) {
+    return own > NO_PST_VALUE ? own : static_cast<i16>(shape * weight / PST_UNIT);
+}
+
+void BuildSquareTables(const PersonalityRecord& p) {
+    for (int sq = 0; sq < 64; sq++) {
+        const int r = RankOf(sq), f = FileOf(sq);
+        const int centred = centre[r] + centre[f];
+        const int king_op = king_opening_rank[r] + king_opening_file[f];
+        const int king_en = king_ending[r] + king_ending[f];
+        PawnOpening[sq] = SquareValue(p.PST_op[PAWN][sq], pawn_opening[sq], p.PST_P_op);
+        PawnEnding[sq] = SquareValue(p.PST_en[PAWN][sq], pawn_ending_rank[r], p.PST_P_en);
+        KnightOpening[sq] = SquareValue(p.PST_op[KNIGHT][sq], centred, p.PST_N_op);
+        KnightEnding[sq] = SquareValue(p.PST_en[KNIGHT][sq], centred, p.PST_N_en);
+        BishopOpening[sq] = SquareValue(p.PST_op[BISHOP][sq], centred, p.PST_B_op);
+        BishopEnding[sq] = SquareValue(p.PST_en[BISHOP][sq], centred, p.PST_B_en);
+        RookOpening[sq] = SquareValue(p.PST_op[ROOK][sq], centre[f], p.PST_R_op);
+        RookEnding[sq] = SquareValue(p.PST_en[ROOK][sq], centre[f], p.PST_R_en);
+        QueenOpening[sq] = SquareValue(p.PST_op[QUEEN][sq], centred, p.PST_Q_op);
+        QueenEnding[sq] = SquareValue(p.PST_en[QUEEN][sq], centred, p.PST_Q_en);
+        KingOpening[sq] = SquareValue(p.PST_op[KING][sq], king_op, p.PST_K_op);
+        KingEnding[sq] = SquareValue(p.PST_en[KING][sq], king_en, p.PST_K_en);
+    }
+}
+
+void BuildPasserBonus(const PersonalityRecord& p) {
+    PP_BONUS[0] = PP_BONUS[7] = 0;
+    std::copy(std::begin(p.passed_pawn_rank), std::end(p.passed_pawn_rank), PP_BONUS + 1);
+    PP_BONUS2[0] = PP_BONUS2[7] = 0;
+    for (int r = 2; r <= 5; r++)
+        PP_BONUS2[r] = Rounded(PASSER_STEP_SHARE * (PP_BONUS[r + 1] - PP_BONUS[r]));
+    PP_BONUS2[1] = PP_BONUS2[2];
+    PP_BONUS2[6] = PASSER_STEP_RANK7;
+}
+
+void BuildMobility(const PersonalityRecord& p) {
+    for (int n = 0; n < 16; n++) {
+        const double e = std::exp(MOBILITY_DECAY * n);
+        const double t = MOBILITY_UNIT * e * (n - SLIDER_MOBILITY_ZERO);
+        KnightMobility[n] =
+            Rounded(MOBILITY_UNIT * e * (n - KNIGHT_MOBILITY_ZERO) * p.knight_mobility);
+        BishopMobility[n] = Rounded(t * p.bishop_mobility);
+        RookMobility[n] = Rounded(t * p.rook_mobility);
+        QueenMobility[n] = Rounded(t * p.queen_mobility);
+    }
+    std::fill(QueenMobility + 16, QueenMobility + 32, QueenMobility[15]);
+}
+
+void BuildKingDanger(const PersonalityRecord& p) {
+    std::fill(std::begin(KingDanger), std::end(KingDanger), i16{0});
+    for (int n = 1; n < DANGER_ENTRIES; n++) {
+        const int value =
+            n <= DANGER_FREE
+                ? 0
+                : static_cast<int>(std::lround(std::pow(n - DANGER_FREE, DANGER_POWER) *
+                                               p.king_safety * 0.01 * DANGER_SCALE));
+        KingDanger[n] =
+            static_cast<i16>(std::min(std::max(value, 0), KingDanger[n - 1] + DANGER_STEP - n));
+    }
+}
+
+void BuildFileMasks() {
+    for (int m = 0; m < 256; m++) {
+        leftbit[m] = 8;
+        rightbit[m] = -1;
+        for (int f = 7; f >= 0; f--)
+            if ((m >> f) & 1) leftbit[m] = static_cast<i8>(f);
+        for (int f = 0; f < 8; f++)
+            if ((m >> f) & 1) rightbit[m] = static_cast<i8>(f);
+    }
+}
+
+// Depth before the first one of 1..5 whose entry is beyond `limit`; `otherwise` when none is.
+template <typename T>
+u8 LastUsefulDepth(const T (&table)[SELECTIVITY_DEPTHS], int limit, u8 otherwise) {
+    for (int k = 1; k <= LAST_LIMITED_DEPTH; k++)
+        if (table[k] > limit) return static_cast<u8>(k - 1);
+    return otherwise;
+}
+
+// Reduction in whole plies, halves away from zero, never below 0.
+u8 WholePlies(double x) { return x < 0 ? u8{0} : static_cast<u8>(std::lround(x)); }
+
+}  // namespace
+
+void SetPersonalityDefaults(PersonalityRecord* record) {
+    PersonalityRecord p{};
+    p.draw_score = 0;
+    p.CNP_depth = 3;
+    p.NMP_depth = 3;
+    p.FP_depth = 2;
+    p.LMP_depth = 4;
+    p.LMR_depth = 3;
+    p.LMR_strength = 100;
+    constexpr i16 cnp_margin[] = {0, 75, 150, 225, 20000, 20000, 20000, 20000};
+    constexpr i16 fp_margin[] = {100, 200, 300, 20000, 20000, 20000, 20000, 20000};
+    constexpr u8 lmp_count[] = {1, 4, 7, 10, 13, 255, 255, 255};
+    constexpr i16 passed_pawn_rank[] = {6, 6, 16, 36, 66, 106};
+    static_assert(sizeof cnp_margin == sizeof p.CNP_margin);
+    static_assert(sizeof fp_margin == sizeof p.FP_margin);
+    static_assert(sizeof lmp_count == sizeof p.LMP_count);
+    static_assert(sizeof passed_pawn_rank == sizeof p.passed_pawn_rank);
+    std::copy(std::begin(cnp_margin), std::end(cnp_margin), p.CNP_margin);
+    std::copy(std::begin(fp_margin), std::end(fp_margin), p.FP_margin);
+    std::copy(std::begin(lmp_count), std::end(lmp_count), p.LMP_count);
+    std::copy(std::begin(passed_pawn_rank), std::end(passed_pawn_rank), p.passed_pawn_rank);
+    p.pawn_value_op = 80, p.pawn_value_en = 102;
+    p.knight_value_op = 335, p.knight_value_en = 325;
+    p.bishop_value_op = 335, p.bishop_value_en = 330;
+    p.rook_value_op = 470, p.rook_value_en = 550;
+    p.queen_value_op = 1000, p.queen_value_en = 1080;
+    p.bishop_pair = 36;
+    p.pawn_isolated = -8;
+    p.pawn_backward = -4;
+    p.pawn_doubled = -5;
+    p.pawn_weak = -7;
+    p.pawn_candidate = 70;
+    p.knight_mobility = 65;
+    p.knight_outpost = 15;
+    p.bishop_mobility = 48;
+    p.bishop_trapped = -100;
+    p.rook_mobility = 40;
+    p.rook_open_file = 14;
+    p.rook_half_open_file = 5;
+    p.rook_rank7 = 15;
+    p.rook_trapped = -25;
+    p.queen_mobility = 30;
+    p.queen_rank7 = 6;
+    p.pawn_shield = 10;
+    p.pawn_storm = -12;
+    p.king_safety = 100;
+    p.hung = -22;
+    p.pinned = -15;
+    p.PST_P_op = 50, p.PST_P_en = 20;
+    p.PST_N_op = 60, p.PST_N_en = 50;
+    p.PST_B_op = 19, p.PST_B_en = 19;
+    p.PST_R_op = 24, p.PST_R_en = 0;
+    p.PST_Q_op = 13, p.PST_Q_en = 32;
+    p.PST_K_op = 165, p.PST_K_en = 100;
+    std::fill(&p.PST_op[0][0], &p.PST_op[0][0] + 7 * 64, NO_PST_VALUE);
+    std::fill(&p.PST_en[0][0], &p.PST_en[0][0] + 7 * 64, NO_PST_VALUE);
+    *record = p;
+}
+
+void DeriveDepthLimits(PersonalityRecord* record) {
+    record->CNP_depth = LastUsefulDepth(record->CNP_margin, MARGIN_OFF, record->CNP_depth);
+    record->FP_depth = LastUsefulDepth(record->FP_margin, MARGIN_OFF, record->FP_depth);
+    record->LMP_depth = LastUsefulDepth(record->LMP_count, COUNT_OFF, record->LMP_depth);
+}
+
+void BuildReductionTable(PersonalityRecord* record) {
+    std::memset(record->LMR_table, 0, sizeof record->LMR_table);
+    for (int d = LMR_MIN_DEPTH; d < LMR_DEPTHS; d++) {
+        for (int m = 1; m < LMR_MOVES; m++) {
+            double x = LMR_SCALE * std::sqrt(record->LMR_strength) *
+                       (std::sqrt(d) + std::sqrt(m) - LMR_OFFSET);
+            x = std::min({x, LMR_MAX, d - 2.0, static_cast<double>(m)});
+            record->LMR_table[0][d][m] = WholePlies(x - LMR_FIRST_LAYER);
+            record->LMR_table[1][d][m] = WholePlies(x);
+        }
+    }
+}
+
+void InitPersonality(const char* path) {
+    SetPersonalityDefaults(&Personality);
+    if (path != nullptr) LoadConfigFile(path, &Personality);
+    DeriveDepthLimits(&Personality);
+    BuildReductionTable(&Personality);
+    DefaultPersonality = Personality;
+}
+
+void InitEval() {
+    BuildMaterial(Personality);
+    BuildSquareTables(Personality);
+    BuildPasserBonus(Personality);
+    BuildMobility(Personality);
+    BuildKingDanger(Personality);
+    for (int i = 0; i <= MAX_STAGE; i++) {
+        tempo_bonus[i] = Rounded(
+            static_cast<double>(TEMPO_OPENING * (MAX_STAGE - i) + TEMPO_ENDING * i) / MAX_STAGE);
+    }
+    BuildFileMasks();
+    ClearEvalCaches();
+}

@@ -1,0 +1,99 @@
+// The parameter record that steers evaluation and selectivity, its defaults, and the tables derived
+// from it. The record is written while no search runs; InitEval rebuilds the derived tables, which
+// any thread may then read.
+#pragma once
+
+#include "board/plydata.h"
+
+inline constexpr int LMR_DEPTHS = 70;
+inline constexpr int LMR_MOVES = 32;
+inline constexpr int SELECTIVITY_DEPTHS = 8;  // entries of the margin and count tables
+inline constexpr i16 NO_PST_VALUE =
+    -1000;  // square without a value of its own: the computed one is used
+
+// Centipawns unless a field is called a depth, a count or a percentage. Owned by the program
+// (Personality), its start-up copy (DefaultPersonality) and the match's players; copied whole.
+struct PersonalityRecord {
+    i16 draw_score;
+    u8 CNP_depth;
+    u8 NMP_depth;
+    u8 FP_depth;
+    u8 LMP_depth;
+    u8 LMR_depth;
+    u8 LMR_strength;
+    i16 CNP_margin[SELECTIVITY_DEPTHS];
+    i16 FP_margin[SELECTIVITY_DEPTHS];
+    u8 LMP_count[SELECTIVITY_DEPTHS];
+    u8 LMR_table[2][LMR_DEPTHS][LMR_MOVES];  // derived from LMR_strength at start-up
+    i16 pawn_value_op, pawn_value_en;
+    i16 knight_value_op, knight_value_en;
+    i16 bishop_value_op, bishop_value_en;
+    i16 rook_value_op, rook_value_en;
+    i16 queen_value_op, queen_value_en;
+    i16 bishop_pair;
+    i16 passed_pawn_rank[6];  // relative ranks 2..7
+    i16 pawn_isolated;
+    i16 pawn_backward;
+    i16 pawn_doubled;
+    i16 pawn_weak;
+    i16 pawn_candidate;
+    i16 knight_mobility;
+    i16 knight_outpost;
+    i16 bishop_mobility;
+    i16 bishop_trapped;
+    i16 rook_mobility;
+    i16 rook_open_file;
+    i16 rook_half_open_file;
+    i16 rook_rank7;
+    i16 rook_trapped;
+    i16 queen_mobility;
+    i16 queen_rank7;
+    i16 pawn_shield;
+    i16 pawn_storm;
+    i16 king_safety;  // percent
+    i16 hung;
+    i16 pinned;
+    i16 PST_P_op, PST_P_en;
+    i16 PST_N_op, PST_N_en;
+    i16 PST_B_op, PST_B_en;
+    i16 PST_R_op, PST_R_en;
+    i16 PST_Q_op, PST_Q_en;
+    i16 PST_K_op, PST_K_en;
+    i16 PST_op[7][64];
+    i16 PST_en[7][64];
+};
+
+extern PersonalityRecord Personality;
+extern PersonalityRecord DefaultPersonality;
+
+// Derived tables. Square tables from White's point of view.
+extern i16 MtlPawnOp[16], MtlPawnEn[16];
+extern i16 MtlKnightOp[16], MtlKnightEn[16], MtlBishopOp[16], MtlBishopEn[16];
+extern i16 MtlRookOp[16], MtlRookEn[16], MtlQueenOp[16], MtlQueenEn[16];
+extern i16 PawnOpening[64], PawnEnding[64], KnightOpening[64], KnightEnding[64];
+extern i16 BishopOpening[64], BishopEnding[64], RookOpening[64], RookEnding[64];
+extern i16 QueenOpening[64], QueenEnding[64], KingOpening[64], KingEnding[64];
+extern i16 KnightMobility[16], BishopMobility[16], RookMobility[16], QueenMobility[32];
+extern i16 KingDanger[64];
+extern i16 PP_BONUS[8], PP_BONUS2[8];
+extern i16 tempo_bonus[25];
+extern i8 leftbit[256], rightbit[256];
+
+// Stores every built-in default; LMR_table is left to BuildReductionTable.
+void SetPersonalityDefaults(PersonalityRecord* record);
+
+// Derives CNP_depth, FP_depth and LMP_depth from their margin and count tables.
+void DeriveDepthLimits(PersonalityRecord* record);
+void BuildReductionTable(PersonalityRecord* record);
+
+// Start-up fill: defaults, the parameter file at `path` (nullptr = none), limits, reduction table,
+// DefaultPersonality.
+void InitPersonality(const char* path);
+
+// Rebuilds every derived evaluation table from Personality and empties the evaluation and pawn
+// caches of every thread record. Requires that no search runs.
+void InitEval();
+
+// Reads a parameter file over `record`. 1 when the file was opened, else 0. Bad lines are named on
+// the message output and change nothing but themselves. (paramfile.cpp)
+int LoadConfigFile(const char* path, PersonalityRecord* record);

@@ -1,0 +1,53 @@
+// Allocation of the thread records and the table of all of them. Needs nothing but memory. The
+// front end calls this while the slot's thread is not running; a thread may create the record of
+// its own slot.
+#include "eval/threadblock.h"
+
+#include <cassert>
+#include <cstring>
+#include <new>
+
+#include "platform/memory.h"
+
+ThreadBlock* ThreadData[THREAD_SLOTS];
+
+namespace {
+constexpr u32 SEED_PER_SLOT = 123;  // secondary threads order their root moves differently
+}
+
+ThreadBlock* NewThreadBlock(int slot) {
+    assert(slot >= 0 && slot < THREAD_SLOTS);
+    FreeThreadBlock(slot);
+    void* memory = AllocateLargeBlock(sizeof(ThreadBlock));
+    if (memory == nullptr) return nullptr;
+    ThreadBlock* tb = new (memory) ThreadBlock();
+    tb->slot = static_cast<u8>(slot);
+    tb->seed = SEED_PER_SLOT * static_cast<u32>(slot);
+    tb->pos.undo = tb->undo;
+    tb->pos.sstack = tb->ply_data;
+    tb->pos.thread_id = static_cast<u8>(slot);
+    tb->pos.ply = 1;
+    tb->ply_data[0].list_start = tb->move_buffer;
+    tb->ply_data[1].list_start = tb->move_buffer;
+    AlertCreate(&tb->alert);  // without one the thread still polls
+    ThreadData[slot] = tb;
+    return tb;
+}
+
+void FreeThreadBlock(int slot) {
+    assert(slot >= 0 && slot < THREAD_SLOTS);
+    ThreadBlock* tb = ThreadData[slot];
+    if (tb == nullptr) return;
+    ThreadData[slot] = nullptr;
+    AlertDestroy(&tb->alert);
+    tb->~ThreadBlock();
+    FreeLargeBlock(tb, sizeof(ThreadBlock));
+}
+
+void ClearEvalCaches() {
+    for (ThreadBlock* tb : ThreadData) {
+        if (tb == nullptr) continue;
+        std::memset(tb->eval_cache, 0, sizeof tb->eval_cache);
+        std::memset(tb->pawn_cache, 0, sizeof tb->pawn_cache);
+    }
+}

@@ -1,0 +1,71 @@
+// ThreadBlock: everything one thread works with, and ThreadData, the table of all of them. It
+// stands with the evaluation, the lowest folder that needs the whole record. A block is written by
+// its own thread while that thread searches and by the front end while it is idle; Relaxed fields
+// may be read by others at any time.
+#pragma once
+
+#include <atomic>
+
+#include "board/moves.h"
+#include "board/plydata.h"
+#include "board/position.h"
+#include "eval/evaluate.h"
+#include "platform/atomics.h"
+#include "platform/sleep.h"
+
+inline constexpr int THREAD_SLOTS = 65;  // slot 0 holds the game position, 1..64 search
+
+// Values of the command byte.
+inline constexpr u8 COMMAND_IDLE = 0;
+inline constexpr u8 COMMAND_SEARCH = 1;
+inline constexpr u8 COMMAND_QUIT = 'c';
+
+// Root status of a thread.
+inline constexpr u8 ROOT_NORMAL = 0;
+inline constexpr u8 ROOT_FIRST_FAILS_LOW = 1;
+inline constexpr u8 ROOT_FAILS_HIGH = 2;
+inline constexpr u8 ROOT_LATER_FAILS_HIGH = 3;
+inline constexpr u8 ROOT_ABANDONED = 99;
+
+struct ThreadBlock {
+    Position pos;
+    UndoRecord undo[MAX_UNDO_RECORDS];
+    PlyData ply_data[SEARCH_STACK_SIZE];
+    MoveEntry move_buffer[MOVE_BUFFER_SIZE];
+    i16 history[64][16];         // by to-square and moving piece code
+    Move counter_moves[64][16];  // by to-square of the last move and the piece now there
+    EvalCacheEntry eval_cache[EVAL_CACHE_SIZE];
+    PawnEntry pawn_cache[PAWN_CACHE_SIZE];
+    EvalInfo eval_info;
+
+    u8 slot;
+    std::atomic<u8>
+        command;  // release by the writer, acquire by the reader: it hands the block over
+    Relaxed<u8> root_status;
+    Relaxed<i8> iteration_depth;
+    i16 best_depth;  // iteration of the running best move
+    Relaxed<i16> running_score;
+    i16 root_eval;             // static evaluation of the root
+    u8 extension_count;        // move extensions on the current path
+    u8 extension_accumulator;  // sixteenths of a ply
+    Relaxed<u64> nodes;
+    u32 seed;  // perturbation of a secondary thread's root order
+    Relaxed<u64> eval_probes, eval_hits;
+    Relaxed<u64> tt_probes, tt_hits;
+    Relaxed<u64> pawn_probes, pawn_hits;
+    u64 nodes_by_depth[PV_SIZE];
+    Relaxed<i16> best_score_by_depth[PV_SIZE];
+    Move pv[PV_SIZE];         // [1] = root move
+    Relaxed<Move> root_move;  // copy of pv[1] for other threads
+    Alert alert;              // raised when the command byte is written
+};
+
+extern ThreadBlock* ThreadData[THREAD_SLOTS];
+
+// Zero-filled block of a slot with its links set, published in ThreadData[slot] (an older one is
+// freed); nullptr when memory is short. FreeThreadBlock empties the slot.
+ThreadBlock* NewThreadBlock(int slot);
+void FreeThreadBlock(int slot);
+
+// Empties the evaluation and pawn caches of every block. No search may run.
+void ClearEvalCaches();
