@@ -1,0 +1,170 @@
+// Micro-benchmarks of the parts that a search spends its time in. The positions come from the
+// evaluation's golden file, so that they are the same in every run.
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "board/bitboards.h"
+#include "board/moves.h"
+#include "board/zobrist.h"
+#include "eval/evaluate.h"
+#include "eval/personality.h"
+#include "eval/threadblock.h"
+#include "frontend/pblock.h"
+#include "search/ttable.h"
+
+namespace {
+
+std::vector<std::string> positions;
+
+// A position as it is copied into the thread's record, and its legal moves.
+struct Prepared {
+    Position pos;
+    std::vector<Move> legal;
+};
+std::vector<Prepared> prepared;
+
+void PrepareEngine() {
+    InitBitboards();
+    InitKPK();
+    PBlock.hash_mb = 16;
+    PBlock.log = 0;
+    PBlock.noise = NOISE_NEVER;
+    InitPersonality(nullptr);
+    if (InitTTable() != 0 || NewThreadBlock(0) == nullptr) std::abort();
+    game_position = &ThreadData[0]->pos;
+    InitEval();
+}
+
+bool ReadPositions() {
+    std::ifstream in(VESK_POSITIONS);
+    std::string line;
+    std::getline(in, line);
+    while (std::getline(in, line)) positions.push_back(line.substr(0, line.find('\t')));
+    return !positions.empty();
+}
+
+// Uses a slot that writes no evaluation report.
+ThreadBlock* Worker() { return ThreadData[2]; }
+
+void PreparePositions() {
+    if (NewThreadBlock(2) == nullptr) std::abort();
+    Position* pos = &Worker()->pos;
+    for (const std::string& fen : positions) {
+        SetPosition(pos, fen.c_str());
+        GenerateAll(pos);
+        Prepared p{*pos, {}};
+        for (const MoveEntry* e = pos->sstack[pos->ply].list_start; e->move != END_OF_LIST; e++) {
+            if (MoveIsLegal(pos, pos->side, e->move) != 0) p.legal.push_back(e->move);
+        }
+        prepared.push_back(p);
+    }
+}
+
+void SetRate(benchmark::State& state, u64 items) {
+    state.SetItemsProcessed(static_cast<i64>(items));
+}
+
+// Leaves per second through the picker.
+void BenchPerft(benchmark::State& state, const char* fen) {
+    ThreadBlock* tb = ThreadData[0];
+    const int depth = static_cast<int>(state.range(0));
+    SetPosition(&tb->pos, fen);
+    u64 leaves = 0;
+    for (auto _ : state) {
+        tb->nodes = 0;
+        Perft(tb, tb->pos.side, 1, depth);
+        leaves += tb->nodes.Get();
+    }
+    SetRate(state, leaves);
+}
+
+// At the root neither cache is trusted: every call computes everything.
+void BenchEvaluate(benchmark::State& state) {
+    u64 done = 0;
+    for (auto _ : state) {
+        for (const Prepared& p : prepared) {
+            Worker()->pos = p.pos;
+            const int in_check = InCheck(&p.pos, p.pos.side);
+            benchmark::DoNotOptimize(Evaluate(Worker(), p.pos.side, 1, in_check));
+            done++;
+        }
+    }
+    SetRate(state, done);
+}
+
+void BenchGenerate(benchmark::State& state) {
+    u64 moves = 0;
+    MoveEntry list[MAX_LIST_SIZE];
+    for (auto _ : state) {
+        for (const Prepared& p : prepared) {
+            const Position* pos = &p.pos;
+            MoveEntry* end = GeneratePromotions(pos, pos->side, 1, list);
+            end = GeneratePawnCaptures(pos, pos->side, end);
+            end = GeneratePieceCaptures(pos, pos->side, end);
+            end = GenerateNonCaptures(pos, pos->side, end);
+            benchmark::DoNotOptimize(list);
+            moves += static_cast<u64>(end - list);
+        }
+    }
+    SetRate(state, moves);
+}
+
+void BenchMakeUnmake(benchmark::State& state) {
+    u64 moves = 0;
+    for (auto _ : state) {
+        for (const Prepared& p : prepared) {
+            Position* pos = &Worker()->pos;
+            *pos = p.pos;
+            for (const Move m : p.legal) {
+                MakeMove(pos, m);
+                benchmark::DoNotOptimize(pos->hash);
+                UnmakeMove(pos);
+            }
+            moves += p.legal.size();
+        }
+    }
+    SetRate(state, moves);
+}
+
+void BenchLegality(benchmark::State& state) {
+    u64 moves = 0;
+    for (auto _ : state) {
+        for (const Prepared& p : prepared) {
+            const Position* pos = &p.pos;
+            for (const Move m : p.legal) {
+                benchmark::DoNotOptimize(MoveIsLegalNonZero(pos, pos->side, m));
+            }
+            moves += p.legal.size();
+        }
+    }
+    SetRate(state, moves);
+}
+
+constexpr const char* middle_game =
+    "r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq -";
+
+BENCHMARK_CAPTURE(BenchPerft, start, fen_opn)->Arg(5)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BenchPerft, middle_game, middle_game)->Arg(4)->Unit(benchmark::kMillisecond);
+BENCHMARK(BenchEvaluate)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BenchGenerate)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BenchMakeUnmake)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BenchLegality)->Unit(benchmark::kMicrosecond);
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    benchmark::Initialize(&argc, argv);
+    PrepareEngine();
+    if (!ReadPositions()) {
+        std::fprintf(stderr, "no positions in %s\n", VESK_POSITIONS);
+        return 1;
+    }
+    PreparePositions();
+    benchmark::RunSpecifiedBenchmarks();
+    return 0;
+}

@@ -1,0 +1,105 @@
+// The benchmark and the search service of the tools. The benchmark: fixed positions, searched one
+// after the other; with one thread and the default depth the node total is the engine's signature.
+// Everything of start-up must have run. Front-end thread only.
+
+#include "eval/personality.h"
+#include "frontend/frontend.h"
+#include "frontend/output.h"
+#include "frontend/pblock.h"
+#include "frontend/toolsearch.h"
+#include "search/search.h"
+#include "search/threads.h"
+#include "search/ttable.h"
+
+namespace {
+
+constexpr int BENCHMARK_POSITIONS = 20;
+constexpr int PROFILE_POSITIONS = 5;
+constexpr int PROFILE_DEPTH = 16;
+constexpr int DEFAULT_DEPTH = 17;   // when the depth limit is above DEEPEST_WANTED
+constexpr int DEEPEST_WANTED = 40;  // a limit up to here was meant for the benchmark
+constexpr double SECONDS_PER_POSITION = 99.0;
+constexpr double SMALLEST_TIME = 0.01;  // seconds; keeps the rate finite
+
+// clang-format off
+constexpr const char* benchmark_positions[BENCHMARK_POSITIONS] = {
+    "r1bqkb1r/pp1ppppp/2n2n2/8/3NP3/2N5/PPP2PPP/R1BQKB1R b KQkq -",
+    "1n5k/3q3p/pp1p2pB/5r2/1PP1Qp2/P6P/6P1/2R3K1 w - -",
+    "1r1qbr1k/4bp1p/p3p2Q/3pP3/2pP4/P1N1PN2/1PR2RP1/6K1 b - -",
+    "2r1q2k/7p/p1np1P1P/8/1pP2R2/8/PP1Q4/R1KN2r1 b - -",
+    "r2r2k1/5pp1/2bPp3/p1N4p/1qQ5/2P2P2/BP4PP/1K1R4 b - -",
+    "5r1k/5rp1/p1n1p1qp/2P1p3/P7/4QN1P/5PP1/2R1R2K w - -",
+    "2r3k1/1pq1b1p1/p1b1pr1p/8/PP2pP2/2P1B3/4B1PP/RQR4K w - -",
+    "1r3b2/3R2pk/6q1/3Q1p2/p6P/4B2P/1P3P1K/8 w - -",
+    "r2r2k1/6bp/1P2q1p1/4pp2/p1N5/2Q5/PPR3PP/4R2K b - -",
+    "2r1q2k/7p/p1np1P1P/8/1pP2R2/8/PP1Q4/R1KN2r1 b - -",
+    "r1bq1r1k/p1pnbpp1/1p2p3/6p1/3PB3/5N2/PPPQ1PPP/2KR3R w - - ",
+    "r1b2rk1/1p1nbppp/pq1p4/3B4/P2NP3/2N1p3/1PP3PP/R2Q1R1K w - -",
+    "r3r1kb/1npb1p1p/2q2np1/4p1B1/ppP1P2Q/1P2RNNP/P1B2PP1/3R2K1 w - -",
+    "2rr3k/2qnbppp/p1n1p3/1p1pP3/3P1N2/1Q1BBP2/PP3P1P/1KR3R1 w - -",
+    "3q1r1k/1b3ppp/p1n5/1p1pPB2/2rP4/P6N/1P2Q1PP/R4RK1 w - -",
+    "r1b1k2r/1p1pppb1/p5pp/3P4/q2p1B2/3P1Q2/PPP2PPP/R3R1K1 w kq -",
+    "R4bk1/2Bbp2p/2p2pp1/1rPp4/3P4/4P2P/4BPPK/1q1Q4 w - -",
+    "r2q1rk1/5ppp/3b4/1nnP2P1/1Q3BbP/Pp4N1/1P4B1/1KN2R1R b - -",
+    "r7/5pk1/5p2/2p5/pp6/1P1B1KPN/P6P/8 b - -",
+    "r2q3r/1p1bbQ2/4p1Bk/3pP3/1n1P1P1p/pP6/Pn4PP/R1B1R1K1 w - -",
+};
+// clang-format on
+
+bool NeverEager() { return false; }
+
+// Searches one position; the profile benchmark on the calling thread.
+void SearchPosition(const char* fen) {
+    SetPosition(game_position, fen);
+    ClearTTable();
+    PrepareToolSearch();
+    if (profile) {
+        PBlock.max_depth = PROFILE_DEPTH;
+        SearchIterations(1);
+    } else {
+        StartSearch();
+        WaitForToolSearch(NeverEager);
+    }
+    GetElapsedTime(0);
+    Collect();
+    PBlock.hash_fill = HashFill();
+}
+
+}  // namespace
+
+void PrepareToolSearch() {
+    PBlock.start_request = SEARCH_IDLE;
+    GetElapsedTime(1);
+    InitSearch();
+}
+
+void WaitForToolSearch(bool (*eager)()) {
+    while (BusyThreads() > 0) {
+        SearchTimeout();
+        UserInput();
+        if (!eager()) SleepEx(1, &front_end_alert);
+    }
+}
+
+void RunBenchmark(int positions) {
+    PBlock.base_time = SECONDS_PER_POSITION;
+    PBlock.moves_per_control = 1;
+    PBlock.noise = NOISE_NEVER;
+    if (PBlock.max_depth > DEEPEST_WANTED) PBlock.max_depth = DEFAULT_DEPTH;
+    const int count = profile ? PROFILE_POSITIONS : positions;
+    InitEval();
+    ShowMessage("running benchmark");
+    double seconds = SMALLEST_TIME;
+    double nodes = 0.0;
+    for (int i = 0; i < count && i < BENCHMARK_POSITIONS && PBlock.quit == 0; ++i) {
+        ShowStatus("position %d of %d", i + 1, count);
+        SearchPosition(benchmark_positions[i]);
+        ClearStatus();
+        seconds += PBlock.elapsed;
+        nodes += static_cast<double>(sstats.nodes);
+        ShowMessageF("pos %2d: %6.2f seconds", i, PBlock.elapsed.Get());
+    }
+    ShowMessageF("total time= %0.2f seconds, nodes= %.0f, nps= %.0f", seconds, nodes,
+                 nodes / seconds);
+    PBlock.quit = 1;
+}

@@ -1,0 +1,184 @@
+// The command loop: takes input, starts searches, watches them, reports their end. Requires StartUp
+// (tables, pool, transposition table). Front-end thread only; it never blocks on input.
+#include "board/zobrist.h"
+#include "book/book.h"
+#include "eval/personality.h"
+#include "frontend/frontend.h"
+#include "frontend/output.h"
+#include "frontend/pblock.h"
+#include "platform/sleep.h"
+#include "search/search.h"
+#include "search/threads.h"
+#include "search/ttable.h"
+
+namespace {
+
+constexpr int LOOP_WAIT_MS = 5;
+constexpr int FIFTY_MOVE_LIMIT = 100;  // plies; beyond it no search runs
+constexpr double ENDLESS_SECONDS =
+    99999.0;  // a move with so much time is limited by something else
+
+// What was on the board when the search began: a command may have changed it since.
+struct SearchedPosition {
+    u64 key;
+    int hist_count;
+};
+SearchedPosition searched_position;
+
+SearchedPosition PositionNow() { return {SearchKey(game_position), game_position->hist_count}; }
+
+bool UciMode() { return PBlock.protocol == PROTOCOL_UCI; }
+
+// True when nothing but the user ends the search that runs.
+bool SearchIsEndless() {
+    return PBlock.search_state == SEARCH_PONDER || PBlock.infinite ||
+           (PBlock.moves_per_control == 1 && PBlock.base_time >= ENDLESS_SECONDS &&
+            PBlock.max_depth >= MAX_DEPTH && PBlock.node_limit == 0);
+}
+
+void RefuseSearch(const char* why) {
+    if (UciMode()) {
+        ShowMessageF("info string %s", why);
+        ShowMessage("bestmove null");
+    } else {
+        ShowMessage(why);
+    }
+    selfplay = 0;
+    PBlock.infinite = 0;
+}
+
+bool BookMoveFound() {
+    if (!PBlock.own_book || game_position->hist_count > BOOK_MAX_PLY) return false;
+    GetCandidates(game_position, 0);
+    return PBlock.pv[1] != NO_MOVE;
+}
+
+void BeginSearch() {
+    const char* why = WhyUnplayable(game_position);
+    if (why != nullptr) {
+        RefuseSearch(why);
+    } else {
+        searched_position = PositionNow();
+        GetElapsedTime(1);
+        InitSearch();
+        if (BookMoveFound()) {
+            ShowMessage(UciMode() ? "info string book move" : "book move");
+            PBlock.score = 0;
+            PBlock.stop = STOP_FINISH;
+        } else if (game_position->fifty <= FIFTY_MOVE_LIMIT) {
+            StartSearch();
+        }
+    }
+    PBlock.start_request = SEARCH_IDLE;
+}
+
+void ReportToGui() {
+    char best[MOVE_TEXT_SIZE];
+    char reply[MOVE_TEXT_SIZE];
+    MoveToStr(PBlock.pv[1], best);
+    MoveToStr(PBlock.pv[2], reply);
+    if (PBlock.pv[1] != NO_MOVE && PBlock.pv[2] != NO_MOVE)
+        ShowMessageF("bestmove %s ponder %s", best, reply);
+    else
+        ShowMessageF("bestmove %s", best);
+}
+
+double HitRate(u64 hits, u64 probes) {
+    return 100.0 * static_cast<double>(hits) / (static_cast<double>(probes) + 1.0);
+}
+
+void ReportToConsole() {
+    char best[MOVE_TEXT_SIZE];
+    MoveToStr(PBlock.pv[1], best);
+    const double nodes = static_cast<double>(sstats.nodes);
+    ShowMessageF("move= %s, time= %0.3f, score= %d, nodes= %0.0f, nps= %0.0fK ebf= %0.2f", best,
+                 PBlock.elapsed.Get(), PBlock.score.Get(), nodes,
+                 nodes / (PBlock.elapsed + 0.001) / 1000.0, EffectiveBranchingFactor());
+    ShowMessageF("Hash fill= %.1f%%, Hash hits: main= %0.1f%%, pawn= %0.1f%%, eval= %0.1f%%",
+                 100.0 * PBlock.hash_fill, HitRate(sstats.tt_hits, sstats.tt_probes),
+                 HitRate(sstats.pawn_hits, sstats.pawn_probes),
+                 HitRate(sstats.eval_hits, sstats.eval_probes));
+    const i32* counts = PBlock.ncnt;
+    if (i64{counts[0]} + counts[1] + counts[2] + counts[3] != 0)
+        ShowMessageF("ncnt1= %d, ncnt2= %d, ncnt3= %d, ncnt4= %d", counts[0], counts[1], counts[2],
+                     counts[3]);
+    ShowMessage("");
+}
+
+// Console self-play: charges the clock, plays the move and asks for the next one.
+void ContinueSelfPlay() {
+    Position* pos = game_position;
+    const Move m = PBlock.pv[1];
+    const SearchedPosition now = PositionNow();
+    PBlock.clock[pos->side] += PBlock.increment - PBlock.elapsed;
+    if (now.key != searched_position.key || now.hist_count != searched_position.hist_count ||
+        !MoveIsPseudoLegal(pos, m) || !MoveIsLegal(pos, pos->side, m)) {
+        selfplay = 0;
+        return;
+    }
+    PlayGameMove(pos, m);
+    ShowBoard(pos);
+    if (InputEnded() && !InputPending())
+        selfplay = 0;  // nobody could end it any more
+    else
+        PBlock.start_request = SEARCH_THINK;
+}
+
+// The one place where the end of a search is reported. Requires idle search threads.
+void ReportSearch() {
+    Collect();
+    PBlock.hash_fill = HashFill();
+    DisplaySearchInfo(0, 0, PBlock.depth_done, PBlock.score, PBlock.pv);
+    if (UciMode())
+        ReportToGui();
+    else
+        ReportToConsole();
+    if (selfplay) ContinueSelfPlay();
+    PBlock.search_state = SEARCH_IDLE;
+    PBlock.infinite = 0;
+}
+
+bool SearchIsOver() {
+    return BusyThreads() == 0 && PBlock.search_state != SEARCH_PONDER && !PBlock.infinite;
+}
+
+// Nobody can say "stop" any more: what would not end is ended, and then the program.
+void HandleEndOfInput() {
+    if (PBlock.search_state != SEARCH_IDLE) {
+        if (SearchIsEndless()) FinishSearch();
+    } else if (PBlock.start_request == SEARCH_IDLE) {
+        PBlock.quit = 1;
+    }
+}
+
+}  // namespace
+
+void FinishSearch() {
+    if (BusyThreads() != 0) {
+        if (PBlock.stop == STOP_NONE) PBlock.stop = STOP_FINISH;
+        WaitUntilIdle();
+        GetElapsedTime(0);
+    }
+    if (PBlock.search_state != SEARCH_IDLE) ReportSearch();
+}
+
+void CommandLoop() {
+    InitEval();
+    SetPosition(game_position, fen_opn);
+    if (!UciMode()) ShowBoard(game_position);
+    PBlock.start_request = SEARCH_IDLE;
+    PBlock.quit = 0;
+    while (!PBlock.quit) {
+        // A request that arrives during a search waits for its end, so the clock and the input are
+        // looked at then too.
+        if (PBlock.start_request == SEARCH_IDLE || PBlock.search_state != SEARCH_IDLE) {
+            if (!InputPending()) SleepExOrInput(LOOP_WAIT_MS, &front_end_alert, InputEnded());
+            SearchTimeout();
+            UserInput();
+        }
+        if (PBlock.start_request != SEARCH_IDLE && PBlock.search_state == SEARCH_IDLE)
+            BeginSearch();
+        if (PBlock.search_state != SEARCH_IDLE && SearchIsOver()) ReportSearch();
+        if (InputEnded() && !InputPending()) HandleEndOfInput();
+    }
+}

@@ -1,0 +1,813 @@
+// The console command language: one complete line in, its effect on the game position (slot 0) and
+// on PBlock, its answer through the message output. Everything of start-up must have run. Front-end
+// thread only; search threads may be busy, so a command that replaces what they read ends their
+// search first.
+//
+// The game record: the move words of the undo records from hist_count on are the moves that were
+// taken back and can be replayed, ended by 0. Whatever makes trial moves on the game position keeps
+// them with a RecordKeeper; a new move ends the record behind it.
+
+#include <algorithm>
+#include <cctype>
+#include <climits>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <string>
+
+#include "board/bitboards.h"
+#include "board/moves.h"
+#include "board/position.h"
+#include "board/zobrist.h"
+#include "book/book.h"
+#include "eval/evaluate.h"
+#include "eval/personality.h"
+#include "eval/threadblock.h"
+#include "frontend/frontend.h"
+#include "frontend/output.h"
+#include "frontend/pblock.h"
+#include "platform/clock.h"
+#include "search/search.h"
+#include "search/threads.h"
+#include "search/ttable.h"
+#include "tune/tune.h"
+
+namespace {
+
+constexpr int MAX_WORDS = 10;   // the command word and nine arguments
+constexpr int WORD_SIZE = 128;  // with the NUL
+
+constexpr double NO_TIME_LIMIT = 99999.0;  // seconds
+constexpr int MAX_PERFT_DEPTH = 20;
+constexpr int MAX_MULTIPV = 20;
+constexpr int EPD_LINE_SHOWN = 254;       // characters of a line of "test.epd" that are printed
+constexpr int EPD_LINE_WITH_BOARD = 9;    // a shorter one is no position
+constexpr int GAME_NUMBER_MAX = 1000;     // "load" takes a larger number for 1
+constexpr int PGN_MOVE_LENGTH = 32;       // characters of a move in a game file
+constexpr int SAVED_MOVES_PER_LINE = 11;  // of "save"
+constexpr int EDIT_LINE_LENGTH = 77;
+constexpr int PV_MAX_PLY = 66;
+
+// A command line taken apart. Missing words are empty.
+struct Command {
+    const char* line;
+    char word[MAX_WORDS][WORD_SIZE];
+};
+
+// Splits at every single blank; what is too long is cut.
+void SplitWords(const char* line, Command* command) {
+    command->line = line;
+    for (auto& word : command->word) word[0] = '\0';
+    const char* start = line;
+    for (int i = 0; i < MAX_WORDS; ++i) {
+        const char* end = std::strchr(start, ' ');
+        const std::size_t length =
+            end == nullptr ? std::strlen(start) : static_cast<std::size_t>(end - start);
+        const std::size_t kept = std::min<std::size_t>(length, WORD_SIZE - 1);
+        std::memcpy(command->word[i], start, kept);
+        command->word[i][kept] = '\0';
+        if (end == nullptr) return;
+        start = end + 1;
+    }
+}
+
+// Number of a word, 0 without one; too large ones stop at the ends of int.
+int WholeNumber(const char* word) {
+    const long value = std::strtol(word, nullptr, 10);
+    return static_cast<int>(std::clamp<long>(value, INT_MIN, INT_MAX));
+}
+
+double DecimalNumber(const char* word) {
+    const double value = std::strtod(word, nullptr);
+    return std::isfinite(value) ? value : 0.0;
+}
+
+// ---- the running search ----
+
+void AbandonSearch() { PBlock.stop = STOP_ABANDON; }
+
+// A command changes the game: a self-play game does not go on from there.
+void LeaveGame() {
+    selfplay = 0;
+    AbandonSearch();
+}
+
+// InitSearch takes over a waiting request as the state of the search; a tool that prepares a search
+// of its own holds the request back meanwhile.
+class RequestHold {
+public:
+    RequestHold() : request_(PBlock.start_request) { PBlock.start_request = SEARCH_IDLE; }
+    ~RequestHold() { PBlock.start_request = request_; }
+    RequestHold(const RequestHold&) = delete;
+    RequestHold& operator=(const RequestHold&) = delete;
+
+private:
+    u8 request_;
+};
+
+// False, and one line that says why, when the game position cannot be searched or evaluated.
+bool PositionIsPlayable() {
+    const char* why = WhyUnplayable(game_position);
+    if (why == nullptr) return true;
+    ShowMessage(why);
+    return false;
+}
+
+u64 requested_key = 0;  // search key of the position that the last request was made for
+
+void RequestSearch(u8 kind) {
+    requested_key = SearchKey(game_position);
+    PBlock.start_request = kind;
+}
+
+void ClearTableForAnalysis() {
+    FinishSearch();
+    if (PBlock.hash_mode <= 1) ClearTTable();
+}
+
+// ---- the game record ----
+
+class RecordKeeper {
+public:
+    explicit RecordKeeper(Position* pos) : pos_(pos), first_(pos->hist_count) {
+        for (int i = first_; i < MAX_UNDO_RECORDS; ++i) moves_[i] = pos->undo[i].move;
+    }
+    ~RecordKeeper() {
+        for (int i = first_; i < MAX_UNDO_RECORDS; ++i) pos_->undo[i].move = moves_[i];
+    }
+    RecordKeeper(const RecordKeeper&) = delete;
+    RecordKeeper& operator=(const RecordKeeper&) = delete;
+
+private:
+    Position* pos_;
+    int first_;
+    Move moves_[MAX_UNDO_RECORDS];
+};
+
+// Nothing can be replayed behind the current position any more.
+void EndGameRecord() {
+    for (int i = game_position->hist_count; i < MAX_UNDO_RECORDS; ++i)
+        game_position->undo[i].move = NO_MOVE;
+}
+
+// The next move of the record, 0 when there is none.
+Move NextRecordedMove() {
+    const Position* pos = game_position;
+    if (pos->hist_count >= GAME_HISTORY_LIMIT) return NO_MOVE;
+    const Move m = pos->undo[pos->hist_count].move;
+    return m != NO_MOVE && MoveIsPseudoLegal(pos, m) && MoveIsLegal(pos, pos->side, m) ? m
+                                                                                       : NO_MOVE;
+}
+
+void TakeBackAll() {
+    while (game_position->hist_count > 0) TakeBackGameMove(game_position);
+}
+
+void NewGamePosition(const char* fen) {
+    SetPosition(game_position, fen);
+    EndGameRecord();
+}
+
+void PlayNewMove(Move m) {
+    PlayGameMove(game_position, m);
+    EndGameRecord();
+}
+
+int MoveNumber() { return game_position->hist_count / 2 + 1; }
+
+// ---- showing ----
+
+void ShowEvaluation() {
+    FinishSearch();
+    const RequestHold hold;
+    ShowEvalInfo();
+}
+
+// The board, or the evaluation while debugging.
+void ShowPosition() {
+    if (PBlock.debug != 0 && WhyUnplayable(game_position) == nullptr)
+        ShowEvaluation();
+    else
+        ShowBoard(game_position);
+}
+
+// ---- game and position ----
+
+void NewCommand(const Command&) {
+    LeaveGame();
+    NewGamePosition(fen_opn);
+    computer = 2;
+    PBlock.clock[WHITE] = PBlock.clock[BLACK] = PBlock.base_time;
+    ShowBoard(game_position);
+}
+
+void FenCommand(const Command& c) {
+    constexpr std::size_t FEN_START = 4;  // behind "fen "
+    LeaveGame();
+    NewGamePosition(std::strlen(c.line) > FEN_START ? c.line + FEN_START : "");
+    ShowBoard(game_position);
+}
+
+void BoardCommand(const Command&) { ShowPosition(); }
+
+void UndoCommand(const Command&) {
+    LeaveGame();
+    if (game_position->hist_count > 0) TakeBackGameMove(game_position);
+    ShowPosition();
+}
+
+void RedoCommand(const Command&) {
+    LeaveGame();
+    const Move m = NextRecordedMove();
+    if (m != NO_MOVE) {
+        char text[MOVE_TEXT_SIZE];
+        MoveToStr(m, text);
+        ShowMessageF("%d. move %s", MoveNumber(), text);
+        PlayGameMove(game_position, m);
+    }
+    ShowPosition();
+}
+
+void JumpCommand(const Command& c) {
+    selfplay = 0;
+    const int plies = WholeNumber(c.word[1]);
+    TakeBackAll();
+    while (game_position->hist_count < plies) {
+        const Move m = NextRecordedMove();
+        if (m == NO_MOVE) break;
+        PlayGameMove(game_position, m);
+    }
+    ShowBoard(game_position);
+}
+
+// A word of the user that should be a move.
+void EnterMove(const char* typed) {
+    if (typed[0] == '\0' || !PositionIsPlayable()) return;
+    char text[WORD_SIZE + 2];
+    std::snprintf(text, sizeof text, "%s", typed);
+    Move m;
+    if (!IsValidMove(text, &m)) return;
+    LeaveGame();
+    FinishSearch();
+    ShowMessageF("%d. move %s", MoveNumber(), typed);
+    PlayNewMove(m);
+    ShowPosition();
+}
+
+void MoveCommand(const Command& c) { EnterMove(c.word[1]); }
+
+// The first line of "test.epd" that carries the wanted id; empty when there is none.
+std::string FindEpdLine(std::ifstream& in, const char* id) {
+    const std::string wanted = std::string("id \"") + id + '"';
+    std::string line;
+    while (std::getline(in, line)) {
+        if (line.empty() || line[0] == ';' || line[0] == ' ') continue;
+        if (line.find(wanted) == std::string::npos) continue;
+        if (line.back() == '\r') line.pop_back();
+        return line.substr(0, EPD_LINE_SHOWN);
+    }
+    return "";
+}
+
+void GetCommand(const Command& c) {
+    LeaveGame();
+    std::ifstream in("test.epd", std::ios::binary);
+    if (!in) return;
+    const std::string line = FindEpdLine(in, c.word[1]);
+    ShowMessage(line.c_str());
+    if (line.size() >= EPD_LINE_WITH_BOARD) NewGamePosition(line.c_str());
+    FinishSearch();
+    ClearTTable();
+    ShowBoard(game_position);
+}
+
+// ---- "edit" ----
+
+constexpr const char* edit_help[] = {
+    ".                    end edit",
+    "#                    clear board",
+    "w  Pa2 Pb2 Kc2       white, pieces",
+    "b  Pa7 Pb7 Kc7       black, pieces",
+};
+
+void ClearEditedBoard() {
+    SetPosition(game_position, "8/8/8/8/8/8/8/8");  // keeps the side to move
+    game_position->castle = WHITE_KING_SIDE | WHITE_QUEEN_SIDE | BLACK_KING_SIDE | BLACK_QUEEN_SIDE;
+}
+
+// Puts the piece of one word ("Pa2") on its square; false when that lies off the board.
+bool PlaceEditedPiece(int colour, const char* word) {
+    const int file = word[1] == '\0' ? -1 : word[1] - 'a';
+    const int rank = file < 0 || word[2] == '\0' ? -1 : word[2] - '1';
+    if (file < 0 || file > 7 || rank < 0 || rank > 7) return false;
+    Position* pos = game_position;
+    const int letter = std::toupper(static_cast<unsigned char>(word[0]));
+    int type = PAWN;
+    while (type <= KING && wchar[type] != letter) ++type;
+    if (type > KING) return true;
+    const int square = rank * 8 + file;
+    if (pos->board[square] != NO_PIECE) RemovePiece(pos, square);
+    if (CountBits(pos->bb[colour][type]) < MAX_PIECES_OF_A_KIND)
+        AddPiece(pos, colour, type, square);
+    return true;
+}
+
+void EditLine(char* line) {
+    if (line[0] == '#') {
+        ClearEditedBoard();
+        return;
+    }
+    const char* word = std::strtok(line, " \t\r");
+    if (word == nullptr || (word[0] != 'w' && word[0] != 'b')) return;
+    const int colour = word[0] == 'w' ? WHITE : BLACK;
+    game_position->side = static_cast<u8>(colour);
+    game_position->ep_square = NO_SQUARE;  // the double push is no longer the last move
+    while ((word = std::strtok(nullptr, " \t\r")) != nullptr)
+        if (!PlaceEditedPiece(colour, word)) return;
+}
+
+// Takes away the castling rights that the pieces do not bear out, and makes the board the start of
+// a game.
+void FinishEdit() {
+    Position* pos = game_position;
+    for (int colour = 0; colour < 2; ++colour) {
+        const int king = init_king_sq[colour];
+        const int rook_code = PieceCode(colour, ROOK);
+        const bool at_home = pos->board[king] == PieceCode(colour, KING);
+        int lost = 0;
+        if (!at_home || pos->board[king + 3] != rook_code) lost |= WHITE_KING_SIDE;
+        if (!at_home || pos->board[king - 4] != rook_code) lost |= WHITE_QUEEN_SIDE;
+        pos->castle = static_cast<u8>(pos->castle & ~(lost << (2 * colour)));
+    }
+    SetHash(pos);
+    pos->hist_count = 0;
+    pos->ply = 1;
+    pos->last_move = NO_MOVE;
+    std::fill(pos->undo, pos->undo + 2, UndoRecord{});
+    EndGameRecord();
+    ShowBoard(pos);
+}
+
+void EditCommand(const Command&) {
+    LeaveGame();
+    FinishSearch();
+    for (const char* help : edit_help) ShowMessage(help);
+    char line[EDIT_LINE_LENGTH + 1];
+    while (ReadInputLine(line, sizeof line) && line[0] != '.') EditLine(line);
+    FinishEdit();
+}
+
+// ---- searching and its limits ----
+
+void ForceCommand(const Command&) {
+    LeaveGame();
+    computer = 2;
+}
+
+void QuitCommand(const Command&) {
+    AbandonSearch();
+    PBlock.quit = 1;
+}
+
+void GoCommand(const Command& c) {
+    if (!PositionIsPlayable()) return;
+    const int depth = WholeNumber(c.word[1]);
+    ClearTableForAnalysis();
+    PBlock.moves_per_control = 1;
+    PBlock.base_time = NO_TIME_LIMIT;
+    PBlock.max_depth = static_cast<i8>(depth >= 0 && depth < MAX_DEPTH ? depth : MAX_DEPTH);
+    RequestSearch(SEARCH_ANALYSE);
+}
+
+void AnalyseCommand(const Command&) {
+    if (!PositionIsPlayable()) return;
+    ClearTableForAnalysis();
+    PBlock.moves_per_control = 1;
+    PBlock.base_time = NO_TIME_LIMIT;
+    PBlock.max_depth = MAX_DEPTH;
+    PBlock.noise = 0.0;
+    computer = 2;
+    RequestSearch(SEARCH_ANALYSE);
+}
+
+void StopCommand(const Command&) { AbandonSearch(); }
+
+void ThinkCommand(const Command&) {
+    if (!PositionIsPlayable()) return;
+    computer = game_position->side;
+    RequestSearch(SEARCH_THINK);
+}
+
+void SelfPlayCommand(const Command&) {
+    if (!PositionIsPlayable()) return;
+    EndGameRecord();
+    PBlock.ponder = 0;
+    selfplay = 1;
+    RequestSearch(SEARCH_THINK);
+}
+
+// "40 5:00 2": moves, minutes and seconds or seconds alone, increment.
+void LevelCommand(const Command& c) {
+    const char* base = c.word[2];
+    const char* colon = std::strchr(base, ':');
+    const double seconds = colon == nullptr ? DecimalNumber(base)
+                                            : 60.0 * WholeNumber(base) + DecimalNumber(colon + 1);
+    PBlock.moves_per_control = static_cast<u8>(WholeNumber(c.word[1]));
+    PBlock.base_time = seconds;
+    PBlock.increment = DecimalNumber(c.word[3]);
+    PBlock.clock[WHITE] = PBlock.clock[BLACK] = seconds;
+    ShowMessageF("set level to %d moves in %0.2f seconds, inc %0.2f", PBlock.moves_per_control,
+                 seconds, PBlock.increment);
+}
+
+void DepthCommand(const Command& c) {
+    PBlock.max_depth = static_cast<i8>(std::clamp(WholeNumber(c.word[1]), 0, MAX_DEPTH));
+}
+
+void TimeCommand(const Command& c) {
+    if (computer == WHITE || computer == BLACK) PBlock.clock[computer] = DecimalNumber(c.word[1]);
+}
+
+u16 SmallNumber(const char* word) {
+    return static_cast<u16>(std::clamp(WholeNumber(word), 0, USHRT_MAX));
+}
+
+void PonderCommand(const Command& c) { PBlock.ponder = SmallNumber(c.word[1]); }
+void NoiseCommand(const Command& c) { PBlock.noise = DecimalNumber(c.word[1]); }
+void DebugCommand(const Command& c) { PBlock.debug = SmallNumber(c.word[1]); }
+
+void MultiPvCommand(const Command& c) {
+    PBlock.multipv = static_cast<u16>(std::clamp(WholeNumber(c.word[1]), 1, MAX_MULTIPV));
+}
+
+void HashCommand(const Command& c) {
+    FinishSearch();
+    PBlock.hash_mode = static_cast<u8>(std::clamp(WholeNumber(c.word[1]), 0, UCHAR_MAX));
+}
+
+void TraceCommand(const Command& c) {
+    FinishSearch();
+    PBlock.trace = SmallNumber(c.word[1]);
+}
+
+// ---- selectivity and parameters ----
+
+struct SelectivitySwitch {
+    const char* name;
+    u8 PersonalityRecord::*field;
+    u8 off;  // its value while all selective pruning is off
+};
+constexpr SelectivitySwitch selectivity_switches[] = {
+    {"NMP_depth", &PersonalityRecord::NMP_depth, 99},
+    {"CNP_depth", &PersonalityRecord::CNP_depth, 0},
+    {"LMP_depth", &PersonalityRecord::LMP_depth, 0},
+    {"LMR_depth", &PersonalityRecord::LMR_depth, 99},
+};
+
+void SetCommand(const Command& c) {
+    FinishSearch();
+    const char* name = c.word[1];
+    for (const SelectivitySwitch& s : selectivity_switches) {
+        if (std::strcmp(name, s.name) != 0) continue;
+        Personality.*s.field = static_cast<u8>(WholeNumber(c.word[2]));
+        ShowMessageF("%s set to %d", name, Personality.*s.field);
+        return;
+    }
+    if (std::strcmp(name, "ss_off") == 0) {
+        for (const SelectivitySwitch& s : selectivity_switches) Personality.*s.field = s.off;
+        ShowMessage("selectivity set to OFF");
+    } else {
+        Personality = DefaultPersonality;
+        ShowMessage("selectivity set to default");
+    }
+}
+
+struct SquareTable {
+    const i16* table;
+    const char* title;
+};
+constexpr SquareTable square_tables[] = {
+    {PawnOpening, "PawnOpening"},     {PawnEnding, "PawnEnding"},
+    {KnightOpening, "KnightOpening"}, {KnightEnding, "KnightEnding"},
+    {BishopOpening, "BishopOpening"}, {BishopEnding, "BishopEnding"},
+    {RookOpening, "RookOpening"},     {RookEnding, "RookEnding"},
+    {QueenOpening, "QueenOpening"},   {QueenEnding, "QueenEnding"},
+    {KingOpening, "KingOpening"},     {KingEnding, "KingEnding"},
+};
+
+void ParametersCommand(const Command&) {
+    constexpr int SHOWN_DANGERS = 32;
+    constexpr int SHOWN_MOBILITIES = 15;
+    PrintDirect("piece values=  %d/%d  %d/%d  %d/%d  %d/%d  %d/%d\n", MtlPawnOp[1], MtlPawnEn[1],
+                MtlKnightOp[1], MtlKnightEn[1], MtlBishopOp[1], MtlBishopEn[1], MtlRookOp[1],
+                MtlRookEn[1], MtlQueenOp[1], MtlQueenEn[1]);
+    for (int i = 0; i < SHOWN_DANGERS; ++i) PrintDirect("i=%2d, kdngr= %3d\n", i, KingDanger[i]);
+    for (int i = 0; i < SHOWN_MOBILITIES; ++i)
+        PrintDirect("%3d  nmob= %3d  bmob=%3d  rmob=%3d  qmob= %3d\n", i, KnightMobility[i],
+                    BishopMobility[i], RookMobility[i], QueenMobility[i]);
+    for (int rank = 1; rank <= 8; ++rank)
+        PrintDirect("rank=%d,  ppadv=%3d\n", rank, PP_BONUS[rank - 1]);
+    PrintDirect("pawn_shield= %d\n", Personality.pawn_shield);
+    PrintDirect("pawn_storm= %d\n", Personality.pawn_storm);
+    PrintDirect("hung= %d\n", Personality.hung);
+    PrintDirect("pinned= %d\n", Personality.pinned);
+    for (const SquareTable& t : square_tables) PrintPSQTable(t.table, t.title);
+    PrintDirect("\n");
+}
+
+void ReductionsCommand(const Command&) {
+    constexpr int SHOWN_DEPTHS = 30;
+    for (const auto& layer : Personality.LMR_table) {
+        for (int depth = 1; depth <= SHOWN_DEPTHS; ++depth) {
+            std::string row;
+            for (int i = 0; i < LMR_MOVES; ++i) row += std::to_string(layer[depth][i]) + ' ';
+            PrintDirect("%2d  %s\n", depth, row.c_str());
+        }
+        PrintDirect("\n");
+    }
+}
+
+// ---- looking into the engine ----
+
+void EvaluationCommand(const Command&) {
+    if (PositionIsPlayable()) ShowEvaluation();
+}
+
+// Copies the published line when the search it comes from is, or was, one of the game position.
+void CopySearchLine(Move* line) {
+    const SpinGuard guard(&spinlock1);
+    const bool running = BusyThreads() > 0;
+    const u64 key = SearchKey(game_position);
+    const bool same = running ? key == requested_key && PBlock.stop == STOP_NONE
+                              : ThreadData[1] != nullptr && key == SearchKey(&ThreadData[1]->pos);
+    if (same) std::copy(PBlock.pv, PBlock.pv + PV_SIZE, line);
+}
+
+void LineCommand(const Command&) {
+    if (!PositionIsPlayable()) return;
+    Position* pos = game_position;
+    const RecordKeeper keep(pos);
+    Move line[PV_SIZE + 2] = {};
+    CopySearchLine(line);
+    RetrievePV(pos, 1, line);
+    std::string text;
+    int made = 0;
+    for (int ply = 1; ply <= PV_MAX_PLY; ++ply) {
+        const Move m = line[ply];
+        if (m == NO_MOVE || !MoveIsPseudoLegal(pos, m) || !MoveIsLegal(pos, pos->side, m)) break;
+        char coord[MOVE_TEXT_SIZE], san[MOVE_TEXT_SIZE], file_form[MOVE_TEXT_SIZE],
+            rank_form[MOVE_TEXT_SIZE];
+        GenMoveStrings(pos, m, coord, san, file_form, rank_form);
+        text = text + san + ' ';
+        MakeMove(pos, m);
+        ++made;
+    }
+    PrintDirect("PV: %s\n\n", text.c_str());
+    ShowBoard(pos);
+    while (made-- > 0) UnmakeMove(pos);
+}
+
+void BookCommand(const Command&) {
+    if (!PositionIsPlayable()) return;
+    const RecordKeeper keep(game_position);
+    const Move searched = PBlock.pv[1];  // the look-up leaves its move there
+    GetCandidates(game_position, 1);
+    PBlock.pv[1] = searched;
+    ShowMessage("");
+}
+
+void PerftCommand(const Command& c) {
+    if (!PositionIsPlayable()) return;
+    FinishSearch();
+    const RequestHold hold;
+    const RecordKeeper keep(game_position);
+    InitSearch();
+    ThreadBlock* tb = ThreadData[0];
+    const double start = MonotonicSeconds();
+    const int complete =
+        Perft(tb, game_position->side, 1, std::clamp(WholeNumber(c.word[1]), 0, MAX_PERFT_DEPTH));
+    const double seconds = MonotonicSeconds() - start;
+    const double nodes = static_cast<double>(tb->nodes.Get());
+    if (!complete) ShowMessage("too many moves for the move buffer: the count is incomplete");
+    ShowMessageF("visited %0.0f nodes in %0.3f seconds, nps= %0.0f", nodes, seconds,
+                 nodes / (seconds + 0.001));
+}
+
+void SwapCommand(const Command&) {
+    if (!PositionIsPlayable()) return;
+    Position* pos = game_position;
+    Bitboard pieces = Occupied(pos);
+    while (pieces != 0) {
+        const int square = PopLSB(&pieces);
+        const int enemy = PieceColour(pos->board[square]) ^ 1;
+        const int value = swapoff1(pos, enemy, NO_SQUARE, square, Occupied(pos));
+        if (value != 0) PrintDirect("sq= %s, swap= %d\n", square_name[square], value);
+    }
+}
+
+// ---- files ----
+
+bool Contains(const std::string& line, const char* text) {
+    return line.find(text) != std::string::npos;
+}
+
+constexpr const char* GAME_START = "[Event ";
+
+// Where the wanted game of a file starts, in bytes; -1 when it has no such game. A file without any
+// event tag is one game.
+std::streamoff FindGame(std::ifstream& in, const char* tag) {
+    const bool by_number = tag[0] == '\0' || std::isdigit(static_cast<unsigned char>(tag[0]));
+    int wanted = by_number ? WholeNumber(tag) : 0;
+    if (by_number && (wanted < 1 || wanted > GAME_NUMBER_MAX)) wanted = 1;
+    std::streamoff line_start = 0, game_start = 0;
+    int games = 0;
+    std::string line;
+    while (std::getline(in, line)) {
+        if (Contains(line, GAME_START)) {
+            game_start = line_start;
+            if (++games == wanted) return game_start;
+        }
+        if (!by_number && Contains(line, tag)) return game_start;
+        line_start += static_cast<std::streamoff>(line.size()) + 1;
+    }
+    return games == 0 && wanted == 1 ? 0 : -1;
+}
+
+// What is open at the end of a line of a game.
+struct GameTextState {
+    bool in_comment = false;
+    int variations = 0;  // depth of parentheses
+};
+
+// Plays one word of a game's text, from its first letter on. False when it is no legal move.
+bool PlayGameWord(const std::string& word) {
+    const auto letter = std::find_if(word.begin(), word.end(), [](char c) {
+        return std::isalpha(static_cast<unsigned char>(c)) != 0;
+    });
+    if (letter == word.end()) return true;
+    const std::string text(letter,
+                           letter + std::min<std::ptrdiff_t>(word.end() - letter, PGN_MOVE_LENGTH));
+    char edited[PGN_MOVE_LENGTH + 2];
+    std::snprintf(edited, sizeof edited, "%s", text.c_str());
+    Move m;
+    if (IsValidMove(edited, &m)) {
+        PlayGameMove(game_position, m);
+        return true;
+    }
+    ShowMessageF("can't parse move '%s'", text.c_str());
+    return false;
+}
+
+// Plays the moves of one line, without comments and variations. False at a move that is not legal.
+bool PlayGameLine(const std::string& line, GameTextState* state) {
+    std::string word;
+    for (const char c : line) {
+        if (state->in_comment) {
+            state->in_comment = c != '}';
+            continue;
+        }
+        const bool plain =
+            static_cast<unsigned char>(c) > ' ' && std::strchr("{};()", c) == nullptr;
+        if (plain && state->variations == 0) word += c;
+        if (plain) continue;
+        if (!word.empty() && !PlayGameWord(word)) return false;
+        word.clear();
+        if (c == ';') return true;
+        if (c == '{') state->in_comment = true;
+        if (c == '(') ++state->variations;
+        if (c == ')' && state->variations > 0) --state->variations;
+    }
+    return word.empty() || PlayGameWord(word);
+}
+
+void PlayGameFile(std::ifstream& in) {
+    GameTextState state;
+    std::string line;
+    for (bool first = true; std::getline(in, line); first = false) {
+        if (!first && Contains(line, GAME_START)) return;
+        if (first && line.compare(0, 3, "\xEF\xBB\xBF") == 0) line.erase(0, 3);
+        const bool skipped =
+            !state.in_comment && !line.empty() && (line[0] == '[' || line[0] == '%');
+        if (!skipped && !PlayGameLine(line, &state)) return;
+    }
+}
+
+void LoadCommand(const Command& c) {
+    ShowMessageF("loading %s, tag %s\n", c.word[1], c.word[2]);
+    std::ifstream in(c.word[1], std::ios::binary);
+    if (in) {
+        selfplay = 0;
+        NewGamePosition(fen_opn);
+        const std::streamoff start = FindGame(in, c.word[2]);
+        in.clear();
+        if (start >= 0 && in.seekg(start)) PlayGameFile(in);
+        EndGameRecord();
+        ShowBoard(game_position);
+    }
+    PBlock.clock[WHITE] = PBlock.clock[BLACK] = PBlock.base_time;
+}
+
+void SaveCommand(const Command&) {
+    std::FILE* out = std::fopen("tmp.pgn", "a");
+    if (out == nullptr) return;
+    Position* pos = game_position;
+    const int moves = pos->hist_count;
+    TakeBackAll();
+    std::fputs("[Event \"Unknown\"]\n", out);
+    for (int i = 1; i <= moves; ++i) {
+        const Move m = pos->undo[pos->hist_count].move;
+        char coord[MOVE_TEXT_SIZE], san[MOVE_TEXT_SIZE], file_form[MOVE_TEXT_SIZE],
+            rank_form[MOVE_TEXT_SIZE];
+        GenMoveStrings(pos, m, coord, san, file_form, rank_form);
+        std::fprintf(out, i % SAVED_MOVES_PER_LINE == 0 ? "%s \n" : "%s ", san);
+        PlayGameMove(pos, m);
+    }
+    std::fputs("\n\n", out);
+    std::fclose(out);
+}
+
+void MakeBookCommand(const Command&) {
+    selfplay = 0;
+    MakeBook();
+    EndGameRecord();
+}
+
+void TuneWeightCommand(const Command& c) {
+    if (c.word[1][0] == '\0' || c.word[2][0] == '\0') return;
+    selfplay = 0;
+    FinishSearch();
+    const RequestHold hold;
+    TuneCommand(c.word[1], c.word[2]);
+    EndGameRecord();
+}
+
+// ---- dispatch ----
+
+struct ConsoleWord {
+    const char* name;
+    void (*run)(const Command&);
+    bool anywhere = false;  // the name may stand anywhere in the word
+};
+
+// In the order in which they are tried.
+constexpr ConsoleWord console_words[] = {
+    {"new", NewCommand},
+    {"fen", FenCommand},
+    {"force", ForceCommand},
+    {"quit", QuitCommand},
+    {"go", GoCommand},
+    {"an", AnalyseCommand},
+    {".", StopCommand},
+    {"mv", ThinkCommand},
+    {"bd", BoardCommand},
+    {"level", LevelCommand},
+    {"depth", DepthCommand},
+    {"sd", DepthCommand},
+    {"time", TimeCommand},
+    {"ponder", PonderCommand},
+    {"self", SelfPlayCommand},
+    {"get", GetCommand},
+    {"noise", NoiseCommand},
+    {"hash", HashCommand},
+    {"ev", EvaluationCommand},
+    {"sp", ParametersCommand},
+    {"pv", LineCommand},
+    {"trace", TraceCommand},
+    {"lmr", ReductionsCommand},
+    {"debug", DebugCommand},
+    {"multipv", MultiPvCommand, true},
+    {"undo", UndoCommand},
+    {"[", UndoCommand},
+    {"]", RedoCommand},
+    {"load", LoadCommand},
+    {"save", SaveCommand},
+    {"jump", JumpCommand},
+    {"edit", EditCommand},
+    {"book", BookCommand},
+    {"mkbook", MakeBookCommand},
+    {"set", SetCommand},
+    {"tune", TuneWeightCommand},
+    {"perft", PerftCommand},
+    {"swap", SwapCommand},
+    {"move", MoveCommand},
+};
+
+}  // namespace
+
+void ConsoleCommand(const char* line) {
+    if (line[0] == '\0') return;
+    Command command;
+    SplitWords(line, &command);
+    const char* word = command.word[0];
+    for (const ConsoleWord& w : console_words) {
+        const bool meant =
+            w.anywhere ? std::strstr(word, w.name) != nullptr : std::strcmp(word, w.name) == 0;
+        if (meant) {
+            w.run(command);
+            return;
+        }
+    }
+    EnterMove(word);
+}

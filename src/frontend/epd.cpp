@@ -1,0 +1,236 @@
+// EPD suites: one search per line of the file, how often the best move was found and how well the
+// scores predict the labelled results. Everything of start-up must have run. Front-end thread only;
+// deep searches use the search threads, shallow ones run on the calling thread with slot 1.
+
+#include "frontend/epd.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <vector>
+
+#include "board/moves.h"
+#include "eval/personality.h"
+#include "eval/threadblock.h"
+#include "frontend/frontend.h"
+#include "frontend/output.h"
+#include "frontend/pblock.h"
+#include "frontend/toolsearch.h"
+#include "search/search.h"
+#include "search/threads.h"
+#include "search/ttable.h"
+#include "tune/tune.h"
+
+namespace {
+
+constexpr std::size_t SHORTEST_POSITION = 10;  // characters
+constexpr std::size_t RESULT_LENGTH = 7;       // characters of a "tune" label
+constexpr double NO_RESULT = 0.5;
+constexpr double UNREADABLE_FILE = 1.0;  // the error that is returned then
+constexpr int POOL_DEPTH = 6;            // from this depth limit on the search threads are used
+constexpr int INPUT_INTERVAL = 16;       // shallow positions between two looks at the input
+constexpr const char* UNSOLVED_FILE = "unsolved.epd";
+
+// Totals of one run.
+struct EpdTotals {
+    int positions = 0;
+    int correct = 0;
+    u64 nodes = 0;
+    double seconds = 0.0;
+    double depth = 0.0;
+    double branching = 0.0;
+    double error = 0.0;
+};
+
+double ReadResult(const std::string& line) {
+    const std::size_t at = line.find("tune ");
+    if (at == std::string::npos) return NO_RESULT;
+    const double value = std::strtod(line.substr(at + 5, RESULT_LENGTH).c_str(), nullptr);
+    return std::isfinite(value) ? value : NO_RESULT;
+}
+
+// IsValidMove on a copy, which it may edit and lengthen.
+int MoveOfText(const char* first, const char* last) {
+    std::vector<char> text(first, last);
+    text.resize(text.size() + 2, '\0');
+    Move m;
+    return IsValidMove(text.data(), &m) ? m : 0;
+}
+
+bool SearchIsBrief() { return PBlock.stop != STOP_NONE || PBlock.iteration_depth <= 1; }
+
+bool Quiet() { return PBlock.noise == NOISE_NEVER; }
+
+// One run over a file, with what it needs from line to line.
+class EpdRun {
+public:
+    EpdRun(int show, int max_depth) : show_(show), max_depth_(max_depth) {}
+    ~EpdRun() {
+        if (unsolved_ != nullptr) std::fclose(unsolved_);
+    }
+    EpdRun(const EpdRun&) = delete;
+    EpdRun& operator=(const EpdRun&) = delete;
+
+    bool OpenUnsolved() {
+        if (max_depth_ >= 1) unsolved_ = std::fopen(UNSOLVED_FILE, "wb");
+        return max_depth_ < 1 || unsolved_ != nullptr;
+    }
+    void Analyze(const std::string& line);
+    void ShowSummary() const;
+    double AverageError() const { return Average(totals_.error); }
+
+private:
+    int Search();
+    void Announce(const std::string& line) const;
+    void ShowResult(int score) const;
+    double Average(double sum) const {
+        return totals_.positions == 0 ? 0.0 : sum / totals_.positions;
+    }
+
+    int show_;
+    int max_depth_;
+    std::FILE* unsolved_ = nullptr;
+    EpdTotals totals_;
+};
+
+void EpdRun::Announce(const std::string& line) const {
+    if (Quiet()) return;
+    ShowMessageF("pos= %d", totals_.positions);
+    ShowMessage(line.c_str());
+    ShowBoard(game_position);
+}
+
+// Searches the game position in the way its depth asks for, and returns the score.
+int EpdRun::Search() {
+    PrepareToolSearch();
+    if (max_depth_ < POOL_DEPTH) {
+        const int score = ScoreGamePosition();
+        if (totals_.positions % INPUT_INTERVAL == 0) {
+            SearchTimeout();
+            UserInput();
+        }
+        return score;
+    }
+    StartSearch();
+    WaitForToolSearch(SearchIsBrief);
+    return PBlock.score;
+}
+
+void EpdRun::ShowResult(int score) const {
+    if (Quiet()) return;
+    DisplaySearchInfo(0, 0, PBlock.depth_done, score, PBlock.pv);
+    char move[MOVE_TEXT_SIZE];
+    MoveToStr(PBlock.pv[1], move);
+    const double elapsed = PBlock.elapsed;
+    const double nodes = static_cast<double>(sstats.nodes);
+    ShowMessageF("move= %s, time= %0.3f, score= %d, nodes= %0.0f, %0.0fK nps\n", move, elapsed,
+                 score, nodes, nodes / (elapsed + 0.001) / 1000);
+}
+
+// Searches the position of one line, if it is one, and adds it to the totals.
+void EpdRun::Analyze(const std::string& line) {
+    EpdRecord record;
+    if (!ParseEpdLine(line, &record)) return;
+    SetPosition(game_position, record.position.c_str());
+    if (const char* why = WhyUnplayable(game_position)) {
+        if (show_) ShowMessageF("%s: %s", why, record.position.c_str());
+        return;
+    }
+    ++totals_.positions;
+    if (show_) ShowStatus("position %d, %d correct", totals_.positions, totals_.correct);
+    PBlock.expected_move = max_depth_ < 1 ? -1 : ExpectedMove(record.best_move);
+    if (max_depth_ >= 2) ClearTTable();
+    Announce(record.position);
+
+    const int score = Search();
+    GetElapsedTime(0);
+    Collect();
+    totals_.seconds += PBlock.elapsed;
+    totals_.nodes += sstats.nodes;
+    totals_.depth += PBlock.depth_done;
+    totals_.branching += EffectiveBranchingFactor();
+    if (PBlock.expected_move > 0 && PBlock.pv[1] == PBlock.expected_move)
+        ++totals_.correct;
+    else if (unsolved_ != nullptr) {
+        std::fwrite(line.data(), 1, line.size(), unsolved_);
+        std::fputc('\n', unsolved_);
+        std::fflush(unsolved_);
+    }
+    totals_.error += std::abs(record.result - WinProbability(score));
+    ShowResult(score);
+    PBlock.search_state = SEARCH_IDLE;
+}
+
+void EpdRun::ShowSummary() const {
+    const EpdTotals& t = totals_;
+    const u64 n = static_cast<u64>(std::max(t.positions, 1));
+    ShowMessageF("%d / %d correct best moves", t.correct, t.positions);
+    ShowMessageF("total nodes= %0.0f", static_cast<double>(t.nodes));
+    ShowMessageF("total time= %0.2f seconds", t.seconds);
+    ShowMessageF("avg depth= %0.1f", Average(t.depth));
+    ShowMessageF("avg nodes= %0.1f", static_cast<double>(t.nodes / n));
+    ShowMessageF("node_rate= %0.0f", static_cast<double>(t.nodes) / (t.seconds + 0.01));
+    ShowMessageF("avg bf= %0.2f", Average(t.branching));
+    ShowMessageF("avg error= %0.5f\n", AverageError());
+}
+
+}  // namespace
+
+bool ParseEpdLine(const std::string& line, EpdRecord* record) {
+    std::size_t length = line.size();
+    while (length > 0 && (line[length - 1] == '\r' || line[length - 1] == '\0')) --length;
+    if (length < SHORTEST_POSITION || std::strchr(" #;", line[0]) != nullptr) return false;
+    record->position.assign(line, 0, length);
+    record->result = ReadResult(record->position);
+    record->best_move.clear();
+    const std::size_t at = record->position.find("bm ");
+    if (at != std::string::npos) {
+        const std::size_t start = at + 3;
+        const std::size_t end = std::min(record->position.find(';', start), length);
+        record->best_move.assign(record->position, start, end - start);
+    }
+    return true;
+}
+
+int ExpectedMove(const std::string& text) {
+    const char* first = text.c_str();
+    const char* const end = first + text.size();
+    if (const int whole = MoveOfText(first, end)) return whole;
+    while (first != end) {
+        const char* last = std::find(first, end, ' ');
+        if (last != first)
+            if (const int m = MoveOfText(first, last)) return m;
+        first = last == end ? end : last + 1;
+    }
+    return 0;
+}
+
+int ScoreGamePosition() {
+    SearchIterations(1);
+    const int score = ThreadData[1]->running_score;
+    PBlock.score = static_cast<i16>(score);
+    return score;
+}
+
+double Analyze_EPD_File(int show) {
+    std::ifstream in(PBlock.epd_file, std::ios::binary);
+    EpdRun run(show, PBlock.max_depth);
+    if (!in) return UNREADABLE_FILE;
+    if (!run.OpenUnsolved()) {
+        if (show) std::fprintf(stderr, "cannot write %s\n", UNSOLVED_FILE);
+        return UNREADABLE_FILE;
+    }
+    InitEval();
+    if (show) ShowMessageF("Analyzing %s...", PBlock.epd_file);
+    if (PBlock.max_depth <= 1) PBlock.hash_mode = 0;
+    std::string line;
+    while (PBlock.quit == 0 && std::getline(in, line)) run.Analyze(line);
+    if (show) {
+        ClearStatus();
+        run.ShowSummary();
+    }
+    return run.AverageError();
+}

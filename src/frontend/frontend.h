@@ -1,0 +1,61 @@
+// The front end's own interfaces: start-up and clean-up, command line, command loop, input,
+// protocols, tool modes. Front-end thread only.
+#pragma once
+
+#include "frontend/pblock.h"
+#include "platform/types.h"
+
+extern const char* const version;  // "Vesk 3.0"
+
+// --- start-up (startup.cpp) ---
+// Which mode main runs; the command line chooses. Nothing: the command line asked for something
+// that cannot be run, and has said so.
+enum class RunMode { CommandLoop, EpdAnalysis, PgnScan, Match, Benchmark, Tune, Nothing };
+struct StartOptions {
+    RunMode mode = RunMode::CommandLoop;
+    int benchmark_positions = 0;
+    int scan_mode = 0;  // 1..4
+    char scan_file[FILE_NAME_SIZE] = "";
+};
+int StartUp(int argc, char** argv, StartOptions* options);  // 0, or the exit status 1
+void CleanUp();
+
+// --- command line (commandline.cpp) ---
+// Stores the options in PBlock and chooses the mode. Words that are no options are skipped.
+void ReadCommandLine(int argc, char** argv, StartOptions* options);
+// Numbers in text from outside: 0 without a number; never an overflow, never "not a number".
+int WholeNumber(const char* text, int low, int high);  // clamped to low..high
+double DecimalNumber(const char* text);                // within +-1e12
+
+// --- command loop (commandloop.cpp) ---
+// Serves both protocols until PBlock.quit. Requires StartUp.
+void CommandLoop();
+// Stops a running search, waits for its threads and reports it. Nothing when idle.
+void FinishSearch();
+
+// --- input (input.cpp) ---
+// Takes what has arrived and handles at most one complete line. While a tool mode runs, and while a
+// line is being handled further up the stack, only "quit", "stop", "." and "isready" are handled.
+void UserInput();
+// A tool mode owns the game position from now on: other lines than those four are dropped.
+void SetToolInput(bool tool_mode_runs);
+bool InputEnded();    // the end was seen; lines may still be pending
+bool InputPending();  // at least one complete line waits
+// Takes the next complete line without handling it, waiting for it; false at the end of input. For
+// "edit".
+bool ReadInputLine(char* buffer, int size);
+void ResetInput();                             // for tests
+void FeedInput(const char* bytes, int count);  // for tests and fuzzing: as if it had arrived
+
+// --- protocols ---
+// Each handles one line without its line end.
+void ConsoleCommand(const char* line);
+void ProcessUCI(const char* line);
+const char* GetWord(const char* text);  // first word, in a static buffer of 128 bytes
+const char* NextWord(
+    const char* text);  // next word of a game score; nullptr continues / at the end
+
+// --- tool modes ---
+void RunBenchmark(int positions);   // benchmark.cpp
+void Tune_3();                      // match.cpp
+double Analyze_EPD_File(int show);  // epd.cpp

@@ -1,0 +1,137 @@
+// The only reader of standard input. Bytes are taken as they arrive and handed on as lines, one per
+// call; a line has no fixed length and may hold any bytes but the two that end it, line feed and
+// NUL. Input that has not been asked for yet stays where it comes from, so memory holds one line
+// and one read at most. A terminal hands over whole lines, so it is polled like a pipe.
+#include <algorithm>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#include "frontend/frontend.h"
+#include "frontend/output.h"
+#include "platform/input.h"
+#include "platform/interrupt.h"
+#include "platform/sleep.h"
+#include "search/threads.h"
+
+namespace {
+
+constexpr std::size_t READ_SIZE = 65536;                  // bytes taken at once
+constexpr std::size_t LINE_LIMIT = std::size_t{1} << 28;  // a line is cut there: memory is finite
+constexpr int INPUT_WAIT_MS = 100;  // a waiting reader looks for an interrupt this often
+constexpr std::string_view LINE_ENDS("\n\0", 2);
+
+struct InputReader {
+    std::string bytes;        // taken and not yet handled, from `start` on
+    std::size_t start = 0;    // first byte not handled
+    std::size_t scanned = 0;  // no line ends in [start, scanned)
+    bool ended = false;       // the end of input was seen
+    bool fed = false;         // bytes come from FeedInput only
+    bool handling = false;    // a line is being handled further up the stack
+    bool tool_mode = false;
+};
+InputReader reader;
+
+// Position of the end of the next line that is not empty, std::string::npos when none is complete.
+// What is left at the end of input counts as a line.
+std::size_t NextLineEnd() {
+    for (;;) {
+        const std::size_t end = reader.bytes.find_first_of(LINE_ENDS, reader.scanned);
+        if (end == std::string::npos) {
+            reader.scanned = reader.bytes.size();
+            return reader.ended && reader.start < reader.bytes.size() ? reader.bytes.size() : end;
+        }
+        if (end > reader.start) {
+            reader.scanned = end;
+            return end;
+        }
+        reader.start = reader.scanned = end + 1;
+    }
+}
+
+void ReadWhatArrived() {
+    if (reader.ended || reader.fed) return;
+    static char chunk[READ_SIZE];
+    const int count = PollInput(chunk, sizeof chunk);
+    if (count < 0) reader.ended = true;
+    if (count <= 0) return;
+    reader.bytes.erase(0, reader.start);
+    reader.scanned -= reader.start;
+    reader.start = 0;
+    if (reader.bytes.size() + static_cast<std::size_t>(count) > LINE_LIMIT)
+        reader.bytes.resize(LINE_LIMIT / 2);
+    reader.scanned = std::min(reader.scanned, reader.bytes.size());
+    reader.bytes.append(chunk, static_cast<std::size_t>(count));
+}
+
+// The next line, which ends at `end`, without what follows a carriage return in it.
+std::string LineUpTo(std::size_t end) {
+    const std::string line = reader.bytes.substr(reader.start, end - reader.start);
+    return line.substr(0, line.find('\r'));
+}
+
+void DropLine(std::size_t end) {
+    reader.start = reader.scanned = std::min(end + 1, reader.bytes.size());
+}
+
+// What may be handled while something else works with the game position.
+bool IsHarmless(const std::string& line) {
+    return line == "quit" || line == "stop" || line == "." || line == "isready";
+}
+
+void HandleLine(const std::string& line) {
+    if (PBlock.protocol == PROTOCOL_UCI || line == "uci")
+        ProcessUCI(line.c_str());
+    else if (!line.empty())
+        ConsoleCommand(line.c_str());
+}
+
+}  // namespace
+
+void UserInput() {
+    if (InterruptSeen()) {
+        PBlock.stop = STOP_ABANDON;
+        PBlock.quit = 1;
+        return;
+    }
+    if (!InputPending()) ReadWhatArrived();
+    const std::size_t end = NextLineEnd();
+    if (end == std::string::npos) return;
+    const std::string line = LineUpTo(end);
+    const bool harmless = IsHarmless(line);
+    if (reader.handling && !harmless) return;  // its turn comes when the line in hand is done
+    DropLine(end);
+    if (reader.tool_mode && !harmless) return;
+    const bool outer = reader.handling;
+    reader.handling = true;
+    HandleLine(line);
+    reader.handling = outer;
+}
+
+void SetToolInput(bool tool_mode_runs) { reader.tool_mode = tool_mode_runs; }
+
+bool InputEnded() { return reader.ended; }
+
+bool InputPending() { return NextLineEnd() != std::string::npos; }
+
+bool ReadInputLine(char* buffer, int size) {
+    while (!InputPending()) {
+        if (reader.ended || reader.fed || InterruptSeen()) return false;
+        SleepExOrInput(INPUT_WAIT_MS, &front_end_alert, false);
+        ReadWhatArrived();
+    }
+    const std::size_t end = NextLineEnd();
+    const std::string line = LineUpTo(end);
+    DropLine(end);
+    const std::size_t length = std::min(line.size(), static_cast<std::size_t>(size - 1));
+    std::memcpy(buffer, line.data(), length);
+    buffer[length] = '\0';
+    return true;
+}
+
+void ResetInput() { reader = InputReader{}; }
+
+void FeedInput(const char* bytes, int count) {
+    reader.fed = true;
+    reader.bytes.append(bytes, static_cast<std::size_t>(std::max(count, 0)));
+}

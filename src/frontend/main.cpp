@@ -1,0 +1,69 @@
+// The program: starts up, runs the one mode that the command line chose, cleans up. The exit status
+// is 0, or 1 when the start-up failed.
+#include <cstdio>
+
+#include "book/book.h"
+#include "frontend/frontend.h"
+#include "frontend/output.h"
+#include "frontend/pblock.h"
+#include "platform/interrupt.h"
+#include "search/threads.h"
+#include "tune/tune.h"
+
+namespace {
+
+constexpr double TOOL_NOISE_SECONDS = 1000.0;  // no search of a tool runs as long
+
+// Tells the user on standard error, so that standard output stays what the tool itself writes.
+bool Readable(const char* path) {
+    std::FILE* file = std::fopen(path, "rb");
+    if (file == nullptr) {
+        std::fprintf(stderr, "cannot read %s\n", path);
+        return false;
+    }
+    std::fclose(file);
+    return true;
+}
+
+void RunChosenMode(const StartOptions& options) {
+    // Only these look at the user's wish to end while they work.
+    if (options.mode != RunMode::PgnScan && options.mode != RunMode::Tune)
+        CatchInterrupt(&front_end_alert);
+    SetToolInput(options.mode != RunMode::CommandLoop);
+    switch (options.mode) {
+        case RunMode::EpdAnalysis:
+            if (Readable(PBlock.epd_file)) Analyze_EPD_File(1);
+            break;
+        case RunMode::PgnScan:
+            if (Readable(options.scan_file)) Scan_PGN_File(options.scan_file, options.scan_mode);
+            break;
+        case RunMode::Match:
+            PBlock.noise = TOOL_NOISE_SECONDS;
+            Tune_3();
+            break;
+        case RunMode::Benchmark:
+            RunBenchmark(options.benchmark_positions);
+            break;
+        case RunMode::Tune:
+            PBlock.noise = TOOL_NOISE_SECONDS;
+            RunTuneSchedule();
+            break;
+        case RunMode::CommandLoop:
+            CommandLoop();
+            break;
+        case RunMode::Nothing:
+            break;
+    }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    StartOptions options;
+    if (const int status = StartUp(argc, argv, &options)) return status;
+    if (options.mode != RunMode::Nothing) {
+        RunChosenMode(options);
+        CleanUp();
+    }
+    return 0;
+}

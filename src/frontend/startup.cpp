@@ -1,0 +1,80 @@
+// Start-up and clean-up of the program. The order matters: each step may use what the steps before
+// it have filled. Front-end thread, once each.
+#include <algorithm>
+#include <cstdlib>
+
+#include "board/bitboards.h"
+#include "book/book.h"
+#include "eval/evaluate.h"
+#include "eval/personality.h"
+#include "eval/threadblock.h"
+#include "frontend/frontend.h"
+#include "frontend/output.h"
+#include "frontend/pblock.h"
+#include "platform/clock.h"
+#include "platform/cpu.h"
+#include "platform/sleep.h"
+#include "platform/timer.h"
+#include "search/threads.h"
+#include "search/ttable.h"
+
+namespace {
+
+constexpr const char* PARAMETER_FILE = "vesk.rc";
+constexpr int FAILED = 1;                       // exit status
+constexpr unsigned WANTED_TIMER_PERIOD_MS = 5;  // the waits of the command loop
+
+unsigned wTimerRes = 0;  // period that was asked for, 0 = none
+
+// Warnings go out as lines with an empty line behind where they always have.
+void SetTimerResolution() {
+    TimerCaps caps;
+    if (timeGetDevCaps(&caps) != 0) {
+        ShowMessage("error setting timer resolution\n");
+        return;
+    }
+    wTimerRes = std::min(std::max(caps.period_min_ms, WANTED_TIMER_PERIOD_MS), caps.period_max_ms);
+    if (timeBeginPeriod(wTimerRes) != 0) ShowMessage("Error setting timer resolution");
+}
+
+}  // namespace
+
+int StartUp(int argc, char** argv, StartOptions* options) {
+    const u8 has_popcnt = CpuHasPopcnt();
+    const u8 has_bmi = CpuHasBmi();
+    std::srand(static_cast<unsigned>(TimeOfDayMilliseconds()));
+    OpenLog();
+    std::fill(std::begin(ThreadData), std::end(ThreadData), nullptr);
+    ThreadBlock* game = NewThreadBlock(0);
+    if (game == nullptr) return FAILED;
+    game_position = &game->pos;
+    InitBitboards();
+    InitKPK();
+    PBlock = ProgramBlock{};
+    PBlock.has_popcnt = has_popcnt;
+    PBlock.has_bmi = has_bmi;
+    InitPersonality(PARAMETER_FILE);
+    PBlock.protocol = PROTOCOL_UCI;
+    ReadCommandLine(argc, argv, options);
+    if (options->mode == RunMode::Nothing) return 0;
+    if (InitTTable() != 0) return FAILED;
+    if (InitBook() != 0) ShowMessage("Not enough memory!");
+    if (SpinLockCreate(&spinlock1) != 0 || SpinLockCreate(&spinlock2) != 0) return FAILED;
+    AlertCreate(&front_end_alert);  // without one the loop still wakes every few milliseconds
+    if (CreateThreadPool(PBlock.threads) != 0) return FAILED;
+    SetTimerResolution();
+    return 0;
+}
+
+void CleanUp() {
+    FreeBook();
+    KillThreadPool(PBlock.threads);
+    AlertDestroy(&front_end_alert);
+    SpinLockDestroy(&spinlock1);
+    SpinLockDestroy(&spinlock2);
+    if (wTimerRes != 0) timeEndPeriod(wTimerRes);
+    FreeTTable();
+    FreeThreadBlock(0);
+    ResetTrace();
+    CloseLog();
+}

@@ -1,0 +1,83 @@
+// Command lines: what they store, which mode they choose, what is said about unusable ones.
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "frontend/frontend.h"
+#include "frontend/pblock.h"
+#include "support/engine.h"
+
+namespace {
+
+class CommandLine : public testing::Test {
+protected:
+    StartOptions options;
+    std::string output;
+
+    RunMode Read(std::vector<std::string> words) {
+        ResetEngine();
+        PBlock = ProgramBlock{};
+        options = StartOptions{};
+        words.insert(words.begin(), "vesk");
+        std::vector<char*> argv;
+        for (std::string& word : words) argv.push_back(word.data());
+        testing::internal::CaptureStdout();
+        ReadCommandLine(static_cast<int>(argv.size()), argv.data(), &options);
+        output = testing::internal::GetCapturedStdout();
+        return options.mode;
+    }
+};
+
+TEST_F(CommandLine, ValuesAreStoredWithinTheirLimits) {
+    struct {
+        const char* value;
+        int threads, hash_mb, depth;
+        double seconds;
+    } const cases[] = {
+        {"-7", 1, 0, 0, -7.0}, {"2.5", 2, 2, 2, 2.5}, {"80", 64, 80, 66, 80.0},
+        {"nan", 1, 0, 0, 0.0}, {"abc", 1, 0, 0, 0.0}, {"99999999999999999999", 64, 8192, 66, 1e12},
+    };
+    for (const auto& c : cases) {
+        Read({"-threads", c.value, "-hash", c.value, "-d", c.value, "-t", c.value, "-c", "-C"});
+        EXPECT_EQ(PBlock.threads, c.threads) << c.value;
+        EXPECT_EQ(PBlock.hash_mb, c.hash_mb) << c.value;
+        EXPECT_EQ(PBlock.max_depth, c.depth) << c.value;
+        EXPECT_EQ(PBlock.line_max_depth, c.depth) << c.value;
+        EXPECT_EQ(PBlock.base_time, c.seconds) << c.value;
+        EXPECT_EQ(PBlock.protocol, PROTOCOL_CONSOLE);
+    }
+    Read({"-d", "300", "-quiet"});
+    EXPECT_EQ(PBlock.base_time, 10000.0);
+    EXPECT_EQ(PBlock.noise, NOISE_NEVER);
+    EXPECT_EQ(PBlock.log, 0);
+}
+
+TEST_F(CommandLine, ModesHaveAnOrder) {
+    EXPECT_EQ(Read({"-tune", "x", "-pbench", "-bench2"}), RunMode::Benchmark);
+    EXPECT_EQ(options.benchmark_positions, 20);
+    EXPECT_EQ(profile, 0);
+    Read({"-bench", "-pbench"});
+    EXPECT_EQ(options.benchmark_positions, 5);
+    EXPECT_EQ(profile, 1);
+    EXPECT_EQ(Read({"-bench", "-match", "m.pgn"}), RunMode::Match);
+    EXPECT_EQ(Read({"-match", "m", "-scan_pgn3", "a", "-scan_pgn9", "b"}), RunMode::PgnScan);
+    EXPECT_EQ(options.scan_mode, 3);
+    EXPECT_STREQ(options.scan_file, "b");
+    EXPECT_EQ(Read({"-scan_pgn1", "-c", "-anepd", "e.epd"}), RunMode::EpdAnalysis);
+    EXPECT_EQ(PBlock.protocol, PROTOCOL_UCI);
+    EXPECT_EQ(output, "");
+}
+
+TEST_F(CommandLine, UnusableOptionsAreNamed) {
+    EXPECT_EQ(Read({"-hash"}), RunMode::CommandLoop);
+    EXPECT_EQ(output, "option -hash needs a number after it and is ignored\n");
+    EXPECT_EQ(Read({"-scan_pgn", "games.pgn"}), RunMode::Nothing);
+    EXPECT_EQ(output.find("-scan_pgn comes in four modes: "), 0u);
+    const std::string name(200, 'n');
+    EXPECT_EQ(Read({"-scan_pgn2", name}), RunMode::PgnScan);
+    EXPECT_EQ(options.scan_file, name.substr(0, FILE_NAME_SIZE - 1));
+    EXPECT_EQ(output, "file name is cut to 139 characters: " + name + "\n");
+}
+
+}  // namespace
