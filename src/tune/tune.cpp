@@ -1,0 +1,385 @@
+// Parameter tuning: one weight at a time, a bracketing line search for the value with which the
+// quiescence scores of labelled positions predict their results best. The positions are read once
+// per run. A pass over them uses all processors: each position's score depends on the position
+// alone, and the errors are added up in the order of the file, so the sum is the same to its last
+// digit whoever computed the scores. Front-end thread only; no search may run.
+#include "tune/tune.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "board/bitboards.h"
+#include "eval/personality.h"
+#include "eval/threadblock.h"
+#include "frontend/epd.h"
+#include "frontend/output.h"
+#include "frontend/pblock.h"
+#include "frontend/toolsearch.h"
+#include "platform/clock.h"
+#include "platform/interrupt.h"
+#include "platform/threads.h"
+#include "search/search.h"
+
+namespace {
+
+constexpr const char* POSITIONS_NAME = "tune.epd";
+constexpr const char* LOG_NAME = "tune.log";
+constexpr double UNREADABLE_FILE = 1.0;   // the error of every value then
+constexpr int MAX_RANGE = 10000;          // no weight is larger; keeps trials within 16 bits
+constexpr std::size_t CHUNK = 128;        // positions taken by a worker at a time
+constexpr std::size_t MIN_SHARED = 1024;  // below it starting threads costs more than it gives
+constexpr double STATUS_INTERVAL = 0.25;  // seconds
+
+// A position as it is set up for every pass.
+struct LabelledPosition {
+    std::size_t text;  // index of its text in PositionSet.texts
+    double result;     // 0..1, for the side to move
+    u8 side;           // the text may leave it open
+};
+
+// The positions of one file, owned by the run.
+struct PositionSet {
+    bool loaded = false;
+    bool opened = false;
+    std::vector<char> texts;  // NUL-terminated
+    std::vector<LabelledPosition> positions;
+    // Indices of positions. A pass scores the sides one after the other, since the draw scores,
+    // which all threads read, are those of the root's side.
+    std::vector<u32> quiet[2];
+    std::vector<u32> in_check;
+    std::vector<i16> scores;
+};
+PositionSet set;
+
+// What the threads of a pass share.
+const std::vector<u32>* pass_list;
+std::atomic<std::size_t> pass_next;
+std::atomic<int> pass_workers;
+std::atomic<bool> pass_broken;  // the user wants to end
+
+// What the status line shows.
+struct Status {
+    const char* name;
+    int trial;
+    double error;         // of the last pass
+    double start, shown;  // of the pass and of the line, seconds
+    std::size_t done;     // positions of the pass
+};
+Status status;
+
+// --- the positions ---
+
+void AddPosition(const EpdRecord& record) {
+    Position* pos = game_position;
+    SetPosition(pos, record.position.c_str());
+    if (WhyUnplayable(pos) != nullptr) return;
+    LabelledPosition p = {set.texts.size(), record.result, pos->side};
+    // The short text does, unless a malformed line has put the men on the board in another order.
+    static Position whole;
+    whole = *pos;
+    char epd[EPD_FIELDS_SIZE];
+    MakeEPD(pos, epd);
+    SetPosition(pos, epd);
+    const bool same = std::memcmp(&whole.plist, &pos->plist, sizeof pos->plist) == 0 &&
+                      std::memcmp(&whole.board, &pos->board, sizeof pos->board) == 0 &&
+                      whole.castle == pos->castle && whole.ep_square == pos->ep_square;
+    const char* text = same ? epd : record.position.c_str();
+    set.texts.insert(set.texts.end(), text, text + std::strlen(text) + 1);
+    const u32 index = static_cast<u32>(set.positions.size());
+    (InCheck(pos, pos->side) ? set.in_check : set.quiet[pos->side]).push_back(index);
+    set.positions.push_back(p);
+}
+
+void LoadPositions() {
+    set = PositionSet{};
+    set.loaded = true;
+    std::ifstream in(PBlock.epd_file, std::ios::binary);
+    set.opened = static_cast<bool>(in);
+    std::string line;
+    EpdRecord record;
+    while (set.opened && std::getline(in, line))
+        if (ParseEpdLine(line, &record)) AddPosition(record);
+    set.scores.resize(set.positions.size());
+}
+
+void SetLabelledPosition(Position* pos, u32 index) {
+    const LabelledPosition& p = set.positions[index];
+    pos->side = p.side;
+    SetPosition(pos, &set.texts[p.text]);
+}
+
+// Keeps the set and the thread records of the workers for the length of a run.
+class TuneRun {
+public:
+    TuneRun() : owner_(!set.loaded) {
+        if (owner_) LoadPositions();
+        if (!owner_) return;
+        const std::size_t processors = std::max(1u, std::thread::hardware_concurrency());
+        for (int slot = PBlock.threads + 1; slot < THREAD_SLOTS; slot++) {
+            if (slots_.size() == processors) break;
+            if (ThreadData[slot] == nullptr && NewThreadBlock(slot) != nullptr)
+                slots_.push_back(slot);
+        }
+        worker_slots = slots_;
+    }
+    ~TuneRun() {
+        if (!owner_) return;
+        for (const int slot : slots_) FreeThreadBlock(slot);
+        worker_slots.clear();
+        set = PositionSet{};
+    }
+    TuneRun(const TuneRun&) = delete;
+    TuneRun& operator=(const TuneRun&) = delete;
+
+    static inline std::vector<int> worker_slots;
+
+private:
+    bool owner_;
+    std::vector<int> slots_;
+};
+
+// --- one pass ---
+
+void UpdateStatus(bool now) {
+    const double time = MonotonicSeconds();
+    if (!now && time - status.shown < STATUS_INTERVAL) return;
+    status.shown = time;
+    const double seconds = std::max(time - status.start, 1e-6);
+    ShowStatus("%s= %d, err= %0.5e, %0.0f%%, %0.0f positions/s", status.name, status.trial,
+               status.error,
+               100.0 * static_cast<double>(status.done) /
+                   static_cast<double>(std::max<std::size_t>(set.scores.size(), 1)),
+               static_cast<double>(status.done) / seconds);
+}
+
+// Scores chunks of the pass's list with the record of `slot` until none is left.
+void ScoreChunks(int slot, bool show) {
+    ThreadBlock* tb = ThreadData[slot];
+    const std::vector<u32>& list = *pass_list;
+    for (;;) {
+        const std::size_t first = pass_next.fetch_add(CHUNK);
+        if (first >= list.size() || pass_broken) return;
+        const std::size_t end = std::min(first + CHUNK, list.size());
+        for (std::size_t i = first; i < end; i++) {
+            SetLabelledPosition(&tb->pos, list[i]);
+            tb->nodes = 0;
+            SearchIterations(slot);
+            set.scores[list[i]] = tb->running_score;
+        }
+        if (!show) continue;
+        status.done += (end - first) * (TuneRun::worker_slots.size());
+        status.done = std::min(status.done, set.scores.size());
+        UpdateStatus(false);
+        if (InterruptSeen()) pass_broken = true;
+    }
+}
+
+void* WorkerBody(void* argument) {
+    ScoreChunks(*static_cast<const int*>(argument), false);
+    if (pass_workers.fetch_sub(1) == 1) pass_workers.notify_one();
+    return nullptr;
+}
+
+// Prepares the shared fields of PBlock for the position's side and scores the position.
+int ScorePosition(u32 index) {
+    SetLabelledPosition(game_position, index);
+    PrepareToolSearch();
+    return ScoreGamePosition();
+}
+
+void ScoreList(const std::vector<u32>& list) {
+    if (list.empty()) return;
+    const std::vector<int>& slots = TuneRun::worker_slots;
+    if (slots.empty() || PBlock.max_depth > 0 || PBlock.node_limit != 0 || PBlock.trace != 0) {
+        for (const u32 index : list) set.scores[index] = static_cast<i16>(ScorePosition(index));
+        return;
+    }
+    ScorePosition(list[0]);
+    pass_list = &list;
+    pass_next = 0;
+    for (std::size_t i = 1; i < slots.size() && list.size() >= MIN_SHARED; i++) {
+        pass_workers++;
+        ThreadHandle handle;
+        if (StartDetachedThread(&handle, WorkerBody, const_cast<int*>(&slots[i])) != 0)
+            pass_workers--;
+    }
+    ScoreChunks(slots[0], true);
+    for (int n = pass_workers; n != 0; n = pass_workers) pass_workers.wait(n);
+}
+
+// Average error of the current weights over the set: what the EPD analysis at depth 0 returns.
+double MeasureError(const char* name, int trial) {
+    pass_broken = InterruptSeen();
+    if (!set.opened) return UNREADABLE_FILE;
+    status = {name, trial, status.error, MonotonicSeconds(), status.shown, 0};
+    InitEval();
+    PBlock.hash_mode = 0;
+    for (const u32 index : set.in_check) {
+        if (pass_broken) break;
+        set.scores[index] = static_cast<i16>(ScorePosition(index));
+    }
+    ScoreList(set.quiet[WHITE]);
+    ScoreList(set.quiet[BLACK]);
+    const std::size_t n = set.positions.size();
+    if (n == 0) return 0.0;
+    double sum = 0.0;
+    for (std::size_t i = 0; i < n; i++)
+        sum += std::fabs(set.positions[i].result - WinProbability(set.scores[i]));
+    SetLabelledPosition(game_position, static_cast<u32>(n - 1));
+    status.error = sum / static_cast<double>(n);
+    status.done = n;
+    UpdateStatus(true);
+    return status.error;
+}
+
+// --- names and schedule ---
+
+struct TunedWeight {
+    const char* name;
+    i16 PersonalityRecord::*field;
+    int range;  // in the schedule, 0 = not part of it
+};
+
+// In the order of the schedule; ranks of passed pawns follow below.
+constexpr TunedWeight tuned_weights[] = {
+    {"pawn_value_op", &PersonalityRecord::pawn_value_op, 20},
+    {"pawn_value_en", &PersonalityRecord::pawn_value_en, 20},
+    {"knight_value_op", &PersonalityRecord::knight_value_op, 30},
+    {"knight_value_en", &PersonalityRecord::knight_value_en, 30},
+    {"bishop_value_op", &PersonalityRecord::bishop_value_op, 30},
+    {"bishop_value_en", &PersonalityRecord::bishop_value_en, 30},
+    {"rook_value_op", &PersonalityRecord::rook_value_op, 50},
+    {"rook_value_en", &PersonalityRecord::rook_value_en, 50},
+    {"queen_value_op", &PersonalityRecord::queen_value_op, 80},
+    {"queen_value_en", &PersonalityRecord::queen_value_en, 80},
+    {"bishop_pair", &PersonalityRecord::bishop_pair, 20},
+    {"knight_mobility", &PersonalityRecord::knight_mobility, 20},
+    {"bishop_mobility", &PersonalityRecord::bishop_mobility, 20},
+    {"rook_mobility", &PersonalityRecord::rook_mobility, 20},
+    {"queen_mobility", &PersonalityRecord::queen_mobility, 20},
+    {"ppawn_r7", nullptr, 30},
+    {"ppawn_r6", nullptr, 20},
+    {"ppawn_r5", nullptr, 20},
+    {"ppawn_r4", nullptr, 10},
+    {"pawn_doubled", &PersonalityRecord::pawn_doubled, 6},
+    {"pawn_backward", &PersonalityRecord::pawn_backward, 6},
+    {"pawn_isolated", &PersonalityRecord::pawn_isolated, 6},
+    {"pawn_weak", &PersonalityRecord::pawn_weak, 6},
+    {"pawn_candidate", &PersonalityRecord::pawn_candidate, 30},
+    {"knight_outpost", &PersonalityRecord::knight_outpost, 8},
+    {"bishop_trapped", &PersonalityRecord::bishop_trapped, 0},
+    {"rook_open_file", &PersonalityRecord::rook_open_file, 10},
+    {"rook_half_open_file", &PersonalityRecord::rook_half_open_file, 8},
+    {"rook_rank7", &PersonalityRecord::rook_rank7, 10},
+    {"rook_trapped", &PersonalityRecord::rook_trapped, 14},
+    {"queen_rank7", &PersonalityRecord::queen_rank7, 10},
+    {"king_safety", &PersonalityRecord::king_safety, 30},
+    {"pawn_shield", &PersonalityRecord::pawn_shield, 10},
+    {"pawn_storm", &PersonalityRecord::pawn_storm, 6},
+    {"PST_P_op", &PersonalityRecord::PST_P_op, 0},
+    {"PST_P_en", &PersonalityRecord::PST_P_en, 0},
+    {"PST_N_op", &PersonalityRecord::PST_N_op, 0},
+    {"PST_N_en", &PersonalityRecord::PST_N_en, 0},
+    {"PST_B_op", &PersonalityRecord::PST_B_op, 0},
+    {"PST_B_en", &PersonalityRecord::PST_B_en, 0},
+    {"PST_R_op", &PersonalityRecord::PST_R_op, 0},
+    {"PST_Q_op", &PersonalityRecord::PST_Q_op, 0},
+    {"PST_Q_en", &PersonalityRecord::PST_Q_en, 0},
+    {"PST_K_op", &PersonalityRecord::PST_K_op, 0},
+    {"PST_K_en", &PersonalityRecord::PST_K_en, 0},
+    {"hung", &PersonalityRecord::hung, 10},
+    {"pinned", &PersonalityRecord::pinned, 10},
+};
+
+// The field of a row. Rows without a field are "ppawn_r<rank>".
+i16* WeightOf(const TunedWeight& w) {
+    if (w.field != nullptr) return &(Personality.*w.field);
+    return &Personality.passed_pawn_rank[w.name[7] - '2'];
+}
+
+void SetTuningFields() {
+    PBlock.max_depth = 0;
+    std::strcpy(PBlock.epd_file, POSITIONS_NAME);
+    PBlock.noise = NOISE_NEVER;
+}
+
+}  // namespace
+
+double WinProbability(int score) { return 1.0 / (1.0 + std::pow(10.0, -1.05 * score / 400.0)); }
+
+int PTune(const char* name, i16* weight, int range, std::FILE* log) {
+    const TuneRun run;
+    const i16 original = *weight;
+    range = std::clamp(range, -MAX_RANGE, MAX_RANGE);
+    const auto show_best = [](int best, double error, int lo, int hi) {
+        PrintDirect("best= %d, err= %0.5e, min= %d, max= %d\n\n", best, error, lo, hi);
+    };
+    int best = original;
+    double best_error = MeasureError(name, best);
+    int lo = std::max(best - range, INT16_MIN);
+    int hi = std::min(best + range, INT16_MAX);
+    while (!pass_broken && hi - lo > range / 12 + 2) {
+        show_best(best, best_error, lo, hi);
+        const int trial = hi - best < best - lo ? (lo + best) / 2 : (hi + best) / 2;
+        if (trial == best) break;
+        *weight = static_cast<i16>(trial);
+        const double error = MeasureError(name, trial);
+        if (pass_broken) break;
+        PrintDirect("%s= %d, err= %0.5e\n", name, trial, error);
+        if (error < best_error) {
+            (trial < best ? hi : lo) = best;
+            best = trial;
+            best_error = error;
+        } else {
+            (trial > best ? hi : lo) = trial;
+        }
+    }
+    ClearStatus();
+    show_best(best, best_error, lo, hi);
+    *weight = original;
+    InitEval();
+    if (log != nullptr && !pass_broken) {
+        std::fprintf(log, "%-24s  %4d  %0.5f\n", name, best, best_error);
+        std::fflush(log);
+    }
+    return best;
+}
+
+i16* TuneWeight(const char* name) {
+    for (const TunedWeight& w : tuned_weights) {
+        const bool schedule_only = w.field == nullptr && std::strcmp(w.name, "ppawn_r7") != 0;
+        if (!schedule_only && std::strcmp(name, w.name) == 0) return WeightOf(w);
+    }
+    return nullptr;
+}
+
+void TuneCommand(const char* name, const char* range) {
+    if (name[0] == '\0' || range[0] == '\0') return;
+    SetTuningFields();
+    PrintDirect("tuning %s\n", name);
+    const long value =
+        std::clamp(std::strtol(range, nullptr, 10), -long{MAX_RANGE}, long{MAX_RANGE});
+    if (i16* weight = TuneWeight(name); weight != nullptr)
+        PTune(name, weight, static_cast<int>(value), nullptr);
+    PrintDirect("done!\n");
+}
+
+void RunTuneSchedule() {
+    std::FILE* log = std::fopen(LOG_NAME, "w");
+    if (log == nullptr) return;
+    SetTuningFields();
+    {
+        const TuneRun run;
+        for (const TunedWeight& w : tuned_weights)
+            if (w.range != 0 && !InterruptSeen()) PTune(w.name, WeightOf(w), w.range, log);
+    }
+    const bool bad = std::ferror(log) != 0;
+    if (std::fclose(log) != 0 || bad) ShowMessageF("cannot write %s", LOG_NAME);
+}

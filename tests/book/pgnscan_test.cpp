@@ -1,0 +1,165 @@
+// Scanner and move reader: the four modes over real games, scores of comments, oversized input.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <sstream>
+
+#include "book/files.h"
+#include "frontend/pblock.h"
+#include "support/engine.h"
+
+namespace {
+
+class PgnScan : public testing::Test {
+protected:
+    void SetUp() override { ResetEngine(); }
+
+    static std::string Scan(const std::string& games, int mode) {
+        WriteFile("games.pgn", games);
+        testing::internal::CaptureStdout();
+        Scan_PGN_File("games.pgn", mode);
+        output = testing::internal::GetCapturedStdout();
+        return ReadFile(mode == 1 ? "tmp.pgn" : "tmp.epd");
+    }
+    static inline std::string output;
+    ScratchFolder folder_;
+};
+
+TEST_F(PgnScan, TheFourModesOverEngineGames) {
+    const struct {
+        int mode;
+        const char* golden;
+        const char* summary;
+    } cases[] = {{1, "scan1.pgn", "games= 72, positions= 0\n\n"},
+                 {2, "scan2.epd", "games= 72, positions= 2888\n\n"},
+                 {3, "scan3.epd", "games= 72, positions= 4088\n\n"},
+                 {4, "scan4.epd", "games= 72, positions= 0\n\n"}};
+    const std::string games = ReadFile(DataFile("engine-games.pgn"));
+    for (const auto& c : cases) {
+        EXPECT_EQ(Scan(games, c.mode), ReadFile(DataFile(c.golden))) << c.mode;
+        EXPECT_EQ(output, c.summary) << c.mode;
+    }
+    EXPECT_EQ(Scan("\xEF\xBB\xBF" + games, 2), ReadFile(DataFile("scan2.epd")));
+}
+
+TEST_F(PgnScan, CommentsGiveTheScoreOfTheirMove) {
+    const struct {
+        const char* comment;
+        int white, black;
+    } cases[] = {
+        {"{+0.50/12 1.2s}", 50, 50},
+        {"{-0.09/9}", -9, -9},
+        {"{1.5/3}", 150, 150},
+        {"{book}", 0, 0},
+        {"{eval 35, depth 12}", 35, -35},
+        {"{eval -35}", -35, 35},
+        {"{eval }", -29999, -29999},
+        {"{eval 99999999999}", 32767, -32768},
+        {"{[%clk 0:01] +0.50/12}", -29999, -29999},
+        {"{mate/3}", -29999, -29999},
+        {"{good}", -29999, -29999},
+        {"{a {b} book}", 0, 0},
+        {"{+0.50\n/12}", 50, 50},
+        {"{+0.50} {/12}", 50, 50},  // kept until the next move
+        {"} {+0.50/12}", 50, 50},
+        {"", -30000, -30000},
+    };
+    for (const auto& c : cases) {
+        const std::string comment = c.comment;
+        std::string text = Scan("1. e4 " + comment + "\n e5 2. Nf3\n", 3);
+        EXPECT_NE(text.find(" bm e4; ce " + std::to_string(c.white) + ";\n"), std::string::npos)
+            << comment << "\n"
+            << text;
+        text = Scan("1. e4 {0.10/1} e5 " + comment + " 2. Nf3{0.1/1}\n", 3);
+        EXPECT_NE(text.find(" bm e5; ce " + std::to_string(c.black) + ";\n"), std::string::npos)
+            << comment << "\n"
+            << text;
+    }
+}
+
+TEST_F(PgnScan, RookEndingsAreLabelledWithTheResult) {
+    const std::string game = ReadFile(DataFile("rook-ending.pgn"));
+    const std::string line = "8/k7/3R3r/6K1/4P3/8/8/8 b - - bm h6d6; ce 123; tune ";
+    const std::size_t at = game.find("0-1");
+    ASSERT_NE(at, std::string::npos);
+    for (const auto& [result, label] :
+         {std::pair("0-1", "1.00000"), std::pair("1-0", "0.00000"), std::pair("***", "0.50000")}) {
+        const std::string changed = game.substr(0, at) + result + game.substr(at + 3);
+        EXPECT_EQ(Scan(changed, 4), line + label + ";\n\n") << result;
+    }
+}
+
+TEST_F(PgnScan, OversizedInputIsCutOffCleanly) {
+    std::string knights;
+    for (int i = 0; i < 500; i++)
+        knights += "Nf3 {0.00/1} Nf6 {0.00/1} Ng1 {0.00/1} Ng8 {0.00/1}\n";
+    std::string text = Scan("[Event \"long\"]\n" + knights + "{9.00/1}\n", 1);
+    EXPECT_EQ(std::count(text.begin(), text.end(), '{'), 800);
+    EXPECT_EQ(text.find("9.00"), std::string::npos) << "a dropped move's comment went to another";
+    text = Scan("1. e4 {0.1/1} " + std::string(100000, 'x') + " {0.2/1} Nf3\n", 3);
+    EXPECT_EQ(std::count(text.begin(), text.end(), ';'), 2);
+    text = Scan("1. e4 {" + std::string(3000000, 'x') + "} e5 {book}\n", 1);
+    EXPECT_NE(text.find("e5      {  0.00}"), std::string::npos) << text;
+}
+
+TEST_F(PgnScan, AMissingInputCreatesNoOutput) {
+    Scan_PGN_File("missing.pgn", 2);
+    EXPECT_FALSE(std::filesystem::exists("tmp.epd"));
+}
+
+// Result and edited text of a reader.
+std::string Read(int (*reader)(char*, Move*), const std::string& word) {
+    char text[64] = {};
+    word.copy(text, 40);
+    Move m = 12345;
+    const int found = reader(text, &m);
+    return std::to_string(found) + " " + std::to_string(m) + (found ? text : "");
+}
+
+TEST_F(PgnScan, TheQuickMoveReaderAgreesWithTheFullOne) {
+    std::istringstream words(ReadFile(DataFile("dortmund.pgn")));
+    int games = 0, compared = 0;
+    testing::internal::CaptureStdout();  // "ambiguous move"
+    for (std::string word; games < 40 && words >> word;) {
+        if (word.find("[Result") != std::string::npos) {
+            games++;
+            SetGame(fen_opn);
+        }
+        if (!std::isalpha(static_cast<unsigned char>(word[0]))) continue;
+        Move m;
+        std::string text = word;
+        text.resize(64);
+        if (!IsValidMove(text.data(), &m)) continue;
+        const int from = MoveFrom(m);
+        const std::string piece = word.substr(0, 1);
+        const std::string target = square_name[MoveTo(m)];
+        for (const std::string& variant : {word,
+                                           word + "+",
+                                           piece + target,
+                                           piece + "x" + target,
+                                           piece + word.substr(1, 1) + target,
+                                           piece + square_name[from][0] + target,
+                                           piece + square_name[from][1] + "x" + target,
+                                           piece + square_name[from] + target,
+                                           square_name[from] + target,
+                                           target,
+                                           std::string("N") + target,
+                                           std::string("Q") + target,
+                                           std::string("K") + target,
+                                           std::string("Rx") + target,
+                                           std::string("exd5"),
+                                           std::string("O-O"),
+                                           std::string("0-0-0"),
+                                           std::string("o-o"),
+                                           std::string("e8Q"),
+                                           std::string("ed")}) {
+            EXPECT_EQ(Read(ReadGameMove, variant), Read(IsValidMove, variant)) << variant;
+            compared++;
+        }
+        PlayGameMove(game_position, m);
+    }
+    testing::internal::GetCapturedStdout();
+    EXPECT_GT(compared, 20000);
+}
+
+}  // namespace

@@ -1,0 +1,144 @@
+// The tuner: the path of its line search, the same result from every number of threads, names.
+#include "tune/tune.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <set>
+#include <sstream>
+
+#include "eval/personality.h"
+#include "frontend/epd.h"
+#include "frontend/frontend.h"
+#include "frontend/pblock.h"
+#include "support/engine.h"
+
+namespace {
+
+std::string ReadFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+class Tuner : public testing::Test {
+protected:
+    void SetUp() override {
+        ResetEngine();
+        std::filesystem::copy(DataFile("tune.epd"), "tune.epd");
+    }
+    static std::string Tune(const std::string& name, const std::string& range) {
+        testing::internal::CaptureStdout();
+        TuneCommand(name.c_str(), range.c_str());
+        return testing::internal::GetCapturedStdout();
+    }
+    ScratchFolder folder_;
+};
+
+TEST(WinProbabilityTest, IsALogisticCurveOfTheScore) {
+    EXPECT_EQ(WinProbability(0), 0.5);
+    EXPECT_NEAR(WinProbability(400), 0.918, 0.0005);
+    EXPECT_NEAR(WinProbability(400) + WinProbability(-400), 1.0, 1e-12);
+    EXPECT_NEAR(WinProbability(-10000), 0.0, 1e-12);
+}
+
+TEST_F(Tuner, TheSearchTakesItsPath) {
+    std::istringstream golden(ReadFile(DataFile("tune.txt")));
+    std::string line, name, range, path;
+    int weights = 0;
+    const PersonalityRecord before = Personality;
+    const auto check = [&] {
+        if (name.empty()) return;
+        weights++;
+        EXPECT_EQ(Tune(name, range), "tuning " + name + "\n" + path + "done!\n");
+    };
+    while (std::getline(golden, line)) {
+        if (line.compare(0, 2, "# ") != 0) {
+            path += line + "\n";
+            continue;
+        }
+        check();
+        std::istringstream(line.substr(2)) >> name >> range;
+        path.clear();
+    }
+    check();
+    EXPECT_EQ(weights, 3);
+    EXPECT_EQ(std::memcmp(&before, &Personality, sizeof before), 0) << "a weight was not restored";
+    EXPECT_EQ(PBlock.max_depth, 0);
+    EXPECT_STREQ(PBlock.epd_file, "tune.epd");
+}
+
+// The first line of the path: the error of the current weights.
+TEST_F(Tuner, TheErrorIsTheOneOfTheEpdAnalysisWhoeverComputesIt) {
+    // Enough positions for several threads; some in check, some that are no positions.
+    const std::string positions = ReadFile("tune.epd");
+    {
+        std::ofstream out("tune.epd");
+        for (int i = 0; i < 12; i++)
+            out << positions << "# a comment line\n\n8/8/8/8/8/8/8/8 w - - tune 1.0;\n"
+                << "4k3/8/8/8/8/8/4R3/4K3 b - - tune 0.250;\n"
+                << "7k/6Q1/6K1/8/8/8/8/8 b - - tune 0.0;\n"
+                << "4k3/4p3/8/8/8/8/4P3/4K3 w - -\r\n";
+    }
+    for (const int draw_score : {0, 25}) {
+        Personality.draw_score = static_cast<i16>(draw_score);
+        PBlock.max_depth = 0;
+        std::strcpy(PBlock.epd_file, "tune.epd");
+        const double error = Analyze_EPD_File(0);
+        char first[64];
+        std::snprintf(first, sizeof first, "best= %d, err= %0.5e,", Personality.hung, error);
+        EXPECT_NE(Tune("hung", "0").find(first), std::string::npos) << first;
+        // With a node limit everything runs on the calling thread.
+        const std::string path = Tune("pawn_value_en", "12");
+        PBlock.node_limit = 1000000000;
+        EXPECT_EQ(Tune("pawn_value_en", "12"), path);
+        PBlock.node_limit = 0;
+    }
+}
+
+TEST_F(Tuner, WithoutPositionsTheWeightStays) {
+    const std::string zero = Tune("bishop_pair", "0");
+    EXPECT_EQ(std::count(zero.begin(), zero.end(), '='), 4) << "one line without a trial";
+    std::filesystem::remove("tune.epd");
+    const std::string start = std::to_string(Personality.bishop_pair);
+    std::string text = Tune("bishop_pair", "20");
+    EXPECT_NE(text.find("best= " + start + ", err= 1.00000e+00"), std::string::npos) << text;
+    const std::size_t last = text.rfind("best= ");
+    EXPECT_EQ(text.compare(last + 6, start.size(), start), 0) << text;
+    std::ofstream("tune.epd") << "# nothing here\n";
+    EXPECT_NE(Tune("bishop_pair", "20").find("err= 0.00000e+00"), std::string::npos);
+    for (const char* range : {"999999999999", "-5", "x"})
+        EXPECT_NE(Tune("bishop_pair", range).find("done!"), std::string::npos) << range;
+    EXPECT_EQ(Tune("no_such_weight", "10"), "tuning no_such_weight\ndone!\n");
+    EXPECT_EQ(Tune("ppawn_r6", "10"), "tuning ppawn_r6\ndone!\n") << "only in the schedule";
+    EXPECT_EQ(Tune("bishop_pair", ""), "");
+}
+
+TEST_F(Tuner, TheScheduleLogsEveryWeightOnce) {
+    std::ofstream("tune.epd") << "# nothing here\n";
+    testing::internal::CaptureStdout();
+    RunTuneSchedule();
+    testing::internal::GetCapturedStdout();
+    std::istringstream log(ReadFile("tune.log"));
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(log, line);) lines.push_back(line);
+    ASSERT_EQ(lines.size(), 35u);
+    char expected[64];
+    std::snprintf(expected, sizeof expected, "%-24s  %4d  %0.5f", "pawn_value_op",
+                  Personality.pawn_value_op, 0.0);
+    EXPECT_EQ(lines[0], expected);
+    EXPECT_EQ(lines[16].compare(0, 8, "ppawn_r6"), 0) << lines[16];
+    EXPECT_EQ(lines[34].compare(0, 6, "pinned"), 0);
+    // Names and fields belong together, each field once.
+    std::set<i16*> fields;
+    for (const std::string& line : lines) {
+        i16* weight = TuneWeight(line.substr(0, line.find(' ')).c_str());
+        EXPECT_TRUE(weight == nullptr || fields.insert(weight).second) << line;
+    }
+    EXPECT_EQ(TuneWeight("ppawn_r7"), &Personality.passed_pawn_rank[5]);
+    EXPECT_EQ(TuneWeight("PST_R_en"), nullptr);
+}
+
+}  // namespace
