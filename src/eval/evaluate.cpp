@@ -321,11 +321,6 @@ void ReportTotals(const EvalInfo* info, double factor) {
     report.pinned = info->pinned;
 }
 
-EvalCacheEntry* CacheEntry(ThreadBlock* tb, u64 key, int side) {
-    constexpr u64 INDEX_MASK = EVAL_CACHE_SIZE - 2;  // the two sides of a position are neighbours
-    return &tb->eval_cache[(key & INDEX_MASK) + static_cast<u64>(side)];
-}
-
 // The general evaluation: everything after the special endings and the cache.
 int EvaluateAllTerms(ThreadBlock* tb, EvalInfo* info, int side, double* factor) {
     CountMaterial<WHITE>(info);
@@ -389,7 +384,7 @@ int Evaluate(ThreadBlock* tb, int side, int ply, int in_check) {
 
     tb->eval_probes += 1;
     const u64 key = SearchKey(pos);
-    EvalCacheEntry* entry = CacheEntry(tb, key, side);
+    EvalCacheEntry* entry = EvalCacheSlot(tb, key, side);
     if (entry->key == key && ply >= 2) {
         tb->eval_hits += 1;
         pd->free_pawn_rank[WHITE] = entry->free_pawn_rank[WHITE];

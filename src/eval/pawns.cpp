@@ -230,7 +230,7 @@ inline void ScoreRace(EvalInfo* info) {
 
 void EvaluatePawns(ThreadBlock* tb, EvalInfo* info) {
     tb->pawn_probes += 1;
-    PawnEntry* e = &tb->pawn_cache[info->pos->pawn_hash & (PAWN_CACHE_SIZE - 1)];
+    PawnEntry* e = PawnCacheSlot(tb, info->pos->pawn_hash);
     if (e->key == info->pos->pawn_hash && info->ply >= 2)
         tb->pawn_hits += 1;
     else

@@ -12,13 +12,19 @@
 ThreadBlock* ThreadData[THREAD_SLOTS];
 
 namespace {
+
 constexpr u32 SEED_PER_SLOT = 123;  // secondary threads order their root moves differently
-}
+
+// A whole huge page: the caches are read at random, and small pages would cost a translation each.
+constexpr std::size_t BLOCK_BYTES = std::size_t{2} << 20;
+static_assert(sizeof(ThreadBlock) <= BLOCK_BYTES);
+
+}  // namespace
 
 ThreadBlock* NewThreadBlock(int slot) {
     assert(slot >= 0 && slot < THREAD_SLOTS);
     FreeThreadBlock(slot);
-    void* memory = AllocateLargeBlock(sizeof(ThreadBlock));
+    void* memory = AllocateLargeBlock(BLOCK_BYTES);
     if (memory == nullptr) return nullptr;
     ThreadBlock* tb = new (memory) ThreadBlock();
     tb->slot = static_cast<u8>(slot);
@@ -41,7 +47,7 @@ void FreeThreadBlock(int slot) {
     ThreadData[slot] = nullptr;
     AlertDestroy(&tb->alert);
     tb->~ThreadBlock();
-    FreeLargeBlock(tb, sizeof(ThreadBlock));
+    FreeLargeBlock(tb, BLOCK_BYTES);
 }
 
 void ClearEvalCaches() {

@@ -62,6 +62,23 @@ struct ThreadBlock {
 
 extern ThreadBlock* ThreadData[THREAD_SLOTS];
 
+// Cache slots of a position: by its search key and the side of the probe (the two sides are
+// neighbours), and by its pawn key.
+inline EvalCacheEntry* EvalCacheSlot(ThreadBlock* tb, u64 key, int side) {
+    return &tb->eval_cache[(key & (EVAL_CACHE_SIZE - 2)) + static_cast<u64>(side)];
+}
+inline PawnEntry* PawnCacheSlot(ThreadBlock* tb, u64 pawn_hash) {
+    return &tb->pawn_cache[pawn_hash & (PAWN_CACHE_SIZE - 1)];
+}
+
+// Asks for the cache lines that an evaluation of the thread's position will read.
+inline void PrefetchEvaluation(ThreadBlock* tb, u64 key) {
+    __builtin_prefetch(EvalCacheSlot(tb, key, tb->pos.side));
+    const PawnEntry* pawns = PawnCacheSlot(tb, tb->pos.pawn_hash);
+    __builtin_prefetch(pawns);
+    __builtin_prefetch(&pawns->key);
+}
+
 // Zero-filled block of a slot with its links set, published in ThreadData[slot] (an older one is
 // freed); nullptr when memory is short. FreeThreadBlock empties the slot.
 ThreadBlock* NewThreadBlock(int slot);

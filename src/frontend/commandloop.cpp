@@ -72,7 +72,20 @@ void BeginSearch() {
     PBlock.start_request = SEARCH_IDLE;
 }
 
+// A search to depth 0 publishes no move, but a GUI waits for one.
+Move FirstLegalMove(Position* pos) {
+    GenerateAll(pos);
+    for (const MoveEntry* e = pos->sstack[pos->ply].list_start; e->move != END_OF_LIST; ++e) {
+        if (MoveIsLegal(pos, pos->side, e->move)) return e->move;
+    }
+    return NO_MOVE;
+}
+
 void ReportToGui() {
+    if (PBlock.pv[1] == NO_MOVE && PBlock.max_depth == 0 &&
+        game_position->fifty <= FIFTY_MOVE_LIMIT) {
+        PBlock.pv[1] = FirstLegalMove(game_position);
+    }
     char best[MOVE_TEXT_SIZE];
     char reply[MOVE_TEXT_SIZE];
     MoveToStr(PBlock.pv[1], best);

@@ -74,7 +74,7 @@ void CleanUp() {
     SpinLockDestroy(&spinlock2);
     if (wTimerRes != 0) timeEndPeriod(wTimerRes);
     FreeTTable();
-    FreeThreadBlock(0);
+    for (int slot = 0; slot < THREAD_SLOTS; ++slot) FreeThreadBlock(slot);
     ResetTrace();
     CloseLog();
 }

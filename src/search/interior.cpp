@@ -456,6 +456,11 @@ int Search(Position* pos, int side, int ply, int depth, int alpha, int beta, int
     beta = std::min(beta, INFINITE_SCORE - 1 - ply);
     if (alpha >= beta) return alpha;
 
+    // Long before they are read: the evaluation's caches, and the table where it will be probed.
+    const u64 key = SearchKey(pos);
+    PrefetchEvaluation(tb, key);
+    if (depth > 0) PrefetchTTable(side, key);
+
     PlyData* pd = &pos->sstack[ply];
     pd->node_type = static_cast<u8>(node_type);
     pd->depth = static_cast<i16>(depth);
@@ -474,7 +479,6 @@ int Search(Position* pos, int side, int ply, int depth, int alpha, int beta, int
     Node n = {tb,        pos,      pd, side, ply,   depth, alpha,           beta,
               node_type, in_check, 0,  true, false, false, TT_PRESET_DEPTH, pv};
     if (pos->fifty > 3 && IsDrawn(n)) return DrawScore(side);
-    if (depth > 0 && !in_check) PrefetchTTable(pos);
 
     n.eval = Evaluate(tb, side, ply, in_check);
     pd->static_eval = static_cast<i16>(n.eval);

@@ -46,14 +46,6 @@ int ListBound(const Position* pos) {
            27 * QueenCount(s) + 8 * CountBits(pos->bb[pos->side][KING]) + LIST_BOUND_SLACK;
 }
 
-void SelectBest(MoveEntry* first) {
-    MoveEntry* best = first;
-    for (MoveEntry* e = first + 1; e->move != END_OF_LIST; ++e) {
-        if (e->score > best->score) best = e;
-    }
-    std::swap(*first, *best);
-}
-
 int RecaptureSquare(const Position* pos) {
     return pos->last_move ? MoveTo(pos->last_move) : NO_SQUARE;
 }
@@ -136,7 +128,7 @@ MoveEntry* StartWithHashMove(Position* pos, PlyData* pd) {
 MoveEntry* NextSorted(PlyData* pd) {
     MoveEntry* e = pd->cursor;
     if (e->move == END_OF_LIST) return nullptr;
-    if (e[1].move != END_OF_LIST) SelectBest(e);
+    if (e[1].move != END_OF_LIST) PickNextMove(e);
     if (e->score <= SORT_SCORE_LIMIT || pd->moves_searched > SORT_MOVES_LIMIT)
         pd->stage = STAGE_UNSORTED;
     return e;
@@ -155,10 +147,6 @@ void TerminateList(Position* pos, MoveEntry* end) {
     end->move = END_OF_LIST;
     pd[1].list_start = end + 1;
     pd[2].list_start = end + 2;
-}
-
-void PickNextMove(MoveEntry* first) {
-    if (first->move != END_OF_LIST) SelectBest(first);
 }
 
 MoveEntry* GetNextMoveFW(Position* pos, int in_check) {
@@ -185,7 +173,7 @@ MoveEntry* GetNextMoveFW(Position* pos, int in_check) {
         GenerateTactical(pos, pd);
     }
     if (pd->cursor->move != END_OF_LIST) {
-        SelectBest(pd->cursor);
+        PickNextMove(pd->cursor);
         if (pd->cursor->score > GOOD_CAPTURE_LIMIT) return pd->cursor;
     }
     GenerateQuiet(pos, pd, in_check);

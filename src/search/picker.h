@@ -12,8 +12,21 @@ extern const int sort_value[8];  // ordering value by captured type
 // before the first call of a node. A list that would not fit into the move buffer is left out (the
 // search never descends that far).
 MoveEntry* GetNextMoveFW(Position* pos, int in_check);
-// Brings the best-scored entry (first of equals) of a terminated list to its front.
-void PickNextMove(MoveEntry* first);
+// Brings the best-scored entry (first of equals) of a terminated list to its front. The scan keeps
+// its choice in registers, without a branch that the scores decide.
+inline void PickNextMove(MoveEntry* first) {
+    if (first->move == END_OF_LIST) return;
+    MoveEntry* best = first;
+    int best_score = first->score;
+    for (MoveEntry* e = first + 1; e->move != END_OF_LIST; ++e) {
+        const bool better = e->score > best_score;
+        best = better ? e : best;
+        best_score = better ? e->score : best_score;
+    }
+    const MoveEntry chosen = *best;
+    *best = *first;
+    *first = chosen;
+}
 // True when the move buffer has room for one more list of `pos` at its current ply.
 bool MoveListFits(const Position* pos);
 // Ends the list of the current ply at `end` and places the lists of the next two plies behind it.

@@ -50,14 +50,6 @@ void SetRootMove(ThreadBlock* tb, Move m) {
     tb->root_move = m;
 }
 
-void SelectBest(MoveEntry* first) {
-    MoveEntry* best = first;
-    for (MoveEntry* e = first + 1; e->move != END_OF_LIST; ++e) {
-        if (e->score > best->score) best = e;
-    }
-    std::swap(*first, *best);
-}
-
 void ResetThread(ThreadBlock* tb) {
     tb->iteration_depth = 0;
     tb->root_status = ROOT_NORMAL;
@@ -124,7 +116,7 @@ void TestEasyMove(const ThreadBlock* tb, MoveEntry* first, int depth) {
         if (depth > EASY_SINGLE_DEPTH) PBlock.easy_move = 1;
         return;
     }
-    SelectBest(first + 1);
+    PickNextMove(first + 1);
     second_best_score = std::max<int>(second_best_score, first[1].score);
     const int score = first->score;
     if (score > second_best_score + EASY_LEAD_OVER_SECOND &&
@@ -360,7 +352,7 @@ void SearchRoot(Position* pos, int side, int depth, int index) {
             tb->root_status = ROOT_ABANDONED;
             return;
         }
-        SelectBest(e);
+        PickNextMove(e);
         Move saved_pv[PV_SIZE];
         std::copy(std::begin(tb->pv), std::end(tb->pv), saved_pv);
         const i16 saved_score = tb->running_score;

@@ -121,9 +121,9 @@ void ClearTTable() {
     PBlock.hash_fill = 0.0;
 }
 
-void PrefetchTTable(const Position* pos) {
+void PrefetchTTable(int side, u64 key) {
     if (PBlock.hash_mode == 0) return;
-    const TTSlot* bucket = Bucket(pos->side, SearchKey(pos));
+    const TTSlot* bucket = Bucket(side, key);
     __builtin_prefetch(bucket);
     __builtin_prefetch(bucket + BUCKET_SLOTS - 1);
 }

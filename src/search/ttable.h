@@ -51,7 +51,8 @@ void ClearTTable();
 // The out depth must be preset; the out move is always set.
 void ProbeTTable(const Position* pos, TTEntry* out);
 void StoreInTTable(const Position* pos, Move move, int depth, int score, int bound);
-void PrefetchTTable(const Position* pos);
+// Asks for the cache lines of the bucket of a search key.
+void PrefetchTTable(int side, u64 key);
 // Continues the line pv[ply..] by the table's moves; pv must hold PV_SIZE + 2 moves. Leaves the
 // position as it found it.
 void RetrievePV(Position* pos, int ply, Move* pv);

@@ -1,0 +1,18 @@
+#!/bin/bash
+# Compares the benchmark's node total with the newest "Bench:" line of the history: a change of the engine that changes
+# what it searches must say so in its commit. Usage: bench_signature.sh ENGINE SOURCE_FOLDER. Exit status 77 = not applicable
+# (no history to compare with).
+set -u
+engine=$1
+source_folder=$2
+expected=$(git -C "$source_folder" log --format=%B 2>/dev/null | grep -oE '^Bench: [0-9]+$' | head -n 1 | cut -d' ' -f2)
+if [[ -z $expected ]]; then
+    echo "no history with a Bench line"
+    exit 77
+fi
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
+cd "$folder" || exit 1
+total=$("$engine" -nolog -bench </dev/null | grep -oE 'nodes= [0-9]+' | cut -d' ' -f2)
+echo "expected $expected, got $total"
+[[ $total == "$expected" ]]
