@@ -17,7 +17,7 @@ u64 entries = 0;
 u64 mask = ~u64{0};
 TTSlot* whitetable = nullptr;
 TTSlot* blacktable = nullptr;
-std::atomic<u64> ttcnt{0};
+alignas(64) std::atomic<u64> ttcnt{0};  // a line of its own: every thread writes it
 
 namespace {
 

@@ -79,7 +79,7 @@ TEST(Bitboards, ScansAndCountsAgreeInTableAndProcessorForm) {
     EXPECT_EQ(GetLSB_2(0), 63);
     EXPECT_EQ(GetMSB_2(0), 0);
     const u8 first[] = {63, 30, 3, 32, 25, 41, 22, 33};
-    for (int i = 0; i < 8; ++i) EXPECT_EQ(BSFT[i], first[i]);
+    for (std::size_t i = 0; i < 8; ++i) EXPECT_EQ(BSFT[i], first[i]);
     for (unsigned v = 0; v < 256; ++v) {
         int highest = 0, count = 0;
         for (int i = 0; i < 8; ++i)

@@ -31,7 +31,7 @@ void ExpectRow(const std::vector<std::string>& row, Position* pos, const MoveEnt
     EXPECT_EQ(std::to_string(gain), row[9]) << where;
     char text[4][MOVE_TEXT_SIZE];
     GenMoveStrings(pos, e->move, text[0], text[1], text[2], text[3]);
-    for (int i = 0; i < 4; ++i) EXPECT_EQ(text[i], row[10 + i]) << where;
+    for (std::size_t i = 0; i < 4; ++i) EXPECT_EQ(text[i], row[10 + i]) << where;
 }
 
 TEST_F(MoveGenTest, EveryListAgreesWithTheTableInOrderAndJudgement) {

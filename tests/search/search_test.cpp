@@ -97,7 +97,8 @@ TEST_F(SearchTest, SignaturesOfTheTable) {
         EXPECT_EQ(Line(PBlock.pv), row[9]) << row[0];
         const u64 counters[] = {tb->tt_probes, tb->tt_hits,     tb->eval_probes,
                                 tb->eval_hits, tb->pawn_probes, tb->pawn_hits};
-        for (int i = 0; i < 6; ++i) EXPECT_EQ(std::to_string(counters[i]), row[10 + i]) << row[0];
+        for (std::size_t i = 0; i < 6; ++i)
+            EXPECT_EQ(std::to_string(counters[i]), row[10 + i]) << row[0];
         EXPECT_EQ(Describe(game_position, true), before);
         EXPECT_EQ(tb->pos.hash, game_position->hash) << "the search leaves its position as it was";
     }
