@@ -51,7 +51,10 @@ constexpr int Blend(int stage, int opening, int ending) {
 constexpr void AddTo(i16* sum, int value) { *sum = static_cast<i16>(*sum + value); }
 
 // Adds one piece's value to its square and its side's line of the report. Only while info->report.
-inline void ReportPiece(const EvalInfo* info, i16* line, int square, int opening, int ending) {
+// Never inlined: a compiler that moves its loads before that test would make other threads read the
+// report while slot 1 writes it.
+[[gnu::noinline, gnu::cold]] inline void ReportPiece(const EvalInfo* info, i16* line, int square,
+                                                     int opening, int ending) {
     const int value = Blend(info->stage, opening, ending);
     AddTo(&PBlock.report.squares[square], value);
     AddTo(line, value);

@@ -158,7 +158,7 @@ TEST_F(PositionTest, KeysMaterialAndExchangesAgreeWithTheTable) {
         EXPECT_EQ(pos->hash, std::stoull(row[1], nullptr, 16)) << row[0];
         EXPECT_EQ(pos->pawn_hash, std::stoull(row[2], nullptr, 16)) << row[0];
         EXPECT_EQ(SearchKey(pos), std::stoull(row[3], nullptr, 16)) << row[0];
-        for (std::size_t c : {0, 1}) {
+        for (std::size_t c : {0u, 1u}) {
             EXPECT_EQ(pos->sig[c], std::stoul(row[4 + c], nullptr, 16)) << row[0];
             EXPECT_EQ(pos->npm[c], std::stoi(row[6 + c])) << row[0];
         }

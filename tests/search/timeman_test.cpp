@@ -77,7 +77,7 @@ TEST_F(TimeTest, TargetsAgreeWithTheTable) {
         PBlock.moves_per_control = static_cast<u8>(std::stoi(row[3]));
         PBlock.moves_to_go = static_cast<u16>(std::stoi(row[4]));
         PBlock.ponder = static_cast<u16>(std::stoi(row[6]));
-        PBlock.protocol = row[7] == "1" ? PROTOCOL_UCI : PROTOCOL_CONSOLE;
+        PBlock.protocol = static_cast<u16>(row[7] == "1" ? PROTOCOL_UCI : PROTOCOL_CONSOLE);
         const int history = std::stoi(row[5]);
         if (line % 3 == 0) {
             game_position->side = static_cast<u8>(side);
