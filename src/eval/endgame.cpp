@@ -182,7 +182,7 @@ bool IsDeadMaterial(u32 white, u32 black) {
 
 constexpr int FIFTY_FREE = 25;  // plies without progress before the score shrinks
 constexpr double FIFTY_STEP = 0.01;
-constexpr int HEAVY = 14;   // units of non-pawn material beyond which nothing is scaled
+constexpr int HEAVY = 14;   // units of non-pawn material; from here only the fifty moves scale
 constexpr int MINOR = 4;    // less than this is at most one minor piece
 constexpr int ROOKISH = 8;  // less than this is at most a rook, or two minor pieces
 

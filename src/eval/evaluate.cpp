@@ -235,8 +235,8 @@ inline void CountMaterial(EvalInfo* info) {
         MtlPawnEn[valued] + MtlKnightEn[n] + MtlBishopEn[b] + MtlRookEn[r] + MtlQueenEn[q];
 }
 
-// Attack sets of pawns and king, mobility area, and what the side threatens around its own king
-// square. The enemy's part of it needs the pawn attacks of both sides.
+// Attack sets of pawns and king, the zone of the own king, and the enemy's mobility area, which
+// excludes the squares that the own pawns attack.
 template <int US>
 inline void SetUpAttacks(EvalInfo* info) {
     const Position* pos = info->pos;

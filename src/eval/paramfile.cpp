@@ -112,11 +112,16 @@ struct ParameterFile {
     char text[MAX_LINE + 2] = "";
     bool too_long = false;
     bool has_nul = false;
+    bool pending = false;  // the line is to be read once more
 };
 
 // Reads the next line; false at the end of the file. A carriage return before the line feed belongs
 // to the line's end.
 bool ReadLine(ParameterFile* file) {
+    if (file->pending) {
+        file->pending = false;
+        return true;
+    }
     int total = 0, length = 0, c;
     file->too_long = file->has_nul = false;
     while ((c = std::getc(file->stream)) != EOF && c != '\n') {
@@ -133,7 +138,7 @@ bool ReadLine(ParameterFile* file) {
     return true;
 }
 
-// Names a line that cannot be right: "vesk.rc, line 12: no value: "knight_value_op"".
+// Names a line that cannot be right: "vesk.rc, line 12: key without a value: "hung"".
 void ShowFault(const ParameterFile* file, const char* what, const char* part) {
     char shown[SHOWN_TEXT + 1];
     int n = 0;
@@ -148,17 +153,30 @@ void ShowFault(const ParameterFile* file, const char* what, const char* part) {
         ShowMessageF("%s, line %d: %s: \"%s\"", file->path, file->line_number, what, shown);
 }
 
+// What a number's text holds beyond its value.
+struct NumberFaults {
+    bool malformed = false;     // no digits, or something else behind them
+    bool out_of_range = false;  // more than its field holds
+};
+
 // Leading integer of a text: white space, a sign, digits; 0 without digits. Only the low bits
-// matter, so that it wraps instead of overflowing. *clean is cleared when there are no digits or
-// something else follows them.
-u32 LeadingInteger(const char* text, bool* clean) {
+// matter, so that it wraps instead of overflowing. A fault is noted, none is ever taken back.
+u32 LeadingInteger(const char* text, Field kind, NumberFaults* faults) {
+    const bool byte = kind == Field::BYTE;
     text += std::strspn(text, " \t\r\v\f");
     const bool negative = *text == '-';
+    const i64 limit = byte ? (negative ? 0 : UINT8_MAX) : (negative ? -i64{INT16_MIN} : INT16_MAX);
     if (*text == '-' || *text == '+') text++;
     const char* digits = text;
     u32 value = 0;
-    for (; *text >= '0' && *text <= '9'; text++) value = value * 10 + static_cast<u32>(*text - '0');
-    if (text == digits || std::strchr(" \t\r", *text) == nullptr) *clean = false;
+    i64 size = 0;  // stops growing once it is out of every range
+    for (; *text >= '0' && *text <= '9'; text++) {
+        value = value * 10 + static_cast<u32>(*text - '0');
+        if (size <= limit) size = size * 10 + (*text - '0');
+    }
+    if (size > limit) faults->out_of_range = true;
+    const char* rest = text + std::strspn(text, "\t\r");
+    if (text == digits || (*rest != ' ' && *rest != '\0')) faults->malformed = true;
     return negative ? 0 - value : value;
 }
 
@@ -169,42 +187,68 @@ bool IsComment(const ParameterFile* file) {
     return file->text[0] == '#' || (file->text[0] == '\0' && !file->has_nul);
 }
 
-// Reads one line of eight values. A short line reads missing values as 0; a line that was cut, or
-// that holds a NUL, leaves the row as it was.
+// Blanks of either kind at the end of a line mean nothing.
+void TrimEnd(char* text) {
+    std::size_t length = std::strlen(text);
+    while (length > 0 && std::strchr(" \t\r", text[length - 1]) != nullptr) length--;
+    text[length] = '\0';
+}
+
+void ShowNumberFaults(const ParameterFile* file, const NumberFaults& faults) {
+    if (faults.malformed)
+        ShowFault(file, "malformed number", file->text);
+    else if (faults.out_of_range)
+        ShowFault(file, "number out of range, its low bits are used", file->text);
+}
+
+// Reads one line of eight values. A comment, a blank line or a short line reads missing values as
+// 0; a line that was cut, or that holds a NUL, leaves the row as it was.
 void ReadRow(ParameterFile* file, i16* row) {
-    if (file->has_nul || file->too_long) {
+    const bool comment = IsComment(file);
+    if (!comment && (file->has_nul || file->too_long)) {
         ShowFault(file, file->has_nul ? "NUL character" : "line too long", file->text);
         return;
     }
     i16 values[8] = {};
     int count = 0;
-    bool clean = true;
-    const char* text = IsComment(file) ? "" : file->text;
+    NumberFaults faults;
+    TrimEnd(file->text);
+    const char* text = comment ? "" : file->text;
     for (; *text != '\0'; text += std::strcspn(text, " "), text += std::strspn(text, " "), count++)
-        if (count < 8) values[count] = Word(LeadingInteger(text, &clean));
+        if (count < 8) values[count] = Word(LeadingInteger(text, Field::WORD, &faults));
     std::memcpy(row, values, sizeof values);
     if (count != 8)
         ShowFault(file, "a piece-square line needs eight numbers", file->text);
-    else if (!clean)
-        ShowFault(file, "malformed number", file->text);
-}
-
-// Reads the eight lines that follow into a row of 64 values, rank 8 first. Stops at the end of the
-// file; what is not reached stays.
-void LoadPST(i16* row, ParameterFile* file) {
-    for (int rank = 7; rank >= 0; rank--) {
-        if (!ReadLine(file)) {
-            ShowFault(file, "the file ends inside a piece-square table", "");
-            return;
-        }
-        ReadRow(file, row + 8 * rank);
-    }
+    else
+        ShowNumberFaults(file, faults);
 }
 
 const Parameter* FindParameter(const char* key, std::size_t length) {
     for (const Parameter& p : parameters)
         if (std::strlen(p.key) == length && std::memcmp(p.key, key, length) == 0) return &p;
     return nullptr;
+}
+
+// The parameter that a line sets, nullptr when it begins with no known key.
+const Parameter* ParameterOfLine(const char* text) {
+    return FindParameter(text, std::strcspn(text, " ="));
+}
+
+// Reads the eight lines that follow into a row of 64 values, rank 8 first. Stops at the end of the
+// file, or at a setting, which is then read as such; what is not reached stays.
+void LoadPST(i16* row, ParameterFile* file) {
+    for (int rank = 7; rank >= 0; rank--) {
+        if (!ReadLine(file)) {
+            ShowFault(file, "the file ends inside a piece-square table", "");
+            return;
+        }
+        if (ParameterOfLine(file->text) != nullptr) {
+            ShowFault(file, "a piece-square table needs eight lines", file->text);
+            file->pending = true;
+            return;
+        }
+        ReadRow(file, row + 8 * rank);
+    }
 }
 
 void ReadSetting(ParameterFile* file, PersonalityRecord* record) {
@@ -220,7 +264,7 @@ void ReadSetting(ParameterFile* file, PersonalityRecord* record) {
         return;
     }
     const std::size_t key_length = std::strcspn(text, " =");
-    const Parameter* p = FindParameter(text, key_length);
+    const Parameter* p = ParameterOfLine(text);
     if (p == nullptr) {
         const std::size_t tab = std::strcspn(text, "\t");
         if (tab < key_length && FindParameter(text, tab) != nullptr)
@@ -237,10 +281,12 @@ void ReadSetting(ParameterFile* file, PersonalityRecord* record) {
         return;
     }
     const char* value_text = text + key_length + std::strspn(text + key_length, " =");
-    bool clean = true;
-    const u32 value = LeadingInteger(value_text, &clean);
-    if (!clean)
-        ShowFault(file, *value_text == '\0' ? "no value, 0 is used" : "malformed number", text);
+    NumberFaults faults;
+    const u32 value = LeadingInteger(value_text, p->kind, &faults);
+    if (*value_text == '\0')
+        ShowFault(file, "no value, 0 is used", text);
+    else
+        ShowNumberFaults(file, faults);
     if (p->kind == Field::BYTE)
         *reinterpret_cast<u8*>(field) = static_cast<u8>(value);
     else
@@ -254,6 +300,13 @@ int LoadConfigFile(const char* path, PersonalityRecord* record) {
     file.path = path;
     file.stream = std::fopen(path, "rb");
     if (file.stream == nullptr) return 0;
+    // A folder opens but does not read.
+    const int first = std::getc(file.stream);
+    if (first == EOF && std::ferror(file.stream)) {
+        std::fclose(file.stream);
+        return 0;
+    }
+    if (first != EOF) std::ungetc(first, file.stream);
     ShowMessageF("loading parameters from %s\n", path);
     while (ReadLine(&file))
         if (!IsComment(&file)) ReadSetting(&file, record);
