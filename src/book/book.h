@@ -38,6 +38,8 @@ const BookRecord* FindPosition(int side);
 // Stores the book move of `pos` in PBlock.pv[1], 0 when there is none; verbose: lists the
 // candidates.
 void GetCandidates(Position* pos, int verbose);
+// The same choice, returned only: the published result of a search stays as it is.
+Move ChooseBookMove(Position* pos, int verbose);
 
 void EncodeBookRecord(const BookRecord& record, unsigned char* out);
 BookRecord DecodeBookRecord(const unsigned char* in);

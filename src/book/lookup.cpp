@@ -173,16 +173,18 @@ const BookRecord* FindPosition(int side) {
     return nullptr;
 }
 
-void GetCandidates(Position* pos, int verbose) {
-    PBlock.pv[1] = NO_MOVE;
-    if (bkrecnum == 0 || WhyUnplayable(pos) != nullptr) return;
+void GetCandidates(Position* pos, int verbose) { PBlock.pv[1] = ChooseBookMove(pos, verbose); }
+
+Move ChooseBookMove(Position* pos, int verbose) {
+    if (bkrecnum == 0 || WhyUnplayable(pos) != nullptr) return NO_MOVE;
     const int side = pos->side;
     GenerateAll(pos);
     UpdatePosHash(pos);
     // A game that has left the book does not come back by a transposition of its own.
-    if (pos->hist_count > 0 && FindPosition(side) == nullptr) return;
+    if (pos->hist_count > 0 && FindPosition(side) == nullptr) return NO_MOVE;
 
     char text[MOVE_TEXT_SIZE];
+    Move chosen = NO_MOVE;
     double best = 0.0;
     for (MoveEntry* e = pos->sstack[pos->ply].list_start; e->move != END_OF_LIST; e++) {
         PickNextMove(e);
@@ -198,7 +200,7 @@ void GetCandidates(Position* pos, int verbose) {
         const double value = RecordValue(*r, side, &share);
         if (value > best) {
             best = value;
-            PBlock.pv[1] = m;
+            chosen = m;
         }
         if (verbose) {
             MoveToStr(m, text);
@@ -206,8 +208,9 @@ void GetCandidates(Position* pos, int verbose) {
                          r->draws, share, value);
         }
     }
-    if (verbose && PBlock.pv[1] != NO_MOVE) {
-        MoveToStr(PBlock.pv[1], text);
+    if (verbose && chosen != NO_MOVE) {
+        MoveToStr(chosen, text);
         ShowMessageF("book move is %s\n", text);
     }
+    return chosen;
 }

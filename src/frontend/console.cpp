@@ -445,6 +445,7 @@ void MultiPvCommand(const Command& c) {
 void HashCommand(const Command& c) {
     FinishSearch();
     PBlock.hash_mode = static_cast<u8>(std::clamp(WholeNumber(c.word[1]), 0, UCHAR_MAX));
+    PBlock.saved_hash_mode = 0;
 }
 
 void TraceCommand(const Command& c) {
@@ -572,9 +573,7 @@ void LineCommand(const Command&) {
 void BookCommand(const Command&) {
     if (!PositionIsPlayable()) return;
     const RecordKeeper keep(game_position);
-    const Move searched = PBlock.pv[1];  // the look-up leaves its move there
-    GetCandidates(game_position, 1);
-    PBlock.pv[1] = searched;
+    ChooseBookMove(game_position, 1);
     ShowMessage("");
 }
 

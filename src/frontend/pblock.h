@@ -94,7 +94,6 @@ struct ProgramBlock {
     Relaxed<double> elapsed = 0.0;  // seconds since the search started
     i16 tt_age = 0;
     i16 draw_score[2] = {0, 0};  // by side, for that side to move
-    double hash_fill = 0.0;      // share of the table in use, 0..1
 
     // Published result; written under spinlock1 while a search runs.
     Relaxed<i8> depth_done = 0;
@@ -104,7 +103,8 @@ struct ProgramBlock {
     i16 score_by_depth[PV_SIZE] = {};
     Move best_move_by_depth[PV_SIZE] = {};
 
-    // Written by the main search thread.
+    // Written by the main search thread; hash_fill also by the front end while it is idle.
+    double hash_fill = 0.0;      // share of the table in use, 0..1
     Relaxed<i8> iteration_depth = 0;       // last started
     Relaxed<i8> completed_depth = 0;       // last finished
     Relaxed<double> completed_time = 0.0;  // `elapsed` at that moment

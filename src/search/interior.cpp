@@ -345,6 +345,7 @@ int ProbCut(Position* pos, int ply, int depth, int bound) {
         MakeMove(pos, m);
         const int v = -Search(pos, side ^ 1, ply + 1, depth - 1, -bound, 1 - bound, NODE_ALL, line);
         UnmakeMove(pos);
+        if (PBlock.stop) return 0;
         if (v >= bound) return 1;
     }
     return 0;

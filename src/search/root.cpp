@@ -40,7 +40,7 @@ constexpr int STOPPED_FAIL_HIGH_LEAD =
 constexpr int SURE_MATE = 9899;
 constexpr int VERBOSE_DEPTH = 3;
 
-// The clearest reply to the best move seen so far; belongs to the main search thread.
+// Highest score of a second-placed root move in this search; belongs to the main search thread.
 int second_best_score = NO_SCORE;
 
 bool IsMain(const ThreadBlock* tb) { return tb->slot <= 1; }
@@ -130,8 +130,8 @@ void SearchLines(ThreadBlock* tb, MoveEntry* first, int depth) {
     const int lines = PBlock.multipv;
     const bool main = IsMain(tb);
     for (int i = 0; i < lines && first[i].move != END_OF_LIST && !PBlock.stop; ++i) {
-        SearchRoot(&tb->pos, tb->pos.side, depth, i);
-        if (main && (lines > 1 || depth == 1))
+        const int found = SearchRoot(&tb->pos, tb->pos.side, depth, i);
+        if (found && main && (lines > 1 || depth == 1))
             DisplaySearchInfo(tb->slot, i, depth, tb->running_score, tb->pv);
     }
     if (main && lines > 1 && PBlock.protocol != PROTOCOL_UCI) ShowMessage("");
@@ -328,7 +328,7 @@ void PrepareRootPly(ThreadBlock* tb, int depth) {
 
 }  // namespace
 
-void SearchRoot(Position* pos, int side, int depth, int index) {
+int SearchRoot(Position* pos, int side, int depth, int index) {
     ThreadBlock* tb = ThreadData[pos->thread_id];
     PlyData* pd = &tb->ply_data[1];
     PrepareRootPly(tb, depth);
@@ -350,7 +350,7 @@ void SearchRoot(Position* pos, int side, int depth, int index) {
     for (MoveEntry* e = front; e->move != END_OF_LIST; ++e) {
         if (!main && depth < PBlock.completed_depth && PBlock.elapsed >= SETTLED_SECONDS) {
             tb->root_status = ROOT_ABANDONED;
-            return;
+            break;
         }
         PickNextMove(e);
         Move saved_pv[PV_SIZE];
@@ -374,8 +374,9 @@ void SearchRoot(Position* pos, int side, int depth, int index) {
         }
         if (PBlock.node_limit != 0 && tb->nodes > PBlock.node_limit && !PBlock.stop)
             PBlock.stop = STOP_FINISH;
-        if (PBlock.stop) return;
+        if (PBlock.stop) break;
     }
+    return r.best > NO_SCORE;
 }
 
 void NewBestMove(ThreadBlock* tb) {

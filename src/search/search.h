@@ -40,8 +40,9 @@ inline void CopyLine(Move* to, const Move* line, int from) {
 
 // Runs a whole search for one slot on the calling thread. Requires InitSearch.
 void SearchIterations(int slot);
-// Searches the root moves from list index `index` on at one depth.
-void SearchRoot(Position* pos, int side, int depth, int index);
+// Searches the root moves from list index `index` on at one depth. Returns 1 when a move became the
+// best of them, 0 when the search was stopped or abandoned before.
+int SearchRoot(Position* pos, int side, int depth, int index);
 void NewBestMove(ThreadBlock* tb);
 
 // Time management (timeman.cpp). Seconds.

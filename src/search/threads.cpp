@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "frontend/pblock.h"
+#include "platform/clock.h"
 #include "platform/sleep.h"
 #include "search/search.h"
 
@@ -57,6 +58,15 @@ void* SearchThreadFunc(void* argument) {
     }
     tb->command.store(COMMAND_IDLE, std::memory_order_release);
     return nullptr;
+}
+
+// Waits until the main search thread has had its head start or has already finished; an old raise
+// of the alert must not cut the wait short.
+void GiveHeadStart() {
+    const double end = MonotonicSeconds() + HEAD_START_MS * 0.001;
+    while (CommandOf(1) != COMMAND_IDLE && MonotonicSeconds() < end) {
+        SleepEx(IDLE_POLL_MS, &front_end_alert);
+    }
 }
 
 void ResetCounters(ThreadBlock* tb) {
@@ -112,7 +122,7 @@ void KillThreadPool(int n) {
 void StartSearch() {
     for (int slot = 1; slot <= PBlock.threads; ++slot) {
         SendCommand(slot, COMMAND_SEARCH);
-        if (slot == 1 && PBlock.threads > 1) SleepEx(HEAD_START_MS, &front_end_alert);
+        if (slot == 1 && PBlock.threads > 1) GiveHeadStart();
     }
 }
 

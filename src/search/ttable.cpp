@@ -55,6 +55,9 @@ TTSlot* Bucket(int side, u64 key) {
     return side == WHITE ? whitetable + index : blacktable - index;
 }
 
+// No table for this search, or one of 0 MB.
+bool TableIsOff() { return PBlock.hash_mode == 0 || entries == 0; }
+
 bool MoveFitsBoard(const Position* pos, Move move) {
     const Bitboard own = pos->bb[pos->side][0];
     return (own & Bit(MoveFrom(move))) != 0 && (own & Bit(MoveTo(move))) == 0;
@@ -122,7 +125,7 @@ void ClearTTable() {
 }
 
 void PrefetchTTable(int side, u64 key) {
-    if (PBlock.hash_mode == 0) return;
+    if (TableIsOff()) return;
     const TTSlot* bucket = Bucket(side, key);
     __builtin_prefetch(bucket);
     __builtin_prefetch(bucket + BUCKET_SLOTS - 1);
@@ -130,7 +133,7 @@ void PrefetchTTable(int side, u64 key) {
 
 void ProbeTTable(const Position* pos, TTEntry* out) {
     out->move = NO_MOVE;
-    if (PBlock.hash_mode == 0) return;
+    if (TableIsOff()) return;
     const u64 key = SearchKey(pos);
     const u32 key_high = static_cast<u32>(key >> 32);
     TTSlot* bucket = Bucket(pos->side, key);
@@ -165,7 +168,7 @@ void ProbeTTable(const Position* pos, TTEntry* out) {
 }
 
 void StoreInTTable(const Position* pos, Move move, int depth, int score, int bound) {
-    if (PBlock.hash_mode == 0) return;
+    if (TableIsOff()) return;
     const u64 key = SearchKey(pos);
     const u32 key_high = static_cast<u32>(key >> 32);
     TTSlot* bucket = Bucket(pos->side, key);
