@@ -217,7 +217,9 @@ void ShowBoard(const Position* pos) {
 }
 
 void ShowStatus(const char* format, ...) {
-    if (!OutputIsConsole() || !ErrorIsConsole()) return;
+    // Asked once: a tool may offer its status for every position of hundreds of thousands.
+    static const bool somebody_looks = OutputIsConsole() && ErrorIsConsole();
+    if (!somebody_looks) return;
     va_list arguments;
     va_start(arguments, format);
     std::string text(1, '\r');
