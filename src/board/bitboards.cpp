@@ -21,7 +21,7 @@ namespace {
 
 constexpr u32 BIT_SCAN_FACTOR = 0x783A9B23u;
 
-// Slot of the bit-scan table for a bitboard whose lowest set bit is `bit`.
+// Slot of the bit-scan table that belongs to the lowest set bit of `b`.
 constexpr u32 BitScanIndex(Bitboard b) {
     const Bitboard m = b ^ (b - 1);
     const u32 fold = static_cast<u32>(m) ^ static_cast<u32>(m >> 32);

@@ -110,7 +110,7 @@ int MoveIsLegalNonZero(const Position* pos, int side, Move m) {
     const int to = MoveTo(m);
     int king = KingSquare(pos, side);
     if (PieceType(pos->board[from]) == KING) {
-        if (to - from == 2 || from - to == 2) return CastlingPathIsSafe(pos, side, from, to);
+        if (IsTwoFileStep(from, to)) return CastlingPathIsSafe(pos, side, from, to);
         king = to;
     }
     return SafeAfterMove(pos, side, from, to, king);

@@ -36,19 +36,6 @@ constexpr std::array<u8, 64> MakeCastlingBits() {
 }
 constexpr std::array<u8, 64> csbits = MakeCastlingBits();
 
-void DeleteFromList(u8* entry, int square) {
-    while (*entry != square) ++entry;
-    do {
-        entry[0] = entry[1];
-    } while (*entry++ != NO_SQUARE);
-}
-
-void AppendToList(u8* entry, int square) {
-    while (*entry != NO_SQUARE) ++entry;
-    entry[0] = static_cast<u8>(square);
-    entry[1] = NO_SQUARE;
-}
-
 void ReplaceInList(u8* entry, int from, int to) {
     while (*entry != from) ++entry;
     *entry = static_cast<u8>(to);
@@ -63,24 +50,6 @@ void ShiftPiece(Position* pos, int side, int code, int from, int to) {
     const Bitboard both = Bit(from) | Bit(to);
     pos->bb[side][0] ^= both;
     pos->bb[side][type] ^= both;
-}
-
-// Takes a piece off everything but the board array.
-void UncountPiece(Position* pos, int colour, int type, int square) {
-    DeleteFromList(pos->plist[colour][type], square);
-    pos->npm[colour] = static_cast<i16>(pos->npm[colour] - npv[type]);
-    pos->sig[colour] -= msig[type];
-    pos->bb[colour][0] ^= Bit(square);
-    pos->bb[colour][type] ^= Bit(square);
-}
-
-void CountPiece(Position* pos, int colour, int type, int square) {
-    AppendToList(pos->plist[colour][type], square);
-    pos->npm[colour] = static_cast<i16>(pos->npm[colour] + npv[type]);
-    pos->sig[colour] += msig[type];
-    pos->bb[colour][0] ^= Bit(square);
-    pos->bb[colour][type] ^= Bit(square);
-    pos->board[square] = static_cast<u8>(PieceCode(colour, type));
 }
 
 int PromotedType(Move m) {
@@ -101,14 +70,14 @@ void FinishPawnMove(Position* pos, int side, int from, int to, Move m, const Und
         pos->ep_square = static_cast<u8>(behind);
     } else if (to == r->ep && FileOf(from) != FileOf(to) && r->captured == 0) {
         const int enemy_pawn = PieceCode(side ^ 1, PAWN);
-        UncountPiece(pos, side ^ 1, PAWN, behind);
-        pos->board[behind] = 0;
+        assert(pos->board[behind] == enemy_pawn);
+        RemovePiece(pos, behind);
         pos->hash ^= rtable[enemy_pawn][behind];
         pos->pawn_hash ^= rtable[enemy_pawn][behind];
     } else if (IsPromotion(m)) {
         const int type = PromotedType(m);
-        UncountPiece(pos, side, PAWN, to);
-        CountPiece(pos, side, type, to);
+        RemovePiece(pos, to);
+        AddPiece(pos, side, type, to);
         pos->hash ^= rtable[code][to] ^ rtable[PieceCode(side, type)][to];
         pos->pawn_hash ^= rtable[code][to];
     }
@@ -123,8 +92,6 @@ RookMove CastlingRook(int king_from, int king_to) {
     return king_to > king_from ? RookMove{king_from + 3, king_from + 1}
                                : RookMove{king_from - 4, king_from - 1};
 }
-
-bool IsTwoFileMove(int from, int to) { return to - from == 2 || from - to == 2; }
 
 void MoveCastlingRook(Position* pos, int side, int from, int to) {
     const int rook = PieceCode(side, ROOK);
@@ -182,7 +149,7 @@ void MakeMove(Position* pos, Move m) {
 
     if (captured) {
         const int code = pos->board[to];
-        UncountPiece(pos, side ^ 1, captured, to);
+        RemovePiece(pos, to);
         pos->hash ^= rtable[code][to];
         if (captured == PAWN) pos->pawn_hash ^= rtable[code][to];
         pos->fifty = 0;
@@ -195,7 +162,7 @@ void MakeMove(Position* pos, Move m) {
         return;
     }
     pos->hash ^= rtable[code][to];
-    if (PieceType(code) == KING && IsTwoFileMove(from, to)) {
+    if (PieceType(code) == KING && IsTwoFileStep(from, to)) {
         MoveCastlingRook(pos, side, from, to);
         pos->fifty = 0;
     }
@@ -210,19 +177,19 @@ void UnmakeMove(Position* pos) {
     const int code = pos->board[to];
     ShiftPiece(pos, side, code, to, from);
     if (r->captured) {
-        CountPiece(pos, side ^ 1, r->captured, to);
-    } else if (PieceType(code) == PAWN && FileOf(from) != FileOf(to)) {
-        CountPiece(pos, side ^ 1, PAWN, to - pawn_dir[side]);
+        AddPiece(pos, side ^ 1, r->captured, to);
+    } else if (PieceType(code) == PAWN && to == r->ep && FileOf(from) != FileOf(to)) {
+        AddPiece(pos, side ^ 1, PAWN, to - pawn_dir[side]);
     }
-    if (PieceType(code) == KING && IsTwoFileMove(from, to)) {
+    if (PieceType(code) == KING && IsTwoFileStep(from, to)) {
         const RookMove rook = CastlingRook(from, to);
         if (pos->board[rook.to] == PieceCode(side, ROOK)) {
             ShiftPiece(pos, side, PieceCode(side, ROOK), rook.to, rook.from);
         }
     }
     if (IsPromotion(r->move)) {
-        UncountPiece(pos, side, PieceType(code), from);
-        CountPiece(pos, side, PAWN, from);
+        RemovePiece(pos, from);
+        AddPiece(pos, side, PAWN, from);
     }
 }
 

@@ -19,6 +19,8 @@ inline constexpr Move PROMOTION_FLAGS = 0xC0C0;
 
 constexpr int MoveTo(Move m) { return m & 63; }
 constexpr int MoveFrom(Move m) { return (m >> 8) & 63; }
+// A king's step by two files is castling.
+constexpr bool IsTwoFileStep(int from, int to) { return to - from == 2 || from - to == 2; }
 constexpr bool IsPromotion(Move m) { return (m & PROMOTION_FLAGS) != 0; }
 constexpr Move MakeMoveWord(int from, int to, Move flag = 0) {
     return static_cast<Move>((from << 8) | to | flag);

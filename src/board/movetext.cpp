@@ -58,7 +58,7 @@ void WritePieceForms(const Position* pos, Move m, char* san, char* file_form, ch
     const int from = MoveFrom(m);
     const int to = MoveTo(m);
     const int type = PieceType(pos->board[from]);
-    if (type == KING && (to - from == 2 || from - to == 2)) {
+    if (type == KING && IsTwoFileStep(from, to)) {
         const bool king_side = to > from;
         std::strcpy(san, king_side ? "o-o" : "o-o-o");
         std::strcpy(file_form, king_side ? "O-O" : "O-O-O");

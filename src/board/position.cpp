@@ -70,7 +70,7 @@ const char* ReadBoardField(Position* pos, const char* text) {
             const int next = cursor + (*text - '0');
             cursor = next <= last_of_rank ? next : last_of_rank;
         } else if (*text == '/') {
-            // Surplus ranks pile up on the first one instead of leaving the board.
+            // Surplus ranks stay on the first rank, where the cursor stands.
             if (cursor >= 8) cursor = (cursor & ~7) - 8;
         } else {
             AddPieceOfText(pos, *text, cursor);

@@ -39,8 +39,8 @@ constexpr int RankOf(int square) { return square >> 3; }
 
 // Limits of the records.
 inline constexpr int MAX_UNDO_RECORDS = 800;  // game history plus search depth
-inline constexpr int GAME_HISTORY_LIMIT =
-    720;  // a longer game drops its oldest records: 800 less the deepest search
+// A longer game drops its oldest records; what is left has room for the deepest search.
+inline constexpr int GAME_HISTORY_LIMIT = 720;
 inline constexpr int GAME_HISTORY_KEPT = 200;   // what stays of it then
 inline constexpr int MAX_PIECES_OF_A_KIND = 9;  // room of a piece list without its end mark
 inline constexpr int FIFTY_LIMIT = 255;         // where the fifty-move counter stops counting

@@ -66,7 +66,7 @@ bool IsDrawn(const Node& n) {
     if (h > 100) {
         if (n.ply <= 2) {
             limit = 2;
-        } else if (IsMate(n.pos, n.in_check) == 0) {
+        } else if (!MoveListFits(n.pos) || IsMate(n.pos, n.in_check) == 0) {
             return true;
         }
     }
@@ -245,8 +245,7 @@ bool ShowsThreat(const Position* pos, int side, const MoveEntry* e) {
 bool IsLateMovePruned(Position* pos, int side, const MoveEntry* e) {
     const bool unproven = e->score <= GOOD_QUIET_SCORE;
     if (PieceType(e->piece) == KING) {
-        const int step = MoveTo(e->move) - MoveFrom(e->move);
-        if (step == 2 || step == -2) return false;
+        if (IsTwoFileStep(MoveFrom(e->move), MoveTo(e->move))) return false;
         if (unproven) return true;
     } else if (unproven && !ShowsThreat(pos, side, e)) {
         return true;

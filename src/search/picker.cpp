@@ -38,7 +38,7 @@ constexpr int HISTORY_SCALE = 128;
 constexpr int HISTORY_GAIN = 64;
 constexpr int HISTORY_DECAY = 128;
 
-// Upper bound of the moves one man of a kind can have in a list, promotions counted four times.
+// Upper bound of a list's entries by the men of the side to move, promotions counted four times.
 constexpr int LIST_BOUND_SLACK = 24;  // castling, entries listed twice, hash move and end mark
 int ListBound(const Position* pos) {
     const u32 s = pos->sig[pos->side];
