@@ -75,7 +75,8 @@ void DropLine(std::size_t end) {
 }
 
 // What may be handled while something else works with the game position.
-bool IsHarmless(const std::string& line) {
+bool IsHarmless(const std::string& whole_line) {
+    const std::string line = GetWord(whole_line.c_str());
     return line == "quit" || line == "stop" || line == "." || line == "isready";
 }
 

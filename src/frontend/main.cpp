@@ -6,6 +6,7 @@
 #include "frontend/frontend.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
+#include "platform/input.h"
 #include "platform/interrupt.h"
 #include "search/threads.h"
 #include "tune/tune.h"
@@ -26,9 +27,8 @@ bool Readable(const char* path) {
 }
 
 void RunChosenMode(const StartOptions& options) {
-    // Only these look at the user's wish to end while they work.
-    if (options.mode != RunMode::PgnScan && options.mode != RunMode::Tune)
-        CatchInterrupt(&front_end_alert);
+    // A scan does not look at the user's wish to end while it works.
+    if (options.mode != RunMode::PgnScan) CatchInterrupt(&front_end_alert);
     SetToolInput(options.mode != RunMode::CommandLoop);
     switch (options.mode) {
         case RunMode::EpdAnalysis:
@@ -59,6 +59,7 @@ void RunChosenMode(const StartOptions& options) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    SecureStandardStreams();
     StartOptions options;
     if (const int status = StartUp(argc, argv, &options)) return status;
     if (options.mode != RunMode::Nothing) {

@@ -2,7 +2,7 @@
 // published result and the evaluation report. A leaf header: it includes type headers only, so that
 // every folder may include it. The front-end thread writes the options; fields of type Relaxed are
 // also read or written by search threads while they search; everything else changes only while all
-// search threads are idle, or under the lock that is named.
+// search threads are idle, or under the lock that is named, or is read by the front end alone.
 #pragma once
 
 #include "board/plydata.h"
@@ -104,7 +104,7 @@ struct ProgramBlock {
     Move best_move_by_depth[PV_SIZE] = {};
 
     // Written by the main search thread; hash_fill also by the front end while it is idle.
-    double hash_fill = 0.0;      // share of the table in use, 0..1
+    double hash_fill = 0.0;                // share of the table in use, 0..1
     Relaxed<i8> iteration_depth = 0;       // last started
     Relaxed<i8> completed_depth = 0;       // last finished
     Relaxed<double> completed_time = 0.0;  // `elapsed` at that moment

@@ -4,8 +4,9 @@
 
 #include <cstddef>
 
-// True when standard input is a terminal with a person at it.
-bool InputIsConsole();
+// Makes sure that the three standard streams exist: a closed one is bound to nothing, so that no
+// file or pipe opened later takes its place. First call of the program.
+void SecureStandardStreams();
 
 // True when standard output / standard error is a terminal.
 bool OutputIsConsole();

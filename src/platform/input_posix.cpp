@@ -5,10 +5,16 @@
 #include <cerrno>
 #include <climits>
 
+#include <fcntl.h>
 #include <poll.h>
 #include <unistd.h>
 
-bool InputIsConsole() { return isatty(STDIN_FILENO) != 0; }
+void SecureStandardStreams() {
+    int fd = open("/dev/null", O_RDWR);
+    while (fd >= 0 && fd <= STDERR_FILENO) fd = open("/dev/null", O_RDWR);
+    if (fd > STDERR_FILENO) close(fd);
+}
+
 bool OutputIsConsole() { return isatty(STDOUT_FILENO) != 0; }
 bool ErrorIsConsole() { return isatty(STDERR_FILENO) != 0; }
 

@@ -288,6 +288,7 @@ int SearchRootMove(RootSearch* r, const MoveEntry* e) {
 void ShowProgress(const RootSearch* r, const MoveEntry* e, int index) {
     if (!r->main || index != 0 || PBlock.protocol != PROTOCOL_UCI) return;
     if (PBlock.elapsed <= PROGRESS_SECONDS || PBlock.elapsed <= PBlock.noise) return;
+    if (PBlock.noise == NOISE_NEVER) return;
     if (r->pd->moves_searched == 0) DisplayIterationStart(r->depth);
     if (PBlock.multipv == 1) DisplayCurrentMove(e->move, r->pd->moves_searched + 1);
 }
