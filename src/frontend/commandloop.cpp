@@ -29,12 +29,11 @@ SearchedPosition PositionNow() { return {SearchKey(game_position), game_position
 
 bool UciMode() { return PBlock.protocol == PROTOCOL_UCI; }
 
-// True when nothing but the user ends the search that runs.
+// True when nothing but the user ends the search that runs: the greatest depth is as good as none.
 bool SearchIsEndless() {
     return PBlock.search_state == SEARCH_PONDER || PBlock.infinite ||
-           (PBlock.search_state == SEARCH_ANALYSE && PBlock.moves_per_control == 1 &&
-            PBlock.base_time >= ENDLESS_SECONDS && PBlock.max_depth >= MAX_DEPTH &&
-            PBlock.node_limit == 0);
+           (PBlock.moves_per_control == 1 && PBlock.base_time >= ENDLESS_SECONDS &&
+            PBlock.max_depth >= MAX_DEPTH && PBlock.node_limit == 0);
 }
 
 void RefuseSearch(const char* why) {
