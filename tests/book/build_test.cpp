@@ -189,7 +189,7 @@ TEST_F(BookBuildTest, AFullDiskLosesNothing) {
     std::vector<std::string> outputs;
     // Room for nothing, for a part of a spill, and for a spill but not for the whole book. The
     // output is read through a pipe, which has no such limit.
-    for (const rlim_t room : {0, 1000, 60000, 100000}) {
+    for (const rlim_t room : std::initializer_list<rlim_t>{0, 1000, 60000, 100000}) {
         int ends[2];
         ASSERT_EQ(pipe(ends), 0);
         const int out = dup(STDOUT_FILENO);
