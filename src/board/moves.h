@@ -98,6 +98,6 @@ int IsValidMove(char* text, Move* out);
 // picker) ---
 int IsMate(Position* pos, int in_check);  // 0 a legal move exists, 1 checkmate, 2 stalemate
 // Adds the number of legal move sequences of length depth (1..20) to tb->nodes. Depth 0 counts one
-// node, the position itself. Returns 1, or 0 when a list did not fit into the thread's move buffer
-// and moves were left uncounted.
+// node, the position itself. Returns 1, or 0 when moves were left uncounted: a list did not fit
+// into the thread's move buffer, or the user wants the program to end.
 int Perft(ThreadBlock* tb, int side, int ply, int depth);

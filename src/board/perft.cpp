@@ -3,6 +3,7 @@
 #include "board/bitboards.h"
 #include "board/moves.h"
 #include "board/plydata.h"
+#include "platform/interrupt.h"
 #include "search/picker.h"
 
 int IsMate(Position* pos, int in_check) {
@@ -20,7 +21,7 @@ int Perft(ThreadBlock* tb, int side, int ply, int depth) {
         tb->nodes += 1;
         return 1;
     }
-    if (!MoveListFits(pos)) return 0;
+    if (!MoveListFits(pos) || InterruptSeen()) return 0;
     const int in_check = InCheck(pos, side);
     PlyData* pd = &pos->sstack[ply];
     pd->hash_move = NO_MOVE;

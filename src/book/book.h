@@ -2,9 +2,6 @@
 // positions. Front-end thread only. InitBook before the first look-up.
 #pragma once
 
-#include <cstddef>
-#include <cstdio>
-
 #include "board/position.h"
 
 inline constexpr int BOOK_RECORD_SIZE = 14;      // bytes in the file
@@ -67,27 +64,3 @@ inline bool IsLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <
 // IsValidMove for the texts of game files: the same result and the same edits of the text for every
 // text, but the usual spellings are resolved without listing the moves of the position.
 int ReadGameMove(char* text, Move* out);
-
-// Reads a text file of any size line by line through one buffer. Owned by its reader.
-// Invariant: begin <= end <= the buffer's size; [begin, end) has been read and not handed out.
-struct LineReader {
-    std::FILE* file;
-    char* buffer;  // one byte longer than LINE_BUFFER_SIZE, for the NUL of the last line
-    std::size_t begin, end;
-    bool at_end;     // the file has been read completely
-    bool continued;  // the line handed out last was a part of a longer one
-};
-inline constexpr std::size_t LINE_BUFFER_SIZE = 1 << 20;  // longer lines come in parts
-
-// One line, NUL-terminated in place of its line feed, writable until the next call.
-struct TextLine {
-    char* text;
-    std::size_t length;
-    bool starts_line;    // false: goes on with the line of the call before
-    bool has_line_feed;  // false: last line of the file, or a part
-};
-
-// 1, or 0 when the file cannot be opened. Skips a byte-order mark.
-int OpenLines(LineReader* reader, const char* path);
-int ReadLine(LineReader* reader, TextLine* line);  // 0 at the end of the file
-void CloseLines(LineReader* reader);

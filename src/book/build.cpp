@@ -12,6 +12,8 @@
 #include "frontend/frontend.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
+#include "platform/interrupt.h"
+#include "platform/textlines.h"
 
 namespace {
 
@@ -368,6 +370,7 @@ void MakeBook() {
     SetPosition(game_position, fen_opn);
     int status = ReadGames(&build, &reader);
     if (status == 0 && std::ferror(reader.file)) status = FailSystem(&build, "read", GAMES_NAME);
+    if (status == 0 && InterruptSeen()) status = Fail(&build, "finish", GAMES_NAME, "interrupted");
     CloseLines(&reader);
     if (status == 0 && WriteBook(&build) == 0 && MergeBook(&build) == 0 && PruneBook(&build) == 0)
         PrintDirect("done\n");

@@ -1,6 +1,5 @@
-// Reading of game files: lines of any length, move texts, and the scanner that turns the games of
-// engines, with the scores in their comments, into annotated games or labelled positions.
-// Front-end thread only.
+// Reading of game files: move texts, and the scanner that turns the games of engines, with the
+// scores in their comments, into annotated games or labelled positions. Front-end thread only.
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
@@ -14,68 +13,8 @@
 #include "eval/personality.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
+#include "platform/textlines.h"
 #include "tune/tune.h"
-
-// --- lines ---
-
-int OpenLines(LineReader* reader, const char* path) {
-    *reader = {};
-    reader->file = std::fopen(path, "rb");
-    if (reader->file == nullptr) return 0;
-    reader->buffer = static_cast<char*>(std::malloc(LINE_BUFFER_SIZE + 1));
-    if (reader->buffer == nullptr) {
-        std::fclose(reader->file);
-        return 0;
-    }
-    std::setvbuf(reader->file, nullptr, _IONBF, 0);
-    reader->end = std::fread(reader->buffer, 1, LINE_BUFFER_SIZE, reader->file);
-    if (reader->end >= 3 && std::memcmp(reader->buffer, "\xEF\xBB\xBF", 3) == 0) reader->begin = 3;
-    return 1;
-}
-
-int ReadLine(LineReader* reader, TextLine* line) {
-    std::size_t length = 0;  // of the line, as far as it has been looked at
-    char* feed = nullptr;
-    for (;;) {
-        char* from = reader->buffer + reader->begin + length;
-        feed = static_cast<char*>(std::memchr(from, '\n', reader->end - reader->begin - length));
-        length = feed != nullptr ? static_cast<std::size_t>(feed - reader->buffer) - reader->begin
-                                 : reader->end - reader->begin;
-        if (feed != nullptr || reader->at_end || length == LINE_BUFFER_SIZE) break;
-        std::memmove(reader->buffer, reader->buffer + reader->begin, length);
-        reader->begin = 0;
-        reader->end = length;
-        const std::size_t n =
-            std::fread(reader->buffer + length, 1, LINE_BUFFER_SIZE - length, reader->file);
-        reader->end += n;
-        reader->at_end = n == 0;
-    }
-    if (feed == nullptr && length == 0) return 0;
-    std::size_t taken = length;
-    if (feed != nullptr) {
-        taken++;
-    } else if (!reader->at_end) {
-        // A part of a line ends at its last blank, so that no word is cut.
-        const char* text = reader->buffer + reader->begin;
-        while (taken > 0 && text[taken - 1] != ' ') taken--;
-        taken = taken > 0 ? taken : length;
-        length = taken < length ? taken - 1 : length;
-    }
-    line->text = reader->buffer + reader->begin;
-    line->text[length] = '\0';
-    line->length = length;
-    line->starts_line = !reader->continued;
-    line->has_line_feed = feed != nullptr;
-    reader->continued = feed == nullptr;
-    reader->begin += taken;
-    return 1;
-}
-
-void CloseLines(LineReader* reader) {
-    std::fclose(reader->file);
-    std::free(reader->buffer);
-    *reader = {};
-}
 
 // --- results and move texts ---
 

@@ -18,14 +18,16 @@ constexpr int FIFTY_MOVE_LIMIT = 100;  // plies; beyond it no search runs
 constexpr double ENDLESS_SECONDS =
     99999.0;  // a move with so much time is limited by something else
 
-// What was on the board when the search began: a command may have changed it since.
-struct SearchedPosition {
+// What the running search was begun for: a command may have changed the game since.
+struct SearchedMove {
     u64 key;
     int hist_count;
+    bool selfplay;  // its move is to be played
 };
-SearchedPosition searched_position;
+SearchedMove searched_move;
 
-SearchedPosition PositionNow() { return {SearchKey(game_position), game_position->hist_count}; }
+// Nobody can say anything any more.
+bool InputIsOver() { return InputEnded() && !InputPending(); }
 
 bool UciMode() { return PBlock.protocol == PROTOCOL_UCI; }
 
@@ -58,7 +60,8 @@ void BeginSearch() {
     if (why != nullptr) {
         RefuseSearch(why);
     } else {
-        searched_position = PositionNow();
+        searched_move = {SearchKey(game_position), game_position->hist_count, selfplay != 0};
+        if (PBlock.clear_table) ClearTTable();
         GetElapsedTime(1);
         InitSearch();
         if (BookMoveFound()) {
@@ -70,6 +73,7 @@ void BeginSearch() {
         }
     }
     PBlock.start_request = SEARCH_IDLE;
+    PBlock.clear_table = 0;
 }
 
 // A search to depth 0 publishes no move, but a GUI waits for one.
@@ -122,23 +126,32 @@ void ReportToConsole() {
 void ContinueSelfPlay() {
     Position* pos = game_position;
     const Move m = PBlock.pv[1];
-    const SearchedPosition now = PositionNow();
     PBlock.clock[pos->side] += PBlock.increment - PBlock.elapsed;
-    if (now.key != searched_position.key || now.hist_count != searched_position.hist_count ||
+    if (SearchKey(pos) != searched_move.key || pos->hist_count != searched_move.hist_count ||
         !MoveIsPseudoLegal(pos, m) || !MoveIsLegal(pos, pos->side, m)) {
         selfplay = 0;
         return;
     }
     PlayGameMove(pos, m);
     ShowBoard(pos);
-    if (InputEnded() && !InputPending())
-        selfplay = 0;  // nobody could end it any more
+    if (InputIsOver())
+        selfplay = 0;  // or it would never end
     else
         PBlock.start_request = SEARCH_THINK;
 }
 
+// What becomes of a console self-play game when a search has ended. One that a command cut short is
+// made again.
+void GoOnWithSelfPlay(bool cut_short) {
+    if (!selfplay || !searched_move.selfplay) return;
+    if (cut_short && !InputIsOver())
+        PBlock.start_request = SEARCH_THINK;
+    else
+        ContinueSelfPlay();
+}
+
 // The one place where the end of a search is reported. Requires idle search threads.
-void ReportSearch() {
+void ReportSearch(bool cut_short) {
     Collect();
     PBlock.hash_fill = HashFill();
     DisplaySearchInfo(0, 0, PBlock.depth_done, PBlock.score, PBlock.pv);
@@ -146,7 +159,7 @@ void ReportSearch() {
         ReportToGui();
     else
         ReportToConsole();
-    if (selfplay) ContinueSelfPlay();
+    GoOnWithSelfPlay(cut_short);
     PBlock.search_state = SEARCH_IDLE;
     PBlock.infinite = 0;
 }
@@ -155,7 +168,7 @@ bool SearchIsOver() {
     return BusyThreads() == 0 && PBlock.search_state != SEARCH_PONDER && !PBlock.infinite;
 }
 
-// Nobody can say "stop" any more: what would not end is ended, and then the program.
+// What would not end by itself is ended, and then the program.
 void HandleEndOfInput() {
     if (PBlock.search_state != SEARCH_IDLE) {
         if (SearchIsEndless()) FinishSearch();
@@ -167,12 +180,13 @@ void HandleEndOfInput() {
 }  // namespace
 
 void FinishSearch() {
-    if (BusyThreads() != 0) {
+    const bool cut_short = BusyThreads() != 0;
+    if (cut_short) {
         if (PBlock.stop == STOP_NONE) PBlock.stop = STOP_FINISH;
         WaitUntilIdle();
         GetElapsedTime(0);
     }
-    if (PBlock.search_state != SEARCH_IDLE) ReportSearch();
+    if (PBlock.search_state != SEARCH_IDLE) ReportSearch(cut_short);
 }
 
 void CommandLoop() {
@@ -180,6 +194,7 @@ void CommandLoop() {
     SetPosition(game_position, fen_opn);
     if (!UciMode()) ShowBoard(game_position);
     PBlock.start_request = SEARCH_IDLE;
+    PBlock.clear_table = 0;
     PBlock.quit = 0;
     while (!PBlock.quit) {
         // A request that arrives during a search waits for its end, so the clock and the input are
@@ -191,7 +206,7 @@ void CommandLoop() {
         }
         if (PBlock.start_request != SEARCH_IDLE && PBlock.search_state == SEARCH_IDLE)
             BeginSearch();
-        if (PBlock.search_state != SEARCH_IDLE && SearchIsOver()) ReportSearch();
-        if (InputEnded() && !InputPending()) HandleEndOfInput();
+        if (PBlock.search_state != SEARCH_IDLE && SearchIsOver()) ReportSearch(false);
+        if (InputIsOver()) HandleEndOfInput();
     }
 }

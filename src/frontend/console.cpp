@@ -1,7 +1,8 @@
 // The console command language: one complete line in, its effect on the game position (slot 0) and
 // on PBlock, its answer through the message output. Everything of start-up must have run. Front-end
-// thread only; search threads may be busy, so a command that replaces what they read ends their
-// search first.
+// thread only; search threads may be busy, so a command that replaces what they read (the
+// parameters, the records that a tool searches with) ends their search first. A request for another
+// search waits until the search that runs has ended.
 //
 // The game record: the move words of the undo records from hist_count on are the moves that were
 // taken back and can be replayed, ended by 0. Whatever makes trial moves on the game position keeps
@@ -10,12 +11,10 @@
 #include <algorithm>
 #include <cctype>
 #include <climits>
-#include <cmath>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <string>
+#include <string_view>
 
 #include "board/bitboards.h"
 #include "board/moves.h"
@@ -29,6 +28,8 @@
 #include "frontend/output.h"
 #include "frontend/pblock.h"
 #include "platform/clock.h"
+#include "platform/interrupt.h"
+#include "platform/textlines.h"
 #include "search/search.h"
 #include "search/threads.h"
 #include "search/ttable.h"
@@ -74,15 +75,7 @@ void SplitWords(const char* line, Command* command) {
 }
 
 // Number of a word, 0 without one; too large ones stop at the ends of int.
-int WholeNumber(const char* word) {
-    const long value = std::strtol(word, nullptr, 10);
-    return static_cast<int>(std::clamp<long>(value, INT_MIN, INT_MAX));
-}
-
-double DecimalNumber(const char* word) {
-    const double value = std::strtod(word, nullptr);
-    return std::isfinite(value) ? value : 0.0;
-}
+int AnyNumber(const char* word) { return WholeNumber(word, INT_MIN, INT_MAX); }
 
 // ---- the running search ----
 
@@ -94,17 +87,30 @@ void LeaveGame() {
     AbandonSearch();
 }
 
-// InitSearch takes over a waiting request as the state of the search; a tool that prepares a search
-// of its own holds the request back meanwhile.
-class RequestHold {
+// A command that prepares a search of its own. InitSearch takes over a waiting request as the state
+// of the search and clears the published line: the request is held back meanwhile, and the line of
+// the last search comes back.
+class OwnSearch {
 public:
-    RequestHold() : request_(PBlock.start_request) { PBlock.start_request = SEARCH_IDLE; }
-    ~RequestHold() { PBlock.start_request = request_; }
-    RequestHold(const RequestHold&) = delete;
-    RequestHold& operator=(const RequestHold&) = delete;
+    OwnSearch() {
+        FinishSearch();
+        request_ = PBlock.start_request;
+        key_ = PBlock.searched_key;
+        std::copy(PBlock.pv, PBlock.pv + PV_SIZE, line_);
+        PBlock.start_request = SEARCH_IDLE;
+    }
+    ~OwnSearch() {
+        PBlock.start_request = request_;
+        PBlock.searched_key = key_;
+        std::copy(line_, line_ + PV_SIZE, PBlock.pv);
+    }
+    OwnSearch(const OwnSearch&) = delete;
+    OwnSearch& operator=(const OwnSearch&) = delete;
 
 private:
     u8 request_;
+    u64 key_;
+    Move line_[PV_SIZE];
 };
 
 // False, and one line that says why, when the game position cannot be searched or evaluated.
@@ -115,16 +121,14 @@ bool PositionIsPlayable() {
     return false;
 }
 
-u64 requested_key = 0;  // search key of the position that the last request was made for
-
-void RequestSearch(u8 kind) {
-    requested_key = SearchKey(game_position);
-    PBlock.start_request = kind;
-}
-
-void ClearTableForAnalysis() {
-    FinishSearch();
-    if (PBlock.hash_mode <= 1) ClearTTable();
+// An analysis of the game position as it stands: a self-play game does not go on, a table that is
+// not kept is cleared when the search begins.
+void RequestAnalysis() {
+    selfplay = 0;
+    PBlock.moves_per_control = 1;
+    PBlock.base_time = NO_TIME_LIMIT;
+    PBlock.clear_table = PBlock.hash_mode <= 1;
+    PBlock.start_request = SEARCH_ANALYSE;
 }
 
 // ---- the game record ----
@@ -180,8 +184,7 @@ int MoveNumber() { return game_position->hist_count / 2 + 1; }
 // ---- showing ----
 
 void ShowEvaluation() {
-    FinishSearch();
-    const RequestHold hold;
+    const OwnSearch own;
     ShowEvalInfo();
 }
 
@@ -232,7 +235,7 @@ void RedoCommand(const Command&) {
 
 void JumpCommand(const Command& c) {
     selfplay = 0;
-    const int plies = WholeNumber(c.word[1]);
+    const int plies = AnyNumber(c.word[1]);
     TakeBackAll();
     while (game_position->hist_count < plies) {
         const Move m = NextRecordedMove();
@@ -244,7 +247,7 @@ void JumpCommand(const Command& c) {
 
 // A word of the user that should be a move.
 void EnterMove(const char* typed) {
-    if (typed[0] == '\0' || !PositionIsPlayable()) return;
+    if (typed[0] == '\0' || WhyUnplayable(game_position) != nullptr) return;
     char text[WORD_SIZE + 2];
     std::snprintf(text, sizeof text, "%s", typed);
     Move m;
@@ -258,24 +261,24 @@ void EnterMove(const char* typed) {
 
 void MoveCommand(const Command& c) { EnterMove(c.word[1]); }
 
-// The first line of "test.epd" that carries the wanted id; empty when there is none.
-std::string FindEpdLine(std::ifstream& in, const char* id) {
+// The first line that carries the wanted id; empty when there is none.
+std::string FindEpdLine(LineReader* reader, const char* id) {
     const std::string wanted = std::string("id \"") + id + '"';
-    std::string line;
-    while (std::getline(in, line)) {
-        if (line.empty() || line[0] == ';' || line[0] == ' ') continue;
-        if (line.find(wanted) == std::string::npos) continue;
-        if (line.back() == '\r') line.pop_back();
-        return line.substr(0, EPD_LINE_SHOWN);
+    TextLine line;
+    while (ReadLine(reader, &line)) {
+        if (line.text[0] == ';' || line.text[0] == ' ') continue;
+        if (std::strstr(line.text, wanted.c_str()) == nullptr) continue;
+        return std::string(line.text, std::strcspn(line.text, "\r")).substr(0, EPD_LINE_SHOWN);
     }
     return "";
 }
 
 void GetCommand(const Command& c) {
     LeaveGame();
-    std::ifstream in("test.epd", std::ios::binary);
-    if (!in) return;
-    const std::string line = FindEpdLine(in, c.word[1]);
+    LineReader reader;
+    if (!OpenLines(&reader, "test.epd")) return;
+    const std::string line = FindEpdLine(&reader, c.word[1]);
+    CloseLines(&reader);
     ShowMessage(line.c_str());
     if (line.size() >= EPD_LINE_WITH_BOARD) NewGamePosition(line.c_str());
     FinishSearch();
@@ -373,23 +376,17 @@ void QuitCommand(const Command&) {
 
 void GoCommand(const Command& c) {
     if (!PositionIsPlayable()) return;
-    const int depth = WholeNumber(c.word[1]);
-    ClearTableForAnalysis();
-    PBlock.moves_per_control = 1;
-    PBlock.base_time = NO_TIME_LIMIT;
+    const int depth = AnyNumber(c.word[1]);
     PBlock.max_depth = static_cast<i8>(depth >= 0 && depth < MAX_DEPTH ? depth : MAX_DEPTH);
-    RequestSearch(SEARCH_ANALYSE);
+    RequestAnalysis();
 }
 
 void AnalyseCommand(const Command&) {
     if (!PositionIsPlayable()) return;
-    ClearTableForAnalysis();
-    PBlock.moves_per_control = 1;
-    PBlock.base_time = NO_TIME_LIMIT;
     PBlock.max_depth = MAX_DEPTH;
     PBlock.noise = 0.0;
     computer = 2;
-    RequestSearch(SEARCH_ANALYSE);
+    RequestAnalysis();
 }
 
 void StopCommand(const Command&) { AbandonSearch(); }
@@ -397,7 +394,7 @@ void StopCommand(const Command&) { AbandonSearch(); }
 void ThinkCommand(const Command&) {
     if (!PositionIsPlayable()) return;
     computer = game_position->side;
-    RequestSearch(SEARCH_THINK);
+    PBlock.start_request = SEARCH_THINK;
 }
 
 void SelfPlayCommand(const Command&) {
@@ -405,16 +402,16 @@ void SelfPlayCommand(const Command&) {
     EndGameRecord();
     PBlock.ponder = 0;
     selfplay = 1;
-    RequestSearch(SEARCH_THINK);
+    PBlock.start_request = SEARCH_THINK;
 }
 
 // "40 5:00 2": moves, minutes and seconds or seconds alone, increment.
 void LevelCommand(const Command& c) {
     const char* base = c.word[2];
     const char* colon = std::strchr(base, ':');
-    const double seconds = colon == nullptr ? DecimalNumber(base)
-                                            : 60.0 * WholeNumber(base) + DecimalNumber(colon + 1);
-    PBlock.moves_per_control = static_cast<u8>(WholeNumber(c.word[1]));
+    const double seconds =
+        colon == nullptr ? DecimalNumber(base) : 60.0 * AnyNumber(base) + DecimalNumber(colon + 1);
+    PBlock.moves_per_control = static_cast<u8>(AnyNumber(c.word[1]));
     PBlock.base_time = seconds;
     PBlock.increment = DecimalNumber(c.word[3]);
     PBlock.clock[WHITE] = PBlock.clock[BLACK] = seconds;
@@ -423,35 +420,29 @@ void LevelCommand(const Command& c) {
 }
 
 void DepthCommand(const Command& c) {
-    PBlock.max_depth = static_cast<i8>(std::clamp(WholeNumber(c.word[1]), 0, MAX_DEPTH));
+    PBlock.max_depth = static_cast<i8>(WholeNumber(c.word[1], 0, MAX_DEPTH));
 }
 
 void TimeCommand(const Command& c) {
     if (computer == WHITE || computer == BLACK) PBlock.clock[computer] = DecimalNumber(c.word[1]);
 }
 
-u16 SmallNumber(const char* word) {
-    return static_cast<u16>(std::clamp(WholeNumber(word), 0, USHRT_MAX));
-}
+u16 SmallNumber(const char* word) { return static_cast<u16>(WholeNumber(word, 0, USHRT_MAX)); }
 
 void PonderCommand(const Command& c) { PBlock.ponder = SmallNumber(c.word[1]); }
 void NoiseCommand(const Command& c) { PBlock.noise = DecimalNumber(c.word[1]); }
 void DebugCommand(const Command& c) { PBlock.debug = SmallNumber(c.word[1]); }
 
 void MultiPvCommand(const Command& c) {
-    PBlock.multipv = static_cast<u16>(std::clamp(WholeNumber(c.word[1]), 1, MAX_MULTIPV));
+    PBlock.multipv = static_cast<u16>(WholeNumber(c.word[1], 1, MAX_MULTIPV));
 }
 
 void HashCommand(const Command& c) {
-    FinishSearch();
-    PBlock.hash_mode = static_cast<u8>(std::clamp(WholeNumber(c.word[1]), 0, UCHAR_MAX));
+    PBlock.hash_mode = static_cast<u8>(WholeNumber(c.word[1], 0, UCHAR_MAX));
     PBlock.saved_hash_mode = 0;
 }
 
-void TraceCommand(const Command& c) {
-    FinishSearch();
-    PBlock.trace = SmallNumber(c.word[1]);
-}
+void TraceCommand(const Command& c) { PBlock.trace = SmallNumber(c.word[1]); }
 
 // ---- selectivity and parameters ----
 
@@ -472,7 +463,7 @@ void SetCommand(const Command& c) {
     const char* name = c.word[1];
     for (const SelectivitySwitch& s : selectivity_switches) {
         if (std::strcmp(name, s.name) != 0) continue;
-        Personality.*s.field = static_cast<u8>(WholeNumber(c.word[2]));
+        Personality.*s.field = static_cast<u8>(AnyNumber(c.word[2]));
         ShowMessageF("%s set to %d", name, Personality.*s.field);
         return;
     }
@@ -539,11 +530,8 @@ void EvaluationCommand(const Command&) {
 // Copies the published line when the search it comes from is, or was, one of the game position.
 void CopySearchLine(Move* line) {
     const SpinGuard guard(&spinlock1);
-    const bool running = BusyThreads() > 0;
-    const u64 key = SearchKey(game_position);
-    const bool same = running ? key == requested_key && PBlock.stop == STOP_NONE
-                              : ThreadData[1] != nullptr && key == SearchKey(&ThreadData[1]->pos);
-    if (same) std::copy(PBlock.pv, PBlock.pv + PV_SIZE, line);
+    if (PBlock.searched_key == SearchKey(game_position))
+        std::copy(PBlock.pv, PBlock.pv + PV_SIZE, line);
 }
 
 void LineCommand(const Command&) {
@@ -579,17 +567,19 @@ void BookCommand(const Command&) {
 
 void PerftCommand(const Command& c) {
     if (!PositionIsPlayable()) return;
-    FinishSearch();
-    const RequestHold hold;
+    const OwnSearch own;
     const RecordKeeper keep(game_position);
     InitSearch();
     ThreadBlock* tb = ThreadData[0];
     const double start = MonotonicSeconds();
     const int complete =
-        Perft(tb, game_position->side, 1, std::clamp(WholeNumber(c.word[1]), 0, MAX_PERFT_DEPTH));
+        Perft(tb, game_position->side, 1, WholeNumber(c.word[1], 0, MAX_PERFT_DEPTH));
     const double seconds = MonotonicSeconds() - start;
     const double nodes = static_cast<double>(tb->nodes.Get());
-    if (!complete) ShowMessage("too many moves for the move buffer: the count is incomplete");
+    if (InterruptSeen())
+        ShowMessage("interrupted: the count is incomplete");
+    else if (!complete)
+        ShowMessage("too many moves for the move buffer: the count is incomplete");
     ShowMessageF("visited %0.0f nodes in %0.3f seconds, nps= %0.0f", nodes, seconds,
                  nodes / (seconds + 0.001));
 }
@@ -608,36 +598,35 @@ void SwapCommand(const Command&) {
 
 // ---- files ----
 
-bool Contains(const std::string& line, const char* text) {
-    return line.find(text) != std::string::npos;
-}
-
 constexpr const char* GAME_START = "[Event ";
 
-// Where the wanted game of a file starts, in bytes; -1 when it has no such game. A file without any
-// event tag is one game.
-std::streamoff FindGame(std::ifstream& in, const char* tag) {
+bool StartsGame(const TextLine& line) { return std::strstr(line.text, GAME_START) != nullptr; }
+
+// Moves the reader to the start of the wanted game; false when the file has no such game. A file
+// without any event tag is one game.
+bool FindGame(LineReader* reader, const char* tag) {
     const bool by_number = tag[0] == '\0' || std::isdigit(static_cast<unsigned char>(tag[0]));
-    int wanted = by_number ? WholeNumber(tag) : 0;
+    int wanted = by_number ? AnyNumber(tag) : 0;
     if (by_number && (wanted < 1 || wanted > GAME_NUMBER_MAX)) wanted = 1;
-    std::streamoff line_start = 0, game_start = 0;
+    u64 game_start = reader->offset;
     int games = 0;
-    std::string line;
-    while (std::getline(in, line)) {
-        if (Contains(line, GAME_START)) {
-            game_start = line_start;
-            if (++games == wanted) return game_start;
+    TextLine line;
+    while (ReadLine(reader, &line)) {
+        if (StartsGame(line)) {
+            game_start = line.offset;
+            if (++games == wanted) return SeekLine(reader, game_start);
         }
-        if (!by_number && Contains(line, tag)) return game_start;
-        line_start += static_cast<std::streamoff>(line.size()) + 1;
+        if (!by_number && std::strstr(line.text, tag) != nullptr)
+            return SeekLine(reader, game_start);
     }
-    return games == 0 && wanted == 1 ? 0 : -1;
+    return games == 0 && wanted == 1 && SeekLine(reader, game_start);
 }
 
 // What is open at the end of a line of a game.
 struct GameTextState {
-    bool in_comment = false;
-    int variations = 0;  // depth of parentheses
+    bool in_comment = false;       // in braces
+    bool in_line_comment = false;  // behind a semicolon
+    int variations = 0;            // depth of parentheses
 };
 
 // Plays one word of a game's text, from its first letter on. False when it is no legal move.
@@ -660,9 +649,10 @@ bool PlayGameWord(const std::string& word) {
 }
 
 // Plays the moves of one line, without comments and variations. False at a move that is not legal.
-bool PlayGameLine(const std::string& line, GameTextState* state) {
+bool PlayGameLine(const TextLine& line, GameTextState* state) {
     std::string word;
-    for (const char c : line) {
+    for (const char c : std::string_view(line.text, line.length)) {
+        if (state->in_line_comment) return true;
         if (state->in_comment) {
             state->in_comment = c != '}';
             continue;
@@ -673,7 +663,7 @@ bool PlayGameLine(const std::string& line, GameTextState* state) {
         if (plain) continue;
         if (!word.empty() && !PlayGameWord(word)) return false;
         word.clear();
-        if (c == ';') return true;
+        if (c == ';') state->in_line_comment = true;
         if (c == '{') state->in_comment = true;
         if (c == '(') ++state->variations;
         if (c == ')' && state->variations > 0) --state->variations;
@@ -681,27 +671,26 @@ bool PlayGameLine(const std::string& line, GameTextState* state) {
     return word.empty() || PlayGameWord(word);
 }
 
-void PlayGameFile(std::ifstream& in) {
+void PlayGame(LineReader* reader) {
     GameTextState state;
-    std::string line;
-    for (bool first = true; std::getline(in, line); first = false) {
-        if (!first && Contains(line, GAME_START)) return;
-        if (first && line.compare(0, 3, "\xEF\xBB\xBF") == 0) line.erase(0, 3);
+    TextLine line;
+    for (bool first = true; ReadLine(reader, &line); first = false) {
+        if (!first && StartsGame(line)) return;
+        if (line.starts_line) state.in_line_comment = false;
         const bool skipped =
-            !state.in_comment && !line.empty() && (line[0] == '[' || line[0] == '%');
+            line.starts_line && !state.in_comment && (line.text[0] == '[' || line.text[0] == '%');
         if (!skipped && !PlayGameLine(line, &state)) return;
     }
 }
 
 void LoadCommand(const Command& c) {
     ShowMessageF("loading %s, tag %s\n", c.word[1], c.word[2]);
-    std::ifstream in(c.word[1], std::ios::binary);
-    if (in) {
+    LineReader reader;
+    if (OpenLines(&reader, c.word[1])) {
         selfplay = 0;
         NewGamePosition(fen_opn);
-        const std::streamoff start = FindGame(in, c.word[2]);
-        in.clear();
-        if (start >= 0 && in.seekg(start)) PlayGameFile(in);
+        if (FindGame(&reader, c.word[2])) PlayGame(&reader);
+        CloseLines(&reader);
         EndGameRecord();
         ShowBoard(game_position);
     }
@@ -736,8 +725,7 @@ void MakeBookCommand(const Command&) {
 void TuneWeightCommand(const Command& c) {
     if (c.word[1][0] == '\0' || c.word[2][0] == '\0') return;
     selfplay = 0;
-    FinishSearch();
-    const RequestHold hold;
+    const OwnSearch own;
     TuneCommand(c.word[1], c.word[2]);
     EndGameRecord();
 }

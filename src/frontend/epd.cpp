@@ -9,7 +9,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <vector>
 
 #include "board/moves.h"
@@ -78,12 +77,16 @@ public:
         if (max_depth_ >= 1) unsolved_ = std::fopen(UNSOLVED_FILE, "wb");
         return max_depth_ < 1 || unsolved_ != nullptr;
     }
-    void Analyze(const std::string& line);
+    void Analyze(const std::string& line, const EpdRecord& record);
     void ShowSummary() const;
     double AverageError() const { return Average(totals_.error); }
 
 private:
     int Search();
+    void KeepUnsolved(const std::string& line);
+    void AddError(const EpdRecord& record, int score) {
+        totals_.error += std::abs(record.result - WinProbability(score));
+    }
     void Announce(const std::string& line) const;
     void ShowResult(int score) const;
     double Average(double sum) const {
@@ -130,17 +133,26 @@ void EpdRun::ShowResult(int score) const {
                  score, nodes, nodes / (elapsed + 0.001) / 1000);
 }
 
-// Searches the position of one line, if it is one, and adds it to the totals.
-void EpdRun::Analyze(const std::string& line) {
-    EpdRecord record;
-    if (!ParseEpdLine(line, &record)) return;
+void EpdRun::KeepUnsolved(const std::string& line) {
+    if (unsolved_ == nullptr) return;
+    std::fwrite(line.data(), 1, line.size(), unsolved_);
+    std::fputc('\n', unsolved_);
+    std::fflush(unsolved_);
+}
+
+// Searches the position of one line and adds it to the totals. One that cannot be searched counts
+// as unsolved, with the score of an even position.
+void EpdRun::Analyze(const std::string& line, const EpdRecord& record) {
     SetPosition(game_position, record.position.c_str());
-    if (const char* why = WhyUnplayable(game_position)) {
-        if (show_) ShowMessageF("%s: %s", why, record.position.c_str());
-        return;
-    }
     ++totals_.positions;
     if (show_) ShowStatus("position %d, %d correct", totals_.positions, totals_.correct);
+    if (const char* why = WhyUnplayable(game_position)) {
+        Announce(record.position);
+        if (show_) ShowError("%s: %s\n", why, record.position.c_str());
+        KeepUnsolved(line);
+        AddError(record, 0);
+        return;
+    }
     PBlock.expected_move = max_depth_ < 1 ? -1 : ExpectedMove(record.best_move);
     if (max_depth_ >= 2) ClearTTable();
     Announce(record.position);
@@ -154,12 +166,9 @@ void EpdRun::Analyze(const std::string& line) {
     totals_.branching += EffectiveBranchingFactor();
     if (PBlock.expected_move > 0 && PBlock.pv[1] == PBlock.expected_move)
         ++totals_.correct;
-    else if (unsolved_ != nullptr) {
-        std::fwrite(line.data(), 1, line.size(), unsolved_);
-        std::fputc('\n', unsolved_);
-        std::fflush(unsolved_);
-    }
-    totals_.error += std::abs(record.result - WinProbability(score));
+    else
+        KeepUnsolved(line);
+    AddError(record, score);
     ShowResult(score);
     PBlock.search_state = SEARCH_IDLE;
 }
@@ -195,6 +204,16 @@ bool ParseEpdLine(const std::string& line, EpdRecord* record) {
     return true;
 }
 
+bool NextEpdRecord(LineReader* reader, std::string* line, EpdRecord* record) {
+    TextLine text;
+    while (ReadLine(reader, &text)) {
+        if (!text.starts_line) continue;
+        line->assign(text.text, text.length);
+        if (ParseEpdLine(*line, record)) return true;
+    }
+    return false;
+}
+
 int ExpectedMove(const std::string& text) {
     const char* first = text.c_str();
     const char* const end = first + text.size();
@@ -216,18 +235,21 @@ int ScoreGamePosition() {
 }
 
 double Analyze_EPD_File(int show) {
-    std::ifstream in(PBlock.epd_file, std::ios::binary);
+    LineReader reader;
+    if (!OpenLines(&reader, PBlock.epd_file)) return UNREADABLE_FILE;
     EpdRun run(show, PBlock.max_depth);
-    if (!in) return UNREADABLE_FILE;
     if (!run.OpenUnsolved()) {
-        if (show) std::fprintf(stderr, "cannot write %s\n", UNSOLVED_FILE);
+        if (show) ShowError("cannot write %s\n", UNSOLVED_FILE);
+        CloseLines(&reader);
         return UNREADABLE_FILE;
     }
     InitEval();
     if (show) ShowMessageF("Analyzing %s...", PBlock.epd_file);
     if (PBlock.max_depth <= 1) PBlock.hash_mode = 0;
     std::string line;
-    while (PBlock.quit == 0 && std::getline(in, line)) run.Analyze(line);
+    EpdRecord record;
+    while (PBlock.quit == 0 && NextEpdRecord(&reader, &line, &record)) run.Analyze(line, record);
+    CloseLines(&reader);
     if (show) {
         ClearStatus();
         run.ShowSummary();

@@ -3,8 +3,9 @@
 
 #include <string>
 
-// One usable line of an EPD file: "<position> bm <move>; tune <result>; ...". The views are texts
-// of their own, so a record outlives the line it came from.
+#include "platform/textlines.h"
+
+// One usable line of an EPD file: "<position> bm <move>; tune <result>; ...".
 struct EpdRecord {
     std::string position;   // the whole line without its end, as SetPosition takes it
     std::string best_move;  // text of "bm", empty when there is none
@@ -14,6 +15,10 @@ struct EpdRecord {
 // Takes a line apart. False when the line is no position: shorter than ten characters, or a
 // comment.
 bool ParseEpdLine(const std::string& line, EpdRecord* record);
+
+// Reads on up to the next usable line, which is kept unchanged in `line`. False at the end. Of a
+// line that is longer than the reader's buffer only the first part counts.
+bool NextEpdRecord(LineReader* reader, std::string* line, EpdRecord* record);
 
 // The move that a "bm" text names in the game position, 0 when it names no legal one. Of several
 // words the first that is a legal move counts.

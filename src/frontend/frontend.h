@@ -34,10 +34,11 @@ void CommandLoop();
 void FinishSearch();
 
 // --- input (input.cpp) ---
-// Takes what has arrived and handles at most one complete line. While a tool mode runs, and while a
-// line is being handled further up the stack, only "quit", "stop", "." and "isready" are handled.
+// Takes what has arrived and handles at most one complete line. While a tool mode runs, only
+// "quit", "stop", "." and "isready" are handled.
 void UserInput();
-// A tool mode owns the game position from now on: other lines than those four are dropped.
+// True: a tool mode owns the game position from now on, and other lines than those four are
+// dropped.
 void SetToolInput(bool tool_mode_runs);
 bool InputEnded();    // the end was seen; lines may still be pending
 bool InputPending();  // at least one complete line waits

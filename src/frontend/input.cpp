@@ -27,7 +27,6 @@ struct InputReader {
     std::size_t scanned = 0;  // no line ends in [start, scanned)
     bool ended = false;       // the end of input was seen
     bool fed = false;         // bytes come from FeedInput only
-    bool handling = false;    // a line is being handled further up the stack
     bool tool_mode = false;
 };
 InputReader reader;
@@ -99,14 +98,8 @@ void UserInput() {
     const std::size_t end = NextLineEnd();
     if (end == std::string::npos) return;
     const std::string line = LineUpTo(end);
-    const bool harmless = IsHarmless(line);
-    if (reader.handling && !harmless) return;  // its turn comes when the line in hand is done
     DropLine(end);
-    if (reader.tool_mode && !harmless) return;
-    const bool outer = reader.handling;
-    reader.handling = true;
-    HandleLine(line);
-    reader.handling = outer;
+    if (!reader.tool_mode || IsHarmless(line)) HandleLine(line);
 }
 
 void SetToolInput(bool tool_mode_runs) { reader.tool_mode = tool_mode_runs; }

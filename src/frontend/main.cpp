@@ -19,7 +19,7 @@ constexpr double TOOL_NOISE_SECONDS = 1000.0;  // no search of a tool runs as lo
 bool Readable(const char* path) {
     std::FILE* file = std::fopen(path, "rb");
     if (file == nullptr) {
-        std::fprintf(stderr, "cannot read %s\n", path);
+        ShowError("cannot read %s\n", path);
         return false;
     }
     std::fclose(file);

@@ -148,7 +148,7 @@ void ShowScore(const Match& match) {
         ShowMessageF("%4d games,  %3d %3d %3d  %0.3f (+/- %0.3f) %c", g, match.wins[0],
                      match.wins[1], match.draws, f, margin, significant ? '*' : ' ');
     }
-    ShowStatus("game %d of %d", g + 1, GAMES);
+    if (g < GAMES) ShowStatus("game %d of %d", g + 1, GAMES);
 }
 
 // The limits of every move of the match.
@@ -176,8 +176,7 @@ void Tune_3() {
         PrintDirect("can't open %s\n", PBlock.match_file);
         return;
     }
-    if (bkrecnum == 0)
-        std::fputs("no opening book: the games will hardly differ from each other\n", stderr);
+    if (bkrecnum == 0) ShowError("no opening book: the games will hardly differ from each other\n");
     match.plies.reserve(GAME_RECORD_PLIES);
     SetLimits();
     ShowMessage("Starting match...");

@@ -159,6 +159,16 @@ void PrintDirect(const char* format, ...) {
     WriteWhole(stdout, text);
 }
 
+void ShowError(const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    const std::string text = FormatList(format, arguments);
+    va_end(arguments);
+    const std::lock_guard<std::mutex> guard(write_mutex);
+    EraseStatus();
+    WriteWhole(stderr, text);
+}
+
 bool SearchInfoWanted() {
     const double noise = PBlock.noise;
     return noise != NOISE_NEVER && (PBlock.stop != STOP_NONE || PBlock.elapsed >= noise);

@@ -22,6 +22,8 @@ void LogMessage(const char* text);
 // Writes a text as it stands (no line feed added) to standard output only; for listings that are
 // never logged.
 void PrintDirect(const char* format, ...) __attribute__((format(printf, 1, 2)));
+// Writes a text as it stands to standard error, for what must not mix with a tool's own output.
+void ShowError(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 // Prints one search information line, unless `noise` or an empty line forbids it. depth in plies,
 // score in centipawns for the side to move, pv indexed from 1 and ended by 0. line_index: 0-based

@@ -67,10 +67,11 @@ struct ProgramBlock {
     double comm_overhead = 0.025;  // seconds
     u8 search_state = SEARCH_IDLE;
     u8 start_request = SEARCH_IDLE;
-    u8 infinite = 0;  // 1: report only after "stop" ("go infinite")
+    u8 clear_table = 0;  // 1: the requested search begins with an empty transposition table
+    u8 infinite = 0;     // 1: report only after "stop" ("go infinite")
     u8 own_book = 0;
-    i16 book_weight = 20;  // spread of the random term of the book choice, 0.01 each; 0 = none
-    u8 hash_mode = 1;      // 0 no table, 1 cleared before console searches, 2+ kept
+    i16 book_weight = 20;       // spread of the random term of the book choice, 0.01 each; 0 = none
+    Relaxed<u8> hash_mode = 1;  // 0 no table, 1 cleared before console searches, 2+ kept
     u8 saved_hash_mode =
         0;  // hash_mode to come back once a table of 0 MB has been replaced, 0 = none
     u16 ponder = 1;
@@ -99,6 +100,7 @@ struct ProgramBlock {
     Relaxed<i8> depth_done = 0;
     Relaxed<i16> score = -10000;
     Move pv[PV_SIZE] = {};         // [1] best move, [2] expected reply
+    u64 searched_key = 0;          // search key of the position that pv belongs to
     Relaxed<i8> change_depth = 0;  // iteration at which the best move last changed
     i16 score_by_depth[PV_SIZE] = {};
     Move best_move_by_depth[PV_SIZE] = {};

@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "board/moves.h"
+#include "board/zobrist.h"
 #include "eval/personality.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
@@ -178,6 +179,7 @@ void SetTargetTime(int side, int hist_count) {
 void InitSearch() {
     const Position* pos = game_position;
     ResetResult();
+    PBlock.searched_key = SearchKey(pos);
     PBlock.draw_score[pos->side] = Personality.draw_score;
     PBlock.draw_score[pos->side ^ 1] = static_cast<i16>(-Personality.draw_score);
     PBlock.tt_age = pos->hist_count;

@@ -10,7 +10,6 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -79,7 +78,6 @@ Status status;
 void AddPosition(const EpdRecord& record) {
     Position* pos = game_position;
     SetPosition(pos, record.position.c_str());
-    if (WhyUnplayable(pos) != nullptr) return;
     LabelledPosition p = {set.texts.size(), record.result, pos->side};
     // The short text does, unless a malformed line has put the men on the board in another order.
     static Position whole;
@@ -93,19 +91,22 @@ void AddPosition(const EpdRecord& record) {
     const char* text = same ? epd : record.position.c_str();
     set.texts.insert(set.texts.end(), text, text + std::strlen(text) + 1);
     const u32 index = static_cast<u32>(set.positions.size());
-    (InCheck(pos, pos->side) ? set.in_check : set.quiet[pos->side]).push_back(index);
+    if (WhyUnplayable(pos) == nullptr)
+        (InCheck(pos, pos->side) ? set.in_check : set.quiet[pos->side]).push_back(index);
     set.positions.push_back(p);
 }
 
 void LoadPositions() {
     set = PositionSet{};
     set.loaded = true;
-    std::ifstream in(PBlock.epd_file, std::ios::binary);
-    set.opened = static_cast<bool>(in);
-    std::string line;
-    EpdRecord record;
-    while (set.opened && std::getline(in, line))
-        if (ParseEpdLine(line, &record)) AddPosition(record);
+    LineReader reader;
+    set.opened = OpenLines(&reader, PBlock.epd_file) != 0;
+    if (set.opened) {
+        std::string line;
+        EpdRecord record;
+        while (NextEpdRecord(&reader, &line, &record)) AddPosition(record);
+        CloseLines(&reader);
+    }
     set.scores.resize(set.positions.size());
 }
 

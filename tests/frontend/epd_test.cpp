@@ -108,19 +108,22 @@ TEST_F(EpdRunTest, ShallowRunsGiveTheirKnownTotals) {
 TEST_F(EpdRunTest, UnsolvedLinesAreKeptUnchanged) {
     const std::string solved = "6k1/5ppp/8/8/8/8/8/R5K1 w - - bm Ra8; id \"mate\";";
     const std::string no_move = "7k/5Q2/6K1/8/8/8/8/8 b - - bm Kh7; id \"stalemate\";";
+    const std::string unplayable = "8/8/8/8/8/8/8/K7 w - - bm Kb1;";
     const std::string without =
         "6k1/5ppp/8/8/8/8/8/R5K1 w - - id \"" + std::string(1000, 'z') + "\";";
-    std::ofstream("suite.epd", std::ios::binary) << "# head\n"
+    std::ofstream("suite.epd", std::ios::binary) << "\xEF\xBB\xBF# head\n"
                                                  << solved << "\r\n"
-                                                 << no_move << "\n\nnot a position at all\n"
+                                                 << no_move << "\n\n"
+                                                 << unplayable << "\n"
                                                  << without;
     Use("suite.epd");
     PBlock.max_depth = 3;
     const std::string shown = Analyze();
     EXPECT_EQ(shown.find("Analyzing suite.epd...\n"), 0u);
-    EXPECT_NE(shown.find("\n1 / 3 correct best moves\n"), std::string::npos) << shown;
+    EXPECT_NE(shown.find("\n1 / 4 correct best moves\n"), std::string::npos) << shown;
     std::ifstream in("unsolved.epd", std::ios::binary);
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}), no_move + "\n" + without + "\n");
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(in), {}),
+              no_move + "\n" + unplayable + "\n" + without + "\n");
 }
 
 TEST_F(EpdRunTest, FileWithoutPositionsGivesZeroAndAMissingOneGivesOne) {

@@ -89,9 +89,17 @@ TEST_F(ConsoleSession, CommandsAreHeardWhileASearchRuns) {
               "rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq e3");
     session.Send("an");
     session.Expect("01] 03");
-    session.Send("hash 2");  // what the search threads read changes only after their end
+    session.Send("set LMR_depth 5");  // what the search threads read changes only after their end
     session.Expect("move= ");
+    session.Expect("LMR_depth set to 5");
     session.Send("an");
+    session.Expect("01] 03");
+    session.Send("hash 2\nan");  // another search waits for the end of this one
+    session.Expect("01] 09");
+    for (const std::string& line : session.Lines()) EXPECT_NE(line.substr(0, 6), "move= ");
+    session.Send(".");
+    session.Expect("00] ");
+    session.Expect("Hash fill= ");
     session.Expect("01] 03");
     session.Send(".");
     session.Expect("00] ");
@@ -103,6 +111,46 @@ TEST_F(ConsoleSession, CommandsAreHeardWhileASearchRuns) {
     session.Expect("move= ");
     session.Send("go 40");
     session.Expect("01] 03");
+    session.Send("quit");
+    EXPECT_EQ(session.Wait(), 0);
+}
+
+TEST_F(ConsoleSession, RequestsWaitAndClearATableThatIsNotKept) {
+    const auto nodes = [](const std::string& input) {
+        const std::string output = Run(input).output;
+        const std::regex count("nodes= (\\d+)");
+        std::vector<int> counts;
+        for (std::sregex_iterator it(output.begin(), output.end(), count), end; it != end; ++it)
+            counts.push_back(std::stoi((*it)[1]));
+        return counts;
+    };
+    const std::vector<int> cleared = nodes("go 6\ngo 6\n");
+    const std::vector<int> kept = nodes("hash 2\ngo 6\ngo 6\n");
+    ASSERT_EQ(cleared.size(), 2u);
+    ASSERT_EQ(kept.size(), 2u);
+    EXPECT_EQ(cleared[0], cleared[1]);
+    EXPECT_EQ(kept[0], cleared[0]);
+    EXPECT_LT(kept[1], kept[0] / 2);
+}
+
+TEST_F(ConsoleSession, ToolsLeaveTheLineOfTheLastSearchAndTheGameAlone) {
+    Session session({"-c", "-nolog"});
+    session.Send("hash 0\ngo 5");
+    session.Expect("Hash fill= ");
+    session.Send("perft 2\nev\npv");
+    session.ExpectMatch("PV: \\S+ \\S+ .*");
+    session.Send("e4\nev\npv");  // not the line of this position
+    session.ExpectMatch("PV: ");
+    session.Send("level 1 60 0\nself");
+    session.Expect("01] 03");
+    session.Send("ev");
+    session.Expect("move= ");
+    session.Expect("eval= ");
+    session.Expect("Ply= 1,");  // the search that was cut short is made again
+    session.Send("an");
+    session.Send(".");
+    session.Expect("move= ");
+    session.Expect("Ply= 1, Clock= 99999");  // and its move is not played when the user analyses
     session.Send("quit");
     EXPECT_EQ(session.Wait(), 0);
 }

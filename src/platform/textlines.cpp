@@ -1,0 +1,90 @@
+// Line reader over the C library's files, with a buffer of its own.
+#include "platform/textlines.h"
+
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+
+#include "platform/interrupt.h"
+
+namespace {
+
+// Fills the free end of the buffer; the bytes not handed out move to its front.
+void Refill(LineReader* reader) {
+    const std::size_t kept = reader->end - reader->begin;
+    std::memmove(reader->buffer, reader->buffer + reader->begin, kept);
+    const std::size_t n =
+        std::fread(reader->buffer + kept, 1, LINE_BUFFER_SIZE - kept, reader->file);
+    reader->begin = 0;
+    reader->end = kept + n;
+    reader->at_end = n == 0;
+}
+
+}  // namespace
+
+int OpenLines(LineReader* reader, const char* path) {
+    constexpr std::size_t mark_length = 3;
+    *reader = {};
+    reader->file = std::fopen(path, "rb");
+    if (reader->file == nullptr) return 0;
+    reader->buffer = static_cast<char*>(std::malloc(LINE_BUFFER_SIZE + 1));
+    if (reader->buffer == nullptr) {
+        std::fclose(reader->file);
+        return 0;
+    }
+    std::setvbuf(reader->file, nullptr, _IONBF, 0);
+    Refill(reader);
+    if (reader->end >= mark_length && std::memcmp(reader->buffer, "\xEF\xBB\xBF", mark_length) == 0)
+        reader->begin = reader->offset = mark_length;
+    return 1;
+}
+
+int ReadLine(LineReader* reader, TextLine* line) {
+    std::size_t length = 0;  // of the line, as far as it has been looked at
+    char* feed = nullptr;
+    for (;;) {
+        if (InterruptSeen()) return 0;
+        char* from = reader->buffer + reader->begin + length;
+        feed = static_cast<char*>(std::memchr(from, '\n', reader->end - reader->begin - length));
+        length = feed != nullptr ? static_cast<std::size_t>(feed - reader->buffer) - reader->begin
+                                 : reader->end - reader->begin;
+        if (feed != nullptr || reader->at_end || length == LINE_BUFFER_SIZE) break;
+        Refill(reader);
+    }
+    if (feed == nullptr && length == 0) return 0;
+    std::size_t taken = length;
+    if (feed != nullptr) {
+        taken++;
+    } else if (!reader->at_end) {
+        // A part of a line ends at its last blank, so that no word is cut.
+        const char* text = reader->buffer + reader->begin;
+        while (taken > 0 && text[taken - 1] != ' ') taken--;
+        taken = taken > 0 ? taken : length;
+        length = taken < length ? taken - 1 : length;
+    }
+    line->text = reader->buffer + reader->begin;
+    line->text[length] = '\0';
+    line->length = length;
+    line->offset = reader->offset;
+    line->starts_line = !reader->continued;
+    line->has_line_feed = feed != nullptr;
+    reader->continued = feed == nullptr;
+    reader->begin += taken;
+    reader->offset += taken;
+    return 1;
+}
+
+int SeekLine(LineReader* reader, u64 offset) {
+    if (offset > LONG_MAX || std::fseek(reader->file, static_cast<long>(offset), SEEK_SET) != 0)
+        return 0;
+    reader->begin = reader->end = 0;
+    reader->offset = offset;
+    reader->at_end = reader->continued = false;
+    return 1;
+}
+
+void CloseLines(LineReader* reader) {
+    std::fclose(reader->file);
+    std::free(reader->buffer);
+    *reader = {};
+}
