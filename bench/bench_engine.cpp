@@ -11,6 +11,7 @@
 #include "board/bitboards.h"
 #include "board/moves.h"
 #include "board/zobrist.h"
+#include "book/book.h"
 #include "eval/evaluate.h"
 #include "eval/personality.h"
 #include "eval/threadblock.h"
@@ -145,6 +146,21 @@ void BenchLegality(benchmark::State& state) {
     SetRate(state, moves);
 }
 
+// Keys and look-up of a position of the book whose block is loaded.
+void BenchBookLookup(benchmark::State& state) {
+    std::snprintf(PBlock.book_file, sizeof PBlock.book_file, "%s", VESK_BOOK);
+    InitBook();
+    Position* pos = &Worker()->pos;
+    SetPosition(pos, "rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq e3");
+    UpdatePosHash(pos);
+    if (FindPosition(pos->side) == nullptr) state.SkipWithError("the book cannot be read");
+    for (auto _ : state) {
+        UpdatePosHash(pos);
+        benchmark::DoNotOptimize(FindPosition(pos->side));
+    }
+    FreeBook();
+}
+
 constexpr const char* middle_game =
     "r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq -";
 
@@ -154,6 +170,7 @@ BENCHMARK(BenchEvaluate)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BenchGenerate)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BenchMakeUnmake)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BenchLegality)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BenchBookLookup);
 
 }  // namespace
 
