@@ -117,6 +117,14 @@ std::string ConsoleSearchLine(int thread, int line_index, int depth, int score, 
                   LineText(pv, limit, CONSOLE_MOVES_PER_LINE).c_str());
 }
 
+// Writes a text that the log never holds.
+void WriteUnlogged(std::FILE* out, const char* format, va_list arguments) {
+    const std::string text = FormatList(format, arguments);
+    const std::lock_guard<std::mutex> guard(write_mutex);
+    EraseStatus();
+    WriteWhole(out, text);
+}
+
 }  // namespace
 
 void OpenLog() {
@@ -152,21 +160,15 @@ void LogMessage(const char* text) {
 void PrintDirect(const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    const std::string text = FormatList(format, arguments);
+    WriteUnlogged(stdout, format, arguments);
     va_end(arguments);
-    const std::lock_guard<std::mutex> guard(write_mutex);
-    EraseStatus();
-    WriteWhole(stdout, text);
 }
 
 void ShowError(const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    const std::string text = FormatList(format, arguments);
+    WriteUnlogged(stderr, format, arguments);
     va_end(arguments);
-    const std::lock_guard<std::mutex> guard(write_mutex);
-    EraseStatus();
-    WriteWhole(stderr, text);
 }
 
 bool SearchInfoWanted() {
