@@ -27,8 +27,6 @@ bool Readable(const char* path) {
 }
 
 void RunChosenMode(const StartOptions& options) {
-    // A scan does not look at the user's wish to end while it works.
-    if (options.mode != RunMode::PgnScan) CatchInterrupt(&front_end_alert);
     SetToolInput(options.mode != RunMode::CommandLoop);
     switch (options.mode) {
         case RunMode::EpdAnalysis:
@@ -60,6 +58,7 @@ void RunChosenMode(const StartOptions& options) {
 
 int main(int argc, char** argv) {
     SecureStandardStreams();
+    CatchInterrupt(&front_end_alert);
     StartOptions options;
     if (const int status = StartUp(argc, argv, &options)) return status;
     if (options.mode != RunMode::Nothing) {
