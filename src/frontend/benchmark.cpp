@@ -92,6 +92,7 @@ void RunBenchmark(int positions) {
     double seconds = SMALLEST_TIME;
     double nodes = 0.0;
     for (int i = 0; i < count && i < BENCHMARK_POSITIONS && PBlock.quit == 0; ++i) {
+        UserInput();
         ShowStatus("position %d of %d", i + 1, count);
         SearchPosition(benchmark_positions[i]);
         ClearStatus();

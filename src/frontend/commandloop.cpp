@@ -1,5 +1,7 @@
 // The command loop: takes input, starts searches, watches them, reports their end. Requires StartUp
 // (tables, pool, transposition table). Front-end thread only; it never blocks on input.
+#include <deque>
+
 #include "board/zobrist.h"
 #include "book/book.h"
 #include "eval/personality.h"
@@ -26,6 +28,8 @@ struct SearchedMove {
 };
 SearchedMove searched_move;
 
+std::deque<SearchRequest> waiting_requests;  // behind the search that runs
+
 // Nobody can say anything any more.
 bool InputIsOver() { return InputEnded() && !InputPending(); }
 
@@ -34,8 +38,8 @@ bool UciMode() { return PBlock.protocol == PROTOCOL_UCI; }
 // True when nothing but the user ends the search that runs: the greatest depth is as good as none.
 bool SearchIsEndless() {
     return PBlock.search_state == SEARCH_PONDER || PBlock.infinite ||
-           (PBlock.moves_per_control == 1 && PBlock.base_time >= ENDLESS_SECONDS &&
-            PBlock.max_depth >= MAX_DEPTH && PBlock.node_limit == 0);
+           (PBlock.target_time >= ENDLESS_SECONDS && PBlock.max_depth >= MAX_DEPTH &&
+            PBlock.node_limit == 0);
 }
 
 void RefuseSearch(const char* why) {
@@ -55,13 +59,25 @@ bool BookMoveFound() {
     return PBlock.pv[1] != NO_MOVE;
 }
 
+// Requires that no search runs.
+void AcceptRequest(const SearchRequest& request) {
+    if (request.kind == SEARCH_ANALYSE) {
+        PBlock.moves_per_control = 1;
+        PBlock.base_time = ENDLESS_SECONDS;
+        PBlock.max_depth = request.max_depth;
+        if (PBlock.hash_mode <= 1) ClearTTable();
+    }
+    PBlock.start_request = request.kind;
+}
+
+bool RequestsWait() { return !waiting_requests.empty(); }
+
 void BeginSearch() {
     const char* why = WhyUnplayable(game_position);
     if (why != nullptr) {
         RefuseSearch(why);
     } else {
         searched_move = {SearchKey(game_position), game_position->hist_count, selfplay != 0};
-        if (PBlock.clear_table) ClearTTable();
         GetElapsedTime(1);
         InitSearch();
         if (BookMoveFound()) {
@@ -73,7 +89,6 @@ void BeginSearch() {
         }
     }
     PBlock.start_request = SEARCH_IDLE;
-    PBlock.clear_table = 0;
 }
 
 // A search to depth 0 publishes no move, but a GUI waits for one.
@@ -172,7 +187,7 @@ bool SearchIsOver() {
 void HandleEndOfInput() {
     if (PBlock.search_state != SEARCH_IDLE) {
         if (SearchIsEndless()) FinishSearch();
-    } else if (PBlock.start_request == SEARCH_IDLE) {
+    } else if (PBlock.start_request == SEARCH_IDLE && !RequestsWait()) {
         PBlock.quit = 1;
     }
 }
@@ -189,17 +204,29 @@ void FinishSearch() {
     if (PBlock.search_state != SEARCH_IDLE) ReportSearch(cut_short);
 }
 
+void RequestSearch(const SearchRequest& request) {
+    if (PBlock.search_state != SEARCH_IDLE || PBlock.start_request != SEARCH_IDLE)
+        waiting_requests.push_back(request);
+    else
+        AcceptRequest(request);
+}
+
+void DropWaitingRequests() { waiting_requests.clear(); }
+
 void CommandLoop() {
     InitEval();
     SetPosition(game_position, fen_opn);
     if (!UciMode()) ShowBoard(game_position);
     PBlock.start_request = SEARCH_IDLE;
-    PBlock.clear_table = 0;
+    DropWaitingRequests();
     PBlock.quit = 0;
     while (!PBlock.quit) {
-        // A request that arrives during a search waits for its end, so the clock and the input are
-        // looked at then too.
-        if (PBlock.start_request == SEARCH_IDLE || PBlock.search_state != SEARCH_IDLE) {
+        if (PBlock.search_state == SEARCH_IDLE && PBlock.start_request == SEARCH_IDLE &&
+            RequestsWait()) {
+            AcceptRequest(waiting_requests.front());
+            waiting_requests.pop_front();
+        }
+        if (PBlock.start_request == SEARCH_IDLE) {
             if (!InputPending()) SleepExOrInput(LOOP_WAIT_MS, &front_end_alert, InputEnded());
             SearchTimeout();
             UserInput();

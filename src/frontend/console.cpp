@@ -40,7 +40,6 @@ namespace {
 constexpr int MAX_WORDS = 10;   // the command word and nine arguments
 constexpr int WORD_SIZE = 128;  // with the NUL
 
-constexpr double NO_TIME_LIMIT = 99999.0;  // seconds
 constexpr int MAX_PERFT_DEPTH = 20;
 constexpr int MAX_MULTIPV = 20;
 constexpr int EPD_LINE_SHOWN = 254;       // characters of a line of "test.epd" that are printed
@@ -119,16 +118,6 @@ bool PositionIsPlayable() {
     if (why == nullptr) return true;
     ShowMessage(why);
     return false;
-}
-
-// An analysis of the game position as it stands: a self-play game does not go on, a table that is
-// not kept is cleared when the search begins.
-void RequestAnalysis() {
-    selfplay = 0;
-    PBlock.moves_per_control = 1;
-    PBlock.base_time = NO_TIME_LIMIT;
-    PBlock.clear_table = PBlock.hash_mode <= 1;
-    PBlock.start_request = SEARCH_ANALYSE;
 }
 
 // ---- the game record ----
@@ -376,25 +365,27 @@ void QuitCommand(const Command&) {
 
 void GoCommand(const Command& c) {
     if (!PositionIsPlayable()) return;
+    selfplay = 0;
     const int depth = AnyNumber(c.word[1]);
-    PBlock.max_depth = static_cast<i8>(depth >= 0 && depth < MAX_DEPTH ? depth : MAX_DEPTH);
-    RequestAnalysis();
+    const bool limited = depth >= 0 && depth < MAX_DEPTH;
+    RequestSearch({SEARCH_ANALYSE, static_cast<i8>(limited ? depth : MAX_DEPTH)});
 }
 
 void AnalyseCommand(const Command&) {
     if (!PositionIsPlayable()) return;
-    PBlock.max_depth = MAX_DEPTH;
+    selfplay = 0;
     PBlock.noise = 0.0;
     computer = 2;
-    RequestAnalysis();
+    RequestSearch({SEARCH_ANALYSE, MAX_DEPTH});
 }
 
 void StopCommand(const Command&) { AbandonSearch(); }
 
 void ThinkCommand(const Command&) {
     if (!PositionIsPlayable()) return;
+    selfplay = 0;
     computer = game_position->side;
-    PBlock.start_request = SEARCH_THINK;
+    RequestSearch({SEARCH_THINK});
 }
 
 void SelfPlayCommand(const Command&) {
@@ -402,7 +393,7 @@ void SelfPlayCommand(const Command&) {
     EndGameRecord();
     PBlock.ponder = 0;
     selfplay = 1;
-    PBlock.start_request = SEARCH_THINK;
+    RequestSearch({SEARCH_THINK});
 }
 
 // "40 5:00 2": moves, minutes and seconds or seconds alone, increment.

@@ -33,6 +33,17 @@ void CommandLoop();
 // Stops a running search, waits for its threads and reports it. Nothing when idle.
 void FinishSearch();
 
+// A search that a console command asks for. An analysis has no time limit, a depth limit of its own
+// (0..66), and clears a table that is not kept from search to search.
+struct SearchRequest {
+    u8 kind;  // SEARCH_THINK or SEARCH_ANALYSE
+    i8 max_depth = 0;
+};
+// Starts it with the next pass of the loop, or, in the order of the requests, when the searches
+// before it have ended.
+void RequestSearch(const SearchRequest& request);
+void DropWaitingRequests();
+
 // --- input (input.cpp) ---
 // Takes what has arrived and handles at most one complete line. While a tool mode runs, only
 // "quit", "stop", "." and "isready" are handled.

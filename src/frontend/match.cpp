@@ -26,7 +26,7 @@ namespace {
 constexpr int GAMES = 8000;
 constexpr std::size_t GAME_RECORD_PLIES = 700;  // a longer game is a draw; fits the undo records
 constexpr int BOOK_PLIES = 12;                  // the book is asked while fewer moves are made
-constexpr std::size_t INPUT_INTERVAL = 16;      // plies between two looks at the input
+constexpr unsigned INPUT_INTERVAL = 16;         // plies between two looks at the input
 constexpr int DECIDED_SCORE = 900;              // centipawns; beyond it the game is over
 constexpr int FIFTY_MOVES = 100;                // plies
 constexpr int REPEATABLE = 3;                   // fewer reversible plies repeat nothing
@@ -48,6 +48,7 @@ struct Match {
     int wins[2] = {0, 0};
     int draws = 0;
     int game = 0;
+    unsigned plies_begun = 0;     // of all games
     int white_player = 0;         // index of the player who has White in this game
     std::vector<MatchPly> plies;  // of the game being played
     std::FILE* out = nullptr;
@@ -97,7 +98,7 @@ Outcome PlayGame(Match* match) {
     PBlock.hash_mode = 0;
     ClearTTable();
     for (;;) {
-        if (match->plies.size() % INPUT_INTERVAL == INPUT_INTERVAL - 1) {
+        if (++match->plies_begun % INPUT_INTERVAL == 0) {
             SearchTimeout();
             UserInput();
             if (PBlock.quit) return GAME_GOES_ON;

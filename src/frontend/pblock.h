@@ -67,8 +67,7 @@ struct ProgramBlock {
     double comm_overhead = 0.025;  // seconds
     u8 search_state = SEARCH_IDLE;
     u8 start_request = SEARCH_IDLE;
-    u8 clear_table = 0;  // 1: the requested search begins with an empty transposition table
-    u8 infinite = 0;     // 1: report only after "stop" ("go infinite")
+    u8 infinite = 0;  // 1: report only after "stop" ("go infinite")
     u8 own_book = 0;
     i16 book_weight = 20;       // spread of the random term of the book choice, 0.01 each; 0 = none
     Relaxed<u8> hash_mode = 1;  // 0 no table, 1 cleared before console searches, 2+ kept

@@ -183,6 +183,7 @@ void IdentifyCommand() {
     ShowMessage("uciok");
     PBlock.protocol = PROTOCOL_UCI;
     selfplay = 0;
+    DropWaitingRequests();
 }
 
 void NewGameCommand() {

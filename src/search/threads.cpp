@@ -50,6 +50,8 @@ void* SearchThreadFunc(void* argument) {
         if (command == COMMAND_QUIT) break;
         if (command == COMMAND_SEARCH) {
             SearchIterations(slot);
+            // The others go on until they are told to end.
+            if (slot == 1 && PBlock.stop == STOP_NONE) PBlock.stop = STOP_FINISH;
             tb->command.store(COMMAND_IDLE, std::memory_order_release);
             AlertRaise(&front_end_alert);
         } else {

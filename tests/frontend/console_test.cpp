@@ -147,8 +147,10 @@ TEST_F(Console, GoSetsTheLimitsOfAnAnalysis) {
 TEST_F(Console, TableIsClearedForAnalysisUnlessItIsKept) {
     for (const int mode : {1, 2}) {
         PBlock.hash_mode = static_cast<u8>(mode);
+        PBlock.start_request = SEARCH_IDLE;
+        StoreInTTable(game_position, MakeMoveWord(12, 28), 5, 20, BOUND_EXACT);
         Run("go 3");
-        EXPECT_EQ(PBlock.clear_table, mode == 1);
+        EXPECT_EQ(ttcnt.load() == 0, mode == 1);
     }
 }
 

@@ -124,11 +124,14 @@ TEST_F(ConsoleSession, RequestsWaitAndClearATableThatIsNotKept) {
             counts.push_back(std::stoi((*it)[1]));
         return counts;
     };
-    const std::vector<int> cleared = nodes("go 6\ngo 6\n");
+    const std::vector<int> cleared = nodes("go 6\ngo 6\ngo 2\n");
     const std::vector<int> kept = nodes("hash 2\ngo 6\ngo 6\n");
-    ASSERT_EQ(cleared.size(), 2u);
+    ASSERT_EQ(cleared.size(), 3u);
     ASSERT_EQ(kept.size(), 2u);
     EXPECT_EQ(cleared[0], cleared[1]);
+    EXPECT_LT(cleared[2], cleared[0]);
+    const RunResult none = RunVesk({"-c", "-nolog", "-threads", "2"}, "go 0\ngo 3\n");
+    EXPECT_EQ(none.status, 0) << "the other threads end with a search of depth 0";
     EXPECT_EQ(kept[0], cleared[0]);
     EXPECT_LT(kept[1], kept[0] / 2);
 }
@@ -141,7 +144,7 @@ TEST_F(ConsoleSession, ToolsLeaveTheLineOfTheLastSearchAndTheGameAlone) {
     session.ExpectMatch("PV: \\S+ \\S+ .*");
     session.Send("e4\nev\npv");  // not the line of this position
     session.ExpectMatch("PV: ");
-    session.Send("level 1 60 0\nself");
+    session.Send("sd 66\nlevel 1 60 0\nself");
     session.Expect("01] 03");
     session.Send("ev");
     session.Expect("move= ");
