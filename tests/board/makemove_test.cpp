@@ -5,136 +5,62 @@
 #include <iterator>
 
 #include "board/reference.h"
-#include "board/zobrist.h"
 #include "eval/threadblock.h"
 #include "frontend/pblock.h"
-#include "support/engine.h"
 
 namespace {
 
-class MakeMoveTest : public testing::Test {
-protected:
-    void SetUp() override { ResetEngine(); }
-
-    static Move Play(Position* pos, const std::string& coordinates) {
-        for (Move m : LegalMoves(pos)) {
-            char text[MOVE_TEXT_SIZE];
-            MoveToStr(m, text);
-            if (coordinates == text) {
-                MakeMove(pos, m);
-                return m;
-            }
-        }
-        ADD_FAILURE() << coordinates << " is not legal";
-        return NO_MOVE;
-    }
-
-    static std::vector<int> List(const Position* pos, int colour, int type) {
-        std::vector<int> squares;
-        for (int i = 0; pos->plist[colour][type][i] != NO_SQUARE; ++i)
-            squares.push_back(pos->plist[colour][type][i]);
-        return squares;
-    }
-};
+using MakeMoveTest = EngineTest;
 
 TEST_F(MakeMoveTest, RandomWalksKeepTheRecordSoundAndComeBackExactly) {
     std::mt19937 random(8);
     for (int walk = 0; walk < 300; ++walk) {
-        const std::string& fen = SamplePositions()[random() % SamplePositions().size()];
-        Position* pos = SetGame(fen);
+        Position* pos = SetGame(SamplePositions()[random() % SamplePositions().size()]);
         std::vector<std::string> before;
         while (before.size() < 60) {
             const Move m = RandomMove(pos, random);
             if (m == NO_MOVE) break;
             before.push_back(Describe(pos, false));
-            if (random() % 8 == 0 && !InCheck(pos, pos->side))
+            const u8 side = pos->side;
+            if (random() % 8 == 0 && !InCheck(pos, side)) {
                 MakeNullMove(pos);
-            else
+                ASSERT_EQ(pos->ep_square, NO_SQUARE);
+                ASSERT_EQ(pos->fifty, 0);
+                ASSERT_EQ(pos->last_move, NO_MOVE);
+            } else {
                 MakeMove(pos, m);
-            ASSERT_TRUE(PositionIsSound(pos)) << fen;
-            char epd[EPD_FIELDS_SIZE];
-            MakeEPD(pos, epd);
-            Position fresh = *pos;
-            UndoRecord undo[2];
-            fresh.undo = undo;
-            SetPosition(&fresh, epd);
-            ASSERT_EQ(pos->hash, fresh.hash) << epd;
-            ASSERT_EQ(pos->pawn_hash, fresh.pawn_hash) << epd;
-            ASSERT_EQ(pos->sig[WHITE] + pos->sig[BLACK], fresh.sig[WHITE] + fresh.sig[BLACK]);
+                ASSERT_EQ(pos->last_move, m);
+            }
+            ASSERT_EQ(pos->side, side ^ 1);
+            ASSERT_EQ(pos->hist_count, static_cast<int>(before.size()));
+            ASSERT_TRUE(PositionIsSound(pos));
         }
-        while (pos->hist_count > 0) {
-            if (pos->undo[pos->hist_count - 1].move == NO_MOVE)
-                UnmakeNullMove(pos);
-            else
-                UnmakeMove(pos);
-            ASSERT_TRUE(PositionIsSound(pos)) << fen;
-            ASSERT_EQ(Describe(pos, false), before.back()) << fen;
-            before.pop_back();
+        for (; pos->hist_count > 0; before.pop_back()) {
+            TakeBack(pos);
+            ASSERT_TRUE(PositionIsSound(pos));
+            ASSERT_EQ(Describe(pos, false), before.back());
         }
     }
 }
 
-TEST_F(MakeMoveTest, PieceListsKeepArrivalOrder) {
-    Position* pos = SetGame("6k1/8/8/8/8/1p6/2p5/RN1R3K b - -");
-    Play(pos, "c2b1r");  // the knight is gone, the promoted rook is the last of its list
-    EXPECT_EQ(List(pos, BLACK, ROOK), (std::vector<int>{1}));
-    Play(pos, "a1b1");
-    EXPECT_EQ(List(pos, WHITE, ROOK), (std::vector<int>{1, 3}));  // moves in place
-    UnmakeMove(pos);
-    UnmakeMove(pos);
-    EXPECT_EQ(List(pos, BLACK, PAWN), (std::vector<int>{17, 10}));
-    EXPECT_EQ(List(pos, WHITE, KNIGHT), (std::vector<int>{1}));
-
-    pos = SetGame("6k1/8/8/8/8/8/pPp5/RN1R3K b - -");
-    Play(pos, "c2d1q");
-    UnmakeMove(pos);
-    EXPECT_EQ(List(pos, WHITE, ROOK), (std::vector<int>{0, 3}));
-    EXPECT_EQ(List(pos, BLACK, PAWN), (std::vector<int>{8, 10}));  // restored at the end
-    Play(pos, "a2b1q");
-    UnmakeMove(pos);
-    EXPECT_EQ(List(pos, BLACK, PAWN), (std::vector<int>{10, 8}));
-
-    pos = SetGame("k7/8/8/2ppP3/8/8/8/K7 w - d6");
-    Play(pos, "e5d6");
-    UnmakeMove(pos);
-    EXPECT_EQ(List(pos, BLACK, PAWN), (std::vector<int>{34, 35}));
-    EXPECT_EQ(pos->last_move, NO_MOVE);
-}
-
-TEST_F(MakeMoveTest, NullMovePassesAndComesBack) {
-    Position* pos = SetGame(fen_opn);
-    const Move m = Play(pos, "e2e4");
-    pos->fifty = 30;
-    const std::string before = Describe(pos, true);
-    const u64 hash = pos->hash;
-    MakeNullMove(pos);
-    EXPECT_EQ(pos->side, WHITE);
-    EXPECT_EQ(pos->ep_square, NO_SQUARE);
-    EXPECT_EQ(pos->fifty, 0);
-    EXPECT_EQ(pos->last_move, NO_MOVE);
-    EXPECT_EQ(pos->hash, hash);
-    EXPECT_EQ(pos->hist_count, 2);
-    UnmakeNullMove(pos);
-    EXPECT_EQ(Describe(pos, true), before);
-    EXPECT_EQ(pos->last_move, m);
-}
-
-TEST_F(MakeMoveTest, CastlingResetsTheFiftyCounterAndAnotherKingMoveDoesNot) {
-    for (const char* move : {"e1g1", "e1c1", "e1e2"}) {
-        Position* pos = SetGame("r3k2r/8/8/8/8/8/8/R3K2R w KQkq -");
+TEST_F(MakeMoveTest, PieceListsKeepArrivalOrderAndOnlyCastlingOfKingMovesResetsTheFiftyCounter) {
+    for (const auto& row : ReadTable("piecelists.tsv")) {
+        Position* pos = SetGame(row[0]);
         pos->fifty = 30;
-        Play(pos, move);
-        EXPECT_EQ(pos->fifty, std::string(move) == "e1e2" ? 31 : 0) << move;
-        EXPECT_EQ(pos->castle, BLACK_KING_SIDE | BLACK_QUEEN_SIDE);
+        Play(pos, row[1]);
+        const bool black = std::islower(row[2][0]);
+        const auto type = std::string(black ? bchar : wchar, 8).find(row[2][0]);
+        std::string squares;
+        for (const u8* s = pos->plist[black][type]; *s != NO_SQUARE; ++s)
+            squares += (squares.empty() ? "" : " ") + std::string(square_name[*s]);
+        EXPECT_EQ(squares, row[3]) << row[0] << ' ' << row[1];
+        EXPECT_EQ(std::to_string(pos->fifty), row[4]) << row[0] << ' ' << row[1];
     }
 }
 
 TEST_F(MakeMoveTest, FiftyStopsAtItsLimitAndAVeryLongGameStaysWithinTheHistory) {
     Position* pos = SetGame(fen_opn);
-    const char* const shuffle[] = {"g1f3", "g8f6", "f3g1", "f6g8"};
-    Move moves[4];
-    for (int i = 0; i < 4; ++i) moves[i] = Play(pos, shuffle[i]);
-    for (int i = 0; i < 4; ++i) UnmakeMove(pos);
+    const Move moves[] = {Word("g1f3"), Word("g8f6"), Word("f3g1"), Word("f6g8")};
     for (int i = 0; i < 6001; ++i) {
         PlayGameMove(pos, moves[i % 4]);
         ASSERT_EQ(pos->fifty, std::min(i + 1, FIFTY_LIMIT));
@@ -162,18 +88,7 @@ TEST_F(MakeMoveTest, TraceWritesTheTreeUpToItsLimit) {
     for (i16 ply = 1; ply < 5; ++ply) pos->sstack[ply].depth = static_cast<i16>(6 - ply);
     PBlock.trace = 2;
     ResetTrace();
-    Play(pos, "e2e4");
-    Play(pos, "e7e5");
-    Play(pos, "g1f3");  // ply 3 is beyond the limit
-    UnmakeMove(pos);
-    UnmakeMove(pos);
-    Play(pos, "d7d5");
-    UnmakeMove(pos);
-    MakeNullMove(pos);
-    UnmakeNullMove(pos);
-    UnmakeMove(pos);
-    Play(pos, "d2d4");
-    UnmakeMove(pos);
+    Play(pos, "e2e4 e7e5 g1f3 - - d7d5 - null - - d2d4 -");  // ply 3 is beyond the limit
     ThreadData[0]->iteration_depth = 12;
     pos->sstack[0].depth = pos->sstack[1].depth = 12;
     Play(pos, "c2c4");

@@ -1,34 +1,31 @@
 // Generation, legality, checks and exchanges: the reference table of moves, and moves that come
-// from outside the generators.
+// from outside the generators, as words and as text.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <set>
 
 #include "board/reference.h"
 #include "frontend/pblock.h"
-#include "support/engine.h"
 
 namespace {
 
-class MoveGenTest : public testing::Test {
-protected:
-    void SetUp() override { ResetEngine(); }
-};
+using MoveGenTest = EngineTest;
 
 // One row of the table: the entry and everything the tests and texts say about it.
 void ExpectRow(const std::vector<std::string>& row, Position* pos, const MoveEntry* e) {
     const std::string where = row[0] + " " + row[10];
     const int side = pos->side;
     ASSERT_EQ(std::to_string(e->move), row[2]) << where;
-    EXPECT_EQ(std::to_string(e->piece), row[3]) << where;
-    EXPECT_EQ(std::to_string(e->captured), row[4]) << where;
-    EXPECT_EQ(std::to_string(e->score), row[5]) << where;
-    EXPECT_EQ(std::to_string(MoveIsLegal(pos, side, e->move)), row[6]) << where;
-    EXPECT_EQ(std::to_string(MoveIsLegalNonZero(pos, side, e->move)), row[6]) << where;
-    EXPECT_EQ(std::to_string(MoveGivesCheck(pos, side, e)), row[7]) << where;
-    EXPECT_EQ(std::to_string(MoveIsSafe(pos, e->move)), row[8]) << where;
-    const int gain = swapoff1(pos, side, MoveFrom(e->move), MoveTo(e->move), Occupied(pos));
-    EXPECT_EQ(std::to_string(gain), row[9]) << where;
+    const int values[] = {e->piece,
+                          e->captured,
+                          e->score,
+                          MoveIsLegal(pos, side, e->move),
+                          MoveGivesCheck(pos, side, e),
+                          MoveIsSafe(pos, e->move),
+                          swapoff1(pos, side, MoveFrom(e->move), MoveTo(e->move), Occupied(pos))};
+    for (std::size_t i = 0; i < 7; ++i) EXPECT_EQ(std::to_string(values[i]), row[3 + i]) << where;
+    EXPECT_EQ(MoveIsLegalNonZero(pos, side, e->move), MoveIsLegal(pos, side, e->move)) << where;
     char text[4][MOVE_TEXT_SIZE];
     GenMoveStrings(pos, e->move, text[0], text[1], text[2], text[3]);
     for (std::size_t i = 0; i < 4; ++i) EXPECT_EQ(text[i], row[10 + i]) << where;
@@ -59,37 +56,16 @@ TEST_F(MoveGenTest, EveryListAgreesWithTheTableInOrderAndJudgement) {
 }
 
 TEST_F(MoveGenTest, CastlingAndEnPassantNeedTheirPieces) {
-    const struct {
-        const char *fen, *move;
-        int generated, legal;
-    } cases[] = {
-        {"4k3/8/8/8/8/8/8/R3K2R w KQ -", "e1g1", 1, 1},
-        {"4k3/8/8/8/8/8/8/R3K2R w Q -", "e1g1", 0, 0},
-        {"4k3/8/8/8/8/8/8/R3K3 w KQ -", "e1g1", 0, 0},
-        {"4k3/8/8/8/8/8/8/R3K1NR w KQ -", "e1g1", 0, 0},
-        {"4k3/8/8/8/8/8/8/R2K3R w KQ -", "d1f1", 0, 0},
-        {"4kr2/8/8/8/8/8/8/R3K2R w KQ -", "e1g1", 1, 0},
-        {"k3r3/8/8/8/8/8/8/R3K2R w KQ -", "e1g1", 1, 0},
-        {"kr6/8/8/8/8/8/8/R3K2R w KQ -", "e1c1", 1, 1},
-        {"r3k2r/8/8/8/8/8/8/4K3 b kq -", "e8c8", 1, 1},
-        {"4k3/8/8/3pP3/8/8/8/4K3 w - d6", "e5d6", 1, 1},
-        {"4k3/8/8/4P3/8/8/8/4K3 w - d6", "e5d6", 0, 0},
-        {"4k3/8/3n4/3pP3/8/8/8/4K3 w - f6", "e5f6", 0, 0},
-        {"4k3/8/8/K1Pp3r/8/8/8/8 w - d6", "c5d6", 1, 0},
-        {"4k3/8/8/KPp4r/8/8/8/8 w - c6", "b5c6", 1, 0},
-    };
-    for (const auto& c : cases) {
-        Position* pos = SetGame(c.fen);
+    for (const auto& row : ReadTable("special_moves.tsv")) {
+        Position* pos = SetGame(row[0]);
         int generated = 0, legal = 0;
         for (const MoveEntry& e : AllMoves(pos)) {
-            char text[MOVE_TEXT_SIZE];
-            MoveToStr(e.move, text);
-            if (std::string(text) != c.move) continue;
+            if (MoveText(e.move) != row[1]) continue;
             ++generated;
             legal += MoveIsLegal(pos, pos->side, e.move);
         }
-        EXPECT_EQ(generated, c.generated) << c.fen << ' ' << c.move;
-        EXPECT_EQ(legal, c.legal) << c.fen << ' ' << c.move;
+        EXPECT_EQ(std::to_string(generated), row[2]) << row[0] << ' ' << row[1];
+        EXPECT_EQ(std::to_string(legal), row[3]) << row[0] << ' ' << row[1];
     }
     EXPECT_EQ(MoveIsLegal(game_position, WHITE, NO_MOVE), 0);
 }
@@ -109,6 +85,49 @@ TEST_F(MoveGenTest, PseudoLegalityAgreesWithTheGeneratorsForEveryMoveWord) {
                 if (const Move m = RandomMove(pos, random)) PlayGameMove(pos, m);
         }
     }
+}
+
+// Reads `text` in the game position: the move it names, which must be legal, or 0.
+Move Read(const std::string& text) {
+    std::vector<char> buffer(text.begin(), text.end());
+    buffer.resize(text.size() + 2);  // the NUL and one more character, no byte beyond
+    Move m = 1234;
+    const int valid = IsValidMove(buffer.data(), &m);
+    EXPECT_EQ(valid != 0, m != NO_MOVE) << text;
+    EXPECT_EQ(valid, MoveIsLegal(game_position, game_position->side, m)) << text;
+    return m;
+}
+
+TEST(MoveTextTest, AcceptedAndRefusedSpellings) {
+    ResetEngine();
+    for (const auto& row : ReadTable("movetexts.tsv")) {
+        SetGame(row[0]);
+        testing::internal::CaptureStdout();
+        const Move m = Read(row[1]);
+        EXPECT_EQ(m == NO_MOVE ? "" : MoveText(m), row[2]) << row[0] << ' ' << row[1];
+        const std::string output = testing::internal::GetCapturedStdout();
+        EXPECT_EQ(output.empty(), row[3].empty()) << row[0] << ' ' << row[1] << ": " << output;
+        EXPECT_THAT(output, testing::HasSubstr(row[3])) << row[0] << ' ' << row[1];
+    }
+    EXPECT_EQ(MoveText(NO_MOVE), "null");
+    PBlock.protocol = PROTOCOL_CONSOLE;
+    EXPECT_EQ(MoveText(MakeMoveWord(8, 1, PROMOTE_ROOK)), "a2b1=R");
+}
+
+TEST(MoveTextTest, RandomTextNamesNothingAndHarmsNothing) {
+    ResetEngine();
+    std::mt19937 random(7);
+    const std::string letters = "abcdefgh12345678NBRQK=+-xoO0qnbr#";
+    testing::internal::CaptureStdout();
+    for (int i = 0; i < 3000; ++i) {
+        SetGame(SamplePositions()[random() % SamplePositions().size()]);
+        std::string text;
+        for (unsigned n = random() % 10 == 0 ? 300 : random() % 8; n > 0; --n)
+            text += random() % 9 ? letters[random() % letters.size()]
+                                 : static_cast<char>(random() % 255 + 1);
+        Read(text);
+    }
+    testing::internal::GetCapturedStdout();
 }
 
 }  // namespace

@@ -8,78 +8,41 @@
 
 #include "board/reference.h"
 #include "board/zobrist.h"
-#include "support/engine.h"
 
 namespace {
 
-class PositionTest : public testing::Test {
-protected:
-    void SetUp() override { ResetEngine(); }
+using PositionTest = EngineTest;
 
-    // Sets the game position from bytes that end exactly where their allocation ends, so that a
-    // memory checker sees any read beyond the text.
-    static void SetExactly(const std::string& text) {
-        const auto exact = std::make_unique<char[]>(text.size() + 1);
-        std::memcpy(exact.get(), text.c_str(), text.size() + 1);
-        SetPosition(game_position, exact.get());
-    }
-
-    static std::string Epd() {
-        char text[EPD_FIELDS_SIZE];
-        MakeEPD(game_position, text);
-        return text;
-    }
-};
-
-TEST_F(PositionTest, TextIsTakenAsItComes) {
-    // Every text is set on a board with Black to move, so a side that is kept shows as "b".
-    const struct {
-        const char *text, *epd;
-    } cases[] = {
-        {"8/8/8/8/8/8/8/8 w - -", "8/8/8/8/8/8/8/8 w - -"},
-        {"4k3/8/8/8/8/8/8/4K3 b - e3", "4k3/8/8/8/8/8/8/4K3 b - e3"},
-        {"4k3/3p4/8/8/8/8/8/4K3 w - - 45 80", "4k3/3p4/8/8/8/8/8/4K3 w - -"},
-        {"4k3/9/8/8/8/8/8/4K3 w KQkq h6 bm e4;", "4k3/8/8/8/8/8/8/4K3 w KQkq h6"},
-        {"4k3/8/8/8/8/8/8/4K3 x - -", "4k3/8/8/8/8/8/8/4K3 b - -"},
-        {"4k3/8/8/8/8/8/8/4K3  w - -", "4k3/8/8/8/8/8/8/4K3 b - -"},
-        {"4k3/8/8/8/8/8/8/4K3", "4k3/8/8/8/8/8/8/4K3 b - -"},
-        {"4k3/8/8/8/8/8/8/4K3 ", "4k3/8/8/8/8/8/8/4K3 b - -"},
-        {"4k3/8/8/8/8/8/8/4K3 w", "4k3/8/8/8/8/8/8/4K3 w - -"},
-        {"4k3/8/8/8/8/8/8/4K3 w    qK    -", "4k3/8/8/8/8/8/8/4K3 w Kq -"},
-        {"4k3/8/8/8/8/8/8/4K3 w - 3", "4k3/8/8/8/8/8/8/4K3 w - -"},
-        {"4k3/8/8/8/8/8/8/4K3 w - h88", "4k3/8/8/8/8/8/8/4K3 w - -"},
-        {"4k3/?P?p/8/8/8/8/8/4K3 w - -", "4k3/1P1p4/8/8/8/8/8/4K3 w - -"},
-        {"PPPP4/8/k7/8/8/8/8/pppp4 w - -", "PPPP4/8/k7/8/8/8/8/pppp4 w - -"},
-        {"k", "k7/8/8/8/8/8/8/8 b - -"},
-        {"", "8/8/8/8/8/8/8/8 b - -"},
-    };
-    for (const auto& c : cases) {
-        SetGame("8/8/8/8/8/8/8/8 b KQkq e3");
-        SetExactly(c.text);
-        EXPECT_EQ(Epd(), c.epd) << c.text;
-        EXPECT_EQ(game_position->fifty, 0) << c.text;
-        EXPECT_TRUE(PositionIsSound(game_position)) << c.text;
-    }
+// Sets the game position from bytes that end exactly where their allocation ends, so that a memory
+// checker sees any read beyond the text; then checks the record.
+void SetExactly(const std::string& text) {
+    const auto exact = std::make_unique<char[]>(text.size() + 1);
+    std::memcpy(exact.get(), text.c_str(), text.size() + 1);
+    SetPosition(game_position, exact.get());
+    ASSERT_TRUE(PositionIsSound(game_position)) << text;
+    ASSERT_EQ(game_position->fifty, 0) << text;
+    for (int c = 0; c < 2; ++c)
+        for (int t = PAWN; t <= KING; ++t)
+            ASSERT_LE(CountBits(game_position->bb[c][t]), MAX_PIECES_OF_A_KIND) << text;
 }
 
-TEST_F(PositionTest, SurplusSquaresRanksAndPiecesNeverBreakTheRecord) {
-    const char* texts[] = {
-        "rnbqkbnrqqqq/ppppppppp/8/8/8/8/PPPPPPPPP/RNBQKBNRR w KQkq -",
-        "7rr/6pppp/71/8p/8/8/8/8 w - -",
-        "8/8/8/8/8/8/8/8/PPPPPPPP/kkkkkkkk/8/QQQQQQQQ w - -",
-        "////////////////////KQ w - -",
-        "QQQQQQQQ/QQQQQQQQ/QQQQQQQQ/kkkkkkkk/kkkk4/8/8/8 b - -",
-        "pppppppp/pppppppp/8/8/8/8/8/8 w - -",
-    };
-    for (const char* text : texts) {
-        SetExactly(text);
-        EXPECT_TRUE(PositionIsSound(game_position)) << text;
-        for (int c = 0; c < 2; ++c)
-            for (int t = PAWN; t <= KING; ++t) EXPECT_LE(CountBits(game_position->bb[c][t]), 9);
+std::string Epd() {
+    char text[EPD_FIELDS_SIZE + 1];
+    std::memset(text, 1, sizeof text);
+    MakeEPD(game_position, text);
+    EXPECT_LT(std::strlen(text), std::size_t{EPD_FIELDS_SIZE});
+    return text;
+}
+
+TEST_F(PositionTest, TextIsTakenAsItComes) {
+    for (const auto& row : ReadTable("setup.tsv")) {
+        SetGame("8/8/8/8/8/8/8/8 b KQkq e3");  // a side that is kept shows as "b"
+        SetExactly(row[0]);
+        EXPECT_TRUE(row[1] == "*" || row[1] == Epd()) << row[0] << ": " << Epd();
+        EXPECT_EQ(WhyUnplayable(game_position) == nullptr, row[2] == "1") << row[0];
     }
-    SetExactly("QQQQQQQQ/QQN5/8/8/8/8/8/k6K w - -");
-    EXPECT_EQ(Epd(), "QQQQQQQQ/Q1N5/8/8/8/8/8/k6K w - -");
-    EXPECT_EQ(game_position->sig[WHITE], 0x90010u);
+    for (const std::string& fen : SamplePositions())
+        EXPECT_EQ(WhyUnplayable(SetGame(fen)), nullptr) << fen;
 }
 
 TEST_F(PositionTest, RandomBytesLeaveASoundRecord) {
@@ -91,62 +54,42 @@ TEST_F(PositionTest, RandomBytesLeaveASoundRecord) {
         while (text.size() < length)
             text += random() % 8 == 0 ? static_cast<char>(random() % 255 + 1)
                                       : likely[random() % likely.size()];
-        SetExactly(text);
-        ASSERT_TRUE(PositionIsSound(game_position)) << text;
-        char epd[EPD_FIELDS_SIZE + 1];
-        std::memset(epd, 1, sizeof epd);
-        MakeEPD(game_position, epd);
-        ASSERT_LT(std::strlen(epd), std::size_t{EPD_FIELDS_SIZE}) << text;
+        ASSERT_NO_FATAL_FAILURE(SetExactly(text));
+        Epd();
     }
 }
 
-TEST_F(PositionTest, SoundnessCheckSeesEachKindOfDamage) {
-    void (*const damages[])(Position*) = {
-        [](Position* p) { p->board[20] = PAWN; },
-        [](Position* p) { p->board[64] = PAWN; },
-        [](Position* p) { p->plist[WHITE][ROOK][1] = 20; },
-        [](Position* p) { p->plist[BLACK][0][0] = 5; },
-        [](Position* p) { p->bb[WHITE][KNIGHT] ^= Bit(20); },
-        [](Position* p) { p->bb[BLACK][0] ^= Bit(20); },
-        [](Position* p) { p->bb[BLACK][7] = 1; },
-        [](Position* p) { p->sig[WHITE] += 1; },
-        [](Position* p) { p->npm[BLACK] = 31; },
-        [](Position* p) { p->hash ^= 1; },
-        [](Position* p) { p->pawn_hash ^= 1; },
-    };
-    int index = 0;
-    for (const auto damage : damages) {
-        Position copy = *SetGame(fen_opn);
-        ASSERT_TRUE(PositionIsSound(&copy));
-        damage(&copy);
-        EXPECT_FALSE(PositionIsSound(&copy)) << index;
-        ++index;
-    }
-}
-
-TEST_F(PositionTest, UnplayablePositionsAreNamed) {
-    for (const std::string& fen : SamplePositions())
-        EXPECT_EQ(WhyUnplayable(SetGame(fen)), nullptr) << fen;
-    for (const char* fen :
-         {"8/8/8/8/8/8/8/8 w - -", "8/8/8/8/8/8/8/K7 w - -", "k7/8/8/8/8/8/8/KK6 w - -",
-          "k6P/8/8/8/8/8/8/K7 w - -", "k7/8/8/8/8/8/8/K2p4 w - -", "k7/8/8/8/8/8/8/R6K w - -"})
-        EXPECT_NE(WhyUnplayable(SetGame(fen)), nullptr) << fen;
-}
-
-TEST_F(PositionTest, KeysHaveTheirFixedValuesAndStayTheSame) {
-    EXPECT_EQ(InitZobrist(), 0);
-    EXPECT_EQ(rtable[0][0], 0x075D4EE240B5DA0Fu);
-    EXPECT_EQ(rtable[1][12], 0xBCC897CAE04423D7u);
-    EXPECT_EQ(rtable2[0], 0xD994B218E344824Du);
-    EXPECT_EQ(rtable2[64], 0x1842BD98D3EF37CDu);
-    const u64* keys = &rtable[0][0];
-    for (int i = 0; i < 1024; ++i) {
-        for (int j = 0; j < i; ++j) {
-            const u64 differing = keys[i] ^ keys[j];
-            ASSERT_GE(CountBits(differing >> 32), 4) << i << ' ' << j;
-            ASSERT_GE(CountBits(differing & 0xFFFFFFFFu), 4) << i << ' ' << j;
+TEST_F(PositionTest, SoundnessCheckSeesDamageToAnyDerivedByte) {
+    Position pos = *SetGame(fen_opn);
+    const auto expect_all_matter = [&pos](auto& field, std::size_t size = 0) {
+        auto* bytes = reinterpret_cast<unsigned char*>(&field);
+        for (std::size_t i = 0; i < (size ? size : sizeof field); ++i) {
+            bytes[i] ^= 1;
+            EXPECT_FALSE(PositionIsSound(&pos)) << bytes + i - pos.board;
+            bytes[i] ^= 1;
         }
+    };
+    expect_all_matter(pos.board);
+    expect_all_matter(pos.bb);
+    expect_all_matter(pos.sig);
+    expect_all_matter(pos.npm);
+    expect_all_matter(pos.hash);
+    expect_all_matter(pos.pawn_hash);
+    for (int c : {WHITE, BLACK}) {
+        expect_all_matter(pos.plist[c][0], 1);
+        for (int t = PAWN; t <= KING; ++t)
+            expect_all_matter(pos.plist[c][t], std::size_t(CountBits(pos.bb[c][t])) + 1);
     }
+    EXPECT_TRUE(PositionIsSound(&pos));
+}
+
+TEST_F(PositionTest, KeysLieFarApart) {
+    EXPECT_EQ(InitZobrist(), 0);
+    const u64* keys = &rtable[0][0];
+    for (int i = 0; i < 1024; ++i)
+        for (int j = 0; j < i; ++j)
+            for (u64 half : {(keys[i] ^ keys[j]) >> 32, (keys[i] ^ keys[j]) & 0xFFFFFFFFu})
+                ASSERT_GE(CountBits(half), 4) << i << ' ' << j;
 }
 
 TEST_F(PositionTest, KeysMaterialAndExchangesAgreeWithTheTable) {

@@ -3,108 +3,70 @@
 // engine's attack tables.
 #pragma once
 
-#include <algorithm>
 #include <random>
+#include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "board/bitboards.h"
 #include "board/moves.h"
 #include "board/plydata.h"
+#include "support/engine.h"
 
-inline constexpr int reference_rook_steps[4][2] = {{0, 1}, {0, -1}, {1, 0}, {-1, 0}};
-inline constexpr int reference_bishop_steps[4][2] = {{-1, 1}, {1, 1}, {1, -1}, {-1, -1}};
+using Steps = std::vector<std::pair<int, int>>;  // files and ranks
 
-// The square (file, rank) steps away from `square` as a set; empty off the board.
-inline Bitboard Offset(int square, int files, int ranks) {
-    const int file = FileOf(square) + files;
-    const int rank = RankOf(square) + ranks;
-    if (file < 0 || file > 7 || rank < 0 || rank > 7) return 0;
-    return Bit(rank * 8 + file);
-}
+inline const Steps rook_steps = {{0, 1}, {0, -1}, {1, 0}, {-1, 0}};
+inline const Steps bishop_steps = {{-1, 1}, {1, 1}, {1, -1}, {-1, -1}};
+inline const Steps king_steps = {{0, 1},  {0, -1}, {1, 0},  {-1, 0},
+                                 {-1, 1}, {1, 1},  {1, -1}, {-1, -1}};
+inline const Steps knight_steps = {{1, 2},   {2, 1},   {2, -1}, {1, -2},
+                                   {-1, -2}, {-2, -1}, {-2, 1}, {-1, 2}};
+inline const Steps pawn_steps[2] = {{{-1, 1}, {1, 1}}, {{-1, -1}, {1, -1}}};
 
-// Squares in one direction up to and including the first occupied one.
-inline Bitboard Walk(int square, const int (&step)[2], Bitboard occupied) {
+// Squares reached by up to `length` equal steps in each direction, the first occupied one included.
+inline Bitboard Walk(int square, const Steps& steps, int length = 7, Bitboard occupied = 0) {
     Bitboard seen = 0;
-    for (int n = 1; n < 8; ++n) {
-        const Bitboard next = Offset(square, step[0] * n, step[1] * n);
-        seen |= next;
-        if (next == 0 || (next & occupied)) break;
+    for (const auto& [files, ranks] : steps) {
+        for (int n = 1; n <= length; ++n) {
+            const int file = FileOf(square) + files * n, rank = RankOf(square) + ranks * n;
+            if (file < 0 || file > 7 || rank < 0 || rank > 7) break;
+            seen |= Bit(rank * 8 + file);
+            if (occupied & Bit(rank * 8 + file)) break;
+        }
     }
     return seen;
 }
 
-inline Bitboard WalkLines(int square, const int (&steps)[4][2], Bitboard occupied) {
-    Bitboard seen = 0;
-    for (const auto& step : steps) seen |= Walk(square, step, occupied);
-    return seen;
-}
-
-inline Bitboard KnightJumps(int square) {
-    Bitboard jumps = 0;
-    for (int a : {-1, 1})
-        for (int b : {-2, 2}) jumps |= Offset(square, a, b) | Offset(square, b, a);
-    return jumps;
-}
-
-inline Bitboard KingSteps(int square) {
-    Bitboard steps = 0;
-    for (int f = -1; f <= 1; ++f)
-        for (int r = -1; r <= 1; ++r)
-            if (f != 0 || r != 0) steps |= Offset(square, f, r);
-    return steps;
-}
-
-inline Bitboard PawnAttacks(int colour, int square) {
-    const int up = colour == WHITE ? 1 : -1;
-    return Offset(square, -1, up) | Offset(square, 1, up);
-}
-
-// Everything the piece on `square` attacks.
-inline Bitboard ReferenceAttacks(const Position* pos, int square, Bitboard occupied) {
-    const int code = pos->board[square];
-    Bitboard attacks = 0;
-    switch (PieceType(code)) {
-        case PAWN:
-            return PawnAttacks(PieceColour(code), square);
-        case KNIGHT:
-            return KnightJumps(square);
-        case KING:
-            return KingSteps(square);
-        default:
-            break;
+// Everything `side` attacks.
+inline Bitboard ReferenceAttacked(const Position* pos, int side) {
+    const Steps* steps[] = {nullptr,     &pawn_steps[side], &knight_steps, &bishop_steps,
+                            &rook_steps, &king_steps,       &king_steps};
+    Bitboard occupied = 0, attacked = 0;
+    for (int s = 0; s < 64; ++s)
+        if (pos->board[s]) occupied |= Bit(s);
+    for (int s = 0; s < 64; ++s) {
+        const int type = PieceType(pos->board[s]);
+        if (type == 0 || PieceColour(pos->board[s]) != side) continue;
+        const bool slides = type == BISHOP || type == ROOK || type == QUEEN;
+        attacked |= Walk(s, *steps[type], slides ? 7 : 1, occupied);
     }
-    if (PieceType(code) != ROOK) attacks |= WalkLines(square, reference_bishop_steps, occupied);
-    if (PieceType(code) != BISHOP) attacks |= WalkLines(square, reference_rook_steps, occupied);
-    return attacks;
-}
-
-// Everything `side` attacks, the piece on `without` taken off the board first (NO_SQUARE = none).
-inline Bitboard ReferenceAttacked(const Position* pos, int side, int without = NO_SQUARE) {
-    Bitboard occupied = 0;
-    for (int s = 0; s < 64; ++s)
-        if (pos->board[s] && s != without) occupied |= Bit(s);
-    Bitboard attacked = 0;
-    for (int s = 0; s < 64; ++s)
-        if ((occupied & Bit(s)) && PieceColour(pos->board[s]) == side)
-            attacked |= ReferenceAttacks(pos, s, occupied);
     return attacked;
 }
 
 // Positions rich in castling, en passant, promotions, pins and many pieces of a kind.
 inline const std::vector<std::string>& SamplePositions() {
-    static const std::vector<std::string> samples = {
-        fen_opn,
-        "r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq -",
-        "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - -",
-        "r3k2r/Pppp1ppp/1b3nbN/nP6/BBP1P3/q4N2/Pp1P2PP/R2Q1RK1 w kq -",
-        "rnbqkbnr/pppp1pp1/8/3Pp2p/3Q4/8/PPP1PPPP/RNB1KBNR w KQkq e6",
-        "n1n5/PPPk4/8/8/8/8/4Kppp/5N1N b - -",
-        "4k3/8/8/2pPp3/8/8/3PPP2/R3K2R w KQ c6",
-        "kn1QQQQ1/pp1QQQQQ/8/8/8/8/PP4qq/KNqqqqq1 w - -",
-        "r6r/1b2k1bq/8/8/7B/8/8/R3K2R b KQ -",
-    };
+    static const std::vector<std::string> samples = [] {
+        std::vector<std::string> fens;
+        for (const auto& row : ReadTable("samples.tsv")) fens.push_back(row[0]);
+        return fens;
+    }();
     return samples;
+}
+
+// A move without a flag by its coordinates.
+constexpr Move Word(const char (&text)[5]) {
+    return MakeMoveWord(text[0] - 'a' + (text[1] - '1') * 8, text[2] - 'a' + (text[3] - '1') * 8);
 }
 
 // The moves of the list that GenerateAll leaves at the current ply.
@@ -129,36 +91,47 @@ inline Move RandomMove(Position* pos, std::mt19937& random) {
     return legal.empty() ? NO_MOVE : legal[random() % legal.size()];
 }
 
-// Makes up to `plies` random moves and takes them all back: leaves the position as it was but for
-// the order of its piece lists.
-inline void ShufflePieceLists(Position* pos, int plies, std::mt19937& random) {
-    int made = 0;
-    for (Move m = 0; made < plies && (m = RandomMove(pos, random)) != NO_MOVE; ++made)
-        MakeMove(pos, m);
-    for (; made > 0; --made) UnmakeMove(pos);
+// Takes back the last move or null move.
+inline void TakeBack(Position* pos) {
+    if (pos->undo[pos->hist_count - 1].move == NO_MOVE)
+        UnmakeNullMove(pos);
+    else
+        UnmakeMove(pos);
 }
 
-// The record's content as a text, for comparisons: the piece lists sorted unless their order is
-// asked for.
+// Makes the legal moves of a script of coordinates; "null" passes and "-" takes back.
+inline void Play(Position* pos, const std::string& script) {
+    std::istringstream words(script);
+    for (std::string word; words >> word;) {
+        Move found = NO_MOVE;
+        for (Move m : LegalMoves(pos))
+            if (MoveText(m) == word) found = m;
+        if (word == "-")
+            TakeBack(pos);
+        else if (word == "null")
+            MakeNullMove(pos);
+        else if (found != NO_MOVE)
+            MakeMove(pos, found);
+        else
+            ADD_FAILURE() << word << " is not legal";
+    }
+}
+
+// The record's content as a text, for comparisons, with or without the order of the piece lists.
 inline std::string Describe(const Position* pos, bool list_order) {
-    std::string text(pos->board, pos->board + 65);
-    const auto add = [&text](unsigned long long value) { text += ' ' + std::to_string(value); };
+    std::ostringstream text;
+    text << std::string(pos->board, pos->board + 65);
     for (int c = 0; c < 2; ++c) {
         for (int t = 0; t < 8; ++t) {
-            add(pos->bb[c][t]);
-            std::vector<int> squares;
-            for (int i = 0; i < 10 && pos->plist[c][t][i] != NO_SQUARE; ++i)
-                squares.push_back(pos->plist[c][t][i]);
-            if (!list_order) std::sort(squares.begin(), squares.end());
-            for (int s : squares) add(static_cast<unsigned>(s));
+            text << ' ' << pos->bb[c][t];
+            for (int i = 0; list_order && pos->plist[c][t][i] != NO_SQUARE; ++i)
+                text << ' ' << int{pos->plist[c][t][i]};
         }
-        add(pos->sig[c]);
-        add(static_cast<unsigned>(pos->npm[c]));
+        text << ' ' << pos->sig[c] << ' ' << pos->npm[c];
     }
     for (int field : {int{pos->side}, int{pos->castle}, int{pos->ep_square}, int{pos->fifty},
                       int{pos->last_move}, int{pos->hist_count}, int{pos->ply}})
-        add(static_cast<unsigned>(field));
-    add(pos->hash);
-    add(pos->pawn_hash);
-    return text;
+        text << ' ' << field;
+    text << ' ' << pos->hash << ' ' << pos->pawn_hash;
+    return text.str();
 }

@@ -43,6 +43,12 @@ Position* SetGame(const std::string& fen) {
     return game_position;
 }
 
+std::string MoveText(Move m) {
+    char text[MOVE_TEXT_SIZE];
+    MoveToStr(m, text);
+    return text;
+}
+
 std::string DataFile(const std::string& name) { return std::string(VESK_TEST_DATA) + "/" + name; }
 
 std::vector<std::vector<std::string>> ReadTable(const std::string& name) {

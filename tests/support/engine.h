@@ -2,6 +2,8 @@
 // test.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <string>
 #include <vector>
 
@@ -16,8 +18,17 @@ void InitEngineForTests();
 // running.
 void ResetEngine(int hash_mb = 16);
 
+// Base of the suites that start every test with a fresh engine.
+class EngineTest : public testing::Test {
+protected:
+    void SetUp() override { ResetEngine(); }
+};
+
 // Sets the game position and returns it.
 Position* SetGame(const std::string& fen);
+
+// Coordinates of a move as MoveToStr writes them.
+std::string MoveText(Move m);
 
 // Path of a file of tests/data.
 std::string DataFile(const std::string& name);
