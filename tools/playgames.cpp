@@ -77,12 +77,6 @@ std::vector<MoveEntry> LegalMoves() {
     return legal;
 }
 
-std::string MoveText(Move m) {
-    char text[MOVE_TEXT_SIZE];
-    MoveToStr(m, text);
-    return text;
-}
-
 bool IsEnPassant(const MoveEntry& e) {
     return PieceType(e.piece) == PAWN && e.captured == 0 &&
            FileOf(MoveFrom(e.move)) != FileOf(MoveTo(e.move));

@@ -1,5 +1,5 @@
 // The evaluation as a function: symmetry between the colours, the caches, what the search reads
-// from it, and rules that the table of reference positions reaches only by chance.
+// from it, and the tables derived from the parameters.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -13,16 +13,13 @@
 
 namespace {
 
-class EvaluateTest : public testing::Test {
-protected:
-    void SetUp() override { ResetEngine(); }
+using EvaluateTest = EngineTest;
 
-    // Score for the side to move, computed anew.
-    static int Score(const std::string& fen, int ply = 1) {
-        SetGame(fen);
-        return Evaluate(ThreadData[0], game_position->side, ply, 0);
-    }
-};
+// Score for the side to move, computed anew.
+int Score(const std::string& fen) {
+    SetGame(fen);
+    return Evaluate(ThreadData[0], game_position->side, 1, 0);
+}
 
 // The same position with the colours exchanged and the board turned over.
 std::string Flipped(const std::string& fen) {
@@ -62,24 +59,6 @@ TEST_F(EvaluateTest, ColourFlippedPositionsScoreTheSame) {
     EXPECT_GT(compared, 400);
 }
 
-TEST_F(EvaluateTest, TheChoiceBetweenTwoCandidatesIsOneSided) {
-    // White's candidates a5 and h5 have the black king at different distances.
-    const std::string fen = "8/1p4p1/7k/PP4PP/8/8/8/K7 w - -";
-    const int score = Score(fen);
-    ASSERT_TRUE(HasChoiceOfCandidates(game_position));
-    EXPECT_NE(Score(Flipped(fen)), score);
-}
-
-TEST_F(EvaluateTest, OppositionCostsTheMoverOnlyWithTheBlackKingAbove) {
-    // Without passed pawns the two scores of a position differ by the tempo alone; 6 in the ending.
-    const auto sum_of_sides = [](const std::string& board) {
-        return Score(board + " w - -") + Score(board + " b - -");
-    };
-    EXPECT_EQ(sum_of_sides("8/p6p/4k3/8/4K3/8/P6P/8"), 2 * (6 - 5));
-    EXPECT_EQ(sum_of_sides("8/p6p/4K3/8/4k3/8/P6P/8"), 2 * 6);
-    EXPECT_EQ(sum_of_sides("8/p6p/3k4/8/4K3/8/P6P/8"), 2 * 6);
-}
-
 TEST_F(EvaluateTest, InCheckThereIsNoScoreAndTheOutputsAreCleared) {
     SetGame("6k1/5ppp/8/8/8/8/8/K3R3 w - -");
     PlyData& pd = ThreadData[0]->ply_data[2];
@@ -103,12 +82,10 @@ TEST_F(EvaluateTest, CachesServeFromPlyTwoOnAndNeverAtTheRoot) {
 
     EXPECT_EQ(Evaluate(tb, BLACK, 3, 0), score);
     EXPECT_EQ(tb->eval_hits, 1u);
-    for (int c = WHITE; c <= BLACK; c++) {
-        EXPECT_EQ(tb->ply_data[3].free_pawn_rank[c], first.free_pawn_rank[c]);
-        EXPECT_EQ(tb->ply_data[3].hanging[c], first.hanging[c]);
-    }
-    // The other side's entry is its own; it shares the pawns.
-    game_position->side = WHITE;
+    const PlyData& second = tb->ply_data[3];
+    EXPECT_TRUE(std::equal(first.free_pawn_rank, first.free_pawn_rank + 2, second.free_pawn_rank));
+    EXPECT_TRUE(std::equal(first.hanging, first.hanging + 2, second.hanging));
+    game_position->side = WHITE;  // an entry of its own, the same pawns
     Evaluate(tb, WHITE, 2, 0);
     EXPECT_EQ(tb->eval_hits, 1u);
     EXPECT_EQ(tb->pawn_hits, 1u);
@@ -142,13 +119,66 @@ TEST_F(EvaluateTest, FiftyMoveCounterScalesDownToNothing) {
     SetGame("r5k1/5ppp/8/8/8/8/1Q3PPP/R5K1 w - -");
     const int full = Evaluate(ThreadData[0], WHITE, 1, 0);
     ASSERT_GT(full, 200);
-    const struct {
-        u8 fifty;
-        double factor;
-    } cases[] = {{25, 1.0}, {45, 1.0 - 20 * 0.01}, {100, 1.0 - 75 * 0.01}, {125, 0.0}, {255, 0.0}};
-    for (const auto& c : cases) {
-        game_position->fifty = c.fifty;
-        EXPECT_EQ(Evaluate(ThreadData[0], WHITE, 1, 0), static_cast<int>(full * c.factor));
+    for (int fifty : {25, 45, 100, 125, 255}) {
+        game_position->fifty = static_cast<u8>(fifty);
+        const double factor = std::max(0.0, 1.0 - (fifty - 25) * 0.01);
+        EXPECT_EQ(Evaluate(ThreadData[0], WHITE, 1, 0), static_cast<int>(full * factor)) << fifty;
+    }
+}
+
+using PersonalityTest = EngineTest;
+
+TEST_F(PersonalityTest, DepthLimitsStopBeforeTheFirstEntryThatIsOff) {
+    PersonalityRecord p = DefaultPersonality;
+    DeriveDepthLimits(&p);
+    EXPECT_EQ(p.CNP_depth, 3);
+    EXPECT_EQ(p.FP_depth, 2);
+    EXPECT_EQ(p.LMP_depth, 4);
+    p.CNP_margin[2] = 5000;
+    p.FP_margin[3] = 1000;  // not beyond the limit
+    p.LMP_count[1] = 255;
+    DeriveDepthLimits(&p);
+    EXPECT_EQ(p.CNP_depth, 1);
+    EXPECT_EQ(p.FP_depth, 3);
+    EXPECT_EQ(p.LMP_depth, 0);
+    for (int k = 1; k <= 5; k++) p.FP_margin[k] = 10;
+    p.FP_depth = 2;
+    DeriveDepthLimits(&p);
+    EXPECT_EQ(p.FP_depth, 2);
+}
+
+TEST_F(PersonalityTest, DerivedTablesAreRightWherePositionsSeldomReach) {
+    EXPECT_EQ(MtlBishopOp[3], 3 * 335 + 36);
+    EXPECT_EQ(MtlQueenOp[9], 9000);
+    EXPECT_EQ(leftbit[0], 8);
+    EXPECT_EQ(rightbit[0], -1);
+}
+
+TEST_F(PersonalityTest, OwnSquareValuesReplaceComputedOnes) {
+    const i16 computed = RookOpening[9];
+    Personality.PST_op[ROOK][8] = -999;
+    Personality.PST_op[ROOK][9] = -1000;
+    Personality.PST_en[KING][63] = 55;
+    InitEval();
+    EXPECT_EQ(RookOpening[8], -999);
+    EXPECT_EQ(RookOpening[9], computed);
+    EXPECT_EQ(KingEnding[63], 55);
+    Personality.king_safety = 0;
+    InitEval();
+    for (const i16 danger : KingDanger) EXPECT_EQ(danger, 0);
+}
+
+// Whatever the parameter file says, evaluating must stay defined behaviour.
+TEST_F(PersonalityTest, ExtremeWeightsAreHarmless) {
+    for (const i16 weight : {i16{-32768}, i16{32767}}) {
+        i16* first = &Personality.pawn_value_op;
+        std::fill(first, &Personality.PST_op[0][0], weight);
+        InitEval();
+        for (const std::vector<std::string>& row : ReadTable("evaluations.tsv")) {
+            SetGame(row[0]);
+            const int fresh = Evaluate(ThreadData[0], game_position->side, 1, 0);
+            EXPECT_EQ(Evaluate(ThreadData[0], game_position->side, 2, 0), fresh) << row[0];
+        }
     }
 }
 

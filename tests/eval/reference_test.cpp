@@ -1,5 +1,5 @@
 // Every column of the table of evaluated positions: scores, stage, factor, report lines and
-// squares.
+// squares; and the evaluation report as a whole text.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -43,24 +43,16 @@ std::vector<std::string> Evaluated(const std::string& fen) {
         if (!squares.empty()) squares += " ";
         squares += std::string(square_name[sq]) + ":" + std::to_string(r.squares[sq]);
     }
-    return {fen,
-            std::to_string(tb->root_eval),
-            std::to_string(tb->running_score),
-            std::to_string(r.stage),
-            factor,
-            Pair(r.material),
-            Pair(r.positional),
-            Pair(r.pawns),
-            Pair(r.knights),
-            Pair(r.bishops),
-            Pair(r.rooks),
-            Pair(r.queens),
-            Pair(r.kings),
-            Pair(r.passers),
-            Names(r.hanging),
-            Names(r.pinned),
-            Pair(r.free_pawn_rank),
-            squares};
+    std::vector<std::string> line = {fen, std::to_string(tb->root_eval),
+                                     std::to_string(tb->running_score), std::to_string(r.stage),
+                                     factor};
+    for (const auto* pair : {r.material, r.positional, r.pawns, r.knights, r.bishops, r.rooks,
+                             r.queens, r.kings, r.passers})
+        line.push_back(Pair(pair));
+    for (const std::string& text : {Names(r.hanging), Names(r.pinned), Pair(r.free_pawn_rank)})
+        line.push_back(text);
+    line.push_back(squares);
+    return line;
 }
 
 TEST(ReferenceTest, EveryColumnOfEveryPositionAgrees) {
@@ -68,6 +60,22 @@ TEST(ReferenceTest, EveryColumnOfEveryPositionAgrees) {
     PBlock.max_depth = 0;
     for (const std::vector<std::string>& row : ReadTable("evaluations.tsv"))
         EXPECT_EQ(Evaluated(row[0]), row);
+}
+
+// One position with every optional line, and a special ending, whose score stands on the strong
+// king.
+TEST(ReportTest, WholeTexts) {
+    for (const auto& [fen, file] :
+         {std::pair("2r1q2k/1P5p/p1np1P1P/8/1pP2R2/8/PP1Q4/R1KN2r1 b - -", "middlegame.txt"),
+          std::pair("8/8/8/2k5/2B5/8/4N3/4K3 b - -", "bishop_and_knight.txt")}) {
+        ResetEngine();
+        PBlock.max_depth = 9;
+        SetGame(fen);
+        testing::internal::CaptureStdout();
+        ShowEvalInfo();
+        EXPECT_EQ(testing::internal::GetCapturedStdout(), FileContent(DataFile("reports/") + file));
+        EXPECT_EQ(PBlock.max_depth, 9);
+    }
 }
 
 }  // namespace

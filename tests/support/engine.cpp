@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 
 #include "board/bitboards.h"
@@ -50,6 +51,11 @@ std::string MoveText(Move m) {
 }
 
 std::string DataFile(const std::string& name) { return std::string(VESK_TEST_DATA) + "/" + name; }
+
+std::string FileContent(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
 
 std::vector<std::vector<std::string>> ReadTable(const std::string& name) {
     std::ifstream in(DataFile(name));

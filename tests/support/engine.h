@@ -33,6 +33,9 @@ std::string MoveText(Move m);
 // Path of a file of tests/data.
 std::string DataFile(const std::string& name);
 
+// Every byte of a file; empty when there is none.
+std::string FileContent(const std::string& path);
+
 // Lines of a tab-separated data file, without its head line; each split at tabs.
 std::vector<std::vector<std::string>> ReadTable(const std::string& name);
 
