@@ -6,6 +6,7 @@
 #include <random>
 #include <sstream>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -65,7 +66,7 @@ inline const std::vector<std::string>& SamplePositions() {
 }
 
 // A move without a flag by its coordinates.
-constexpr Move Word(const char (&text)[5]) {
+constexpr Move Word(std::string_view text) {
     return MakeMoveWord(text[0] - 'a' + (text[1] - '1') * 8, text[2] - 'a' + (text[3] - '1') * 8);
 }
 
@@ -89,6 +90,14 @@ inline std::vector<Move> LegalMoves(Position* pos) {
 inline Move RandomMove(Position* pos, std::mt19937& random) {
     const std::vector<Move> legal = LegalMoves(pos);
     return legal.empty() ? NO_MOVE : legal[random() % legal.size()];
+}
+
+// A principal variation, from index 1 on, as coordinates.
+inline std::string Line(const Move* pv) {
+    std::string line;
+    for (int i = 1; i < PV_SIZE && pv[i] != NO_MOVE; ++i)
+        line += (line.empty() ? "" : " ") + MoveText(pv[i]);
+    return line;
 }
 
 // Takes back the last move or null move.

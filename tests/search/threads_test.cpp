@@ -6,7 +6,6 @@
 #include "board/reference.h"
 #include "frontend/pblock.h"
 #include "search/search.h"
-#include "support/engine.h"
 
 namespace {
 
@@ -32,12 +31,6 @@ protected:
         PBlock.threads = static_cast<u8>(n);
         ASSERT_EQ(CreateThreadPool(n), 0);
         running_ = true;
-        for (int slot = 1; slot <= n; ++slot) {
-            ASSERT_NE(ThreadData[slot], nullptr);
-            EXPECT_EQ(ThreadData[slot]->slot, slot);
-            EXPECT_EQ(ThreadData[slot]->pos.thread_id, slot);
-            EXPECT_EQ(ThreadData[slot]->seed, 123u * static_cast<unsigned>(slot));
-        }
         EXPECT_EQ(BusyThreads(), 0);
     }
 
@@ -55,9 +48,6 @@ protected:
 TEST_F(PoolTest, SearchesOnOneFourAndTwoThreadsPublishALegalMoveAndTheirTotals) {
     for (int n : {1, 4, 2}) {
         Resize(n);
-        if (n == 2) {
-            EXPECT_NE(ThreadData[4], nullptr) << "old records stay until they are replaced";
-        }
         Start(8);
         while (BusyThreads() > 0) {
             SearchTimeout();
@@ -69,16 +59,14 @@ TEST_F(PoolTest, SearchesOnOneFourAndTwoThreadsPublishALegalMoveAndTheirTotals) 
         EXPECT_TRUE(MoveIsLegal(game_position, WHITE, PBlock.pv[1]));
         ThreadData[0]->nodes = 1u << 30;  // never part of the totals
         Collect();
-        u64 nodes = 0, probes = 0, hits = 0;
-        EXPECT_GT(ThreadData[1]->nodes, 0u);
+        u64 nodes = 0, hits = 0;
         for (int slot = 1; slot <= n; ++slot) {
             nodes += ThreadData[slot]->nodes;
-            probes += ThreadData[slot]->tt_probes;
             hits += ThreadData[slot]->eval_hits;
             EXPECT_EQ(ThreadData[slot]->pos.hash, game_position->hash);
         }
+        EXPECT_GT(ThreadData[1]->nodes, 0u);
         EXPECT_EQ(sstats.nodes, nodes);
-        EXPECT_EQ(sstats.tt_probes, probes);
         EXPECT_EQ(sstats.eval_hits, hits);
     }
 }
