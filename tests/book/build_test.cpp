@@ -6,20 +6,16 @@
 #include <csignal>
 #include <filesystem>
 #include <map>
-#include <sstream>
 
 #include "book/files.h"
 #include "frontend/pblock.h"
-#include "support/engine.h"
 
 namespace {
 
 namespace fs = std::filesystem;
 
-class BookBuildTest : public testing::Test {
+class BookBuildTest : public BookTest {
 protected:
-    void SetUp() override { ResetEngine(); }
-
     // Builds a book from the games and returns what was printed.
     static std::string Build(const std::string& games) {
         WriteFile("book.pgn", games);
@@ -27,18 +23,16 @@ protected:
         MakeBook();
         return testing::internal::GetCapturedStdout();
     }
-    static std::vector<BookRecord> Book() { return DecodeBook(ReadFile("book.opn")); }
+    static std::vector<BookRecord> Book() { return DecodeBook(FileContent("book.opn")); }
 
     // "book.opn" is what it was, one line says why, and nothing is left lying about.
     static void ExpectNothingLost(const std::string& output) {
-        EXPECT_EQ(ReadFile("book.opn"), "old book");
+        EXPECT_EQ(FileContent("book.opn"), "old book");
         EXPECT_NE(output.find("book.opn is unchanged\n"), std::string::npos) << output;
         EXPECT_EQ(output.find("done"), std::string::npos) << output;
         for (const char* name : {"tmp__1.opn", "tmp__2.opn", "tmp__0.opn"})
             EXPECT_FALSE(fs::exists(name));
     }
-
-    ScratchFolder folder_;
 };
 
 std::string Repeat(const std::string& text, int times) {
@@ -47,17 +41,9 @@ std::string Repeat(const std::string& text, int times) {
     return all;
 }
 
-// One game and its records by line: "e2e4" -> the record after these moves.
+// The book's record of the position after the moves.
 const BookRecord* RecordAfter(const std::vector<BookRecord>& book, const std::string& moves) {
-    SetGame(fen_opn);
-    std::istringstream words(moves);
-    for (std::string word; words >> word;) {
-        word.resize(MOVE_TEXT_SIZE);
-        Move m;
-        EXPECT_EQ(IsValidMove(word.data(), &m), 1) << moves;
-        PlayGameMove(game_position, m);
-    }
-    UpdatePosHash(game_position);
+    PlayFromStart(moves);
     for (const BookRecord& r : book)
         if (r.key1 == BookKey1(game_position->side) && r.key2 == hash2) return &r;
     return nullptr;
@@ -65,9 +51,9 @@ const BookRecord* RecordAfter(const std::vector<BookRecord>& book, const std::st
 
 TEST_F(BookBuildTest, ACollectionGivesItsBook) {
     PBlock.hash_mode = 2;
-    const std::string output = Build(ReadFile(DataFile("dortmund.pgn")));
+    const std::string output = Build(FileContent(DataFile("dortmund.pgn")));
     EXPECT_EQ(output, "..\nmerging...\npruning...\ndone\n");
-    EXPECT_EQ(ReadFile("book.opn"), ReadFile(DataFile("dortmund.opn")));
+    EXPECT_EQ(FileContent("book.opn"), FileContent(DataFile("dortmund.opn")));
     EXPECT_STREQ(PBlock.book_file, "");
     EXPECT_EQ(game_position->hist_count, 0);
     EXPECT_EQ(std::distance(fs::directory_iterator("."), fs::directory_iterator()), 2)
@@ -89,50 +75,28 @@ TEST_F(BookBuildTest, ResultsAreCreditedToTheSideThatMoved) {
 }
 
 TEST_F(BookBuildTest, EveryKindOfGameTextIsRead) {
-    const std::string tag = "[Result \"1/2-1/2\"]\n\n";
-    std::string fifty, back_and_forth = "Nf3 Nf6 Ng1 Ng8 ";
-    for (int i = 0; i < 15; i++) fifty += back_and_forth;
-    const struct {
-        const char* what;
-        std::string text;
-        const char* last;  // the line of the game as far as it is read
-    } cases[] = {
-        {"glued numbers", "1.e4 e5 2.Nf3 Nc6 1/2-1/2\n", "e2e4 e7e5 g1f3 b8c6"},
-        {"carriage returns and tabs", "1.\te4\te5\r\n2.\tNf3\r\n", "e2e4 e7e5 g1f3"},
-        {"no line feed at the end", "1. e4 e5 2. Nf3", "e2e4 e7e5 g1f3"},
-        {"annotation glyphs", "1. e4 $1 e5 $14 2. Nf3 $10\n", "e2e4 e7e5 g1f3"},
-        {"nested comments", "1. e4 {a {b d4} d5} e5 2. Nf3\n", "e2e4 e7e5 g1f3"},
-        {"punctuation of comments", "1. e4 {:) d4} e5 {:( c5} 2. Nf3\n", "e2e4 e7e5 g1f3"},
-        {"comments over lines", "1. e4 {x\n[Event d4]\n;d5\n} e5 2. Nf3\n", "e2e4 e7e5 g1f3"},
-        {"nested variations", "1. e4 (1. d4 d5 (1... Nf6 2. c4) 2. c4) e5 2. Nf3\n",
-         "e2e4 e7e5 g1f3"},
-        {"comments to the end of the line", "1. e4 ; best by test\n; c5\ne5 ;good\n2. Nf3\n",
-         "e2e4 e7e5 g1f3"},
-        {"results and stray marks", "1. e4 0-1 1-0 * } ) e5 2. Nf3\n", "e2e4 e7e5 g1f3"},
-        {"castling with zeros", "1. Nf3 Nf6 2. g3 g6 3. Bg2 Bg7 4.0-0 0-0\n",
-         "g1f3 g8f6 g2g3 g7g6 f1g2 f8g7 e1g1 e8g8"},
-        {"an illegal move", "1. e4 e5 2. Nf3 Ke6 3. Nc3 Nc6\n", "e2e4 e7e5 g1f3"},
-        {"a word without end", "1. e4 e5 2. Nf3 " + std::string(5000, 'N') + " Nc6\n",
-         "e2e4 e7e5 g1f3"},
-        {"a line of megabytes", "1. e4 {" + Repeat("word ", 500000) + "} e5 2. Nf3\n",
-         "e2e4 e7e5 g1f3"},
-        {"plies beyond the fiftieth", fifty, nullptr},
-    };
-    for (const auto& c : cases) {
-        Build("\xEF\xBB\xBF" + Repeat(tag + c.text + "\n", 5) + tag + c.text);
+    std::vector<std::vector<std::string>> rows = ReadTable("gametexts.tsv");
+    const std::string line = "e2e4 e7e5 g1f3";
+    rows.push_back(
+        {"a word without end", "1. e4 e5 2. Nf3 " + std::string(5000, 'N') + " Nc6", line});
+    rows.push_back(
+        {"a line of megabytes", "1. e4 {" + Repeat("word ", 500000) + "} e5 2. Nf3", line});
+    for (const auto& row : rows) {
+        const std::string game = "[Result \"1/2-1/2\"]\n\n" + Lines(row[1]);
+        Build("\xEF\xBB\xBF" + Repeat(game + "\n\n", 5) + game);
         const std::vector<BookRecord> book = Book();
         u64 positions = 0;
         for (const BookRecord& r : book) positions += r.draws;
-        if (c.last == nullptr) {
-            EXPECT_EQ(positions, 6u * 50) << c.what;
-            continue;
-        }
-        const std::string last = c.last;
-        EXPECT_EQ(positions, 6 * (1 + std::count(last.begin(), last.end(), ' '))) << c.what;
-        const BookRecord* r = RecordAfter(book, last);
-        ASSERT_NE(r, nullptr) << c.what;
-        EXPECT_EQ(r->draws, 6) << c.what;
+        EXPECT_EQ(positions, 6 * (1 + std::count(row[2].begin(), row[2].end(), ' '))) << row[0];
+        const BookRecord* r = RecordAfter(book, row[2]);
+        ASSERT_NE(r, nullptr) << row[0];
+        EXPECT_EQ(r->draws, 6) << row[0];
     }
+    // Plies beyond the fiftieth are left out.
+    Build(Repeat("[Result \"1/2-1/2\"]\n\n" + Repeat("Nf3 Nf6 Ng1 Ng8 ", 15) + "\n", 6));
+    u64 positions = 0;
+    for (const BookRecord& r : Book()) positions += r.draws;
+    EXPECT_EQ(positions, 6u * 50);
 }
 
 TEST_F(BookBuildTest, RecordsLeftBehindJoinTheNextBuildAndCountersStop) {
@@ -173,12 +137,12 @@ TEST_F(BookBuildTest, WithoutGamesNothingIsTouched) {
     testing::internal::CaptureStdout();
     MakeBook();
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-    EXPECT_EQ(ReadFile("book.opn"), "old book");
-    EXPECT_EQ(ReadFile("tmp.opn"), "left");
+    EXPECT_EQ(FileContent("book.opn"), "old book");
+    EXPECT_EQ(FileContent("tmp.opn"), "left");
 }
 
 TEST_F(BookBuildTest, AFullDiskLosesNothing) {
-    const std::string games = ReadFile(DataFile("dortmund.pgn"));
+    const std::string games = FileContent(DataFile("dortmund.pgn"));
     const std::string left = EncodeBook({{9, 9, 9, 9, 9, 0}});
     WriteFile("book.opn", "old book");
     WriteFile("tmp.opn", left);
@@ -186,7 +150,6 @@ TEST_F(BookBuildTest, AFullDiskLosesNothing) {
     std::signal(SIGXFSZ, SIG_IGN);
     rlimit before;
     getrlimit(RLIMIT_FSIZE, &before);
-    std::vector<std::string> outputs;
     // Room for nothing, for a part of a spill, and for a spill but not for the whole book. The
     // output is read through a pipe, which has no such limit.
     for (const rlim_t room : std::initializer_list<rlim_t>{0, 1000, 60000, 100000}) {
@@ -204,19 +167,17 @@ TEST_F(BookBuildTest, AFullDiskLosesNothing) {
         char text[4096];
         const ssize_t n = read(ends[0], text, sizeof text);
         close(ends[0]);
-        outputs.emplace_back(text, n > 0 ? static_cast<std::size_t>(n) : 0);
-    }
-    for (const std::string& output : outputs) {
+        const std::string output(text, n > 0 ? static_cast<std::size_t>(n) : 0);
         ExpectNothingLost(output);
         EXPECT_NE(output.find("cannot write tmp__0.opn"), std::string::npos) << output;
     }
-    EXPECT_EQ(ReadFile("tmp.opn"), left);
+    EXPECT_EQ(FileContent("tmp.opn"), left);
     Build(games);
-    EXPECT_NE(ReadFile("book.opn"), "old book");
+    EXPECT_NE(FileContent("book.opn"), "old book");
 }
 
 TEST_F(BookBuildTest, FilesInTheWayLoseNothing) {
-    const std::string games = ReadFile(DataFile("dortmund.pgn"));
+    const std::string games = FileContent(DataFile("dortmund.pgn"));
     WriteFile("book.opn", "old book");
     fs::create_symlink("/dev/full", "tmp__0.opn");
     ExpectNothingLost(Build(games));
@@ -225,12 +186,12 @@ TEST_F(BookBuildTest, FilesInTheWayLoseNothing) {
     fs::remove("tmp.opn");
     fs::create_directories("tmp__0.opn/x");
     EXPECT_NE(Build(games).find("cannot write tmp__0.opn"), std::string::npos);
-    EXPECT_EQ(ReadFile("book.opn"), "old book");
+    EXPECT_EQ(FileContent("book.opn"), "old book");
     fs::remove_all("tmp__0.opn");
     for (const std::string& damaged : {std::string(1000, '\0'), std::string(1000, '\xFF')}) {
         WriteFile("tmp.opn", damaged);
         ExpectNothingLost(Build(games));
-        EXPECT_EQ(ReadFile("tmp.opn"), damaged);
+        EXPECT_EQ(FileContent("tmp.opn"), damaged);
     }
     fs::remove("tmp.opn");
     fs::remove("book.opn");

@@ -1,17 +1,19 @@
-// Files of the book tests: whole contents in and out, and records of a book.
+// What the book tests share: files and their records, games played by their texts.
 #pragma once
 
+#include <algorithm>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 #include <string>
 #include <vector>
 
 #include "book/book.h"
+#include "support/engine.h"
 
-inline std::string ReadFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
+// Base of the suites that work on files: a fresh engine in a folder of its own.
+class BookTest : public EngineTest {
+    ScratchFolder folder_;
+};
 
 inline void WriteFile(const std::string& path, const std::string& bytes) {
     std::ofstream(path, std::ios::binary) << bytes;
@@ -33,4 +35,25 @@ inline std::vector<BookRecord> DecodeBook(const std::string& bytes) {
         records.push_back(
             DecodeBookRecord(reinterpret_cast<const unsigned char*>(bytes.data()) + at));
     return records;
+}
+
+// A text of a table: '|' stands for a line feed, '^' for a carriage return, '_' for a tab.
+inline std::string Lines(std::string text) {
+    std::replace(text.begin(), text.end(), '|', '\n');
+    std::replace(text.begin(), text.end(), '^', '\r');
+    std::replace(text.begin(), text.end(), '_', '\t');
+    return text;
+}
+
+// Plays the moves from the start position and takes its book key.
+inline void PlayFromStart(const std::string& moves) {
+    SetGame(fen_opn);
+    std::istringstream words(moves);
+    for (std::string word; words >> word;) {
+        word.resize(MOVE_TEXT_SIZE);
+        Move m = NO_MOVE;
+        EXPECT_EQ(IsValidMove(word.data(), &m), 1) << moves;
+        PlayGameMove(game_position, m);
+    }
+    UpdatePosHash(game_position);
 }

@@ -1,20 +1,16 @@
 // Book look-up: keys, the loaded block, the choice of a move, and files that are no books.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <map>
 #include <random>
-#include <sstream>
 
 #include "book/files.h"
 #include "frontend/pblock.h"
-#include "support/engine.h"
 
 namespace {
 
-class BookLookup : public testing::Test {
+class BookLookup : public BookTest {
 protected:
-    void SetUp() override { ResetEngine(); }
     void TearDown() override { FreeBook(); }
 
     // Makes the records the play book.
@@ -27,36 +23,20 @@ protected:
         WriteFile(PBlock.book_file, bytes);
         ASSERT_EQ(InitBook(), 0);
     }
-
-    ScratchFolder folder_;
 };
 
-Move MoveOf(std::string text) {
-    text.resize(MOVE_TEXT_SIZE);
-    Move m = NO_MOVE;
-    EXPECT_EQ(IsValidMove(text.data(), &m), 1) << text;
-    return m;
-}
-
-// Plays the moves from the start position.
-void Play(const std::string& moves) {
-    SetGame(fen_opn);
-    std::istringstream words(moves);
-    for (std::string word; words >> word;) PlayGameMove(game_position, MoveOf(word));
-}
-
-// Record of the position after the moves.
-BookRecord RecordAfter(const std::string& moves, u16 prev_wins, u16 stm_wins, u16 draws) {
-    Play(moves);
-    UpdatePosHash(game_position);
-    return {BookKey1(game_position->side), hash2, stm_wins, prev_wins, draws, 0};
+// Record of the position after the moves; `counters` = wins of the side that moved, of the side to
+// move, and draws.
+BookRecord RecordAfter(const std::string& moves, const std::string& counters) {
+    PlayFromStart(moves);
+    BookRecord r = {BookKey1(game_position->side), hash2, 0, 0, 0, 0};
+    std::istringstream(counters) >> r.prev_wins >> r.stm_wins >> r.draws;
+    return r;
 }
 
 std::string ChosenMove() {
     GetCandidates(game_position, 0);
-    char text[MOVE_TEXT_SIZE];
-    MoveToStr(PBlock.pv[1], text);
-    return text;
+    return MoveText(PBlock.pv[1]);
 }
 
 const BookRecord* Find(const BookRecord& r) {
@@ -65,20 +45,15 @@ const BookRecord* Find(const BookRecord& r) {
     return FindPosition(r.key1 & 0x8000 ? WHITE : BLACK);
 }
 
-TEST_F(BookLookup, KeysDependOnPlacementSideAndEnPassantSquareOnly) {
-    const auto keys = [](const std::string& fen) {
-        UpdatePosHash(SetGame(fen));
-        return std::pair<u16, u32>(BookKey1(game_position->side), hash2);
-    };
-    EXPECT_EQ(keys(fen_opn), (std::pair<u16, u32>(0xC360, 0xE1204640)));
-    EXPECT_EQ(keys("r3k2r/8/8/8/8/8/8/R3K2R w KQkq -"), keys("r3k2r/8/8/8/8/8/8/R3K2R w - -"));
-    const std::string pawns = "4k3/8/8/3pP3/8/8/8/4K3 w - ";
-    EXPECT_EQ(keys(pawns + "d6").second - keys(pawns + "-").second, static_cast<u32>(43 - 64));
-    EXPECT_EQ(keys("8/8/8/8/8/8/8/8 w - -"), (std::pair<u16, u32>(0x8000, 64)));
+TEST_F(BookLookup, KeysAgreeWithTheTableAndDoNotDependOnCastlingRights) {
     for (const auto& row : ReadTable("keys.tsv")) {
-        EXPECT_EQ(keys(row[0]), (std::pair<u16, u32>(std::stoul(row[8], nullptr, 16),
-                                                     std::stoul(row[9], nullptr, 16))))
-            << row[0];
+        Position* pos = SetGame(row[0]);
+        for (const u8 castle : {pos->castle, u8{0}}) {
+            pos->castle = castle;
+            UpdatePosHash(pos);
+            EXPECT_EQ(BookKey1(pos->side), std::stoul(row[8], nullptr, 16)) << row[0];
+            EXPECT_EQ(hash2, std::stoul(row[9], nullptr, 16)) << row[0];
+        }
     }
 }
 
@@ -99,9 +74,7 @@ TEST_F(BookLookup, EveryRecordIsFoundWhateverWasLookedUpBefore) {
         r.key2 = static_cast<u32>(random() % 5);
         const BookRecord* found = Find(r);
         ASSERT_EQ(found != nullptr, book.count(BookOrder(r)) == 1);
-        if (found != nullptr) {
-            ASSERT_EQ(BookOrder(*found), BookOrder(r));
-        }
+        ASSERT_TRUE(found == nullptr || BookOrder(*found) == BookOrder(r));
     }
 }
 
@@ -118,36 +91,26 @@ TEST_F(BookLookup, ABucketIsReadUpToTheSizeOfTheBlock) {
 }
 
 TEST_F(BookLookup, TheBestRecordIsChosen) {
-    const struct {
-        u16 e4[3], d4[3];  // prev_wins, stm_wins, draws after the two moves
-        const char* expected;
-    } cases[] = {
-        {{10, 5, 5}, {5, 10, 5}, "e2e4"},   {{5, 10, 5}, {10, 5, 5}, "d2d4"},
-        {{1, 0, 100}, {0, 0, 100}, "null"},  // one win is not enough
-        {{10, 22, 0}, {2, 6, 0}, "null"},    // fewer than half as many wins as losses
-        {{2, 4, 0}, {0, 0, 0}, "null"},      // qualifies, but is worth less than nothing
-    };
     PBlock.book_weight = 0;
-    for (const auto& c : cases) {
-        UseBook({RecordAfter("e2e4", c.e4[0], c.e4[1], c.e4[2]),
-                 RecordAfter("d2d4", c.d4[0], c.d4[1], c.d4[2])});
+    for (const auto& row : ReadTable("book_choices.tsv")) {
+        UseBook({RecordAfter("e2e4", row[0]), RecordAfter("d2d4", row[1])});
         SetGame(fen_opn);
-        EXPECT_EQ(ChosenMove(), c.expected) << c.e4[0] << " " << c.d4[0];
+        EXPECT_EQ(ChosenMove(), row[2]) << testing::PrintToString(row);
     }
     // The same record serves Black, whose bias is the other way round.
-    UseBook({RecordAfter("e2e4", 1, 1, 1), RecordAfter("e2e4 e7e5", 2, 4, 0)});
-    Play("e2e4");
+    UseBook({RecordAfter("e2e4", "1 1 1"), RecordAfter("e2e4 e7e5", "2 4 0")});
+    PlayFromStart("e2e4");
     EXPECT_EQ(ChosenMove(), "e7e5");
-    Play("d2d4");
+    PlayFromStart("d2d4");
     EXPECT_EQ(ChosenMove(), "null") << "a game that has left the book stays out of it";
-    UseBook({RecordAfter("e2e4 e7e5", 20, 4, 0)});
-    Play("e2e4");
+    UseBook({RecordAfter("e2e4 e7e5", "20 4 0")});
+    PlayFromStart("e2e4");
     EXPECT_EQ(ChosenMove(), "null") << "the position itself must be in the book";
 }
 
 TEST_F(BookLookup, TheRandomTermIsBoundedByTheWeight) {
     // Worth -0.038 for White without the random term: positive from a term of 4 on.
-    UseBook({RecordAfter("e2e4", 2, 4, 0)});
+    UseBook({RecordAfter("e2e4", "2 4 0")});
     SetGame(fen_opn);
     PBlock.book_weight = 4;
     for (int i = 0; i < 200; i++) ASSERT_EQ(ChosenMove(), "null");
@@ -159,7 +122,7 @@ TEST_F(BookLookup, TheRandomTermIsBoundedByTheWeight) {
 }
 
 TEST_F(BookLookup, TheListingShowsEveryRecordAndTheChoice) {
-    UseBook({RecordAfter("e2e4", 10, 5, 5), RecordAfter("d2d4", 1, 0, 0)});
+    UseBook({RecordAfter("e2e4", "10 5 5"), RecordAfter("d2d4", "1 0 0")});
     SetGame(fen_opn);
     PBlock.book_weight = 0;
     testing::internal::CaptureStdout();
@@ -172,7 +135,7 @@ TEST_F(BookLookup, TheListingShowsEveryRecordAndTheChoice) {
 }
 
 TEST_F(BookLookup, FilesThatAreNoBooksGiveNoMoveOrALegalOne) {
-    const std::string good = ReadFile(DataFile("dortmund.opn"));
+    const std::string good = FileContent(DataFile("dortmund.opn"));
     std::mt19937 random(3);
     std::string noise(100000, ' ');
     for (char& c : noise) c = static_cast<char>(random());
@@ -183,12 +146,11 @@ TEST_F(BookLookup, FilesThatAreNoBooksGiveNoMoveOrALegalOne) {
           std::string(50000, '\0'), std::string(50000, '\xFF')}) {
         UseFile(bytes);
         for (const char* game : {"", "e2e4", "d2d4 d7d5", "e2e4 e7e5 g1f3"}) {
-            Play(game);
+            PlayFromStart(game);
             const Position before = *game_position;
             GetCandidates(game_position, 0);
-            if (PBlock.pv[1] != NO_MOVE) {
-                EXPECT_TRUE(MoveIsLegal(game_position, game_position->side, PBlock.pv[1]));
-            }
+            EXPECT_TRUE(PBlock.pv[1] == NO_MOVE ||
+                        MoveIsLegal(game_position, game_position->side, PBlock.pv[1]));
             EXPECT_EQ(before.hash, game_position->hash);
             EXPECT_EQ(before.ply, game_position->ply);
         }

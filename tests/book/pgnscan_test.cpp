@@ -1,28 +1,26 @@
 // Scanner and move reader: the four modes over real games, scores of comments, oversized input.
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <sstream>
 
 #include "book/files.h"
 #include "frontend/pblock.h"
-#include "support/engine.h"
 
 namespace {
 
-class PgnScan : public testing::Test {
-protected:
-    void SetUp() override { ResetEngine(); }
+using testing::HasSubstr;
 
+class PgnScan : public BookTest {
+protected:
     static std::string Scan(const std::string& games, int mode) {
         WriteFile("games.pgn", games);
         testing::internal::CaptureStdout();
         Scan_PGN_File("games.pgn", mode);
         output = testing::internal::GetCapturedStdout();
-        return ReadFile(mode == 1 ? "tmp.pgn" : "tmp.epd");
+        return FileContent(mode == 1 ? "tmp.pgn" : "tmp.epd");
     }
     static inline std::string output;
-    ScratchFolder folder_;
 };
 
 TEST_F(PgnScan, TheFourModesOverEngineGames) {
@@ -34,51 +32,26 @@ TEST_F(PgnScan, TheFourModesOverEngineGames) {
                  {2, "scan2.epd", "games= 72, positions= 2888\n\n"},
                  {3, "scan3.epd", "games= 72, positions= 4088\n\n"},
                  {4, "scan4.epd", "games= 72, positions= 0\n\n"}};
-    const std::string games = ReadFile(DataFile("engine-games.pgn"));
+    const std::string games = FileContent(DataFile("engine-games.pgn"));
     for (const auto& c : cases) {
-        EXPECT_EQ(Scan(games, c.mode), ReadFile(DataFile(c.golden))) << c.mode;
+        EXPECT_EQ(Scan(games, c.mode), FileContent(DataFile(c.golden))) << c.mode;
         EXPECT_EQ(output, c.summary) << c.mode;
     }
-    EXPECT_EQ(Scan("\xEF\xBB\xBF" + games, 2), ReadFile(DataFile("scan2.epd")));
+    EXPECT_EQ(Scan("\xEF\xBB\xBF" + games, 2), FileContent(DataFile("scan2.epd")));
 }
 
 TEST_F(PgnScan, CommentsGiveTheScoreOfTheirMove) {
-    const struct {
-        const char* comment;
-        int white, black;
-    } cases[] = {
-        {"{+0.50/12 1.2s}", 50, 50},
-        {"{-0.09/9}", -9, -9},
-        {"{1.5/3}", 150, 150},
-        {"{book}", 0, 0},
-        {"{eval 35, depth 12}", 35, -35},
-        {"{eval -35}", -35, 35},
-        {"{eval }", -29999, -29999},
-        {"{eval 99999999999}", 32767, -32768},
-        {"{[%clk 0:01] +0.50/12}", -29999, -29999},
-        {"{mate/3}", -29999, -29999},
-        {"{good}", -29999, -29999},
-        {"{a {b} book}", 0, 0},
-        {"{+0.50\n/12}", 50, 50},
-        {"{+0.50} {/12}", 50, 50},  // kept until the next move
-        {"} {+0.50/12}", 50, 50},
-        {"", -30000, -30000},
-    };
-    for (const auto& c : cases) {
-        const std::string comment = c.comment;
-        std::string text = Scan("1. e4 " + comment + "\n e5 2. Nf3\n", 3);
-        EXPECT_NE(text.find(" bm e4; ce " + std::to_string(c.white) + ";\n"), std::string::npos)
-            << comment << "\n"
-            << text;
-        text = Scan("1. e4 {0.10/1} e5 " + comment + " 2. Nf3{0.1/1}\n", 3);
-        EXPECT_NE(text.find(" bm e5; ce " + std::to_string(c.black) + ";\n"), std::string::npos)
-            << comment << "\n"
-            << text;
+    for (const auto& row : ReadTable("comments.tsv")) {
+        const std::string comment = Lines(row[0]);
+        const std::string white = Scan("1. e4 " + comment + "\n e5 2. Nf3\n", 3);
+        EXPECT_THAT(white, HasSubstr(" bm e4; ce " + row[1] + ";\n")) << comment;
+        const std::string black = Scan("1. e4 {0.10/1} e5 " + comment + " 2. Nf3{0.1/1}\n", 3);
+        EXPECT_THAT(black, HasSubstr(" bm e5; ce " + row[2] + ";\n")) << comment;
     }
 }
 
 TEST_F(PgnScan, RookEndingsAreLabelledWithTheResult) {
-    const std::string game = ReadFile(DataFile("rook-ending.pgn"));
+    const std::string game = FileContent(DataFile("rook-ending.pgn"));
     const std::string line = "8/k7/3R3r/6K1/4P3/8/8/8 b - - bm h6d6; ce 123; tune ";
     const std::size_t at = game.find("0-1");
     ASSERT_NE(at, std::string::npos);
@@ -117,7 +90,7 @@ std::string Read(int (*reader)(char*, Move*), const std::string& word) {
 }
 
 TEST_F(PgnScan, TheQuickMoveReaderAgreesWithTheFullOne) {
-    std::istringstream words(ReadFile(DataFile("dortmund.pgn")));
+    std::istringstream words(FileContent(DataFile("dortmund.pgn")));
     int games = 0, compared = 0;
     testing::internal::CaptureStdout();  // "ambiguous move"
     for (std::string word; games < 40 && words >> word;) {
@@ -133,26 +106,14 @@ TEST_F(PgnScan, TheQuickMoveReaderAgreesWithTheFullOne) {
         const int from = MoveFrom(m);
         const std::string piece = word.substr(0, 1);
         const std::string target = square_name[MoveTo(m)];
-        for (const std::string& variant : {word,
-                                           word + "+",
-                                           piece + target,
-                                           piece + "x" + target,
-                                           piece + word.substr(1, 1) + target,
-                                           piece + square_name[from][0] + target,
-                                           piece + square_name[from][1] + "x" + target,
-                                           piece + square_name[from] + target,
-                                           square_name[from] + target,
-                                           target,
-                                           std::string("N") + target,
-                                           std::string("Q") + target,
-                                           std::string("K") + target,
-                                           std::string("Rx") + target,
-                                           std::string("exd5"),
-                                           std::string("O-O"),
-                                           std::string("0-0-0"),
-                                           std::string("o-o"),
-                                           std::string("e8Q"),
-                                           std::string("ed")}) {
+        std::string variants = "exd5 O-O 0-0-0 o-o e8Q ed " + word + " " + word + "+ " + target;
+        const std::string square = square_name[from];
+        for (const std::string& prefix : std::vector<std::string>{
+                 piece, piece + "x", piece + word[1], piece + square[0], piece + square[1] + "x",
+                 piece + square, square, "N", "Q", "K", "Rx"})
+            variants += " " + prefix + target;
+        std::istringstream spellings(variants);
+        for (std::string variant; spellings >> variant;) {
             EXPECT_EQ(Read(ReadGameMove, variant), Read(IsValidMove, variant)) << variant;
             compared++;
         }
