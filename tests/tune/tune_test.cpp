@@ -6,7 +6,6 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <set>
 #include <sstream>
 
@@ -18,15 +17,10 @@
 
 namespace {
 
-std::string ReadFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
-
-class Tuner : public testing::Test {
+class Tuner : public EngineTest {
 protected:
     void SetUp() override {
-        ResetEngine();
+        EngineTest::SetUp();
         std::filesystem::copy(DataFile("tune.epd"), "tune.epd");
     }
     static std::string Tune(const std::string& name, const std::string& range) {
@@ -45,25 +39,15 @@ TEST(WinProbabilityTest, IsALogisticCurveOfTheScore) {
 }
 
 TEST_F(Tuner, TheSearchTakesItsPath) {
-    std::istringstream golden(ReadFile(DataFile("tune.txt")));
-    std::string line, name, range, path;
-    int weights = 0;
     const PersonalityRecord before = Personality;
-    const auto check = [&] {
-        if (name.empty()) return;
-        weights++;
+    std::istringstream golden(FileContent(DataFile("tune.txt")));
+    int weights = 0;
+    golden.ignore(2);  // each weight's path follows a line "# name range"
+    for (std::string name, range, path; golden >> name >> range; ++weights) {
+        golden.ignore();
+        std::getline(golden, path, '#');
         EXPECT_EQ(Tune(name, range), "tuning " + name + "\n" + path + "done!\n");
-    };
-    while (std::getline(golden, line)) {
-        if (line.compare(0, 2, "# ") != 0) {
-            path += line + "\n";
-            continue;
-        }
-        check();
-        std::istringstream(line.substr(2)) >> name >> range;
-        path.clear();
     }
-    check();
     EXPECT_EQ(weights, 3);
     EXPECT_EQ(std::memcmp(&before, &Personality, sizeof before), 0) << "a weight was not restored";
     EXPECT_EQ(PBlock.max_depth, 0);
@@ -73,7 +57,7 @@ TEST_F(Tuner, TheSearchTakesItsPath) {
 // The first line of the path: the error of the current weights.
 TEST_F(Tuner, TheErrorIsTheOneOfTheEpdAnalysisWhoeverComputesIt) {
     // Enough positions for several threads; some in check, some that are no positions.
-    const std::string positions = ReadFile("tune.epd");
+    const std::string positions = FileContent("tune.epd");
     {
         std::ofstream out("tune.epd");
         for (int i = 0; i < 12; i++)
@@ -121,7 +105,7 @@ TEST_F(Tuner, TheScheduleLogsEveryWeightOnce) {
     testing::internal::CaptureStdout();
     RunTuneSchedule();
     testing::internal::GetCapturedStdout();
-    std::istringstream log(ReadFile("tune.log"));
+    std::istringstream log(FileContent("tune.log"));
     std::vector<std::string> lines;
     for (std::string line; std::getline(log, line);) lines.push_back(line);
     ASSERT_EQ(lines.size(), 35u);
