@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <csignal>
+#include <thread>
 
 #include <unistd.h>
 
@@ -36,20 +37,10 @@ void* AnswerQuestions(void* argument) {
     return nullptr;
 }
 
-struct Counter {
-    SpinLock lock;
-    int value = 0;
-    std::atomic<int> finished{0};
-};
-
-void* CountUp(void* argument) {
-    auto* counter = static_cast<Counter*>(argument);
-    for (int i = 0; i < 20000; i++) {
-        const SpinGuard guard(&counter->lock);
-        counter->value++;
-    }
-    counter->finished++;
-    return nullptr;
+double SecondsAsleep(int milliseconds, Alert* alert) {
+    const double start = MonotonicSeconds();
+    SleepEx(milliseconds, alert);
+    return MonotonicSeconds() - start;
 }
 
 TEST(Alerts, NoRaiseBetweenThreadsIsLost) {
@@ -79,12 +70,8 @@ TEST(Alerts, RaisesBeforeTheWaitEndOneWait) {
     ASSERT_EQ(AlertCreate(&alert), 0);
     for (int i = 0; i < 100000; i++)
         AlertRaise(&alert);  // more than any pipe holds: must not block
-    double start = MonotonicSeconds();
-    SleepEx(60000, &alert);
-    EXPECT_LT(MonotonicSeconds() - start, 50);
-    start = MonotonicSeconds();
-    SleepEx(20, &alert);
-    EXPECT_GE(MonotonicSeconds() - start, 0.019);
+    EXPECT_LT(SecondsAsleep(60000, &alert), 50);
+    EXPECT_GE(SecondsAsleep(20, &alert), 0.019);
     AlertDestroy(&alert);
     AlertDestroy(&alert);
 }
@@ -94,28 +81,31 @@ TEST(Alerts, SignalHandlerWakesTheSleeper) {
     ASSERT_EQ(AlertCreate(&signal_alert), 0);
     const auto before = std::signal(SIGALRM, [](int) {});
     ualarm(20000, 0);
-    double start = MonotonicSeconds();
-    SleepEx(60, &signal_alert);
-    EXPECT_GE(MonotonicSeconds() - start, 0.059);
+    EXPECT_GE(SecondsAsleep(60, &signal_alert), 0.059);
     std::signal(SIGALRM, [](int) { AlertRaise(&signal_alert); });
     ualarm(20000, 0);
-    start = MonotonicSeconds();
-    SleepEx(60000, &signal_alert);
-    EXPECT_LT(MonotonicSeconds() - start, 50);
+    EXPECT_LT(SecondsAsleep(60000, &signal_alert), 50);
     std::signal(SIGALRM, before);
     AlertDestroy(&signal_alert);
 }
 
 TEST(SpinLocks, KeepThreadsApart) {
-    Counter counter;
-    SpinLockAcquire(&counter.lock);  // does not exist yet: passed through
-    SpinLockRelease(&counter.lock);
-    ASSERT_EQ(SpinLockCreate(&counter.lock), 0);
-    ThreadHandle handle;
-    for (int i = 0; i < 2; i++) ASSERT_EQ(StartDetachedThread(&handle, CountUp, &counter), 0);
-    while (counter.finished < 2) SleepEx(1, nullptr);
-    EXPECT_EQ(counter.value, 40000);
-    SpinLockDestroy(&counter.lock);
+    SpinLock lock;
+    SpinLockAcquire(&lock);  // does not exist yet: passed through
+    SpinLockRelease(&lock);
+    ASSERT_EQ(SpinLockCreate(&lock), 0);
+    int value = 0;
+    const auto count_up = [&lock, &value] {
+        for (int i = 0; i < 20000; i++) {
+            const SpinGuard guard(&lock);
+            value++;
+        }
+    };
+    std::thread other(count_up);
+    count_up();
+    other.join();
+    EXPECT_EQ(value, 40000);
+    SpinLockDestroy(&lock);
 }
 
 }  // namespace
