@@ -96,15 +96,17 @@ TEST(SpinLocks, KeepThreadsApart) {
     ASSERT_EQ(SpinLockCreate(&lock), 0);
     int value = 0;
     const auto count_up = [&lock, &value] {
-        for (int i = 0; i < 20000; i++) {
+        for (int i = 0; i < 200000; i++) {
             const SpinGuard guard(&lock);
-            value++;
+            const int before = value;
+            if (i % 10000 == 0) std::this_thread::yield();  // invites the other one in
+            value = before + 1;
         }
     };
     std::thread other(count_up);
     count_up();
     other.join();
-    EXPECT_EQ(value, 40000);
+    EXPECT_EQ(value, 400000);
     SpinLockDestroy(&lock);
 }
 
