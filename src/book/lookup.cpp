@@ -140,8 +140,7 @@ void UpdatePosHash(const Position* pos) {
     for (int colour = WHITE; colour <= BLACK; colour++) {
         for (Bitboard b = pos->bb[colour][0]; b != 0;) {
             const int square = PopLSB(&b);
-            const std::size_t i = static_cast<std::size_t>(
-                (PieceType(pos->board[square]) - 1) * 128 + colour * 64 + square);
+            const int i = (PieceType(pos->board[square]) - 1) * 128 + colour * 64 + square;
             if (colour == pos->side) own ^= hasharea[i];
             all ^= (u32{hasharea[i + 1]} << 16) + hasharea[i + 2];
         }

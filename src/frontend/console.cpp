@@ -540,7 +540,8 @@ void LineCommand(const Command&) {
         char coord[MOVE_TEXT_SIZE], san[MOVE_TEXT_SIZE], file_form[MOVE_TEXT_SIZE],
             rank_form[MOVE_TEXT_SIZE];
         GenMoveStrings(pos, m, coord, san, file_form, rank_form);
-        text = text + san + ' ';
+        text += san;
+        text += ' ';
         MakeMove(pos, m);
         ++made;
     }

@@ -175,12 +175,12 @@ void EpdRun::Analyze(const std::string& line, const EpdRecord& record) {
 
 void EpdRun::ShowSummary() const {
     const EpdTotals& t = totals_;
-    const u64 n = static_cast<u64>(std::max(t.positions, 1));
+    const u64 average_nodes = t.nodes / static_cast<u64>(std::max(t.positions, 1));
     ShowMessageF("%d / %d correct best moves", t.correct, t.positions);
     ShowMessageF("total nodes= %0.0f", static_cast<double>(t.nodes));
     ShowMessageF("total time= %0.2f seconds", t.seconds);
     ShowMessageF("avg depth= %0.1f", Average(t.depth));
-    ShowMessageF("avg nodes= %0.1f", static_cast<double>(t.nodes / n));
+    ShowMessageF("avg nodes= %0.1f", static_cast<double>(average_nodes));
     ShowMessageF("node_rate= %0.0f", static_cast<double>(t.nodes) / (t.seconds + 0.01));
     ShowMessageF("avg bf= %0.2f", Average(t.branching));
     ShowMessageF("avg error= %0.5f\n", AverageError());

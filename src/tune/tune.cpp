@@ -6,6 +6,7 @@
 #include "tune/tune.h"
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cmath>
 #include <cstdlib>
@@ -51,7 +52,7 @@ struct PositionSet {
     std::vector<LabelledPosition> positions;
     // Indices of positions. A pass scores the sides one after the other, since the draw scores,
     // which all threads read, are those of the root's side.
-    std::vector<u32> quiet[2];
+    std::array<std::vector<u32>, 2> quiet;
     std::vector<u32> in_check;
     std::vector<i16> scores;
 };
