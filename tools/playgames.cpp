@@ -201,7 +201,7 @@ void PlayOpening(Game* game, int plies, std::mt19937* random) {
 class Player {
 public:
     Player(const Settings& settings, int number)
-        : session_({"-nolog"}, "", settings.engine[number]), increment_(settings.increment) {
+        : session_({"-nolog"}, settings.engine[number]), increment_(settings.increment) {
         session_.Send("uci");
         const std::string ok = session_.Expect("uciok", START_LIMIT_SECONDS);
         session_.Send("setoption name Hash value " + std::to_string(settings.hash_mb));

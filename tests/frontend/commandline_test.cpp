@@ -1,4 +1,4 @@
-// Command lines: what they store, which mode they choose, what is said about unusable ones.
+// Command lines: what they store and which mode they choose.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -13,7 +13,6 @@ namespace {
 class CommandLine : public testing::Test {
 protected:
     StartOptions options;
-    std::string output;
 
     RunMode Read(std::vector<std::string> words) {
         ResetEngine();
@@ -22,9 +21,7 @@ protected:
         words.insert(words.begin(), "vesk");
         std::vector<char*> argv;
         for (std::string& word : words) argv.push_back(word.data());
-        testing::internal::CaptureStdout();
         ReadCommandLine(static_cast<int>(argv.size()), argv.data(), &options);
-        output = testing::internal::GetCapturedStdout();
         return options.mode;
     }
 };
@@ -66,18 +63,6 @@ TEST_F(CommandLine, ModesHaveAnOrder) {
     EXPECT_STREQ(options.scan_file, "b");
     EXPECT_EQ(Read({"-scan_pgn1", "-c", "-anepd", "e.epd"}), RunMode::EpdAnalysis);
     EXPECT_EQ(PBlock.protocol, PROTOCOL_UCI);
-    EXPECT_EQ(output, "");
-}
-
-TEST_F(CommandLine, UnusableOptionsAreNamed) {
-    EXPECT_EQ(Read({"-hash"}), RunMode::CommandLoop);
-    EXPECT_EQ(output, "option -hash needs a number after it and is ignored\n");
-    EXPECT_EQ(Read({"-scan_pgn", "games.pgn"}), RunMode::Nothing);
-    EXPECT_EQ(output.find("-scan_pgn comes in four modes: "), 0u);
-    const std::string name(200, 'n');
-    EXPECT_EQ(Read({"-scan_pgn2", name}), RunMode::PgnScan);
-    EXPECT_EQ(options.scan_file, name.substr(0, FILE_NAME_SIZE - 1));
-    EXPECT_EQ(output, "file name is cut to 139 characters: " + name + "\n");
 }
 
 }  // namespace

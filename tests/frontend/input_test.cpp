@@ -46,25 +46,6 @@ TEST_F(Input, OneLinePerCallWhateverEndsIt) {
     EXPECT_FALSE(InputPending());
 }
 
-TEST_F(Input, LineOfAnyLengthArrivesWhole) {
-    const std::string text = "position startpos moves" + std::string(1 << 20, '\x80');
-    for (std::size_t i = 0; i < text.size(); i += 4096) Feed(text.substr(i, 4096));
-    EXPECT_EQ(Poll(), "");
-    Feed("\n");
-    EXPECT_EQ(Poll().substr(0, 5 + text.size()), "CMD: " + text);
-}
-
-TEST_F(Input, WaitingReaderTakesLinesInOrder) {
-    Feed("first\r\nsecond is too long\nthird\n");
-    char line[10];
-    ASSERT_TRUE(ReadInputLine(line, sizeof line));
-    EXPECT_STREQ(line, "first");
-    ASSERT_TRUE(ReadInputLine(line, sizeof line));
-    EXPECT_STREQ(line, "second is");
-    EXPECT_EQ(Poll(), "CMD: third\n");
-    EXPECT_FALSE(ReadInputLine(line, sizeof line));
-}
-
 TEST_F(Input, ToolsOwnTheGamePosition) {
     SetToolInput(true);
     Feed("position startpos moves e2e4\nisready\nquit\n");

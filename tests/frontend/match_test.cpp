@@ -1,56 +1,17 @@
-// The self-play match: what it refuses, how it ends, and that its games are games.
+// The self-play match: its games are games. How it starts and ends is compared in sessions.
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cmath>
-#include <cstdio>
-#include <filesystem>
 #include <fstream>
 #include <regex>
 #include <string>
 #include <thread>
 
-#include "frontend/frontend.h"
 #include "frontend/match_games.h"
-#include "frontend/pblock.h"
 #include "support/engine.h"
 #include "support/session.h"
 
 namespace {
-
-const std::string READ = "loading parameters from test1.rc\n\n";
-
-std::string RunMatch() {
-    testing::internal::CaptureStdout();
-    Tune_3();
-    std::fflush(stdout);
-    return testing::internal::GetCapturedStdout();
-}
-
-TEST(Match, RefusesToStartWithoutItsFiles) {
-    const ScratchFolder folder;
-    ResetEngine();
-    std::snprintf(PBlock.match_file, FILE_NAME_SIZE, "match.pgn");
-    EXPECT_EQ(RunMatch(), "Can't open file test1.rc\n\n");
-    EXPECT_FALSE(std::filesystem::exists("match.pgn"));
-    std::ofstream("test1.rc") << "";
-    std::snprintf(PBlock.match_file, FILE_NAME_SIZE, "no/such/folder/match.pgn");
-    EXPECT_EQ(RunMatch(), READ + "can't open no/such/folder/match.pgn\n");
-}
-
-TEST(Match, QuitLeavesTheUnfinishedGameUnwritten) {
-    const ScratchFolder folder;
-    ResetEngine();
-    std::ofstream("test1.rc") << "";
-    std::snprintf(PBlock.match_file, FILE_NAME_SIZE, "match.pgn");
-    SetToolInput(true);
-    FeedInput("new\nquit\n", 9);
-    EXPECT_EQ(RunMatch(), READ + "Starting match...\n");
-    EXPECT_EQ(std::filesystem::file_size("match.pgn"), 0u);
-    EXPECT_TRUE(game_position->hist_count == 15 || game_position->hist_count == 31);
-    SetToolInput(false);
-    ResetEngine();
-}
 
 // The real program, its input closed from the start: games appear in the file one by one, and each
 // can be replayed.
@@ -66,14 +27,13 @@ TEST(Match, PlaysLegalGamesThatCanBeReadAtAnyTime) {
     }
     match.Signal(2);
     EXPECT_EQ(match.Wait(), 0);
-    EXPECT_EQ(match.RestOfOutput(), READ + "Starting match...\n");
+    EXPECT_EQ(match.RestOfOutput(), "loading parameters from test1.rc\n\nStarting match...\n");
     games = ReadMatchGames("match.pgn");
     ASSERT_GE(games.size(), 2u);
     ResetEngine();
     for (const MatchGame& game : games) EXPECT_EQ(FaultOfGame(game), "");
 
-    std::ifstream in("match.pgn");
-    const std::string text(std::istreambuf_iterator<char>(in), {});
+    const std::string text = FileText("match.pgn");
     const std::regex form(
         "(\\[Event selfplay\\]\n\\[Game \\d+\\]\n\\[White \"Player[12]\"\\]\n\\[Black "
         "\"Player[12]\"\\]\n"

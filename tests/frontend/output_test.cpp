@@ -1,16 +1,16 @@
-// What the user sees: the three forms of the search line and when it is held back, the board, the
-// log.
+// Search lines with their times, which sessions do not compare, and when they are held back; the
+// log file.
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "frontend/output.h"
 #include "frontend/pblock.h"
 #include "support/engine.h"
+#include "support/session.h"
 
 namespace {
 
@@ -40,20 +40,15 @@ protected:
     }
 };
 
-TEST_F(Output, SearchLineHasThreeForms) {
-    const std::string rest = " depth 7 time 1500 score cp -34 nodes 12345 nps 8230 pv g1f3 g8f6\n";
-    EXPECT_EQ(SearchLine(0, 7, 2), "info" + rest);
-    PBlock.multipv = 3;
-    EXPECT_EQ(SearchLine(2, 7, 2), "info multipv 3" + rest);
-    uci_extra = 1;
-    EXPECT_EQ(SearchLine(0, 7, 2), "info [01.]" + rest);
-    EXPECT_EQ(SearchLine(-1, 7, 2), "info [01 ]" + rest);
-    PBlock.protocol = PROTOCOL_CONSOLE;
-    EXPECT_EQ(SearchLine(-1, 7, 2), "01] 07    1.5      12K   -34  g1f3 g8f6\n");
+TEST_F(Output, SearchLinesShowTimeNodesAndRate) {
+    EXPECT_EQ(SearchLine(0, 7, 2),
+              "info depth 7 time 1500 score cp -34 nodes 12345 nps 8230 pv g1f3 g8f6\n");
     EXPECT_EQ(OutputOf([] { DisplayIterationStart(12); }),
               "info depth 12 time 1500 nodes 12345 nps 8230 hashfull 0\n");
     EXPECT_EQ(OutputOf([] { DisplayCurrentMove(MakeMoveWord(48, 56, PROMOTE_QUEEN), 3); }),
               "info currmove a7a8 currmovenumber 3\n");
+    PBlock.protocol = PROTOCOL_CONSOLE;
+    EXPECT_EQ(SearchLine(-1, 7, 2), "01] 07    1.5      12K   -34  g1f3 g8f6\n");
 }
 
 TEST_F(Output, ConsoleLineIsReflowed) {
@@ -86,31 +81,14 @@ TEST_F(Output, SearchLineIsHeldBack) {
     }
 }
 
-TEST_F(Output, BoardDiagram) {
-    EXPECT_EQ(OutputOf([] { ShowBoard(SetGame("r3k3/p7/8/8/3Pn3/8/8/R3K2R b KQq d3")); }),
-              "r3k3/p7/8/8/3Pn3/8/8/R3K2R b KQq d3\n"
-              "  r + - + k + - +\n  o - + - + - + -\n  - + - + - + - +\n  + - + - + - + -\n"
-              "  - + - P n + - +\n  + - + - + - + -\n  - + - + - + - +\n  R - + - K - + R\n"
-              "black\n\n");
-}
-
-TEST_F(Output, LogHoldsMessagesOnly) {
+TEST_F(Output, LogIsWrittenAnewAndCompleteWhileItIsOpen) {
     const ScratchFolder folder;
     const std::string long_text(100000, 'x');
     std::ofstream(LOG_FILE_NAME) << "old\n";
     OpenLog();
     PBlock.log = 1;
-    const std::string output = OutputOf([&] {
-        ShowMessageF("%s %d", long_text.c_str(), 7);
-        PrintDirect("direct %d\n", 1);
-        LogMessage("log only");
-        PBlock.log = 0;
-        ShowMessage("not logged");
-    });
-    EXPECT_EQ(output, long_text + " 7\ndirect 1\nnot logged\n");
-    std::stringstream log;
-    log << std::ifstream(LOG_FILE_NAME).rdbuf();  // complete while it is still open
-    EXPECT_EQ(log.str(), long_text + " 7\nlog only\n");
+    EXPECT_EQ(OutputOf([&] { ShowMessageF("%s %d", long_text.c_str(), 7); }), long_text + " 7\n");
+    EXPECT_EQ(FileText(LOG_FILE_NAME), long_text + " 7\n");
     CloseLog();
     std::filesystem::remove(LOG_FILE_NAME);
     std::filesystem::create_directories(LOG_FILE_NAME);

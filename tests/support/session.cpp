@@ -2,130 +2,90 @@
 // failure is just printed.
 #include "support/session.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
-#include <regex>
+#include <fstream>
+#include <iterator>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
-#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-double Now() { return std::chrono::duration<double>(Clock::now().time_since_epoch()).count(); }
+double Now() {
+    using Seconds = std::chrono::duration<double>;
+    return Seconds(std::chrono::steady_clock::now().time_since_epoch()).count();
+}
 
 int MillisecondsUntil(double end) {
     const double left = (end - Now()) * 1e3;
     return left <= 0 ? 0 : static_cast<int>(left) + 1;
 }
 
-// A write to an engine that has ended must be an error code, not a signal.
-void IgnoreBrokenPipes() {
-    static const bool done = std::signal(SIGPIPE, SIG_IGN) != SIG_ERR;
-    (void)done;
-}
-
-void MakePipe(int ends[2]) {
-    if (pipe2(ends, O_CLOEXEC) != 0) std::abort();
-}
-
-int UnnamedFile() {
-    std::FILE* file = std::tmpfile();
-    if (file == nullptr) std::abort();
-    const int fd = fcntl(fileno(file), F_DUPFD_CLOEXEC, 0);
-    std::fclose(file);
-    return fd;
-}
-
-int Spawn(const std::vector<std::string>& words, const std::string& folder, int in, int out,
-          int err) {
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, in, STDIN_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, out, STDOUT_FILENO);
-    posix_spawn_file_actions_adddup2(&actions, err, STDERR_FILENO);
-    if (!folder.empty()) posix_spawn_file_actions_addchdir_np(&actions, folder.c_str());
-    // The engine starts with the usual reaction to a broken pipe, as it would under a GUI.
-    posix_spawnattr_t attributes;
-    posix_spawnattr_init(&attributes);
-    sigset_t usual;
-    sigemptyset(&usual);
-    sigaddset(&usual, SIGPIPE);
-    posix_spawnattr_setsigdefault(&attributes, &usual);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF);
+// Starts a program with the given handles as its standard streams; returns its process number.
+int Start(const std::vector<std::string>& words, int in, int out, int err) {
     std::vector<char*> argv;
     for (const std::string& word : words) argv.push_back(const_cast<char*>(word.c_str()));
     argv.push_back(nullptr);
-    pid_t pid = -1;
-    const int error = posix_spawn(&pid, argv[0], &actions, &attributes, argv.data(), environ);
-    posix_spawnattr_destroy(&attributes);
-    posix_spawn_file_actions_destroy(&actions);
-    if (error != 0) ADD_FAILURE() << "cannot start " << words[0];
-    return error == 0 ? pid : -1;
-}
-
-void CloseHandle(int* fd) {
-    if (*fd >= 0) close(*fd);
-    *fd = -1;
+    const int pid = fork();
+    if (pid != 0) return pid;
+    dup2(in, STDIN_FILENO);
+    dup2(out, STDOUT_FILENO);
+    dup2(err, STDERR_FILENO);
+    std::signal(SIGPIPE, SIG_DFL);  // as under a GUI
+    execv(argv[0], argv.data());
+    _exit(127);
 }
 
 }  // namespace
 
 std::string EnginePath() { return VESK_BINARY; }
 
-Session::Session(const std::vector<std::string>& arguments, const std::string& folder,
-                 const std::string& binary) {
-    IgnoreBrokenPipes();
+Session::Session(const std::vector<std::string>& arguments, const std::string& binary) {
+    // A write to an engine that has ended must be an error code, not a signal.
+    std::signal(SIGPIPE, SIG_IGN);
     int in[2], out[2];
-    MakePipe(in);
-    MakePipe(out);
+    errors_ = std::tmpfile();
+    if (errors_ == nullptr || pipe2(in, O_CLOEXEC) != 0 || pipe2(out, O_CLOEXEC) != 0) std::abort();
     input_ = in[1];
     output_ = out[0];
-    errors_ = UnnamedFile();
     fcntl(input_, F_SETFL, O_NONBLOCK);
     std::vector<std::string> words{binary.empty() ? EnginePath() : binary};
     words.insert(words.end(), arguments.begin(), arguments.end());
-    pid_ = Spawn(words, folder, in[0], out[1], errors_);
+    pid_ = Start(words, in[0], out[1], fileno(errors_));
+    if (pid_ < 0) ADD_FAILURE() << "cannot start " << words[0];
     close(in[0]);
     close(out[1]);
 }
 
 Session::~Session() {
-    if (pid_ > 0) {
-        kill(pid_, SIGKILL);
-        while (waitpid(pid_, nullptr, 0) < 0 && errno == EINTR) {
-        }
-    }
-    CloseHandle(&input_);
-    CloseHandle(&output_);
-    CloseHandle(&errors_);
+    Signal(SIGKILL);
+    if (pid_ > 0) waitpid(pid_, nullptr, 0);
+    CloseInput();
+    close(output_);
+    std::fclose(errors_);
 }
-
-bool Session::Send(const std::string& line) { return SendBytes(line + "\n"); }
 
 // While the engine is slow to read, its output is taken in, so that the two never wait for each
 // other.
 bool Session::SendBytes(const std::string& bytes) {
     const double end = Now() + SESSION_LIMIT_SECONDS;
     std::size_t sent = 0;
-    while (sent < bytes.size()) {
+    while (sent < bytes.size() && Now() < end) {
         const ssize_t n = write(input_, bytes.data() + sent, bytes.size() - sent);
         if (n > 0) {
             sent += static_cast<std::size_t>(n);
             continue;
         }
-        if (n < 0 && errno == EINTR) continue;
-        if (n < 0 && errno != EAGAIN) break;
+        if (n < 0 && errno != EAGAIN && errno != EINTR) break;
         pollfd handles[2] = {{input_, POLLOUT, 0}, {output_ended_ ? -1 : output_, POLLIN, 0}};
-        if (poll(handles, 2, MillisecondsUntil(end)) == 0) break;
+        poll(handles, 2, MillisecondsUntil(end));
         if (handles[1].revents != 0) ReadMore(Now());
     }
     if (sent == bytes.size()) return true;
@@ -133,73 +93,39 @@ bool Session::SendBytes(const std::string& bytes) {
     return false;
 }
 
-void Session::CloseInput() { CloseHandle(&input_); }
+void Session::CloseInput() {
+    if (input_ >= 0) close(input_);
+    input_ = -1;
+}
 
 // Appends what arrives to pending_; false when the output has ended or nothing came in time.
 bool Session::ReadMore(double end) {
-    while (!output_ended_) {
-        pollfd handle{output_, POLLIN, 0};
-        const int ready = poll(&handle, 1, MillisecondsUntil(end));
-        if (ready < 0 && errno == EINTR) continue;
-        if (ready <= 0) return false;
-        char buffer[65536];
-        const ssize_t got = read(output_, buffer, sizeof(buffer));
-        if (got < 0 && errno == EINTR) continue;
-        if (got <= 0) {
-            output_ended_ = true;
-            return false;
-        }
-        pending_.append(buffer, static_cast<std::size_t>(got));
-        return true;
-    }
-    return false;
-}
-
-bool Session::ReadLine(std::string* line, double limit_seconds) {
-    const double end = Now() + limit_seconds;
-    for (;;) {
-        const std::size_t feed = pending_.find('\n');
-        if (feed != std::string::npos) {
-            *line = pending_.substr(0, feed);
-            pending_.erase(0, feed + 1);
-            return true;
-        }
-        if (ReadMore(end)) continue;
-        if (!output_ended_) {
-            ADD_FAILURE() << "no line from the engine within " << limit_seconds << " s";
-            return false;
-        }
-        *line = pending_;
-        pending_.clear();
-        return !line->empty();
-    }
-}
-
-template <typename Wanted>
-std::string Session::ReadUntil(const Wanted& wanted, const std::string& what,
-                               double limit_seconds) {
-    const double end = Now() + limit_seconds;
-    lines_.clear();
-    std::string line;
-    while (ReadLine(&line, end - Now())) {
-        lines_.push_back(line);
-        if (wanted(line)) return line;
-    }
-    std::string seen;
-    for (const std::string& l : lines_) seen += "  " + l + "\n";
-    ADD_FAILURE() << "waited for: " << what << "\nread:\n" << seen << ErrorText();
-    return "";
+    if (output_ended_) return false;
+    pollfd handle{output_, POLLIN, 0};
+    const int ready = poll(&handle, 1, MillisecondsUntil(end));
+    if (ready < 0 && errno == EINTR) return ReadMore(end);
+    if (ready <= 0) return false;
+    char buffer[65536];
+    const ssize_t got = read(output_, buffer, sizeof(buffer));
+    output_ended_ = got <= 0;
+    if (got > 0) pending_.append(buffer, static_cast<std::size_t>(got));
+    return got > 0;
 }
 
 std::string Session::Expect(const std::string& prefix, double limit_seconds) {
-    return ReadUntil([&](const std::string& line) { return line.starts_with(prefix); }, prefix,
-                     limit_seconds);
-}
-
-std::string Session::ExpectMatch(const std::string& regex, double limit_seconds) {
-    const std::regex wanted(regex);
-    return ReadUntil([&](const std::string& line) { return std::regex_match(line, wanted); }, regex,
-                     limit_seconds);
+    const double end = Now() + limit_seconds;
+    lines_.clear();
+    do {
+        for (std::size_t feed; (feed = pending_.find('\n')) != std::string::npos;) {
+            lines_.push_back(pending_.substr(0, feed));
+            pending_.erase(0, feed + 1);
+            if (lines_.back().starts_with(prefix)) return lines_.back();
+        }
+    } while (ReadMore(end));
+    std::string seen;
+    for (const std::string& line : lines_) seen += "  " + line + "\n";
+    ADD_FAILURE() << "waited for: " << prefix << "\nread:\n" << seen << pending_ << ErrorText();
+    return "";
 }
 
 bool Session::IsSilentFor(double seconds) {
@@ -207,72 +133,50 @@ bool Session::IsSilentFor(double seconds) {
 }
 
 int Session::Wait(double limit_seconds) {
-    if (pid_ <= 0) return status_;
     const double end = Now() + limit_seconds;
-    int status = 0;
-    for (;;) {
-        const pid_t ended = waitpid(pid_, &status, WNOHANG);
-        if (ended == pid_) break;
-        if (Now() > end) {
-            ADD_FAILURE() << "the engine did not end within " << limit_seconds << " s\n"
-                          << pending_;
-            kill(pid_, SIGKILL);
-            waitpid(pid_, &status, 0);
-            pid_ = -1;
-            return -1;
-        }
-        // An engine with a full pipe cannot end: go on reading meanwhile.
-        const double soon = Now() + 0.002;
-        if (!ReadMore(soon) && output_ended_) usleep(500);
+    while (ReadMore(end)) {  // an engine with a full pipe cannot end
+    }
+    int status = 0, ended = 0;
+    while ((ended = waitpid(pid_, &status, WNOHANG)) == 0 && Now() < end) usleep(500);
+    if (ended != pid_) {
+        ADD_FAILURE() << "the engine did not end within " << limit_seconds << " s\n" << pending_;
+        return -1;
     }
     pid_ = -1;
-    while (ReadMore(Now() + 0.1)) {
-    }
-    status_ = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-    return status_;
-}
-
-std::string Session::RestOfOutput() {
-    const std::string rest = pending_;
-    pending_.clear();
-    return rest;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
 void Session::Signal(int number) {
     if (pid_ > 0) kill(pid_, number);
 }
 
-std::string Session::ErrorText() {
+std::string Session::ErrorText() const {
     std::string text;
     char buffer[4096];
-    for (off_t at = 0;;) {
-        const ssize_t got = pread(errors_, buffer, sizeof(buffer), at);
-        if (got <= 0) return text;
+    for (ssize_t got; (got = pread(fileno(errors_), buffer, sizeof(buffer),
+                                   static_cast<off_t>(text.size()))) > 0;)
         text.append(buffer, static_cast<std::size_t>(got));
-        at += got;
-    }
+    return text;
 }
 
-RunResult RunVesk(const std::vector<std::string>& arguments, const std::string& input,
-                  const std::string& folder, double limit_seconds) {
-    Session session(arguments, folder);
+RunResult RunVesk(const std::vector<std::string>& arguments, const std::string& input) {
+    Session session(arguments);
     session.SendBytes(input);
     session.CloseInput();
-    RunResult result;
-    result.status = session.Wait(limit_seconds);
-    result.output = session.RestOfOutput();
-    result.errors = session.ErrorText();
-    return result;
+    const int status = session.Wait();
+    return {session.RestOfOutput(), status};
 }
 
 std::vector<std::string> SplitLines(const std::string& text) {
     std::vector<std::string> lines;
-    std::size_t at = 0;
-    while (at < text.size()) {
-        std::size_t feed = text.find('\n', at);
-        if (feed == std::string::npos) feed = text.size();
+    for (std::size_t at = 0, feed; at < text.size(); at = feed + 1) {
+        feed = std::min(text.find('\n', at), text.size());
         lines.push_back(text.substr(at, feed - at));
-        at = feed + 1;
     }
     return lines;
+}
+
+std::string FileText(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
 }

@@ -3,6 +3,7 @@
 // what the engine has printed so far. Several sessions may run at the same time.
 #pragma once
 
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -12,9 +13,8 @@ inline constexpr double SESSION_LIMIT_SECONDS = 60.0;
 
 class Session {
 public:
-    // Starts the engine. `folder`: its working directory, empty = the test's own. `binary`: empty =
-    // the built engine.
-    explicit Session(const std::vector<std::string>& arguments = {}, const std::string& folder = "",
+    // Starts the engine. `binary`: empty = the built engine.
+    explicit Session(const std::vector<std::string>& arguments = {},
                      const std::string& binary = "");
     ~Session();  // kills an engine that still runs
     Session(const Session&) = delete;
@@ -22,46 +22,36 @@ public:
 
     // Writes the text and a line feed / the bytes as they are. False (and a test failure) when the
     // engine does not take them.
-    bool Send(const std::string& line);
+    bool Send(const std::string& line) { return SendBytes(line + "\n"); }
     bool SendBytes(const std::string& bytes);
     void CloseInput();  // the engine sees the end of its input
 
-    // Next output line without its line feed. False at the end of the output, or (with a test
-    // failure) when the time is over.
-    bool ReadLine(std::string* line, double limit_seconds = SESSION_LIMIT_SECONDS);
-
-    // Reads lines until one starts with `prefix` / matches the whole regular expression, and
-    // returns it; the lines read, that one included, are in Lines(). Empty, with a test failure,
-    // when it does not come.
+    // Reads lines until one starts with `prefix`, and returns it; the lines read, that one
+    // included, are in Lines(). Empty, with a test failure, when it does not come.
     std::string Expect(const std::string& prefix, double limit_seconds = SESSION_LIMIT_SECONDS);
-    std::string ExpectMatch(const std::string& regex, double limit_seconds = SESSION_LIMIT_SECONDS);
-    // Lines read by the last Expect or ExpectMatch.
+    // Lines read by the last Expect.
     const std::vector<std::string>& Lines() const { return lines_; }
 
     // True when nothing arrives for the given time; what has been read already but not been
     // returned counts as arrived.
     bool IsSilentFor(double seconds);
 
-    // Exit status after the engine has ended by itself; 128 + signal when one ended it; -1 (with a
-    // test failure, and the engine killed) when the time is over. Output not read yet stays
-    // readable.
+    // Exit status after the engine has ended by itself; 128 + signal when one ended it; -1, with a
+    // test failure, when the time is over. Output not read yet stays readable.
     int Wait(double limit_seconds = SESSION_LIMIT_SECONDS);
     // After Wait: all output that was not returned yet, byte for byte.
-    std::string RestOfOutput();
+    std::string RestOfOutput() const { return pending_; }
     void Signal(int number);
     // Everything the engine has written to standard error so far.
-    std::string ErrorText();
+    std::string ErrorText() const;
 
 private:
     bool ReadMore(double end);
-    template <typename Wanted>
-    std::string ReadUntil(const Wanted& wanted, const std::string& what, double limit_seconds);
 
     int pid_ = -1;
     int input_ = -1;   // we write, the engine reads
     int output_ = -1;  // the engine writes, we read
-    int errors_ = -1;  // an unnamed file that takes standard error
-    int status_ = -1;
+    std::FILE* errors_ = nullptr;
     bool output_ended_ = false;
     std::string pending_;  // output bytes that are not a line yet
     std::vector<std::string> lines_;
@@ -70,16 +60,17 @@ private:
 // What one run of the engine left behind.
 struct RunResult {
     std::string output;
-    std::string errors;
     int status = -1;
 };
 
 // Runs the engine to its end with `input` as its whole standard input.
-RunResult RunVesk(const std::vector<std::string>& arguments, const std::string& input,
-                  const std::string& folder = "", double limit_seconds = 2 * SESSION_LIMIT_SECONDS);
+RunResult RunVesk(const std::vector<std::string>& arguments, const std::string& input);
 
 // The lines of a text, without line feeds.
 std::vector<std::string> SplitLines(const std::string& text);
+
+// The bytes of a file, none when it cannot be read.
+std::string FileText(const std::string& path);
 
 // Path of the built engine.
 std::string EnginePath();
