@@ -58,7 +58,9 @@ TEST_F(Console, NumbersAreTakenWithinTheirLimits) {
         Run(c.line);
         EXPECT_EQ(c.value(), c.got) << c.line;
         PBlock.trace = 0;
+        PBlock.start_request = SEARCH_IDLE;  // or the next one waits
     }
+    Run("go 1");
     EXPECT_EQ(PBlock.start_request, SEARCH_ANALYSE);
     EXPECT_EQ(PBlock.base_time, 99999.0);
     EXPECT_EQ(PBlock.moves_per_control, 1);

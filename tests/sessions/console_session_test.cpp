@@ -29,9 +29,20 @@ TEST_F(ConsoleSession, CommandsAreHeardWhileASearchRuns) {
     vesk_.Expect("rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq e3");
     vesk_.Send("an");
     vesk_.Expect("01] 03");
-    vesk_.Send(".");
-    vesk_.Expect("00] ");
-    vesk_.Expect("Hash fill= ");
+    vesk_.Send("set LMR_depth 5");  // what the search threads read changes only after their end
+    vesk_.Expect("move= ");
+    vesk_.Expect("LMR_depth set to 5");
+    vesk_.Send("an");
+    vesk_.Expect("01] 03");
+    vesk_.Send("hash 2\nan");  // another search waits for the end of this one
+    vesk_.Expect("01] 09");
+    for (const std::string& line : vesk_.Lines()) EXPECT_NE(line.substr(0, 6), "move= ");
+    for (int searches = 0; searches < 2; ++searches) {
+        vesk_.Send(".");
+        vesk_.Expect("00] ");
+        vesk_.Expect("Hash fill= ");
+        if (searches == 0) vesk_.Expect("01] 03");
+    }
     vesk_.Send("go 40");
     vesk_.Expect("01] 03");
     vesk_.Send("new");
@@ -53,6 +64,21 @@ TEST_F(ConsoleSession, SelfPlayEndsWhenTheGameIsLeft) {
     vesk_.Expect("4k3/8/8/8/8/8/8/4K2R w K -");
     vesk_.Send("O-O");
     vesk_.Expect("1. move O-O");
+    vesk_.Send("quit");
+    EXPECT_EQ(vesk_.Wait(), 0);
+}
+
+TEST_F(ConsoleSession, SelfPlayNeitherPlaysACutSearchNorTheMoveOfAnAnalysis) {
+    vesk_.Send("sd 66\nlevel 1 60 0\nself");
+    vesk_.Expect("01] 03");
+    vesk_.Send("ev");
+    vesk_.Expect("move= ");
+    vesk_.Expect("eval= ");
+    vesk_.Expect("Ply= 0,");
+    vesk_.Send("an");
+    vesk_.Send(".");
+    vesk_.Expect("move= ");
+    vesk_.Expect("Ply= 0, Clock= 99999");
     vesk_.Send("quit");
     EXPECT_EQ(vesk_.Wait(), 0);
 }
