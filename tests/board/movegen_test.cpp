@@ -56,7 +56,7 @@ TEST_F(MoveGenTest, EveryListAgreesWithTheTableInOrderAndJudgement) {
 }
 
 TEST_F(MoveGenTest, CastlingAndEnPassantNeedTheirPieces) {
-    for (const auto& row : ReadTable("special_moves.tsv")) {
+    for (const auto& row : ReadTable("unusual_moves.tsv")) {
         Position* pos = SetGame(row[0]);
         int generated = 0, legal = 0;
         for (const MoveEntry& e : AllMoves(pos)) {
