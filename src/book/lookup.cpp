@@ -140,7 +140,8 @@ void UpdatePosHash(const Position* pos) {
     for (int colour = WHITE; colour <= BLACK; colour++) {
         for (Bitboard b = pos->bb[colour][0]; b != 0;) {
             const int square = PopLSB(&b);
-            const int i = (PieceType(pos->board[square]) - 1) * 128 + colour * 64 + square;
+            const int kind = 2 * (PieceType(pos->board[square]) - 1) + colour;
+            const std::size_t i = static_cast<std::size_t>(kind) * 64 + static_cast<u8>(square);
             if (colour == pos->side) own ^= hasharea[i];
             all ^= (u32{hasharea[i + 1]} << 16) + hasharea[i + 2];
         }
