@@ -176,7 +176,7 @@ TEST_F(UciSession, QuitAndInterruptEndASearch) {
     EXPECT_TRUE(log.ends_with('\n')) << log;
 }
 
-#if !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#ifndef VESK_INSTRUMENTED
 // Instrumented programs cannot live in a limited address space.
 TEST_F(UciSession, TableThatDoesNotFitEndsTheProgram) {
     const std::string limited = "ulimit -v 2000000; exec \"$0\" \"$@\"";
