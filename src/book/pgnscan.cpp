@@ -13,6 +13,7 @@
 #include "eval/personality.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
+#include "platform/interrupt.h"
 #include "platform/textlines.h"
 #include "tune/tune.h"
 
@@ -393,5 +394,6 @@ void Scan_PGN_File(const char* path, int mode) {
     const bool bad = std::ferror(out) != 0;
     if (std::fclose(out) != 0 || bad)
         ShowMessageF("cannot write %s: %s", out_name, std::strerror(errno != 0 ? errno : EIO));
+    if (InterruptSeen()) ShowError("interrupted: the rest of %s is not scanned\n", path);
     ShowMessageF("games= %d, positions= %d\n", scan.games, scan.positions);
 }

@@ -67,6 +67,7 @@ void AcceptRequest(const SearchRequest& request) {
         PBlock.max_depth = request.max_depth;
         if (PBlock.hash_mode <= 1) ClearTTable();
     }
+    if (request.selfplay) selfplay = 1;
     PBlock.start_request = request.kind;
 }
 
@@ -212,6 +213,11 @@ void RequestSearch(const SearchRequest& request) {
 }
 
 void DropWaitingRequests() { waiting_requests.clear(); }
+
+void EndSelfPlay() {
+    selfplay = 0;
+    std::erase_if(waiting_requests, [](const SearchRequest& r) { return r.selfplay; });
+}
 
 void CommandLoop() {
     InitEval();

@@ -82,7 +82,7 @@ void AbandonSearch() { PBlock.stop = STOP_ABANDON; }
 
 // A command changes the game: a self-play game does not go on from there.
 void LeaveGame() {
-    selfplay = 0;
+    EndSelfPlay();
     AbandonSearch();
 }
 
@@ -223,7 +223,7 @@ void RedoCommand(const Command&) {
 }
 
 void JumpCommand(const Command& c) {
-    selfplay = 0;
+    EndSelfPlay();
     const int plies = AnyNumber(c.word[1]);
     TakeBackAll();
     while (game_position->hist_count < plies) {
@@ -365,35 +365,36 @@ void QuitCommand(const Command&) {
 
 void GoCommand(const Command& c) {
     if (!PositionIsPlayable()) return;
-    selfplay = 0;
+    EndSelfPlay();
     const int depth = AnyNumber(c.word[1]);
     const bool limited = depth >= 0 && depth < MAX_DEPTH;
-    RequestSearch({SEARCH_ANALYSE, static_cast<i8>(limited ? depth : MAX_DEPTH)});
+    const int max_depth = limited ? depth : MAX_DEPTH;
+    RequestSearch({.kind = SEARCH_ANALYSE, .max_depth = static_cast<i8>(max_depth)});
 }
 
 void AnalyseCommand(const Command&) {
     if (!PositionIsPlayable()) return;
-    selfplay = 0;
+    EndSelfPlay();
     PBlock.noise = 0.0;
     computer = 2;
-    RequestSearch({SEARCH_ANALYSE, MAX_DEPTH});
+    RequestSearch({.kind = SEARCH_ANALYSE, .max_depth = MAX_DEPTH});
 }
 
 void StopCommand(const Command&) { AbandonSearch(); }
 
 void ThinkCommand(const Command&) {
     if (!PositionIsPlayable()) return;
-    selfplay = 0;
+    EndSelfPlay();
     computer = game_position->side;
-    RequestSearch({SEARCH_THINK});
+    RequestSearch({.kind = SEARCH_THINK});
 }
 
 void SelfPlayCommand(const Command&) {
     if (!PositionIsPlayable()) return;
+    if (selfplay) return;
     EndGameRecord();
     PBlock.ponder = 0;
-    selfplay = 1;
-    RequestSearch({SEARCH_THINK});
+    RequestSearch({.kind = SEARCH_THINK, .selfplay = true});
 }
 
 // "40 5:00 2": moves, minutes and seconds or seconds alone, increment.
@@ -679,7 +680,7 @@ void LoadCommand(const Command& c) {
     ShowMessageF("loading %s, tag %s\n", c.word[1], c.word[2]);
     LineReader reader;
     if (OpenLines(&reader, c.word[1])) {
-        selfplay = 0;
+        EndSelfPlay();
         NewGamePosition(fen_opn);
         if (FindGame(&reader, c.word[2])) PlayGame(&reader);
         CloseLines(&reader);
@@ -709,14 +710,14 @@ void SaveCommand(const Command&) {
 }
 
 void MakeBookCommand(const Command&) {
-    selfplay = 0;
+    EndSelfPlay();
     MakeBook();
     EndGameRecord();
 }
 
 void TuneWeightCommand(const Command& c) {
     if (c.word[1][0] == '\0' || c.word[2][0] == '\0') return;
-    selfplay = 0;
+    EndSelfPlay();
     const OwnSearch own;
     TuneCommand(c.word[1], c.word[2]);
     EndGameRecord();

@@ -83,6 +83,11 @@ public:
 
 private:
     int Search();
+    void LookAtInput() const {
+        if (totals_.positions % INPUT_INTERVAL != 0) return;
+        SearchTimeout();
+        UserInput();
+    }
     void KeepUnsolved(const std::string& line);
     void AddError(const EpdRecord& record, int score) {
         totals_.error += std::abs(record.result - WinProbability(score));
@@ -111,10 +116,7 @@ int EpdRun::Search() {
     PrepareToolSearch();
     if (max_depth_ < POOL_DEPTH) {
         const int score = ScoreGamePosition();
-        if (totals_.positions % INPUT_INTERVAL == 0) {
-            SearchTimeout();
-            UserInput();
-        }
+        LookAtInput();
         return score;
     }
     StartSearch();
@@ -151,6 +153,7 @@ void EpdRun::Analyze(const std::string& line, const EpdRecord& record) {
         if (show_) ShowError("%s: %s\n", why, record.position.c_str());
         KeepUnsolved(line);
         AddError(record, 0);
+        LookAtInput();
         return;
     }
     PBlock.expected_move = max_depth_ < 1 ? -1 : ExpectedMove(record.best_move);

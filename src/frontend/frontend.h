@@ -38,11 +38,14 @@ void FinishSearch();
 struct SearchRequest {
     u8 kind;  // SEARCH_THINK or SEARCH_ANALYSE
     i8 max_depth = 0;
+    bool selfplay = false;  // the first search of a self-play game
 };
 // Starts it with the next pass of the loop, or, in the order of the requests, when the searches
 // before it have ended.
 void RequestSearch(const SearchRequest& request);
 void DropWaitingRequests();
+// The self-play game that runs does not go on, one that waits does not begin.
+void EndSelfPlay();
 
 // --- input (input.cpp) ---
 // Takes what has arrived and handles at most one complete line. While a tool mode runs, only

@@ -79,6 +79,17 @@ TEST_F(ConsoleSession, SelfPlayNeitherPlaysACutSearchNorTheMoveOfAnAnalysis) {
     vesk_.Send(".");
     vesk_.Expect("move= ");
     vesk_.Expect("Ply= 0, Clock= 99999");
+    vesk_.Send("self\ngo 2\nself");  // of these only the last game begins
+    vesk_.Send(".");
+    vesk_.Expect("Ply= 0, Clock= 99999");
+    vesk_.Expect("rnbqkbnr");
+    vesk_.Send("force\nev");  // the report of the evaluation comes last
+    vesk_.Expect("eval= ");
+    vesk_.Send("an\nself\nfen 4k3/8/8/8/8/8/4P3/4K3 w - -\nev");
+    vesk_.Expect("eval= ");
+    vesk_.Expect("white");
+    vesk_.Expect("");
+    EXPECT_TRUE(vesk_.IsSilentFor(0.2)) << "nor does a game that was still to begin";
     vesk_.Send("quit");
     EXPECT_EQ(vesk_.Wait(), 0);
 }
