@@ -32,9 +32,9 @@ std::vector<Prepared> prepared;
 void PrepareEngine() {
     InitBitboards();
     InitKPK();
-    PBlock.hash_mb = 16;
-    PBlock.log = 0;
-    PBlock.noise = NOISE_NEVER;
+    PBlock.options.hash_mb = 16;
+    PBlock.options.log = 0;
+    PBlock.options.noise = NOISE_NEVER;
     InitPersonality(nullptr);
     if (InitTTable() != 0 || NewThreadBlock(0) == nullptr) std::abort();
     game_position = &ThreadData[0]->pos;
@@ -59,7 +59,7 @@ void PreparePositions() {
         SetPosition(pos, fen.c_str());
         GenerateAll(pos);
         Prepared p{*pos, {}};
-        for (const MoveEntry* e = pos->sstack[pos->ply].list_start; e->move != END_OF_LIST; e++) {
+        for (const MoveEntry* e = pos->sstack[pos->ply].list_start; e->move != END_OF_LIST; ++e) {
             if (MoveIsLegal(pos, pos->side, e->move) != 0) p.legal.push_back(e->move);
         }
         prepared.push_back(p);
@@ -92,7 +92,7 @@ void BenchEvaluate(benchmark::State& state) {
             Worker()->pos = p.pos;
             const int in_check = InCheck(&p.pos, p.pos.side);
             benchmark::DoNotOptimize(Evaluate(Worker(), p.pos.side, 1, in_check));
-            done++;
+            ++done;
         }
     }
     SetRate(state, done);
@@ -148,7 +148,7 @@ void BenchLegality(benchmark::State& state) {
 
 // Keys and look-up of a position of the book whose block is loaded.
 void BenchBookLookup(benchmark::State& state) {
-    std::snprintf(PBlock.book_file, sizeof PBlock.book_file, "%s", VESK_BOOK);
+    std::snprintf(PBlock.options.book_file, sizeof PBlock.options.book_file, "%s", VESK_BOOK);
     InitBook();
     Position* pos = &Worker()->pos;
     SetPosition(pos, "rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq e3");

@@ -16,7 +16,7 @@
 
 // A property that must hold for every input; stays on in every build type. Names the caller's line.
 inline void Require(bool holds, int line = __builtin_LINE()) {
-    if (holds) return;
+    if (holds) { return; }
     std::fprintf(stderr, "the property in line %d does not hold\n", line);
     std::abort();
 }
@@ -25,10 +25,10 @@ inline void PrepareEngine() {
     static const bool ready = [] {
         InitBitboards();
         InitKPK();
-        PBlock.hash_mb = 1;
-        PBlock.log = 0;
-        PBlock.noise = NOISE_NEVER;
-        PBlock.threads = 1;
+        PBlock.options.hash_mb = 1;
+        PBlock.options.log = 0;
+        PBlock.options.noise = NOISE_NEVER;
+        PBlock.options.threads = 1;
         InitPersonality(nullptr);
         Require(InitTTable() == 0);
         Require(NewThreadBlock(0) != nullptr && NewThreadBlock(1) != nullptr);

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include "board/moves.h"
+#include "frontend/pblock.h"
 #include "fuzz_engine.h"
 
 namespace {
@@ -32,20 +33,21 @@ void SilenceOutput() {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    if (size == 0) return 0;
+    if (size == 0) { return 0; }
     PrepareEngine();
     SilenceOutput();
     const std::string text =
         WithoutLeftOut(std::string(reinterpret_cast<const char*>(data + 1), size - 1)) + "\n";
     ResetInput();
-    PBlock.protocol = static_cast<u16>((data[0] & 1) != 0 ? PROTOCOL_UCI : PROTOCOL_CONSOLE);
-    PBlock.search_state = SEARCH_IDLE;
+    PBlock.options.protocol =
+        static_cast<u16>((data[0] & 1) != 0 ? PROTOCOL_UCI : PROTOCOL_CONSOLE);
+    PBlock.control.search_state = SEARCH_IDLE;
     SetPosition(game_position, fen_opn);
     FeedInput(text.data(), static_cast<int>(text.size()));
     while (InputPending()) {
         UserInput();
-        PBlock.start_request = SEARCH_IDLE;
-        PBlock.search_state = SEARCH_IDLE;
+        PBlock.control.start_request = SEARCH_IDLE;
+        PBlock.control.search_state = SEARCH_IDLE;
     }
     Require(PositionIsSound(game_position) == 1);
     Require(game_position->hist_count >= 0 && game_position->hist_count < MAX_UNDO_RECORDS);

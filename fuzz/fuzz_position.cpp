@@ -4,7 +4,9 @@
 #include <cstring>
 
 #include "board/moves.h"
+#include "frontend/pblock.h"
 #include "fuzz_engine.h"
+#include "search/perft.h"
 
 namespace {
 
@@ -38,18 +40,18 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     SetPosition(pos, epd);
     MakeEPD(pos, again);
     Require(std::strcmp(epd, again) == 0 && SearchKey(pos) == key);
-    if (WhyUnplayable(pos) != nullptr) return 0;
+    if (WhyUnplayable(pos) != nullptr) { return 0; }
     GenerateAll(pos);
     const MoveEntry* list = pos->sstack[pos->ply].list_start;
     int legal = 0;
-    for (const MoveEntry* e = list; e->move != END_OF_LIST; e++) {
+    for (const MoveEntry* e = list; e->move != END_OF_LIST; ++e) {
         Require(e - list < MAX_LIST_SIZE);
-        if (MoveIsLegal(pos, pos->side, e->move) == 0) continue;
-        legal++;
+        if (MoveIsLegal(pos, pos->side, e->move) == 0) { continue; }
+        ++legal;
         TryMove(pos, e->move);
     }
     const int in_check = InCheck(pos, pos->side);
     Require((IsMate(pos, in_check) == 0) == (legal > 0));
-    if (!in_check) Evaluate(ThreadData[0], pos->side, 1, 0);
+    if (!in_check) { Evaluate(ThreadData[0], pos->side, 1, 0); }
     return 0;
 }

@@ -14,7 +14,7 @@ namespace {
 bool RunFile(const std::filesystem::path& path) {
     std::ifstream in(path, std::ios::binary);
     const std::string bytes{std::istreambuf_iterator<char>(in), {}};
-    if (!in) return false;
+    if (!in) { return false; }
     std::fprintf(stderr, "%s (%zu bytes)\n", path.filename().c_str(), bytes.size());
     LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());
     return true;
@@ -24,7 +24,7 @@ bool RunFile(const std::filesystem::path& path) {
 
 int main(int argc, char** argv) {
     int runs = 0;
-    for (int i = 1; i < argc; i++) {
+    for (int i = 1; i < argc; ++i) {
         if (!std::filesystem::is_directory(argv[i])) {
             runs += RunFile(argv[i]) ? 1 : 0;
             continue;

@@ -12,7 +12,7 @@ int main(int argc, char** argv) {
     }
     InitBitboards();
     InitZobrist();
-    if (NewThreadBlock(0) == nullptr) return 1;
+    if (NewThreadBlock(0) == nullptr) { return 1; }
     int faults = 0, wins[2] = {0, 0}, draws = 0, number = 0;
     std::size_t plies = 0;
     const std::vector<MatchGame> games = ReadMatchGames(argv[1]);
@@ -24,10 +24,11 @@ int main(int argc, char** argv) {
             std::printf("game %d: %s\n", number, fault.c_str());
             ++faults;
         }
-        if (game.result == "1/2-1/2")
+        if (game.result == "1/2-1/2") {
             ++draws;
-        else
+        } else {
             ++wins[(game.result == "1-0") == (game.white == "Player1") ? 0 : 1];
+        }
     }
     std::printf("%d games, %zu plies, player 1 won %d, player 2 won %d, drawn %d, %d with faults\n",
                 number, plies, wins[0], wins[1], draws, faults);

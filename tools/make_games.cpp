@@ -13,6 +13,7 @@
 #include "board/plydata.h"
 #include "board/zobrist.h"
 #include "eval/threadblock.h"
+#include "frontend/pblock.h"
 
 namespace {
 
@@ -28,8 +29,9 @@ Move RandomMove(Random& random) {
     GenerateAll(pos);
     Move legal[MAX_LIST_SIZE];
     std::size_t n = 0;
-    for (const MoveEntry* e = pos->sstack[pos->ply].list_start; e->move != END_OF_LIST; e++)
-        if (MoveIsLegal(pos, pos->side, e->move)) legal[n++] = e->move;
+    for (const MoveEntry* e = pos->sstack[pos->ply].list_start; e->move != END_OF_LIST; ++e) {
+        if (MoveIsLegal(pos, pos->side, e->move)) { legal[n++] = e->move; }
+    }
     return n == 0 ? NO_MOVE : legal[random() % n];
 }
 
@@ -57,18 +59,18 @@ void WriteGame(int number, int longest, Random& random) {
         }
         line += (line.empty() ? "" : " ") + word;
     };
-    for (int ply = 0; ply < longest; ply++) {
+    for (int ply = 0; ply < longest; ++ply) {
         Move m = NO_MOVE;
         if (at < opening.size()) {
             char text[MOVE_TEXT_SIZE] = {};
             std::memcpy(text, &opening[at], 4);
             at += 5;
-            if (!IsValidMove(text, &m)) std::abort();
+            if (!IsValidMove(text, &m)) { std::abort(); }
         } else {
             m = RandomMove(random);
         }
-        if (m == NO_MOVE) break;
-        if (ply % 2 == 0) write(std::to_string(ply / 2 + 1) + ".");
+        if (m == NO_MOVE) { break; }
+        if (ply % 2 == 0) { write(std::to_string(ply / 2 + 1) + "."); }
         write(GameText(m));
         PlayGameMove(game_position, m);
     }
@@ -85,10 +87,10 @@ int main(int argc, char** argv) {
     }
     InitBitboards();
     InitZobrist();
-    if (NewThreadBlock(0) == nullptr) return 1;
+    if (NewThreadBlock(0) == nullptr) { return 1; }
     game_position = &ThreadData[0]->pos;
     Random random(argc > 3 ? std::strtoull(argv[3], nullptr, 10) : 1);
     const int games = std::atoi(argv[1]);
-    for (int i = 1; i <= games; i++) WriteGame(i, std::atoi(argv[2]), random);
+    for (int i = 1; i <= games; ++i) { WriteGame(i, std::atoi(argv[2]), random); }
     return std::fflush(stdout) == 0 && std::ferror(stdout) == 0 ? 0 : 1;
 }

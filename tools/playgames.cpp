@@ -17,6 +17,7 @@
 #include "board/bitboards.h"
 #include "board/moves.h"
 #include "board/zobrist.h"
+#include "frontend/pblock.h"
 #include "support/engine.h"
 #include "support/session.h"
 
@@ -71,8 +72,8 @@ std::vector<MoveEntry> LegalMoves() {
     Position* pos = game_position;
     GenerateAll(pos);
     std::vector<MoveEntry> legal;
-    for (const MoveEntry* e = pos->sstack[pos->ply].list_start; e->move != END_OF_LIST; e++) {
-        if (MoveIsLegal(pos, pos->side, e->move) != 0) legal.push_back(*e);
+    for (const MoveEntry* e = pos->sstack[pos->ply].list_start; e->move != END_OF_LIST; ++e) {
+        if (MoveIsLegal(pos, pos->side, e->move) != 0) { legal.push_back(*e); }
     }
     return legal;
 }
@@ -88,38 +89,41 @@ std::string PositionText(const std::vector<MoveEntry>& legal) {
     MakeEPD(game_position, text);
     std::string key = text;
     bool possible = false;
-    for (const MoveEntry& e : legal) possible = possible || IsEnPassant(e);
-    if (!possible) key.erase(key.rfind(' '));
+    for (const MoveEntry& e : legal) { possible = possible || IsEnPassant(e); }
+    if (!possible) { key.erase(key.rfind(' ')); }
     return key;
 }
 
 // Standard algebraic notation without the check sign.
 std::string San(const MoveEntry& e, const std::vector<MoveEntry>& legal) {
     const int from = MoveFrom(e.move), to = MoveTo(e.move), type = PieceType(e.piece);
-    if (type == KING && std::abs(FileOf(from) - FileOf(to)) == 2)
+    if (type == KING && std::abs(FileOf(from) - FileOf(to)) == 2) {
         return FileOf(to) > FileOf(from) ? "O-O" : "O-O-O";
+    }
     std::string text;
     const bool capture = e.captured != 0 || IsEnPassant(e);
     if (type == PAWN) {
-        if (capture) text += square_name[from][0];
+        if (capture) { text += square_name[from][0]; }
     } else {
         bool twin = false, same_file = false, same_rank = false;
         for (const MoveEntry& o : legal) {
-            if (o.piece != e.piece || MoveTo(o.move) != to || MoveFrom(o.move) == from) continue;
+            if (o.piece != e.piece || MoveTo(o.move) != to || MoveFrom(o.move) == from) {
+                continue;
+            }
             twin = true;
             same_file = same_file || FileOf(MoveFrom(o.move)) == FileOf(from);
             same_rank = same_rank || RankOf(MoveFrom(o.move)) == RankOf(from);
         }
         text += wchar[type];
-        if (twin && (!same_file || same_rank)) text += square_name[from][0];
-        if (same_file) text += square_name[from][1];
+        if (twin && (!same_file || same_rank)) { text += square_name[from][0]; }
+        if (same_file) { text += square_name[from][1]; }
     }
-    if (capture) text += 'x';
+    if (capture) { text += 'x'; }
     text += square_name[to];
-    if ((e.move & PROMOTE_QUEEN) != 0) text += "=Q";
-    if ((e.move & PROMOTE_KNIGHT) != 0) text += "=N";
-    if ((e.move & PROMOTE_BISHOP) != 0) text += "=B";
-    if ((e.move & PROMOTE_ROOK) != 0) text += "=R";
+    if ((e.move & PROMOTE_QUEEN) != 0) { text += "=Q"; }
+    if ((e.move & PROMOTE_KNIGHT) != 0) { text += "=N"; }
+    if ((e.move & PROMOTE_BISHOP) != 0) { text += "=B"; }
+    if ((e.move & PROMOTE_ROOK) != 0) { text += "=R"; }
     return text;
 }
 
@@ -128,14 +132,14 @@ std::string San(const MoveEntry& e, const std::vector<MoveEntry>& legal) {
 bool InsufficientMaterial() {
     const Position* pos = game_position;
     Bitboard bishops = 0, knights = 0;
-    for (int c = 0; c < 2; c++) {
-        if ((pos->bb[c][PAWN] | pos->bb[c][ROOK] | pos->bb[c][QUEEN]) != 0) return false;
+    for (int c = 0; c < 2; ++c) {
+        if ((pos->bb[c][PAWN] | pos->bb[c][ROOK] | pos->bb[c][QUEEN]) != 0) { return false; }
         bishops |= pos->bb[c][BISHOP];
         knights |= pos->bb[c][KNIGHT];
     }
-    if (knights != 0) return bishops == 0 && CountBits(knights) == 1;
+    if (knights != 0) { return bishops == 0 && CountBits(knights) == 1; }
     int dark = 0, light = 0;
-    while (bishops != 0) (sq_color[PopLSB(&bishops)] != 0 ? dark : light)++;
+    while (bishops != 0) { (sq_color[PopLSB(&bishops)] != 0 ? dark : light)++; }
     return dark == 0 || light == 0;
 }
 
@@ -151,10 +155,11 @@ void JudgePosition(Game* game) {
     const int side = game_position->side;
     const int times = ++game->seen[PositionText(legal)];
     if (legal.empty()) {
-        if (InCheck(game_position, side) != 0)
+        if (InCheck(game_position, side) != 0) {
             Finish(game, End::Mate, side);
-        else
+        } else {
             Finish(game, End::Stalemate, -1);
+        }
     } else if (InsufficientMaterial()) {
         Finish(game, End::Material, -1);
     } else if (times >= 3) {
@@ -170,17 +175,18 @@ void JudgePosition(Game* game) {
 bool PlayText(Game* game, const std::string& text) {
     const std::vector<MoveEntry> legal = LegalMoves();
     for (const MoveEntry& e : legal) {
-        if (MoveText(e.move) != text) continue;
+        if (MoveText(e.move) != text) { continue; }
         std::string san = San(e, legal);
         const bool quiet = PieceType(e.piece) != PAWN && e.captured == 0;
         PlayGameMove(game_position, e.move);
         game->reversible_plies = quiet ? game->reversible_plies + 1 : 0;
         game->moves.push_back(text);
         JudgePosition(game);
-        if (game->end == End::Mate)
+        if (game->end == End::Mate) {
             san += '#';
-        else if (InCheck(game_position, game_position->side) != 0)
+        } else if (InCheck(game_position, game_position->side) != 0) {
             san += '+';
+        }
         game->san.push_back(san);
         return true;
     }
@@ -190,7 +196,7 @@ bool PlayText(Game* game, const std::string& text) {
 void PlayOpening(Game* game, int plies, std::mt19937* random) {
     SetPosition(game_position, fen_opn);
     JudgePosition(game);
-    for (int i = 0; i < plies && game->end == End::None; i++) {
+    for (int i = 0; i < plies && game->end == End::None; ++i) {
         const std::vector<MoveEntry> legal = LegalMoves();
         PlayText(game, MoveText(legal[(*random)() % legal.size()].move));
     }
@@ -222,7 +228,7 @@ public:
     // time from the clock.
     std::string Think(const std::vector<std::string>& moves, int side, const Player& opponent) {
         const bool hit = !pondered_.empty() && !moves.empty() && moves.back() == pondered_;
-        if (!pondered_.empty() && !hit) StopPondering();
+        if (!pondered_.empty() && !hit) { StopPondering(); }
         pondered_.clear();
         const double start = Now();
         if (hit) {
@@ -236,14 +242,14 @@ public:
         std::string word, move;
         words >> word >> move >> word;
         reply_.clear();
-        if (word == "ponder") words >> reply_;
-        if (move.empty()) alive = false;
+        if (word == "ponder") { words >> reply_; }
+        if (move.empty()) { alive = false; }
         return move;
     }
 
     // Ponders on the expected reply, if there is one.
     void Ponder(std::vector<std::string> moves, int side, const Player& opponent) {
-        if (reply_.empty()) return;
+        if (reply_.empty()) { return; }
         pondered_ = reply_;
         moves.push_back(reply_);
         SendPosition(moves);
@@ -251,10 +257,10 @@ public:
     }
 
     void StopPondering() {
-        if (pondered_.empty()) return;
+        if (pondered_.empty()) { return; }
         pondered_.clear();
         session_.Send("stop");
-        if (session_.Expect("bestmove", START_LIMIT_SECONDS).empty()) alive = false;
+        if (session_.Expect("bestmove", START_LIMIT_SECONDS).empty()) { alive = false; }
     }
 
     // The engine has to leave properly.
@@ -276,8 +282,8 @@ private:
 
     void SendPosition(const std::vector<std::string>& moves) {
         std::string line = "position startpos";
-        if (!moves.empty()) line += " moves";
-        for (const std::string& m : moves) line += " " + m;
+        if (!moves.empty()) { line += " moves"; }
+        for (const std::string& m : moves) { line += " " + m; }
         session_.Send(line);
     }
 
@@ -302,38 +308,40 @@ private:
 void PlayTurn(Game* game, const Settings& settings, Player* mover, const Player& opponent) {
     const int side = game_position->side;
     const std::string move = mover->Think(game->moves, side, opponent);
-    if (!mover->alive) return Finish(game, End::Crash, side, "no bestmove");
+    if (!mover->alive) { return Finish(game, End::Crash, side, "no bestmove"); }
     if (mover->clock < 0) {
         return Finish(game, End::Forfeit, side,
                       "by " + std::to_string(static_cast<int>(-mover->clock * 1e3) + 1) + " ms");
     }
     mover->clock += settings.increment;
-    if (!PlayText(game, move)) return Finish(game, End::Illegal, side, move);
-    if (game->end != End::None || mover->Reply().empty()) return;
+    if (!PlayText(game, move)) { return Finish(game, End::Illegal, side, move); }
+    if (game->end != End::None || mover->Reply().empty()) { return; }
     bool legal = false;
-    for (const MoveEntry& e : LegalMoves()) legal = legal || MoveText(e.move) == mover->Reply();
-    if (!legal) return Finish(game, End::Illegal, side, "ponder " + mover->Reply());
-    if (settings.ponder) mover->Ponder(game->moves, side, opponent);
+    for (const MoveEntry& e : LegalMoves()) { legal = legal || MoveText(e.move) == mover->Reply(); }
+    if (!legal) { return Finish(game, End::Illegal, side, "ponder " + mover->Reply()); }
+    if (settings.ponder) { mover->Ponder(game->moves, side, opponent); }
 }
 
 Game PlayGame(const Settings& settings, Player* white, Player* black, std::mt19937* random) {
     Game game;
     PlayOpening(&game, settings.random_plies, random);
     Player* const players[2] = {white, black};
-    for (Player* p : players) p->NewGame(settings.base);
+    for (Player* p : players) { p->NewGame(settings.base); }
     while (game.end == End::None) {
         const int side = game_position->side;
         PlayTurn(&game, settings, players[side], *players[side ^ 1]);
     }
     for (Player* p : players) {
-        if (p->alive) p->StopPondering();
-        if (!p->alive && game.end != End::Crash) Finish(&game, End::Crash, -1, "while pondering");
+        if (p->alive) { p->StopPondering(); }
+        if (!p->alive && game.end != End::Crash) {
+            Finish(&game, End::Crash, -1, "while pondering");
+        }
     }
     return game;
 }
 
 const char* ResultText(const Game& game) {
-    if (game.end == End::None || (game.end == End::Crash && game.loser < 0)) return "*";
+    if (game.end == End::None || (game.end == End::Crash && game.loser < 0)) { return "*"; }
     return game.loser < 0 ? "1/2-1/2" : game.loser == WHITE ? "0-1" : "1-0";
 }
 
@@ -356,8 +364,8 @@ void WritePgn(std::FILE* out, const Settings& settings, const Game& game, int ro
         }
         line += (line.empty() ? "" : " ") + word;
     };
-    for (std::size_t i = 0; i < game.san.size(); i++) {
-        if (i % 2 == 0) put(std::to_string(i / 2 + 1) + ".");
+    for (std::size_t i = 0; i < game.san.size(); ++i) {
+        if (i % 2 == 0) { put(std::to_string(i / 2 + 1) + "."); }
         put(game.san[i]);
     }
     put(ResultText(game));
@@ -374,38 +382,39 @@ int Usage() {
 }
 
 bool ReadSettings(int argc, char** argv, Settings* s) {
-    for (int i = 1; i < argc; i++) {
+    for (int i = 1; i < argc; ++i) {
         const std::string option = argv[i];
         if (option == "--ponder") {
             s->ponder = true;
             continue;
         }
-        if (i + 1 == argc) return false;
+        if (i + 1 == argc) { return false; }
         const char* value = argv[++i];
-        if (option == "--games")
+        if (option == "--games") {
             s->games = std::atoi(value);
-        else if (option == "--base")
+        } else if (option == "--base") {
             s->base = std::atof(value);
-        else if (option == "--inc")
+        } else if (option == "--inc") {
             s->increment = std::atof(value);
-        else if (option == "--threads1")
+        } else if (option == "--threads1") {
             s->threads[0] = std::atoi(value);
-        else if (option == "--threads2")
+        } else if (option == "--threads2") {
             s->threads[1] = std::atoi(value);
-        else if (option == "--hash")
+        } else if (option == "--hash") {
             s->hash_mb = std::atoi(value);
-        else if (option == "--random-plies")
+        } else if (option == "--random-plies") {
             s->random_plies = std::atoi(value);
-        else if (option == "--seed")
+        } else if (option == "--seed") {
             s->seed = static_cast<unsigned>(std::atoi(value));
-        else if (option == "--engine1")
+        } else if (option == "--engine1") {
             s->engine[0] = value;
-        else if (option == "--engine2")
+        } else if (option == "--engine2") {
             s->engine[1] = value;
-        else if (option == "--pgn")
+        } else if (option == "--pgn") {
             s->pgn = value;
-        else
+        } else {
             return false;
+        }
     }
     return true;
 }
@@ -414,7 +423,7 @@ bool ReadSettings(int argc, char** argv, Settings* s) {
 
 int main(int argc, char** argv) {
     Settings settings;
-    if (!ReadSettings(argc, argv, &settings)) return Usage();
+    if (!ReadSettings(argc, argv, &settings)) { return Usage(); }
     InitEngineForTests();
     std::FILE* pgn = std::fopen(settings.pgn.c_str(), "w");
     if (pgn == nullptr) {
@@ -426,11 +435,12 @@ int main(int argc, char** argv) {
     std::map<std::string, int> ends;
     int points2 = 0;  // half points of engine 1
     int played = 0, bad = 0;
-    for (int n = 0; n < settings.games; n++) {
+    for (int n = 0; n < settings.games; ++n) {
         // Engines are started anew only after a failure.
-        for (int e = 0; e < 2; e++) {
-            if (players[e] == nullptr || !players[e]->alive)
+        for (int e = 0; e < 2; ++e) {
+            if (players[e] == nullptr || !players[e]->alive) {
                 players[e] = std::make_unique<Player>(settings, e);
+            }
         }
         const int white = n % 2;
         const Game game =
@@ -440,24 +450,25 @@ int main(int argc, char** argv) {
                     EndName(game.end), game.detail.c_str(), game.moves.size(),
                     players[white]->clock, players[white ^ 1]->clock);
         std::fflush(stdout);
-        played++;
-        ends[EndName(game.end)]++;
-        if (game.end >= End::Illegal)
-            bad++;
-        else if (game.loser < 0)
-            points2++;
-        else if ((game.loser == WHITE) != (white == 0))
+        ++played;
+        ++ends[EndName(game.end)];
+        if (game.end >= End::Illegal) {
+            ++bad;
+        } else if (game.loser < 0) {
+            ++points2;
+        } else if ((game.loser == WHITE) != (white == 0)) {
             points2 += 2;
+        }
     }
     std::fclose(pgn);
     for (auto& p : players) {
         if (p != nullptr && !p->Quit()) {
             std::printf("an engine did not quit properly\n");
-            bad++;
+            ++bad;
         }
     }
     std::printf("%d games, engine 1 scored %.1f, failures %d;", played, points2 * 0.5, bad);
-    for (const auto& [name, count] : ends) std::printf(" %s %d", name.c_str(), count);
+    for (const auto& [name, count] : ends) { std::printf(" %s %d", name.c_str(), count); }
     std::printf("\n");
     return bad == 0 ? 0 : 1;
 }

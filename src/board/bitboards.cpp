@@ -30,7 +30,7 @@ constexpr u32 BitScanIndex(Bitboard b) {
 
 constexpr std::array<u8, 64> MakeBitScanTable() {
     std::array<u8, 64> table{};
-    for (int i = 0; i < 64; ++i) table[BitScanIndex(Bitboard{1} << i)] = static_cast<u8>(i);
+    for (int i = 0; i < 64; ++i) { table[BitScanIndex(Bitboard{1} << i)] = static_cast<u8>(i); }
     return table;
 }
 
@@ -42,7 +42,9 @@ Bitboard Ray(int square, int file_step, int rank_step) {
     Bitboard ray = 0;
     int file = FileOf(square) + file_step;
     int rank = RankOf(square) + rank_step;
-    for (; OnBoard(file, rank); file += file_step, rank += rank_step) ray |= SquareBit(file, rank);
+    for (; OnBoard(file, rank); file += file_step, rank += rank_step) {
+        ray |= SquareBit(file, rank);
+    }
     return ray;
 }
 
@@ -58,8 +60,8 @@ void FillRankAndFileTables() {
         BB_North[i] = 0;
         BB_South[i] = 0;
         for (int rank = 0; rank < 8; ++rank) {
-            if (rank > i) BB_North[i] |= RankMask(rank);
-            if (rank < i) BB_South[i] |= RankMask(rank);
+            if (rank > i) { BB_North[i] |= RankMask(rank); }
+            if (rank < i) { BB_South[i] |= RankMask(rank); }
         }
         BB_AdjacentFiles[i] = (i > 0 ? FileMask(i - 1) : 0) | (i < 7 ? FileMask(i + 1) : 0);
     }
@@ -83,8 +85,8 @@ void FillSquare(int s) {
     for (int df = -2; df <= 2; ++df) {
         for (int dr = -2; dr <= 2; ++dr) {
             const int larger = std::max(std::abs(df), std::abs(dr));
-            if (larger == 1) BB_KingRays[s] |= SquareBit(file + df, rank + dr);
-            if (std::abs(df * dr) == 2) BB_KnightRays[s] |= SquareBit(file + df, rank + dr);
+            if (larger == 1) { BB_KingRays[s] |= SquareBit(file + df, rank + dr); }
+            if (std::abs(df * dr) == 2) { BB_KnightRays[s] |= SquareBit(file + df, rank + dr); }
         }
     }
     BB_AdjacentSquares[s] = SquareBit(file - 1, rank) | SquareBit(file + 1, rank);
@@ -101,7 +103,7 @@ void FillPair(int a, int b) {
     const int dr = RankOf(b) - RankOf(a);
     square_distance[a][b] = static_cast<u8>(std::max(std::abs(df), std::abs(dr)));
     BB_Between[a][b] = 0;
-    if (a == b || (df != 0 && dr != 0 && std::abs(df) != std::abs(dr))) return;
+    if (a == b || (df != 0 && dr != 0 && std::abs(df) != std::abs(dr))) { return; }
     const int file_step = (df > 0) - (df < 0);
     const int rank_step = (dr > 0) - (dr < 0);
     BB_Between[a][b] = Ray(a, file_step, rank_step) & Ray(b, -file_step, -rank_step);
@@ -119,7 +121,9 @@ Bitboard Relevant(Bitboard ray, int square, int file_step, int rank_step) {
     Bitboard last = 0;
     int file = FileOf(square) + file_step;
     int rank = RankOf(square) + rank_step;
-    for (; OnBoard(file, rank); file += file_step, rank += rank_step) last = SquareBit(file, rank);
+    for (; OnBoard(file, rank); file += file_step, rank += rank_step) {
+        last = SquareBit(file, rank);
+    }
     return ray & ~last;
 }
 
@@ -194,7 +198,7 @@ int GetMSB_2(Bitboard b) {
 
 int CountBits_2(Bitboard b) {
     int count = 0;
-    for (; b != 0; b >>= 8) count += bitcnt[b & 0xFF];
+    for (; b != 0; b >>= 8) { count += bitcnt[b & 0xFF]; }
     return count;
 }
 
@@ -210,17 +214,17 @@ Bitboard GenAttacksB_2(int square, Bitboard occupied) {
 
 int SqAtakd(const Position* pos, int square, int side) {
     const Bitboard* men = pos->bb[side];
-    if (BB_PawnRays[side ^ 1][square] & men[PAWN]) return 1;
-    if (BB_KnightRays[square] & men[KNIGHT]) return 1;
-    if (BB_KingRays[square] & men[KING]) return 1;
+    if (BB_PawnRays[side ^ 1][square] & men[PAWN]) { return 1; }
+    if (BB_KnightRays[square] & men[KNIGHT]) { return 1; }
+    if (BB_KingRays[square] & men[KING]) { return 1; }
     const Bitboard occupied = Occupied(pos);
     Bitboard diagonal = BB_BishopRays[square] & (men[BISHOP] | men[QUEEN]);
     while (diagonal) {
-        if ((BB_Between[PopLSB(&diagonal)][square] & occupied) == 0) return 1;
+        if ((BB_Between[PopLSB(&diagonal)][square] & occupied) == 0) { return 1; }
     }
     Bitboard straight = BB_RookRays[square] & (men[ROOK] | men[QUEEN]);
     while (straight) {
-        if ((BB_Between[PopLSB(&straight)][square] & occupied) == 0) return 1;
+        if ((BB_Between[PopLSB(&straight)][square] & occupied) == 0) { return 1; }
     }
     return 0;
 }
@@ -228,9 +232,9 @@ int SqAtakd(const Position* pos, int square, int side) {
 void InitBitboards() {
     FillByteTables();
     FillRankAndFileTables();
-    for (int square = 0; square < 64; ++square) FillSquare(square);
+    for (int square = 0; square < 64; ++square) { FillSquare(square); }
     for (int a = 0; a < 64; ++a) {
-        for (int b = 0; b < 64; ++b) FillPair(a, b);
+        for (int b = 0; b < 64; ++b) { FillPair(a, b); }
     }
 #if defined(__BMI2__)
     FillSlidingLookups();

@@ -13,7 +13,7 @@ constexpr int SAFE_LOSS_LIMIT = -89;  // a move that loses more than this is not
 int LowestSlider(Bitboard candidates, int to, Bitboard occupied) {
     while (candidates) {
         const int square = PopLSB(&candidates);
-        if ((BB_Between[square][to] & occupied) == 0) return square;
+        if ((BB_Between[square][to] & occupied) == 0) { return square; }
     }
     return NO_SQUARE;
 }
@@ -22,14 +22,15 @@ int LowestSlider(Bitboard candidates, int to, Bitboard occupied) {
 // none.
 int LeastAttacker(const Position* pos, int side, int to, Bitboard occupied) {
     const Bitboard* men = pos->bb[side];
-    if (const Bitboard b = BB_PawnRays[side ^ 1][to] & men[PAWN]) return GetLSB(b);
-    if (const Bitboard b = BB_KnightRays[to] & men[KNIGHT]) return GetLSB(b);
+    if (const Bitboard b = BB_PawnRays[side ^ 1][to] & men[PAWN]) { return GetLSB(b); }
+    if (const Bitboard b = BB_KnightRays[to] & men[KNIGHT]) { return GetLSB(b); }
     int from = LowestSlider(BB_BishopRays[to] & men[BISHOP], to, occupied);
-    if (from == NO_SQUARE) from = LowestSlider(BB_RookRays[to] & men[ROOK], to, occupied);
-    if (from == NO_SQUARE)
+    if (from == NO_SQUARE) { from = LowestSlider(BB_RookRays[to] & men[ROOK], to, occupied); }
+    if (from == NO_SQUARE) {
         from = LowestSlider((BB_BishopRays[to] | BB_RookRays[to]) & men[QUEEN], to, occupied);
-    if (from != NO_SQUARE) return from;
-    if (const Bitboard b = BB_KingRays[to] & men[KING]) return GetLSB(b);
+    }
+    if (from != NO_SQUARE) { return from; }
+    if (const Bitboard b = BB_KingRays[to] & men[KING]) { return GetLSB(b); }
     return NO_SQUARE;
 }
 
@@ -39,10 +40,10 @@ int swapoff1(Position* pos, int side, int from, int to, Bitboard occupied) {
     const bool may_decline = from == NO_SQUARE;
     if (may_decline) {
         from = LeastAttacker(pos, side, to, occupied);
-        if (from == NO_SQUARE) return 0;
+        if (from == NO_SQUARE) { return 0; }
     }
     const u8 victim = pos->board[to];
-    if (PieceType(victim) == KING) return KING_TAKEN;
+    if (PieceType(victim) == KING) { return KING_TAKEN; }
     const u8 attacker = pos->board[from];
     Bitboard* attackers = &pos->bb[side][PieceType(attacker)];
     pos->board[to] = attacker;
@@ -62,8 +63,8 @@ int MoveIsSafe(Position* pos, Move m) {
     const int to = MoveTo(m);
     const u8 mover = pos->board[from];
     const u8 victim = pos->board[to];
-    if (PieceType(victim) == KING) return 1;
-    if (exchange_scale[PieceType(mover)] <= exchange_scale[PieceType(victim)]) return 1;
+    if (PieceType(victim) == KING) { return 1; }
+    if (exchange_scale[PieceType(mover)] <= exchange_scale[PieceType(victim)]) { return 1; }
     Bitboard* movers = &pos->bb[side][PieceType(mover)];
     pos->board[to] = mover;
     pos->board[from] = 0;

@@ -27,18 +27,18 @@ int SafeAfterMove(const Position* pos, int side, int from, int to, int square) {
     }
     const Bitboard* men = pos->bb[enemy];
     const Bitboard still_there = ~victim;
-    if (BB_PawnRays[side][square] & men[PAWN] & still_there) return 0;
-    if (BB_KnightRays[square] & men[KNIGHT] & still_there) return 0;
-    if (BB_KingRays[square] & men[KING] & still_there) return 0;
+    if (BB_PawnRays[side][square] & men[PAWN] & still_there) { return 0; }
+    if (BB_KnightRays[square] & men[KNIGHT] & still_there) { return 0; }
+    if (BB_KingRays[square] & men[KING] & still_there) { return 0; }
     const Bitboard own = pos->bb[side][0] ^ (Bit(from) | Bit(to));
     const Bitboard occupied = own | (men[0] & still_there);
     Bitboard diagonal = BB_BishopRays[square] & (men[BISHOP] | men[QUEEN]) & still_there;
     while (diagonal) {
-        if ((BB_Between[PopLSB(&diagonal)][square] & occupied) == 0) return 0;
+        if ((BB_Between[PopLSB(&diagonal)][square] & occupied) == 0) { return 0; }
     }
     Bitboard straight = BB_RookRays[square] & (men[ROOK] | men[QUEEN]) & still_there;
     while (straight) {
-        if ((BB_Between[PopLSB(&straight)][square] & occupied) == 0) return 0;
+        if ((BB_Between[PopLSB(&straight)][square] & occupied) == 0) { return 0; }
     }
     return 1;
 }
@@ -46,16 +46,16 @@ int SafeAfterMove(const Position* pos, int side, int from, int to, int square) {
 // Does a line piece of `candidates`, all on lines through `king`, see the king over `occupied`?
 bool LineIsOpen(Bitboard candidates, int king, Bitboard occupied) {
     while (candidates) {
-        if ((BB_Between[king][PopLSB(&candidates)] & occupied) == 0) return true;
+        if ((BB_Between[king][PopLSB(&candidates)] & occupied) == 0) { return true; }
     }
     return false;
 }
 
 int ArrivingType(const MoveEntry* e) {
-    if (e->move & PROMOTE_BISHOP) return BISHOP;
-    if (e->move & PROMOTE_KNIGHT) return KNIGHT;
-    if (e->move & PROMOTE_QUEEN) return QUEEN;
-    if (e->move & PROMOTE_ROOK) return ROOK;
+    if (e->move & PROMOTE_BISHOP) { return BISHOP; }
+    if (e->move & PROMOTE_KNIGHT) { return KNIGHT; }
+    if (e->move & PROMOTE_QUEEN) { return QUEEN; }
+    if (e->move & PROMOTE_ROOK) { return ROOK; }
     return PieceType(e->piece);
 }
 
@@ -72,8 +72,8 @@ bool AttacksFromSquare(int type, int side, int to, int king, Bitboard occupied) 
             break;
     }
     Bitboard lines = 0;
-    if (type != ROOK) lines |= BB_BishopRays[to];
-    if (type != BISHOP) lines |= BB_RookRays[to];
+    if (type != ROOK) { lines |= BB_BishopRays[to]; }
+    if (type != BISHOP) { lines |= BB_RookRays[to]; }
     return (lines & target) && (BB_Between[to][king] & occupied) == 0;
 }
 
@@ -97,8 +97,9 @@ bool NewlyAttacks(const Position* pos, int type, int from, int to, Bitboard area
     while (targets) {
         const int target = PopLSB(&targets);
         if ((BB_Between[to][target] & blockers) == 0 &&
-            AttackedWithout(pos, side, type, from, target))
+            AttackedWithout(pos, side, type, from, target)) {
             return true;
+        }
     }
     return false;
 }
@@ -110,7 +111,7 @@ int MoveIsLegalNonZero(const Position* pos, int side, Move m) {
     const int to = MoveTo(m);
     int king = KingSquare(pos, side);
     if (PieceType(pos->board[from]) == KING) {
-        if (IsTwoFileStep(from, to)) return CastlingPathIsSafe(pos, side, from, to);
+        if (IsTwoFileStep(from, to)) { return CastlingPathIsSafe(pos, side, from, to); }
         king = to;
     }
     return SafeAfterMove(pos, side, from, to, king);
@@ -125,29 +126,31 @@ int MoveGivesCheck(const Position* pos, int side, const MoveEntry* e) {
     const int to = MoveTo(e->move);
     const int king = KingSquare(pos, side ^ 1);
     const Bitboard occupied = Occupied(pos);
-    if (AttacksFromSquare(ArrivingType(e), side, to, king, occupied)) return 1;
-    if ((pos->sig[side] & SLIDER_SIGNATURE) == 0) return 0;
+    if (AttacksFromSquare(ArrivingType(e), side, to, king, occupied)) { return 1; }
+    if ((pos->sig[side] & SLIDER_SIGNATURE) == 0) { return 0; }
     const Bitboard* men = pos->bb[side];
     const Bitboard after = (occupied & ~Bit(from)) | Bit(to);
     if (BB_RookRays[king] & Bit(from)) {
         const Bitboard line = BB_RookRays[king] & BB_RookRays[from] & (men[ROOK] | men[QUEEN]);
-        if (LineIsOpen(line, king, after)) return 2;
+        if (LineIsOpen(line, king, after)) { return 2; }
     }
     if (BB_BishopRays[king] & Bit(from)) {
         const Bitboard line =
             BB_BishopRays[king] & BB_BishopRays[from] & (men[BISHOP] | men[QUEEN]);
-        if (LineIsOpen(line, king, after)) return 2;
+        if (LineIsOpen(line, king, after)) { return 2; }
     }
     return 0;
 }
 
 int MoveAttacksKingArea(const Position* pos, int type, int from, int to, Bitboard area) {
     if ((type == ROOK || type == QUEEN) &&
-        NewlyAttacks(pos, type, from, to, area, BB_RookRays, ROOK))
+        NewlyAttacks(pos, type, from, to, area, BB_RookRays, ROOK)) {
         return 1;
+    }
     if ((type == BISHOP || type == QUEEN) &&
-        NewlyAttacks(pos, type, from, to, area, BB_BishopRays, BISHOP))
+        NewlyAttacks(pos, type, from, to, area, BB_BishopRays, BISHOP)) {
         return 1;
+    }
     return 0;
 }
 
@@ -155,15 +158,16 @@ int MoveIsPseudoLegal(const Position* pos, Move m) {
     const int from = MoveFrom(m);
     const int side = pos->side;
     if (m == NO_MOVE || m == END_OF_LIST || pos->board[from] == 0 ||
-        PieceColour(pos->board[from]) != side)
+        PieceColour(pos->board[from]) != side) {
         return 0;
+    }
     MoveEntry list[MAX_LIST_SIZE];
     MoveEntry* end = GeneratePawnCaptures(pos, side, list);
     end = GeneratePieceCaptures(pos, side, end);
     end = GeneratePromotions(pos, side, 1, end);
     end = GenerateNonCaptures(pos, side, end);
     for (const MoveEntry* e = list; e != end; ++e) {
-        if (e->move == m) return 1;
+        if (e->move == m) { return 1; }
     }
     return 0;
 }

@@ -37,7 +37,7 @@ constexpr std::array<u8, 64> MakeCastlingBits() {
 constexpr std::array<u8, 64> csbits = MakeCastlingBits();
 
 void ReplaceInList(u8* entry, int from, int to) {
-    while (*entry != from) ++entry;
+    while (*entry != from) { ++entry; }
     *entry = static_cast<u8>(to);
 }
 
@@ -53,9 +53,9 @@ void ShiftPiece(Position* pos, int side, int code, int from, int to) {
 }
 
 int PromotedType(Move m) {
-    if (m & PROMOTE_KNIGHT) return KNIGHT;
-    if (m & PROMOTE_BISHOP) return BISHOP;
-    if (m & PROMOTE_ROOK) return ROOK;
+    if (m & PROMOTE_KNIGHT) { return KNIGHT; }
+    if (m & PROMOTE_BISHOP) { return BISHOP; }
+    if (m & PROMOTE_ROOK) { return ROOK; }
     return QUEEN;
 }
 
@@ -96,7 +96,7 @@ RookMove CastlingRook(int king_from, int king_to) {
 void MoveCastlingRook(Position* pos, int side, int from, int to) {
     const int rook = PieceCode(side, ROOK);
     const RookMove r = CastlingRook(from, to);
-    if (pos->board[r.from] != rook) return;
+    if (pos->board[r.from] != rook) { return; }
     ShiftPiece(pos, side, rook, r.from, r.to);
     pos->hash ^= rtable[rook][r.from] ^ rtable[rook][r.to];
 }
@@ -130,7 +130,7 @@ const UndoRecord* PopRecord(Position* pos) {
 }  // namespace
 
 void MakeMove(Position* pos, Move m) {
-    if (PBlock.trace != 0) TraceMove(pos, m);
+    if (PBlock.options.trace != 0) { TraceMove(pos, m); }
     const int side = pos->side;
     const int from = MoveFrom(m);
     const int to = MoveTo(m);
@@ -142,7 +142,7 @@ void MakeMove(Position* pos, Move m) {
 
     pos->ep_square = NO_SQUARE;
     pos->last_move = m;
-    if (pos->fifty < FIFTY_LIMIT) ++pos->fifty;
+    if (pos->fifty < FIFTY_LIMIT) { ++pos->fifty; }
     pos->castle = static_cast<u8>(
         pos->castle & ~(csbits[static_cast<unsigned>(from)] | csbits[static_cast<unsigned>(to)]));
     pos->side ^= 1;
@@ -151,7 +151,7 @@ void MakeMove(Position* pos, Move m) {
         const int code = pos->board[to];
         RemovePiece(pos, to);
         pos->hash ^= rtable[code][to];
-        if (captured == PAWN) pos->pawn_hash ^= rtable[code][to];
+        if (captured == PAWN) { pos->pawn_hash ^= rtable[code][to]; }
         pos->fifty = 0;
     }
     const int code = pos->board[from];
@@ -194,7 +194,7 @@ void UnmakeMove(Position* pos) {
 }
 
 void MakeNullMove(Position* pos) {
-    if (PBlock.trace != 0) TraceMove(pos, NO_MOVE);
+    if (PBlock.options.trace != 0) { TraceMove(pos, NO_MOVE); }
     UndoRecord* r = PushRecord(pos);
     r->move = NO_MOVE;
     r->captured = 0;
@@ -222,11 +222,11 @@ void TakeBackGameMove(Position* pos) {
 }
 
 void TraceMove(Position* pos, Move m) {
-    if (pos->ply > PBlock.trace) return;
+    if (pos->ply > PBlock.options.trace) { return; }
     const std::lock_guard<std::mutex> lock(trace_lock);
     if (trace_file == nullptr) {
         trace_file = std::fopen("trace.txt", "w");
-        if (trace_file == nullptr) std::exit(0);
+        if (trace_file == nullptr) { std::exit(0); }
     }
     const int iteration = pos->sstack[0].depth;
     if (iteration > traced_depth) {
@@ -235,7 +235,7 @@ void TraceMove(Position* pos, Move m) {
     }
     if (pos->ply <= traced_ply) {
         std::fputc('\n', trace_file);
-        for (int i = 1; i < pos->ply; ++i) std::fputs("         ", trace_file);
+        for (int i = 1; i < pos->ply; ++i) { std::fputs("         ", trace_file); }
     }
     char text[MOVE_TEXT_SIZE];
     MoveToStr(m, text);
@@ -245,7 +245,7 @@ void TraceMove(Position* pos, Move m) {
 
 void ResetTrace() {
     const std::lock_guard<std::mutex> lock(trace_lock);
-    if (trace_file != nullptr) std::fclose(trace_file);
+    if (trace_file != nullptr) { std::fclose(trace_file); }
     trace_file = nullptr;
     traced_ply = 0;
     traced_depth = NOTHING_TRACED;

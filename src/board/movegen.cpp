@@ -21,9 +21,9 @@ int RelativeRank(int square, int side) { return RankOf(square ^ flip_sq[side]); 
 // The en passant square if an enemy pawn stands behind it: only then is there anything to take.
 Bitboard EnPassantTarget(const Position* pos, int side) {
     const int target = pos->ep_square;
-    if (target == NO_SQUARE || pos->board[target] != 0) return 0;
+    if (target == NO_SQUARE || pos->board[target] != 0) { return 0; }
     const int victim = target - pawn_dir[side];
-    if (victim < 0 || victim > 63) return 0;
+    if (victim < 0 || victim > 63) { return 0; }
     return pos->board[victim] == PieceCode(side ^ 1, PAWN) ? Bit(target) : 0;
 }
 
@@ -39,11 +39,12 @@ MoveEntry* AddPawnSweep(const Position* pos, int side, Bitboard targets, int ste
 
 template <int TYPE>
 Bitboard AttacksFrom(int square, Bitboard occupied) {
-    if constexpr (TYPE == KNIGHT) return BB_KnightRays[square];
-    if constexpr (TYPE == BISHOP) return GenAttacksB(square, occupied);
-    if constexpr (TYPE == ROOK) return GenAttacksR(square, occupied);
-    if constexpr (TYPE == QUEEN)
+    if constexpr (TYPE == KNIGHT) { return BB_KnightRays[square]; }
+    if constexpr (TYPE == BISHOP) { return GenAttacksB(square, occupied); }
+    if constexpr (TYPE == ROOK) { return GenAttacksR(square, occupied); }
+    if constexpr (TYPE == QUEEN) {
         return GenAttacksB(square, occupied) | GenAttacksR(square, occupied);
+    }
     return BB_KingRays[square];
 }
 
@@ -93,7 +94,7 @@ MoveEntry* AddPromotion(const Position* pos, int side, int from, int to, int und
         if (HasRoomFor(pos, side, kind.type)) {
             list = Add(list, from, to, PieceCode(side, PAWN), pos->board[to], kind.flag);
         }
-        if (!underpromote) break;
+        if (!underpromote) { break; }
     }
     return list;
 }
@@ -104,7 +105,7 @@ MoveEntry* AddPawnPushes(const Position* pos, int side, MoveEntry* list) {
         const int from = *pawn;
         const int rank = RelativeRank(from, side);
         // A pawn on the last rank can only be set up; it has no square ahead.
-        if (rank >= 6 || pos->board[from + step] != 0) continue;
+        if (rank >= 6 || pos->board[from + step] != 0) { continue; }
         list = Add(list, from, from + step, PieceCode(side, PAWN), 0);
         if (rank == 1 && pos->board[from + 2 * step] == 0) {
             list = Add(list, from, from + 2 * step, PieceCode(side, PAWN), 0);
@@ -115,7 +116,7 @@ MoveEntry* AddPawnPushes(const Position* pos, int side, MoveEntry* list) {
 
 MoveEntry* AddCastling(const Position* pos, int side, MoveEntry* list) {
     const int king = KingSquare(pos, side);
-    if (king != init_king_sq[side]) return list;
+    if (king != init_king_sq[side]) { return list; }
     const int rook = PieceCode(side, ROOK);
     const u8* board = pos->board;
     if ((pos->castle & (WHITE_KING_SIDE << 2 * side)) && !board[king + 1] && !board[king + 2] &&
@@ -154,7 +155,9 @@ MoveEntry* GeneratePromotions(const Position* pos, int side, int underpromote, M
     while (pawns) {
         const int from = PopLSB(&pawns);
         const int ahead = from + pawn_dir[side];
-        if (pos->board[ahead] == 0) list = AddPromotion(pos, side, from, ahead, underpromote, list);
+        if (pos->board[ahead] == 0) {
+            list = AddPromotion(pos, side, from, ahead, underpromote, list);
+        }
         if (FileOf(from) > 0 && (enemy & Bit(ahead - 1))) {
             list = AddPromotion(pos, side, from, ahead - 1, underpromote, list);
         }

@@ -1,15 +1,12 @@
 // Moves: the 16-bit move word, the move-list entry, and the declarations of generation, make and
-// unmake, legality and exchange tests, move text and perft. Needs the tables of bitboards.h and
+// unmake, legality and exchange tests, and move text. Needs the tables of bitboards.h and
 // zobrist.h. Each thread works on its own Position; IsValidMove belongs to the front-end thread.
 #pragma once
 
 #include "board/position.h"
 
-struct ThreadBlock;
-
-// Move word: bits 0-5 to, 8-13 from, one flag at most for a promotion. 0 = none, 0xFFFF ends a
-// list.
-inline constexpr Move NO_MOVE = 0;
+// Move word: bits 0-5 to, 8-13 from, one flag at most for a promotion. NO_MOVE (0) = none, 0xFFFF
+// ends a list.
 inline constexpr Move END_OF_LIST = 0xFFFF;
 inline constexpr Move PROMOTE_QUEEN = 0x0040;
 inline constexpr Move PROMOTE_KNIGHT = 0x0080;
@@ -93,11 +90,3 @@ void GenMoveStrings(const Position* pos, Move m, char* coord, char* san, char* f
 // 1 and *out when the text names exactly one legal move of the game position, else 0 and *out = 0.
 // Edits the text; requires room for one more character.
 int IsValidMove(char* text, Move* out);
-
-// --- perft and mate test (perft.cpp; part of the search library, since both walk the search's move
-// picker) ---
-int IsMate(Position* pos, int in_check);  // 0 a legal move exists, 1 checkmate, 2 stalemate
-// Adds the number of legal move sequences of length depth (1..20) to tb->nodes. Depth 0 counts one
-// node, the position itself. Returns 1, or 0 when moves were left uncounted: a list did not fit
-// into the thread's move buffer, or the user wants the program to end.
-int Perft(ThreadBlock* tb, int side, int ply, int depth);

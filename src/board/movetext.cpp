@@ -29,7 +29,7 @@ struct MoveForms {
 
 char PromotionLetter(Move m) {
     for (const PromotionText& p : promotion_texts) {
-        if (m & p.flag) return p.letter;
+        if (m & p.flag) { return p.letter; }
     }
     return '\0';
 }
@@ -48,9 +48,9 @@ char RankDigit(int square) { return square_name[square][1]; }
 Bitboard Rivals(const Position* pos, int colour, int type, int from, int to) {
     const Bitboard occupied = Occupied(pos) | Bit(to);
     Bitboard reach = 0;
-    if (type == KNIGHT) reach = BB_KnightRays[to];
-    if (type == BISHOP || type == QUEEN) reach |= GenAttacksB(to, occupied);
-    if (type == ROOK || type == QUEEN) reach |= GenAttacksR(to, occupied);
+    if (type == KNIGHT) { reach = BB_KnightRays[to]; }
+    if (type == BISHOP || type == QUEEN) { reach |= GenAttacksB(to, occupied); }
+    if (type == ROOK || type == QUEEN) { reach |= GenAttacksR(to, occupied); }
     return reach & pos->bb[colour][type] & ~Bit(from);
 }
 
@@ -74,7 +74,7 @@ void WritePieceForms(const Position* pos, Move m, char* san, char* file_form, ch
         std::strcpy(san, rivals & FileMask(FileOf(from)) ? rank_form : file_form);
     }
     for (char* form : {san, file_form, rank_form}) {
-        if (pos->board[to]) AppendChar(form, 'x');
+        if (pos->board[to]) { AppendChar(form, 'x'); }
         Append(form, square_name[to]);
     }
 }
@@ -89,7 +89,7 @@ void WritePawnForms(const Position* pos, Move m, char* coord, char* san, char* f
         AppendChar(file_form, FileLetter(to));
     }
     Append(san, square_name[to]);
-    if (!IsPromotion(m)) return;
+    if (!IsPromotion(m)) { return; }
     coord[4] = '\0';
     for (char* form : {coord, san, file_form}) {
         AppendChar(form, '=');
@@ -98,13 +98,14 @@ void WritePawnForms(const Position* pos, Move m, char* coord, char* san, char* f
 }
 
 void CutAtCheckSign(char* text) {
-    if (char* sign = std::strchr(text, '+')) *sign = '\0';
+    if (char* sign = std::strchr(text, '+')) { *sign = '\0'; }
 }
 
 void MakeForms(const Position* pos, Move m, MoveForms* forms) {
     GenMoveStrings(pos, m, forms->coord, forms->san, forms->file_form, forms->rank_form);
-    for (char* form : {forms->coord, forms->san, forms->file_form, forms->rank_form})
+    for (char* form : {forms->coord, forms->san, forms->file_form, forms->rank_form}) {
         CutAtCheckSign(form);
+    }
 }
 
 bool IsOneOf(const MoveForms& forms, const char* text) {
@@ -116,21 +117,21 @@ bool IsOneOf(const MoveForms& forms, const char* text) {
 bool IsLooseForm(const Position* pos, Move m, const char* text) {
     const int from = MoveFrom(m);
     const int type = PieceType(pos->board[from]);
-    if (type == PAWN || type == KING) return false;
+    if (type == PAWN || type == KING) { return false; }
     char tail[MOVE_TEXT_SIZE] = "";
-    if (pos->board[MoveTo(m)]) AppendChar(tail, 'x');
+    if (pos->board[MoveTo(m)]) { AppendChar(tail, 'x'); }
     Append(tail, square_name[MoveTo(m)]);
-    if (text[0] != wchar[type]) return false;
-    if (!std::strcmp(text + 1, tail)) return true;
+    if (text[0] != wchar[type]) { return false; }
+    if (!std::strcmp(text + 1, tail)) { return true; }
     return !std::strncmp(text + 1, square_name[from], 2) && !std::strcmp(text + 3, tail);
 }
 
 // "e7e8q" -> "e7e8=Q", "e8Q" -> "e8=Q". The text has room for one more character.
 void SpellOutPromotion(char* text) {
     const std::size_t length = std::strlen(text);
-    if (length < 2) return;
+    if (length < 2) { return; }
     const char last = static_cast<char>(std::toupper(static_cast<unsigned char>(text[length - 1])));
-    if (std::strchr("BNQR", last) == nullptr) return;
+    if (std::strchr("BNQR", last) == nullptr) { return; }
     if (text[length - 2] == '=') {
         text[length - 1] = last;
         return;
@@ -142,7 +143,7 @@ void SpellOutPromotion(char* text) {
 
 void LowerCastlingLetters(char* text) {
     for (; *text; ++text) {
-        if (*text == 'O' || *text == '0') *text = 'o';
+        if (*text == 'O' || *text == '0') { *text = 'o'; }
     }
 }
 
@@ -161,7 +162,7 @@ int TargetOfText(const char* text) {
 // Cheap test that spares most moves the writing of their texts: may the text spell this move at
 // all?
 bool MaySpell(const Position* pos, Move m, int target) {
-    if (target != NO_SQUARE) return MoveTo(m) == target;
+    if (target != NO_SQUARE) { return MoveTo(m) == target; }
     // No square named: castling, a short pawn capture or a bare promotion suffix.
     const int type = PieceType(pos->board[MoveFrom(m)]);
     return type == PAWN || type == KING;
@@ -186,8 +187,8 @@ void MoveToStr(Move m, char* out) {
     std::strcpy(out, square_name[MoveFrom(m)]);
     Append(out, square_name[MoveTo(m)]);
     const char letter = PromotionLetter(m);
-    if (letter == '\0') return;
-    if (PBlock.protocol == PROTOCOL_UCI) {
+    if (letter == '\0') { return; }
+    if (PBlock.options.protocol == PROTOCOL_UCI) {
         AppendChar(out, static_cast<char>(std::tolower(letter)));
     } else {
         AppendChar(out, '=');
@@ -198,7 +199,7 @@ void MoveToStr(Move m, char* out) {
 void GenMoveStrings(const Position* pos, Move m, char* coord, char* san, char* file_form,
                     char* rank_form) {
     MoveToStr(m, coord);
-    for (char* form : {san, file_form, rank_form}) form[0] = '\0';
+    for (char* form : {san, file_form, rank_form}) { form[0] = '\0'; }
     const u8 mover = pos->board[MoveFrom(m)];
     if (PieceType(mover) == PAWN) {
         WritePawnForms(pos, m, coord, san, file_form);
@@ -207,7 +208,7 @@ void GenMoveStrings(const Position* pos, Move m, char* coord, char* san, char* f
     }
     const MoveEntry entry = {m, mover, pos->board[MoveTo(m)], 0};
     if (MoveGivesCheck(pos, pos->side, &entry)) {
-        for (char* form : {coord, san, file_form, rank_form}) AppendChar(form, '+');
+        for (char* form : {coord, san, file_form, rank_form}) { AppendChar(form, '+'); }
     }
 }
 
@@ -217,7 +218,7 @@ int IsValidMove(char* text, Move* out) {
     const std::size_t length = std::strlen(text);
     // The longest spelling is "e7e8=Q"; a longer text cannot match and would not fit the copy
     // below.
-    if (length < 2 || length >= MOVE_TEXT_SIZE - 1) return 0;
+    if (length < 2 || length >= MOVE_TEXT_SIZE - 1) { return 0; }
     char before[MOVE_TEXT_SIZE];  // as it stands before a promotion is spelt out: "ab" is a pawn
                                   // capture
     std::strcpy(before, text);
@@ -226,20 +227,20 @@ int IsValidMove(char* text, Move* out) {
     LowerCastlingLetters(before);
 
     Position* pos = game_position;
-    if (WhyUnplayable(pos) != nullptr) return 0;
+    if (WhyUnplayable(pos) != nullptr) { return 0; }
     GenerateAll(pos);
     const int target = TargetOfText(text);
     Matches exact;
     Matches loose;
     bool matched_before = false;
     for (const MoveEntry* e = pos->sstack[pos->ply].list_start; e->move != END_OF_LIST; ++e) {
-        if (!MaySpell(pos, e->move, target)) continue;
+        if (!MaySpell(pos, e->move, target)) { continue; }
         MoveForms forms;
         MakeForms(pos, e->move, &forms);
         const bool as_typed = IsOneOf(forms, before);
         const bool fits = as_typed || IsOneOf(forms, text);
         const bool fits_loosely = !fits && IsLooseForm(pos, e->move, text);
-        if ((!fits && !fits_loosely) || !MoveIsLegal(pos, pos->side, e->move)) continue;
+        if ((!fits && !fits_loosely) || !MoveIsLegal(pos, pos->side, e->move)) { continue; }
         if (fits) {
             exact.Add(e->move);
             matched_before = matched_before || as_typed;
@@ -247,8 +248,8 @@ int IsValidMove(char* text, Move* out) {
             loose.Add(e->move);
         }
     }
-    if (matched_before) std::strcpy(text, before);
-    if (exact.count == 2) ShowMessage("ambiguous move");
+    if (matched_before) { std::strcpy(text, before); }
+    if (exact.count == 2) { ShowMessage("ambiguous move"); }
     if (exact.count == 1) {
         *out = exact.move;
         return 1;

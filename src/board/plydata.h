@@ -7,7 +7,6 @@
 
 inline constexpr int SEARCH_STACK_SIZE = 70;
 inline constexpr int MAX_SEARCH_PLY = 65;  // beyond it a node returns its static evaluation
-inline constexpr int PV_SIZE = 70;         // moves of a principal variation, indexed by ply
 
 // Move flags of the move being searched.
 inline constexpr u8 FLAG_CAPTURE = 1;

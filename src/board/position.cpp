@@ -20,8 +20,6 @@ const char square_name[64][3] = {
     "a7", "b7", "c7", "d7", "e7", "f7", "g7", "h7", "a8", "b8", "c8", "d8", "e8", "f8", "g8", "h8"};
 // clang-format on
 
-Position* game_position = nullptr;
-
 namespace {
 
 constexpr int FIRST_FEN_SQUARE = 56;  // a8
@@ -30,7 +28,7 @@ void ClearBoard(Position* pos) {
     std::memset(pos->board, 0, sizeof pos->board);
     std::memset(pos->bb, 0, sizeof pos->bb);
     for (auto& colour : pos->plist) {
-        for (auto& list : colour) list[0] = NO_SQUARE;
+        for (auto& list : colour) { list[0] = NO_SQUARE; }
     }
     for (int colour = 0; colour < 2; ++colour) {
         pos->sig[colour] = 0;
@@ -41,14 +39,14 @@ void ClearBoard(Position* pos) {
 int PieceOfLetter(char letter, int* colour) {
     for (int type = PAWN; type <= KING; ++type) {
         *colour = letter == wchar[type] ? WHITE : BLACK;
-        if (letter == wchar[type] || letter == bchar[type]) return type;
+        if (letter == wchar[type] || letter == bchar[type]) { return type; }
     }
     return NO_PIECE;
 }
 
 int ListLength(const Position* pos, int colour, int type) {
     int n = 0;
-    while (pos->plist[colour][type][n] != NO_SQUARE) ++n;
+    while (pos->plist[colour][type][n] != NO_SQUARE) { ++n; }
     return n;
 }
 
@@ -56,8 +54,8 @@ int ListLength(const Position* pos, int colour, int type) {
 void AddPieceOfText(Position* pos, char letter, int square) {
     int colour = WHITE;
     const int type = PieceOfLetter(letter, &colour);
-    if (type == NO_PIECE || pos->board[square] != 0) return;
-    if (ListLength(pos, colour, type) >= MAX_PIECES_OF_A_KIND) return;
+    if (type == NO_PIECE || pos->board[square] != 0) { return; }
+    if (ListLength(pos, colour, type) >= MAX_PIECES_OF_A_KIND) { return; }
     AddPiece(pos, colour, type, square);
 }
 
@@ -71,27 +69,27 @@ const char* ReadBoardField(Position* pos, const char* text) {
             cursor = next <= last_of_rank ? next : last_of_rank;
         } else if (*text == '/') {
             // Surplus ranks stay on the first rank, where the cursor stands.
-            if (cursor >= 8) cursor = (cursor & ~7) - 8;
+            if (cursor >= 8) { cursor = (cursor & ~7) - 8; }
         } else {
             AddPieceOfText(pos, *text, cursor);
-            if (cursor != last_of_rank) ++cursor;
+            if (cursor != last_of_rank) { ++cursor; }
         }
     }
     return text;
 }
 
 const char* SkipBlanks(const char* text) {
-    while (*text == ' ') ++text;
+    while (*text == ' ') { ++text; }
     return text;
 }
 
 const char* ReadCastlingField(Position* pos, const char* text) {
     pos->castle = 0;
     for (text = SkipBlanks(text); *text != '\0' && *text != ' '; ++text) {
-        if (*text == 'K') pos->castle |= WHITE_KING_SIDE;
-        if (*text == 'Q') pos->castle |= WHITE_QUEEN_SIDE;
-        if (*text == 'k') pos->castle |= BLACK_KING_SIDE;
-        if (*text == 'q') pos->castle |= BLACK_QUEEN_SIDE;
+        if (*text == 'K') { pos->castle |= WHITE_KING_SIDE; }
+        if (*text == 'Q') { pos->castle |= WHITE_QUEEN_SIDE; }
+        if (*text == 'k') { pos->castle |= BLACK_KING_SIDE; }
+        if (*text == 'q') { pos->castle |= BLACK_QUEEN_SIDE; }
     }
     return text;
 }
@@ -124,7 +122,7 @@ DerivedFields Derive(const Position* pos) {
     DerivedFields d;
     for (int square = 0; square < 64; ++square) {
         const int code = pos->board[square];
-        if (code == 0) continue;
+        if (code == 0) { continue; }
         const int colour = PieceColour(code) & 1;
         const int type = PieceType(code);
         d.bb[colour][0] |= Bit(square);
@@ -133,17 +131,19 @@ DerivedFields Derive(const Position* pos) {
         d.npm[colour] += npv[type];
         ++d.count[colour][type];
         d.hash ^= rtable[code & 15][square];
-        if (type == PAWN) d.pawn_hash ^= rtable[code & 15][square];
+        if (type == PAWN) { d.pawn_hash ^= rtable[code & 15][square]; }
     }
     return d;
 }
 
 bool BoardCodesAreSound(const Position* pos) {
-    if (pos->board[NO_SQUARE] != 0) return false;
+    if (pos->board[NO_SQUARE] != 0) { return false; }
     for (int square = 0; square < 64; ++square) {
         const int code = pos->board[square];
-        if (code == 0) continue;
-        if (PieceColour(code) > 1 || PieceType(code) < PAWN || PieceType(code) > KING) return false;
+        if (code == 0) { continue; }
+        if (PieceColour(code) > 1 || PieceType(code) < PAWN || PieceType(code) > KING) {
+            return false;
+        }
     }
     return true;
 }
@@ -155,12 +155,13 @@ bool ListsAreSound(const Position* pos, const DerivedFields& d) {
             Bitboard seen = 0;
             int n = 0;
             for (; n <= MAX_PIECES_OF_A_KIND && list[n] != NO_SQUARE; ++n) {
-                if (list[n] > NO_SQUARE || pos->board[list[n]] != PieceCode(colour, type))
+                if (list[n] > NO_SQUARE || pos->board[list[n]] != PieceCode(colour, type)) {
                     return false;
+                }
                 seen |= Bit(list[n]);
             }
-            if (n > MAX_PIECES_OF_A_KIND || n != d.count[colour][type]) return false;
-            if (CountBits_1(seen) != n) return false;
+            if (n > MAX_PIECES_OF_A_KIND || n != d.count[colour][type]) { return false; }
+            if (CountBits_1(seen) != n) { return false; }
         }
     }
     return true;
@@ -188,10 +189,8 @@ void RemovePiece(Position* pos, int square) {
     const int type = PieceType(code);
     pos->board[square] = 0;
     u8* entry = pos->plist[colour][type];
-    while (*entry != square) ++entry;
-    do {
-        entry[0] = entry[1];
-    } while (*entry++ != NO_SQUARE);
+    while (*entry != square) { ++entry; }
+    do { entry[0] = entry[1]; } while (*entry++ != NO_SQUARE);
     pos->npm[colour] = static_cast<i16>(pos->npm[colour] - npv[type]);
     pos->sig[colour] -= msig[type];
     pos->bb[colour][0] &= ~Bit(square);
@@ -213,10 +212,10 @@ void SetPosition(Position* pos, const char* fen) {
     pos->fifty = 0;
     pos->last_move = 0;
     const char* text = ReadBoardField(pos, fen);
-    if (*text != '\0') ++text;
-    if (*text == 'w') pos->side = WHITE;
-    if (*text == 'b') pos->side = BLACK;
-    if (*text != '\0') ++text;
+    if (*text != '\0') { ++text; }
+    if (*text == 'w') { pos->side = WHITE; }
+    if (*text == 'b') { pos->side = BLACK; }
+    if (*text != '\0') { ++text; }
     text = ReadCastlingField(pos, text);
     ReadEnPassantField(pos, text);
     SetHash(pos);
@@ -232,21 +231,21 @@ void MakeEPD(const Position* pos, char* out) {
                 ++empty;
                 continue;
             }
-            if (empty) *out++ = static_cast<char>('0' + empty);
+            if (empty) { *out++ = static_cast<char>('0' + empty); }
             empty = 0;
             *out++ = PieceColour(code) == WHITE ? wchar[PieceType(code)] : bchar[PieceType(code)];
         }
-        if (empty) *out++ = static_cast<char>('0' + empty);
-        if (rank > 0) *out++ = '/';
+        if (empty) { *out++ = static_cast<char>('0' + empty); }
+        if (rank > 0) { *out++ = '/'; }
     }
     *out++ = ' ';
     *out++ = pos->side == WHITE ? 'w' : 'b';
     *out++ = ' ';
-    if (pos->castle & WHITE_KING_SIDE) *out++ = 'K';
-    if (pos->castle & WHITE_QUEEN_SIDE) *out++ = 'Q';
-    if (pos->castle & BLACK_KING_SIDE) *out++ = 'k';
-    if (pos->castle & BLACK_QUEEN_SIDE) *out++ = 'q';
-    if ((pos->castle & 15) == 0) *out++ = '-';
+    if (pos->castle & WHITE_KING_SIDE) { *out++ = 'K'; }
+    if (pos->castle & WHITE_QUEEN_SIDE) { *out++ = 'Q'; }
+    if (pos->castle & BLACK_KING_SIDE) { *out++ = 'k'; }
+    if (pos->castle & BLACK_QUEEN_SIDE) { *out++ = 'q'; }
+    if ((pos->castle & 15) == 0) { *out++ = '-'; }
     *out++ = ' ';
     if (pos->ep_square < NO_SQUARE) {
         *out++ = square_name[pos->ep_square][0];
@@ -258,13 +257,13 @@ void MakeEPD(const Position* pos, char* out) {
 }
 
 int PositionIsSound(const Position* pos) {
-    if (!BoardCodesAreSound(pos)) return 0;
+    if (!BoardCodesAreSound(pos)) { return 0; }
     const DerivedFields d = Derive(pos);
     for (int colour = 0; colour < 2; ++colour) {
-        if (std::memcmp(pos->bb[colour], d.bb[colour], sizeof d.bb[colour]) != 0) return 0;
-        if (pos->sig[colour] != d.sig[colour] || pos->npm[colour] != d.npm[colour]) return 0;
+        if (std::memcmp(pos->bb[colour], d.bb[colour], sizeof d.bb[colour]) != 0) { return 0; }
+        if (pos->sig[colour] != d.sig[colour] || pos->npm[colour] != d.npm[colour]) { return 0; }
     }
-    if (pos->hash != d.hash || pos->pawn_hash != d.pawn_hash) return 0;
+    if (pos->hash != d.hash || pos->pawn_hash != d.pawn_hash) { return 0; }
     return ListsAreSound(pos, d) ? 1 : 0;
 }
 
@@ -274,11 +273,11 @@ const char* WhyUnplayable(const Position* pos) {
                                          "black has more than one king"};
     for (int colour = 0; colour < 2; ++colour) {
         const int n = CountBits_1(pos->bb[colour][KING]);
-        if (n == 0) return no_king[colour];
-        if (n > 1) return kings[colour];
+        if (n == 0) { return no_king[colour]; }
+        if (n > 1) { return kings[colour]; }
     }
     const Bitboard pawns = pos->bb[WHITE][PAWN] | pos->bb[BLACK][PAWN];
-    if (pawns & (RankMask(0) | RankMask(7))) return "a pawn stands on the first or last rank";
-    if (InCheck(pos, pos->side ^ 1)) return "the side that is not to move is in check";
+    if (pawns & (RankMask(0) | RankMask(7))) { return "a pawn stands on the first or last rank"; }
+    if (InCheck(pos, pos->side ^ 1)) { return "the side that is not to move is in check"; }
     return nullptr;
 }

@@ -4,14 +4,7 @@
 // edits only the one of slot 0.
 #pragma once
 
-#include "platform/types.h"
-
-using Move = u16;      // see moves.h
-using Bitboard = u64;  // bit n = square n, a1 = 0, h8 = 63
-
-// Colours.
-inline constexpr int WHITE = 0;
-inline constexpr int BLACK = 1;
+#include "board/types.h"
 
 // Piece types; a piece code is colour * 8 + type, 0 = empty square.
 inline constexpr int NO_PIECE = 0;
@@ -21,8 +14,6 @@ inline constexpr int BISHOP = 3;
 inline constexpr int ROOK = 4;
 inline constexpr int QUEEN = 5;
 inline constexpr int KING = 6;
-
-inline constexpr int NO_SQUARE = 64;
 
 // Castling rights, the bits of `castle`. A side's rights are the white ones shifted left by 2 *
 // side.
@@ -92,10 +83,6 @@ extern const char wchar[8];
 extern const char bchar[8];
 extern const char* const fen_opn;
 extern const char square_name[64][3];
-
-// The position of slot 0 that the front end plays the game on; set at start-up (and by tests),
-// never null afterwards.
-extern Position* game_position;
 
 inline Bitboard Occupied(const Position* pos) { return pos->bb[WHITE][0] | pos->bb[BLACK][0]; }
 inline int KingSquare(const Position* pos, int colour) { return pos->plist[colour][KING][0]; }

@@ -2,7 +2,6 @@
 #include "board/zobrist.h"
 
 #include "board/bitboards.h"
-#include "frontend/output.h"
 
 u64 rtable[16][64];
 u64 rtable2[66];
@@ -28,8 +27,8 @@ u64 NextKey(u32* seed) {
 bool FarFromAll(u64 key, const u64* earlier, int count) {
     for (int i = 0; i < count; ++i) {
         const u64 difference = key ^ earlier[i];
-        if (CountBits_1(difference & 0xFFFFFFFFu) < MIN_DIFFERENT_BITS) return false;
-        if (CountBits_1(difference >> 32) < MIN_DIFFERENT_BITS) return false;
+        if (CountBits_1(difference & 0xFFFFFFFFu) < MIN_DIFFERENT_BITS) { return false; }
+        if (CountBits_1(difference >> 32) < MIN_DIFFERENT_BITS) { return false; }
     }
     return true;
 }
@@ -47,11 +46,8 @@ int InitZobrist() {
             keys[i] = NextKey(&seed);
             ++draws;
         }
-        if (!FarFromAll(keys[i], keys, i)) {
-            ShowMessage("bad hashcode");
-            ++bad;
-        }
+        if (!FarFromAll(keys[i], keys, i)) { ++bad; }
     }
-    for (u64& key : rtable2) key = NextKey(&seed);
+    for (u64& key : rtable2) { key = NextKey(&seed); }
     return bad;
 }

@@ -25,14 +25,14 @@ extern u32 hash2;
 extern int bkrecnum;  // records in the book, 0 = no book
 
 // --- look-up (lookup.cpp) ---
-// Reads the index of PBlock.book_file. A file that does not open means no book. Returns 0: all
-// memory is static.
+// Reads the index of PBlock.options.book_file. A file that does not open means no book. Returns 0:
+// all memory is static.
 int InitBook();
 void FreeBook();
 void UpdatePosHash(const Position* pos);
 // Record of the keys hash1/hash2 with `side` to move (a static copy), or nullptr.
 const BookRecord* FindPosition(int side);
-// Stores the book move of `pos` in PBlock.pv[1], 0 when there is none; verbose: lists the
+// Stores the book move of `pos` in PBlock.result, 0 when there is none; verbose: lists the
 // candidates.
 void GetCandidates(Position* pos, int verbose);
 // The same choice, returned only: the published result of a search stays as it is.

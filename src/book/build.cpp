@@ -9,11 +9,11 @@
 
 #include "board/moves.h"
 #include "book/book.h"
-#include "frontend/frontend.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
 #include "platform/interrupt.h"
 #include "platform/textlines.h"
+#include "platform/words.h"
 
 namespace {
 
@@ -80,7 +80,7 @@ int FailSystem(BookBuild* build, const char* what, const char* name) {
 int OpenSource(BookBuild* build, RecordSource* s, const char* name) {
     s->name = name;
     s->file = std::fopen(name, "rb");
-    if (s->file == nullptr) return errno == ENOENT ? 0 : FailSystem(build, "open", name);
+    if (s->file == nullptr) { return errno == ENOENT ? 0 : FailSystem(build, "open", name); }
     s->bytes.resize(STREAM_RECORDS * BOOK_RECORD_SIZE);
     return 0;
 }
@@ -94,26 +94,27 @@ int Advance(BookBuild* build, RecordSource* s) {
         errno = 0;
         s->count = std::fread(s->bytes.data(), BOOK_RECORD_SIZE, STREAM_RECORDS, s->file);
         s->next = 0;
-        if (std::ferror(s->file)) return FailSystem(build, "read", s->name);
+        if (std::ferror(s->file)) { return FailSystem(build, "read", s->name); }
     }
     s->has = s->next < s->count;
-    if (!s->has) return 0;
+    if (!s->has) { return 0; }
     s->record = s->file != nullptr ? DecodeBookRecord(&s->bytes[s->next * BOOK_RECORD_SIZE])
                                    : s->memory[s->next];
-    s->next++;
-    if (!first && BookOrder(s->record) >= before)
+    ++s->next;
+    if (!first && BookOrder(s->record) >= before) {
         return Fail(build, "use", s->name, "its records are out of order");
+    }
     return 0;
 }
 
 void CloseSource(RecordSource* s) {
-    if (s->file != nullptr) std::fclose(s->file);
+    if (s->file != nullptr) { std::fclose(s->file); }
     s->file = nullptr;
 }
 
 int OpenSink(BookBuild* build, RecordSink* sink) {
     sink->file = std::fopen(OUTPUT_NAME, "wb");
-    if (sink->file == nullptr) return FailSystem(build, "write", OUTPUT_NAME);
+    if (sink->file == nullptr) { return FailSystem(build, "write", OUTPUT_NAME); }
     std::setvbuf(sink->file, nullptr, _IONBF, 0);
     sink->bytes.reserve(STREAM_RECORDS * BOOK_RECORD_SIZE);
     return 0;
@@ -122,8 +123,9 @@ int OpenSink(BookBuild* build, RecordSink* sink) {
 int FlushSink(BookBuild* build, RecordSink* sink) {
     errno = 0;
     const std::size_t size = sink->bytes.size();
-    if (std::fwrite(sink->bytes.data(), 1, size, sink->file) != size)
+    if (std::fwrite(sink->bytes.data(), 1, size, sink->file) != size) {
         return FailSystem(build, "write", OUTPUT_NAME);
+    }
     sink->bytes.clear();
     return 0;
 }
@@ -137,14 +139,16 @@ int WriteRecord(BookBuild* build, RecordSink* sink, const BookRecord& record) {
 
 // Ends the output and gives it its name; `status` is that of the writing so far.
 int FinishSink(BookBuild* build, RecordSink* sink, int status, const char* name) {
-    if (sink->file == nullptr) return -1;
-    if (status == 0) status = FlushSink(build, sink);
+    if (sink->file == nullptr) { return -1; }
+    if (status == 0) { status = FlushSink(build, sink); }
     errno = 0;
-    if (std::fclose(sink->file) != 0 && status == 0)
+    if (std::fclose(sink->file) != 0 && status == 0) {
         status = FailSystem(build, "write", OUTPUT_NAME);
-    if (status == 0 && std::rename(OUTPUT_NAME, name) != 0)
+    }
+    if (status == 0 && std::rename(OUTPUT_NAME, name) != 0) {
         status = FailSystem(build, "replace", name);
-    if (status != 0) std::remove(OUTPUT_NAME);
+    }
+    if (status != 0) { std::remove(OUTPUT_NAME); }
     return status;
 }
 
@@ -160,16 +164,16 @@ void AddCounters(BookRecord* sum, const BookRecord& more) {
 
 // Writes the records of both sources in descending order, equal keys as one record.
 int MergeSources(BookBuild* build, RecordSource* a, RecordSource* b, RecordSink* sink) {
-    if (Advance(build, a) != 0 || Advance(build, b) != 0) return -1;
+    if (Advance(build, a) != 0 || Advance(build, b) != 0) { return -1; }
     while (a->has || b->has) {
         const bool take_a = a->has && (!b->has || BookOrder(a->record) >= BookOrder(b->record));
         const bool take_b = b->has && (!a->has || BookOrder(b->record) >= BookOrder(a->record));
         BookRecord record = take_a ? a->record : b->record;
         record.reserved = 0;
-        if (take_a && take_b) AddCounters(&record, b->record);
-        if (WriteRecord(build, sink, record) != 0) return -1;
-        if (take_a && Advance(build, a) != 0) return -1;
-        if (take_b && Advance(build, b) != 0) return -1;
+        if (take_a && take_b) { AddCounters(&record, b->record); }
+        if (WriteRecord(build, sink, record) != 0) { return -1; }
+        if (take_a && Advance(build, a) != 0) { return -1; }
+        if (take_b && Advance(build, b) != 0) { return -1; }
     }
     return 0;
 }
@@ -178,7 +182,7 @@ int MergeSources(BookBuild* build, RecordSource* a, RecordSource* b, RecordSink*
 int MergeInto(BookBuild* build, RecordSource* a, RecordSource* b, const char* name) {
     RecordSink sink;
     int status = OpenSink(build, &sink);
-    if (status == 0) status = MergeSources(build, a, b, &sink);
+    if (status == 0) { status = MergeSources(build, a, b, &sink); }
     CloseSource(a);
     CloseSource(b);
     return FinishSink(build, &sink, status, name);
@@ -192,10 +196,11 @@ void SortRecords(std::vector<BookRecord>* records) {
               [](const BookRecord& a, const BookRecord& b) { return BookOrder(a) > BookOrder(b); });
     std::size_t kept = 0;
     for (const BookRecord& r : *records) {
-        if (kept > 0 && BookOrder((*records)[kept - 1]) == BookOrder(r))
+        if (kept > 0 && BookOrder((*records)[kept - 1]) == BookOrder(r)) {
             AddCounters(&(*records)[kept - 1], r);
-        else
+        } else {
             (*records)[kept++] = r;
+        }
     }
     records->resize(kept);
 }
@@ -208,8 +213,9 @@ int WriteBook(BookBuild* build) {
     b.memory = build->records.data();
     b.count = build->records.size();
     if (OpenSource(build, &a, build->left_pending ? LEFT_NAME : SPILL_NAME) != 0 ||
-        MergeInto(build, &a, &b, SPILL_NAME) != 0)
+        MergeInto(build, &a, &b, SPILL_NAME) != 0) {
         return -1;
+    }
     build->left_pending = false;
     build->records.clear();
     PrintDirect(".");
@@ -222,12 +228,12 @@ int MergeBook(BookBuild* build) {
     PrintDirect("\nmerging...");
     build->progress_line = true;
     RecordSource a, b;
-    if (OpenSource(build, &a, MERGED_NAME) != 0) return -1;
+    if (OpenSource(build, &a, MERGED_NAME) != 0) { return -1; }
     if (OpenSource(build, &b, SPILL_NAME) != 0) {
         CloseSource(&a);
         return -1;
     }
-    if (MergeInto(build, &a, &b, MERGED_NAME) != 0) return -1;
+    if (MergeInto(build, &a, &b, MERGED_NAME) != 0) { return -1; }
     std::remove(SPILL_NAME);
     PrintDirect("\n");
     build->progress_line = false;
@@ -240,16 +246,17 @@ int PruneBook(BookBuild* build) {
     build->progress_line = true;
     RecordSource a;
     RecordSink sink;
-    if (OpenSource(build, &a, MERGED_NAME) != 0) return -1;
+    if (OpenSource(build, &a, MERGED_NAME) != 0) { return -1; }
     int status = OpenSink(build, &sink);
-    if (status == 0) status = Advance(build, &a);
+    if (status == 0) { status = Advance(build, &a); }
     while (status == 0 && a.has) {
-        if (2 * a.record.stm_wins + a.record.draws > KEEP_ABOVE)
+        if (2 * a.record.stm_wins + a.record.draws > KEEP_ABOVE) {
             status = WriteRecord(build, &sink, a.record);
-        if (status == 0) status = Advance(build, &a);
+        }
+        if (status == 0) { status = Advance(build, &a); }
     }
     CloseSource(&a);
-    if (FinishSink(build, &sink, status, BOOK_NAME) != 0) return -1;
+    if (FinishSink(build, &sink, status, BOOK_NAME) != 0) { return -1; }
     std::remove(LEFT_NAME);
     PrintDirect("\n");
     build->progress_line = false;
@@ -258,7 +265,7 @@ int PruneBook(BookBuild* build) {
 
 // Those of a build that was broken off are of no use: its games are still in the collection.
 void RemoveWorkFiles() {
-    for (const char* name : {SPILL_NAME, MERGED_NAME}) std::remove(name);
+    for (const char* name : {SPILL_NAME, MERGED_NAME}) { std::remove(name); }
 }
 
 // --- reading of the games ---
@@ -267,21 +274,23 @@ void RemoveWorkFiles() {
 void CreditPosition(BookBuild* build, int mover) {
     UpdatePosHash(game_position);
     BookRecord r = {BookKey1(game_position->side), hash2, 0, 0, 0, 0};
-    if (build->winner == DRAWN_OR_UNKNOWN)
+    if (build->winner == DRAWN_OR_UNKNOWN) {
         r.draws = 1;
-    else if (build->winner == mover)
+    } else if (build->winner == mover) {
         r.prev_wins = 1;
-    else
+    } else {
         r.stm_wins = 1;
+    }
     build->records.push_back(r);
 }
 
 // Where the move text starts in a word: at its first letter or at castling written with zeros;
 // nullptr in move numbers and results.
 const char* MoveTextStart(const char* word) {
-    if (std::strcmp(word, "0-1") == 0) return nullptr;
-    for (; *word != '\0'; word++)
-        if (IsLetter(*word) || (word[0] == '0' && word[1] == '-')) return word;
+    if (std::strcmp(word, "0-1") == 0) { return nullptr; }
+    for (; *word != '\0'; ++word) {
+        if (IsLetter(*word) || (word[0] == '0' && word[1] == '-')) { return word; }
+    }
     return nullptr;
 }
 
@@ -290,11 +299,13 @@ const char* MoveTextStart(const char* word) {
 bool ReadMoveWord(BookBuild* build, const char* start) {
     char text[MOVE_TEXT_SIZE + 1];
     const std::size_t length = std::strcspn(start, "+");  // nothing behind the sign is read
-    if (length >= MOVE_TEXT_SIZE) return false;           // no move is longer
+    if (length >= MOVE_TEXT_SIZE) {
+        return false;  // no move is longer
+    }
     std::memcpy(text, start, length);
     text[length] = '\0';
     Move m;
-    if (!ReadGameMove(text, &m)) return false;
+    if (!ReadGameMove(text, &m)) { return false; }
     const int mover = game_position->side;
     PlayGameMove(game_position, m);
     CreditPosition(build, mover);
@@ -307,25 +318,26 @@ bool GameTakesMoves(const BookBuild* build) {
 
 void ReadMoveText(BookBuild* build, const char* text) {
     bool line_comment = false;  // behind a ";"
-    for (const char* word = NextWord(text); word != nullptr && GameTakesMoves(build);
-         word = NextWord(nullptr)) {
+    GameWords words(text);
+    for (const char* word = words.NextWord(); word != nullptr && GameTakesMoves(build);
+         word = words.NextWord()) {
         const char c = word[0];
         if (c == ';' || c == '$') {
-            if (c == ';' && build->braces == 0) line_comment = true;
+            if (c == ';' && build->braces == 0) { line_comment = true; }
         } else if (c == '{') {
-            build->braces++;
+            ++build->braces;
         } else if (c == '}') {
             build->braces = std::max(build->braces - 1, 0);
         } else if (build->braces > 0) {
             // Parentheses of a comment are punctuation.
         } else if (c == '(') {
-            build->parentheses++;
+            ++build->parentheses;
         } else if (c == ')') {
             build->parentheses = std::max(build->parentheses - 1, 0);
         } else if (const char* start = MoveTextStart(word);
                    start != nullptr && build->parentheses == 0 && !ReadMoveWord(build, start)) {
             // The words of a comment up to the end of the line are no unreadable moves.
-            if (line_comment) return;
+            if (line_comment) { return; }
             build->skip = true;
         }
     }
@@ -335,11 +347,11 @@ void ReadMoveText(BookBuild* build, const char* text) {
 int StartGame(BookBuild* build, const char* line) {
     SetPosition(game_position, fen_opn);
     build->winner = ResultOfText(line);
-    build->games++;
+    ++build->games;
     build->skip = false;
     build->braces = 0;
     build->parentheses = 0;
-    if (build->games % GAMES_PER_SPILL == 0 && WriteBook(build) != 0) return -1;
+    if (build->games % GAMES_PER_SPILL == 0 && WriteBook(build) != 0) { return -1; }
     return build->games % GAMES_PER_MERGE == 0 ? MergeBook(build) : 0;
 }
 
@@ -347,11 +359,11 @@ int ReadGames(BookBuild* build, LineReader* reader) {
     TextLine line;
     while (ReadLine(reader, &line)) {
         if (std::strstr(line.text, "[Result") != nullptr) {
-            if (StartGame(build, line.text) != 0) return -1;
+            if (StartGame(build, line.text) != 0) { return -1; }
         } else if (GameTakesMoves(build)) {
             const bool tag_or_comment =
                 line.starts_line && (line.text[0] == '[' || line.text[0] == ';');
-            if (!tag_or_comment || build->braces > 0) ReadMoveText(build, line.text);
+            if (!tag_or_comment || build->braces > 0) { ReadMoveText(build, line.text); }
         }
     }
     return 0;
@@ -360,20 +372,25 @@ int ReadGames(BookBuild* build, LineReader* reader) {
 }  // namespace
 
 void MakeBook() {
-    PBlock.book_file[0] = '\0';
+    PBlock.options.book_file[0] = '\0';
     FreeBook();
     LineReader reader;
-    if (!OpenLines(&reader, GAMES_NAME)) return;
+    if (!OpenLines(&reader, GAMES_NAME)) { return; }
     BookBuild build;
     build.records.reserve(BUILD_RECORDS);
     RemoveWorkFiles();
     SetPosition(game_position, fen_opn);
     int status = ReadGames(&build, &reader);
-    if (status == 0 && std::ferror(reader.file)) status = FailSystem(&build, "read", GAMES_NAME);
-    if (status == 0 && InterruptSeen()) status = Fail(&build, "finish", GAMES_NAME, "interrupted");
+    if (status == 0 && std::ferror(reader.file)) {
+        status = FailSystem(&build, "read", GAMES_NAME);
+    }
+    if (status == 0 && InterruptSeen()) {
+        status = Fail(&build, "finish", GAMES_NAME, "interrupted");
+    }
     CloseLines(&reader);
-    if (status == 0 && WriteBook(&build) == 0 && MergeBook(&build) == 0 && PruneBook(&build) == 0)
+    if (status == 0 && WriteBook(&build) == 0 && MergeBook(&build) == 0 && PruneBook(&build) == 0) {
         PrintDirect("done\n");
+    }
     RemoveWorkFiles();
     SetPosition(game_position, fen_opn);
 }

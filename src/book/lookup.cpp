@@ -34,7 +34,7 @@ constexpr double FEW_GAMES_PENALTY = 1.25;
 constexpr std::array<u16, KEY_COUNT> MakeKeys() {
     std::array<u16, KEY_COUNT> keys = {};
     u16 x = 77;
-    for (u16& key : keys) key = x = static_cast<u16>(33 * x + 12345);
+    for (u16& key : keys) { key = x = static_cast<u16>(33 * x + 12345); }
     return keys;
 }
 constexpr std::array<u16, KEY_COUNT> hasharea = MakeKeys();
@@ -51,11 +51,11 @@ void ReadIndex(std::FILE* file) {
     static unsigned char bytes[READ_RECORDS * BOOK_RECORD_SIZE];
     std::size_t n;
     while ((n = std::fread(bytes, BOOK_RECORD_SIZE, READ_RECORDS, file)) > 0) {
-        for (std::size_t i = 0; i < n && bkrecnum < INT_MAX; i++, bkrecnum++) {
+        for (std::size_t i = 0; i < n && bkrecnum < INT_MAX; ++i, ++bkrecnum) {
             const int bucket = DecodeBookRecord(bytes + i * BOOK_RECORD_SIZE).key1 >> BUCKET_SHIFT;
-            if (bktable[bucket] < 0) bktable[bucket] = bkrecnum;
+            if (bktable[bucket] < 0) { bktable[bucket] = bkrecnum; }
         }
-        if (bkrecnum == INT_MAX) return;
+        if (bkrecnum == INT_MAX) { return; }
     }
 }
 
@@ -64,15 +64,15 @@ void ReadIndex(std::FILE* file) {
 void LoadBlock(int bucket) {
     block_bucket = NO_BUCKET;
     block_count = 0;
-    if (PBlock.book_file[0] == '\0' || bktable[bucket] < 0) return;
-    std::FILE* file = std::fopen(PBlock.book_file, "rb");
-    if (file == nullptr) return;
+    if (PBlock.options.book_file[0] == '\0' || bktable[bucket] < 0) { return; }
+    std::FILE* file = std::fopen(PBlock.options.book_file, "rb");
+    if (file == nullptr) { return; }
     if (std::fseek(file, static_cast<long>(bktable[bucket]) * BOOK_RECORD_SIZE, SEEK_SET) == 0) {
         unsigned char bytes[BOOK_RECORD_SIZE];
         while (block_count < BOOK_BLOCK_RECORDS &&
                std::fread(bytes, BOOK_RECORD_SIZE, 1, file) == 1) {
             bkbuffr[block_count] = DecodeBookRecord(bytes);
-            if (bkbuffr[block_count++].key1 >> BUCKET_SHIFT < bucket) break;
+            if (bkbuffr[block_count++].key1 >> BUCKET_SHIFT < bucket) { break; }
         }
         block_bucket = bucket;
     }
@@ -84,10 +84,10 @@ double RecordValue(const BookRecord& r, int side, double* share) {
     const int w = r.prev_wins;
     const int l = r.stm_wins;
     const int d = r.draws;
-    const int spread = PBlock.book_weight;
+    const int spread = PBlock.options.book_weight;
     const int random = spread > 0 ? std::rand() % spread : 0;
     *share = (w + 0.5 * d) / (l + w + d + 1);
-    if (w <= 1 || w < l / 2) return 0.0;
+    if (w <= 1 || w < l / 2) { return 0.0; }
     return 2.0 * *share + (side == WHITE ? -SIDE_BIAS : SIDE_BIAS) -
            FEW_GAMES_PENALTY * std::sqrt(w + d) / (w + d + 1) + RANDOM_STEP * random;
 }
@@ -102,7 +102,7 @@ void EncodeBookRecord(const BookRecord& record, unsigned char* out) {
                           record.prev_wins,
                           record.draws,
                           record.reserved};
-    for (int i = 0; i < 7; i++) {
+    for (int i = 0; i < 7; ++i) {
         out[2 * i] = static_cast<unsigned char>(words[i]);
         out[2 * i + 1] = static_cast<unsigned char>(words[i] >> 8);
     }
@@ -115,8 +115,8 @@ BookRecord DecodeBookRecord(const unsigned char* in) {
 
 int InitBook() {
     FreeBook();
-    if (PBlock.book_file[0] != '\0') {
-        std::FILE* file = std::fopen(PBlock.book_file, "rb");
+    if (PBlock.options.book_file[0] != '\0') {
+        std::FILE* file = std::fopen(PBlock.options.book_file, "rb");
         if (file != nullptr) {
             ReadIndex(file);
             std::fclose(file);
@@ -126,7 +126,7 @@ int InitBook() {
 }
 
 void FreeBook() {
-    for (i32& first : bktable) first = -1;
+    for (i32& first : bktable) { first = -1; }
     bkrecnum = 0;
     block_bucket = NO_BUCKET;
     block_count = 0;
@@ -137,12 +137,12 @@ void FreeBook() {
 void UpdatePosHash(const Position* pos) {
     u16 own = 0;
     u32 all = 0;
-    for (int colour = WHITE; colour <= BLACK; colour++) {
+    for (int colour = WHITE; colour <= BLACK; ++colour) {
         for (Bitboard b = pos->bb[colour][0]; b != 0;) {
             const int square = PopLSB(&b);
             const int kind = 2 * (PieceType(pos->board[square]) - 1) + colour;
             const std::size_t i = static_cast<std::size_t>(kind) * 64 + static_cast<u8>(square);
-            if (colour == pos->side) own ^= hasharea[i];
+            if (colour == pos->side) { own ^= hasharea[i]; }
             all ^= (u32{hasharea[i + 1]} << 16) + hasharea[i + 2];
         }
     }
@@ -152,9 +152,9 @@ void UpdatePosHash(const Position* pos) {
 
 const BookRecord* FindPosition(int side) {
     static BookRecord found;
-    if (bkrecnum == 0) return nullptr;
+    if (bkrecnum == 0) { return nullptr; }
     const u16 key1 = BookKey1(side);
-    if (key1 >> BUCKET_SHIFT != block_bucket) LoadBlock(key1 >> BUCKET_SHIFT);
+    if (key1 >> BUCKET_SHIFT != block_bucket) { LoadBlock(key1 >> BUCKET_SHIFT); }
     const u64 wanted = u64{key1} << 32 | hash2;
     int lo = 0;
     int hi = block_count - 1;
@@ -165,37 +165,40 @@ const BookRecord* FindPosition(int side) {
             found = bkbuffr[mid];
             return &found;
         }
-        if (here > wanted)
+        if (here > wanted) {
             lo = mid + 1;
-        else
+        } else {
             hi = mid - 1;
+        }
     }
     return nullptr;
 }
 
-void GetCandidates(Position* pos, int verbose) { PBlock.pv[1] = ChooseBookMove(pos, verbose); }
+void GetCandidates(Position* pos, int verbose) {
+    PBlock.result.PublishMove(ChooseBookMove(pos, verbose));
+}
 
 Move ChooseBookMove(Position* pos, int verbose) {
-    if (bkrecnum == 0 || WhyUnplayable(pos) != nullptr) return NO_MOVE;
+    if (bkrecnum == 0 || WhyUnplayable(pos) != nullptr) { return NO_MOVE; }
     const int side = pos->side;
     GenerateAll(pos);
     UpdatePosHash(pos);
     // A game that has left the book does not come back by a transposition of its own.
-    if (pos->hist_count > 0 && FindPosition(side) == nullptr) return NO_MOVE;
+    if (pos->hist_count > 0 && FindPosition(side) == nullptr) { return NO_MOVE; }
 
     char text[MOVE_TEXT_SIZE];
     Move chosen = NO_MOVE;
     double best = 0.0;
-    for (MoveEntry* e = pos->sstack[pos->ply].list_start; e->move != END_OF_LIST; e++) {
+    for (MoveEntry* e = pos->sstack[pos->ply].list_start; e->move != END_OF_LIST; ++e) {
         PickNextMove(e);
         e->score = 0;
         const Move m = e->move;
-        if (!MoveIsLegal(pos, side, m)) continue;
+        if (!MoveIsLegal(pos, side, m)) { continue; }
         MakeMove(pos, m);
         UpdatePosHash(pos);
         const BookRecord* r = FindPosition(pos->side);
         UnmakeMove(pos);
-        if (r == nullptr) continue;
+        if (r == nullptr) { continue; }
         double share;
         const double value = RecordValue(*r, side, &share);
         if (value > best) {

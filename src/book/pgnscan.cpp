@@ -10,17 +10,17 @@
 #include "board/bitboards.h"
 #include "board/moves.h"
 #include "book/book.h"
+#include "eval/evaluate.h"
 #include "eval/personality.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
 #include "platform/interrupt.h"
 #include "platform/textlines.h"
-#include "tune/tune.h"
 
 // --- results and move texts ---
 
 int ResultOfText(const char* text) {
-    if (std::strstr(text, "1-0") != nullptr) return WHITE;
+    if (std::strstr(text, "1-0") != nullptr) { return WHITE; }
     return std::strstr(text, "0-1") != nullptr ? BLACK : DRAWN_OR_UNKNOWN;
 }
 
@@ -36,10 +36,10 @@ int SquareOfText(const char* text) {
 Bitboard PiecesThatReach(const Position* pos, int type, int to) {
     const Bitboard occupied = Occupied(pos);
     Bitboard from = 0;
-    if (type == KNIGHT) from = BB_KnightRays[to];
-    if (type == KING) from = BB_KingRays[to];
-    if (type == BISHOP || type == QUEEN) from |= GenAttacksB(to, occupied);
-    if (type == ROOK || type == QUEEN) from |= GenAttacksR(to, occupied);
+    if (type == KNIGHT) { from = BB_KnightRays[to]; }
+    if (type == KING) { from = BB_KingRays[to]; }
+    if (type == BISHOP || type == QUEEN) { from |= GenAttacksB(to, occupied); }
+    if (type == ROOK || type == QUEEN) { from |= GenAttacksR(to, occupied); }
     return from & pos->bb[pos->side][type];
 }
 
@@ -48,36 +48,38 @@ Move ReadPieceMove(const Position* pos, const char* text, std::size_t length) {
     constexpr const char* letters = " PNBRQK";
     const int type = static_cast<int>(std::strchr(letters, text[0]) - letters);
     const int to = SquareOfText(text + length - 2);
-    if (to == NO_SQUARE || (pos->bb[pos->side][0] & Bit(to)) != 0) return NO_MOVE;
+    if (to == NO_SQUARE || (pos->bb[pos->side][0] & Bit(to)) != 0) { return NO_MOVE; }
     std::size_t middle = length - 3;  // characters between the letter and the square
     const bool capture = middle > 0 && text[middle] == 'x';
-    if (capture) middle--;
-    if (middle > 1 || capture != (pos->board[to] != NO_PIECE)) return NO_MOVE;
+    if (capture) { --middle; }
+    if (middle > 1 || capture != (pos->board[to] != NO_PIECE)) { return NO_MOVE; }
     Bitboard from = PiecesThatReach(pos, type, to);
     if (middle == 1) {
-        if (text[1] >= 'a' && text[1] <= 'h')
+        if (text[1] >= 'a' && text[1] <= 'h') {
             from &= FileMask(text[1] - 'a');
-        else if (text[1] >= '1' && text[1] <= '8')
+        } else if (text[1] >= '1' && text[1] <= '8') {
             from &= RankMask(text[1] - '1');
-        else
+        } else {
             return NO_MOVE;
-        if (type == KING) return NO_MOVE;
+        }
+        if (type == KING) { return NO_MOVE; }
     }
-    if (from == 0 || (from & (from - 1)) != 0) return NO_MOVE;
+    if (from == 0 || (from & (from - 1)) != 0) { return NO_MOVE; }
     return MakeMoveWord(GetLSB(from), to);
 }
 
 // "e4" and "exd5", without promotions and captures in passing.
 Move ReadPawnMove(const Position* pos, const char* text, std::size_t length) {
     const int to = SquareOfText(text + length - 2);
-    if (to == NO_SQUARE || to == pos->ep_square || RankOf(to) == 0 || RankOf(to) == 7)
+    if (to == NO_SQUARE || to == pos->ep_square || RankOf(to) == 0 || RankOf(to) == 7) {
         return NO_MOVE;
+    }
     const int behind = to - pawn_dir[pos->side];
-    if (behind < 8 || behind > 55) return NO_MOVE;
+    if (behind < 8 || behind > 55) { return NO_MOVE; }
     const int pawn = PieceCode(pos->side, PAWN);
     if (length == 2) {
-        if (pos->board[to] != NO_PIECE) return NO_MOVE;
-        if (pos->board[behind] == pawn) return MakeMoveWord(behind, to);
+        if (pos->board[to] != NO_PIECE) { return NO_MOVE; }
+        if (pos->board[behind] == pawn) { return MakeMoveWord(behind, to); }
         const int start = behind - pawn_dir[pos->side];
         const bool double_step = RankOf(to) == (pos->side == WHITE ? 3 : 4);
         return double_step && pos->board[behind] == NO_PIECE && pos->board[start] == pawn
@@ -86,8 +88,9 @@ Move ReadPawnMove(const Position* pos, const char* text, std::size_t length) {
     }
     const int file = text[0] - 'a';
     if (length != 4 || text[1] != 'x' || std::abs(file - FileOf(to)) != 1 ||
-        (pos->bb[pos->side ^ 1][0] & Bit(to)) == 0)
+        (pos->bb[pos->side ^ 1][0] & Bit(to)) == 0) {
         return NO_MOVE;
+    }
     const int from = behind - FileOf(behind) + file;
     return pos->board[from] == pawn ? MakeMoveWord(from, to) : NO_MOVE;
 }
@@ -95,9 +98,9 @@ Move ReadPawnMove(const Position* pos, const char* text, std::size_t length) {
 // Castling in letters or zeros, "o"s in the text already.
 Move ReadCastling(const Position* pos, const char* text) {
     const int king = init_king_sq[pos->side];
-    if (pos->board[king] != PieceCode(pos->side, KING)) return NO_MOVE;
+    if (pos->board[king] != PieceCode(pos->side, KING)) { return NO_MOVE; }
     const bool king_side = std::strcmp(text, "o-o") == 0;
-    if (!king_side && std::strcmp(text, "o-o-o") != 0) return NO_MOVE;
+    if (!king_side && std::strcmp(text, "o-o-o") != 0) { return NO_MOVE; }
     const Move m = MakeMoveWord(king, king_side ? king + 2 : king - 2);
     return MoveIsPseudoLegal(pos, m) ? m : NO_MOVE;
 }
@@ -118,12 +121,13 @@ int ReadGameMove(char* text, Move* out) {
         char castling[6];
         std::memcpy(castling, text, length);
         castling[length] = '\0';
-        for (std::size_t i = 0; i < length; i++)
-            if (castling[i] == 'O' || castling[i] == '0') castling[i] = 'o';
+        for (std::size_t i = 0; i < length; ++i) {
+            if (castling[i] == 'O' || castling[i] == '0') { castling[i] = 'o'; }
+        }
         m = ReadCastling(pos, castling);
-        if (m != NO_MOVE && MoveIsLegal(pos, pos->side, m)) std::memcpy(text, castling, length);
+        if (m != NO_MOVE && MoveIsLegal(pos, pos->side, m)) { std::memcpy(text, castling, length); }
     }
-    if (m == NO_MOVE || !MoveIsLegal(pos, pos->side, m)) return IsValidMove(text, out);
+    if (m == NO_MOVE || !MoveIsLegal(pos, pos->side, m)) { return IsValidMove(text, out); }
     text[length] = '\0';
     *out = m;
     return 1;
@@ -183,27 +187,29 @@ i16 ClampScore(double value) { return static_cast<i16>(std::clamp(value, -32768.
 
 // Score of a comment behind a move of `side`.
 i16 CommentScore(const std::string& comment, int side) {
-    if (comment.find("book") != std::string::npos) return 0;
+    if (comment.find("book") != std::string::npos) { return 0; }
     const std::size_t eval = comment.find("eval ");
     if (eval != std::string::npos) {
         const std::string number = comment.substr(eval + 5, comment.find(',', eval + 5) - eval - 5);
-        if (number.empty()) return BAD_COMMENT_SCORE;
+        if (number.empty()) { return BAD_COMMENT_SCORE; }
         const long value = std::strtol(number.c_str(), nullptr, 10);
         return ClampScore(static_cast<double>(side == WHITE ? value : -std::max(value, -32768L)));
     }
-    if (comment.find('/') == std::string::npos) return BAD_COMMENT_SCORE;
+    if (comment.find('/') == std::string::npos) { return BAD_COMMENT_SCORE; }
     const char* number = comment.c_str();
     const bool signed_number = number[0] == '+' || number[0] == '-';
-    if (!IsDigit(number[signed_number ? 1 : 0])) return BAD_COMMENT_SCORE;
+    if (!IsDigit(number[signed_number ? 1 : 0])) { return BAD_COMMENT_SCORE; }
     return ClampScore(std::strtod(number, nullptr) * 100.0);
 }
 
 bool IsSuspectedMistake(const ScannedMove* moves, int count, int i, int side, int result) {
-    if (i <= MISTAKE_MARGIN_PLIES || i >= count - MISTAKE_MARGIN_PLIES || side == result)
+    if (i <= MISTAKE_MARGIN_PLIES || i >= count - MISTAKE_MARGIN_PLIES || side == result) {
         return false;
+    }
     const auto score = [&](int at) { return int{moves[at].score}; };
-    for (const int near : {i - 3, i - 1, i + 1, i + 3})
-        if (!Within(score(near), MISTAKE_NEIGHBOUR_SCORE)) return false;
+    for (const int near : {i - 3, i - 1, i + 1, i + 3}) {
+        if (!Within(score(near), MISTAKE_NEIGHBOUR_SCORE)) { return false; }
+    }
     return Within(score(i), MISTAKE_SCORE) && score(i + 1) - score(i - 1) >= MISTAKE_GAIN &&
            score(i + 3) - score(i - 3) >= MISTAKE_LASTING_GAIN;
 }
@@ -211,7 +217,7 @@ bool IsSuspectedMistake(const ScannedMove* moves, int count, int i, int side, in
 void WriteAnnotatedMove(std::FILE* out, const ScannedMove* moves, int count, int i, int result) {
     const int side = game_position->side;
     char prefix[16] = "     ";
-    if (i % 2 == 0) std::snprintf(prefix, sizeof prefix, "%3d. ", i / 2 + 1);
+    if (i % 2 == 0) { std::snprintf(prefix, sizeof prefix, "%3d. ", i / 2 + 1); }
     char score[16 + EPD_FIELDS_SIZE] = "";
     if (moves[i].score >= -9999) {
         const int shown = i % 2 == 0 ? moves[i].score : -moves[i].score;
@@ -237,17 +243,18 @@ void WritePosition(std::FILE* out, const ScannedMove& move) {
 // Writes the tuning position before a move when it is a useful one. Returns the lines written.
 int WriteTuningPosition(std::FILE* out, const ScannedMove& move, int i, double target) {
     if (i < FIRST_TUNING_PLY || i > LAST_TUNING_PLY || game_position->fifty > MAX_TUNING_FIFTY ||
-        !Within(move.score, MAX_TUNING_SCORE) || InCheck(game_position, game_position->side))
+        !Within(move.score, MAX_TUNING_SCORE) || InCheck(game_position, game_position->side)) {
         return 0;
+    }
     const double p = WinProbability(move.score);
-    if (std::fabs(target - p) >= MAX_SURPRISE) return 0;
+    if (std::fabs(target - p) >= MAX_SURPRISE) { return 0; }
     WritePosition(out, move);
     std::fprintf(out, " tune %0.3f;\n", RESULT_SHARE * target + (1.0 - RESULT_SHARE) * p);
     return 1;
 }
 
 int WriteTestPosition(std::FILE* out, const ScannedMove& move, int i) {
-    if (i > LAST_TEST_PLY || InCheck(game_position, game_position->side)) return 0;
+    if (i > LAST_TEST_PLY || InCheck(game_position, game_position->side)) { return 0; }
     WritePosition(out, move);
     std::putc('\n', out);
     return 1;
@@ -256,8 +263,9 @@ int WriteTestPosition(std::FILE* out, const ScannedMove& move, int i) {
 int WriteRookEnding(std::FILE* out, const ScannedMove& move, double target) {
     constexpr int rook_units = 5;
     if (game_position->npm[WHITE] != rook_units || game_position->npm[BLACK] != rook_units ||
-        (game_position->sig[WHITE] & 15) + (game_position->sig[BLACK] & 15) != 1)
+        (game_position->sig[WHITE] & 15) + (game_position->sig[BLACK] & 15) != 1) {
         return 0;
+    }
     WritePosition(out, move);
     std::fprintf(out, " tune %0.5f;\n", target);
     return 1;
@@ -268,27 +276,28 @@ int WriteRookEnding(std::FILE* out, const ScannedMove& move, double target) {
 void ProcessGame(std::FILE* out, ScannedMove* moves, int count, int mode, int result,
                  int* positions) {
     SetPosition(game_position, fen_opn);
-    PBlock.max_depth = mode == 2 ? 1 : 0;
-    PBlock.noise = NOISE_NEVER;
-    PBlock.hash_mode = 0;
+    PBlock.limits.max_depth = mode == 2 ? 1 : 0;
+    PBlock.options.noise = NOISE_NEVER;
+    PBlock.options.hash_mode = 0;
     *positions = 0;
-    for (int i = 0; i < count; i++) {
+    for (int i = 0; i < count; ++i) {
         Move m;
-        if (!ReadGameMove(moves[i].text, &m)) break;
+        if (!ReadGameMove(moves[i].text, &m)) { break; }
         const int side = game_position->side;
         const double target = result == DRAWN_OR_UNKNOWN ? 0.5 : result == side ? 1.0 : 0.0;
-        if (mode == 1)
+        if (mode == 1) {
             WriteAnnotatedMove(out, moves, count, i, result);
-        else if (mode == 2)
+        } else if (mode == 2) {
             *positions += WriteTuningPosition(out, moves[i], i, target);
-        else if (mode == 3)
+        } else if (mode == 3) {
             *positions += WriteTestPosition(out, moves[i], i);
-        else
+        } else {
             *positions += WriteRookEnding(out, moves[i], target);
+        }
         PlayGameMove(game_position, m);
-        if (mode == 3 && !Within(moves[i].score, DECIDED_SCORE)) break;
+        if (mode == 3 && !Within(moves[i].score, DECIDED_SCORE)) { break; }
     }
-    if (mode == 1) std::putc('\n', out);
+    if (mode == 1) { std::putc('\n', out); }
 }
 
 void ProcessBufferedGame(Scan* scan) {
@@ -307,12 +316,14 @@ void ScanTagLine(Scan* scan, const TextLine& line) {
     scan->full = false;
     if (scan->mode == 1) {
         std::fwrite(line.text, 1, line.length, scan->out);
-        if (line.has_line_feed) std::putc('\n', scan->out);
-        if (std::strstr(line.text, "Round ") != nullptr)
+        if (line.has_line_feed) { std::putc('\n', scan->out); }
+        if (std::strstr(line.text, "Round ") != nullptr) {
             std::fprintf(scan->out, "[Tag \"game_%d\"]\n", scan->games);
+        }
     }
-    if (std::strstr(line.text, "Event ") != nullptr && ++scan->games % GAMES_PER_MESSAGE == 0)
+    if (std::strstr(line.text, "Event ") != nullptr && ++scan->games % GAMES_PER_MESSAGE == 0) {
         ShowMessageF("game %d\n", scan->games);
+    }
     if (std::strstr(line.text, "Result ") != nullptr) {
         const char* quote = std::strchr(line.text, '"');
         scan->result = ResultOfText(quote != nullptr ? quote : "");
@@ -320,7 +331,7 @@ void ScanTagLine(Scan* scan, const TextLine& line) {
 }
 
 void EndComment(Scan* scan) {
-    if (scan->depth == 0 || --scan->depth > 0 || scan->count == 0 || scan->full) return;
+    if (scan->depth == 0 || --scan->depth > 0 || scan->count == 0 || scan->full) { return; }
     ScannedMove& last = scan->moves[scan->count - 1];
     last.score = CommentScore(scan->comment, (scan->count - 1) % 2);
 }
@@ -344,30 +355,31 @@ void ScanMoveText(Scan* scan, const TextLine& line) {
     const char* end = line.text + line.length;
     for (const char* s = line.text; s < end;) {
         if (*s == '{') {
-            scan->depth++;
-            s++;
+            ++scan->depth;
+            ++s;
         } else if (*s == '}') {
             EndComment(scan);
-            s++;
+            ++s;
         } else if (scan->depth > 0) {
             const char* from = s;
-            while (s < end && *s != '{' && *s != '}') s++;
-            if (scan->comment.size() < COMMENT_LENGTH)
+            while (s < end && *s != '{' && *s != '}') { ++s; }
+            if (scan->comment.size() < COMMENT_LENGTH) {
                 scan->comment.append(from, static_cast<std::size_t>(s - from));
+            }
         } else if (IsLetter(*s)) {
             s += TakeToken(scan, s);
         } else {
-            s++;
+            ++s;
         }
     }
-    if (scan->depth > 0 && scan->comment.size() < COMMENT_LENGTH) scan->comment += ' ';
+    if (scan->depth > 0 && scan->comment.size() < COMMENT_LENGTH) { scan->comment += ' '; }
 }
 
 }  // namespace
 
 void Scan_PGN_File(const char* path, int mode) {
     LineReader reader;
-    if (!OpenLines(&reader, path)) return;
+    if (!OpenLines(&reader, path)) { return; }
     const char* out_name = mode == 1 ? "tmp.pgn" : "tmp.epd";
     std::FILE* out = std::fopen(out_name, "w");
     if (out == nullptr) {
@@ -375,25 +387,27 @@ void Scan_PGN_File(const char* path, int mode) {
         return;
     }
     InitEval();
-    PBlock.log = 0;
+    PBlock.options.log = 0;
     static Scan scan;
     scan = Scan{};
     scan.out = out;
     scan.mode = mode;
     TextLine line;
-    while (!PBlock.quit && ReadLine(&reader, &line)) {
-        if (line.starts_line && line.text[0] == '[' && line.text[1] != '%')
+    while (!PBlock.control.quit && ReadLine(&reader, &line)) {
+        if (line.starts_line && line.text[0] == '[' && line.text[1] != '%') {
             ScanTagLine(&scan, line);
-        else
+        } else {
             ScanMoveText(&scan, line);
+        }
     }
-    if (scan.count > 0) ProcessBufferedGame(&scan);
+    if (scan.count > 0) { ProcessBufferedGame(&scan); }
     std::putc('\n', out);
     CloseLines(&reader);
     errno = 0;
     const bool bad = std::ferror(out) != 0;
-    if (std::fclose(out) != 0 || bad)
+    if (std::fclose(out) != 0 || bad) {
         ShowMessageF("cannot write %s: %s", out_name, std::strerror(errno != 0 ? errno : EIO));
-    if (InterruptSeen()) ShowError("interrupted: the rest of %s is not scanned\n", path);
+    }
+    if (InterruptSeen()) { ShowError("interrupted: the rest of %s is not scanned\n", path); }
     ShowMessageF("games= %d, positions= %d\n", scan.games, scan.positions);
 }

@@ -76,7 +76,7 @@ void StartKPK(int pawn, int strong, int weak) {
         *pawn_moves = KPK_ILLEGAL;
     } else if (RankOf(sq) == 7) {
         *pawn_moves = KPK_WIN;
-        if (distance(weak, sq) > 1 || distance(strong, sq) <= 1) *king_moves = KPK_WIN;
+        if (distance(weak, sq) > 1 || distance(strong, sq) <= 1) { *king_moves = KPK_WIN; }
     }
 }
 
@@ -84,9 +84,10 @@ void StartKPK(int pawn, int strong, int weak) {
 u8 PawnSideValue(int pawn, int strong, int weak) {
     const auto& after = kpk_db[LONE_KING];
     int found = after[pawn + 4][strong][weak];
-    if (pawn < 8 && found != KPK_ILLEGAL) found |= after[pawn + 8][strong][weak];
-    for (Bitboard steps = BB_KingRays[strong]; steps != 0;)
+    if (pawn < 8 && found != KPK_ILLEGAL) { found |= after[pawn + 8][strong][weak]; }
+    for (Bitboard steps = BB_KingRays[strong]; steps != 0;) {
         found |= after[pawn][PopLSB(&steps)][weak];
+    }
     return found & KPK_WIN ? KPK_WIN : found & KPK_UNKNOWN ? KPK_UNKNOWN : KPK_DRAW;
 }
 
@@ -96,23 +97,24 @@ u8 LoneKingValue(int pawn, int strong, int weak) {
     int found = 0;
     for (Bitboard steps = BB_KingRays[weak]; steps != 0;) {
         const int to = PopLSB(&steps);
-        if (to != sq)
+        if (to != sq) {
             found |= kpk_db[PAWN_SIDE][pawn][strong][to];
-        else if (distance(strong, sq) > 1)
+        } else if (distance(strong, sq) > 1) {
             found |= KPK_DRAW;
+        }
     }
-    if (found == 0 || (found & KPK_DRAW)) return KPK_DRAW;
+    if (found == 0 || (found & KPK_DRAW)) { return KPK_DRAW; }
     return found & KPK_UNKNOWN ? KPK_UNKNOWN : KPK_WIN;
 }
 
 // One pass over the undecided entries of one side to move; true when it decided any.
 bool SweepKPK(int to_move) {
     bool changed = false;
-    for (int pawn = 4; pawn < 28; pawn++) {
-        for (int strong = 0; strong < 64; strong++) {
-            for (int weak = 0; weak < 64; weak++) {
+    for (int pawn = 4; pawn < 28; ++pawn) {
+        for (int strong = 0; strong < 64; ++strong) {
+            for (int weak = 0; weak < 64; ++weak) {
                 u8* entry = &kpk_db[to_move][pawn][strong][weak];
-                if (*entry != KPK_UNKNOWN) continue;
+                if (*entry != KPK_UNKNOWN) { continue; }
                 *entry = to_move == PAWN_SIDE ? PawnSideValue(pawn, strong, weak)
                                               : LoneKingValue(pawn, strong, weak);
                 changed |= *entry != KPK_UNKNOWN;
@@ -125,8 +127,8 @@ bool SweepKPK(int to_move) {
 // True when the pawn of `owner` on `pawn` wins by itself.
 bool PawnWins(const Position* pos, int owner, int pawn, int side) {
     int strong = KingSquare(pos, owner), weak = KingSquare(pos, owner ^ 1);
-    if (owner == BLACK) pawn = 63 - pawn, strong = 63 - strong, weak = 63 - weak;
-    if (FileOf(pawn) > 3) pawn ^= 7, strong ^= 7, weak ^= 7;
+    if (owner == BLACK) { pawn = 63 - pawn, strong = 63 - strong, weak = 63 - weak; }
+    if (FileOf(pawn) > 3) { pawn ^= 7, strong ^= 7, weak ^= 7; }
     return kpk_db[side == owner ? PAWN_SIDE : LONE_KING][PawnIndex(pawn)][strong][weak] == KPK_WIN;
 }
 
@@ -157,7 +159,7 @@ int EvalPieceAgainstPawn(const EvalInfo* info, int strong) {
     const int score =
         UNIT_SCORE * pos->npm[strong] - 10 * (r - 1) + 5 * (weak_distance - strong_distance);
     constexpr Bitboard drawing_files = FileMask(0) | FileMask(2) | FileMask(5) | FileMask(7);
-    if (r != 6 || !(drawing_files & Bit(pawn))) return score;
+    if (r != 6 || !(drawing_files & Bit(pawn))) { return score; }
     bool drawish;
     if (pos->side == owner) {
         drawish = weak_distance <= 2 && weak_distance < strong_distance;
@@ -174,7 +176,7 @@ bool IsDeadMaterial(u32 white, u32 black) {
     constexpr u32 knight = msig[KNIGHT], bishop = msig[BISHOP];
     const auto minor = [](u32 sig) { return sig == knight || sig == bishop; };
     const u32 total = white + black;
-    if (white == 0 || black == 0) return total == 0 || minor(total) || total == 2 * knight;
+    if (white == 0 || black == 0) { return total == 0 || minor(total) || total == 2 * knight; }
     return minor(white) && minor(black);
 }
 
@@ -189,12 +191,12 @@ constexpr int ROOKISH = 8;  // less than this is at most a rook, or two minor pi
 // Rook pawns whose bishop cannot drive the king out of the promotion corner.
 bool IsWrongCorner(const EvalInfo* info, int s) {
     const Position* pos = info->pos;
-    if (info->knights[s] + info->rooks[s] + info->queens[s] != 0) return false;
+    if (info->knights[s] + info->rooks[s] + info->queens[s] != 0) { return false; }
     const Bitboard pawns = pos->bb[s][PAWN];
     for (const int file : {0, 7}) {
-        if (pawns & ~FileMask(file)) continue;
+        if (pawns & ~FileMask(file)) { continue; }
         const int corner = file + (s == WHITE ? 56 : 0);
-        if (distance(info->king_square[s ^ 1], corner) > 1) return false;
+        if (distance(info->king_square[s ^ 1], corner) > 1) { return false; }
         return info->bishops[s] == 0 ||
                sq_color[SoleSquare(pos->bb[s][BISHOP])] != sq_color[corner];
     }
@@ -206,11 +208,12 @@ double OppositeBishops(const EvalInfo* info, int s, double f) {
     const Position* pos = info->pos;
     if (info->bishops[s] != 1 || info->bishops[w] != 1 || info->queens[s] != 0 ||
         info->queens[w] != 0 || pos->npm[s] > std::min(8, int{pos->npm[w]}) ||
-        sq_color[SoleSquare(pos->bb[s][BISHOP])] == sq_color[SoleSquare(pos->bb[w][BISHOP])])
+        sq_color[SoleSquare(pos->bb[s][BISHOP])] == sq_color[SoleSquare(pos->bb[w][BISHOP])]) {
         return f;
+    }
     const int more_pawns = info->pawns[s] - info->pawns[w];
     if (pos->npm[s] < MINOR) {
-        if (more_pawns < 2) return f * 0.25;
+        if (more_pawns < 2) { return f * 0.25; }
         return more_pawns == 2 ? f * 0.5 : f;
     }
     return more_pawns < 2 ? f * 0.8 : f;
@@ -219,18 +222,19 @@ double OppositeBishops(const EvalInfo* info, int s, double f) {
 double LastPawn(const EvalInfo* info, int s, double f) {
     const int w = s ^ 1;
     const Position* pos = info->pos;
-    if (info->pawns[s] != 1 || pos->npm[s] - 1 > pos->npm[w]) return f;
+    if (info->pawns[s] != 1 || pos->npm[s] - 1 > pos->npm[w]) { return f; }
     f *= info->knights[w] + info->bishops[w] == 0 ? 0.85 : 0.65;
     const Bitboard pawn = pos->bb[s][PAWN];
     const Bitboard path = s == WHITE ? AllAhead<WHITE>(pawn) : AllAhead<BLACK>(pawn);
     const Bitboard beside = Sideways(path);
     const Bitboard own_king = pos->bb[s][KING], enemy_king = pos->bb[w][KING];
-    if (!(own_king & path)) f *= own_king & beside ? 0.9 : 0.75;
-    if (enemy_king & path)
+    if (!(own_king & path)) { f *= own_king & beside ? 0.9 : 0.75; }
+    if (enemy_king & path) {
         f *= 0.7;
-    else if (enemy_king & beside)
+    } else if (enemy_king & beside) {
         f *= 0.85;
-    if ((info->attacks_by[w][KNIGHT] | info->attacks_by[w][BISHOP]) & path) f *= 0.75;
+    }
+    if ((info->attacks_by[w][KNIGHT] | info->attacks_by[w][BISHOP]) & path) { f *= 0.75; }
     return f;
 }
 
@@ -239,39 +243,48 @@ double SmallLead(const EvalInfo* info, int s, int side, double f) {
     const int w = s ^ 1;
     const Position* pos = info->pos;
     if (info->pawns[s] == 0) {
-        if (pos->sig[s] == 2 * msig[BISHOP] && pos->sig[w] == msig[KNIGHT]) return f * 0.9;
-        if (pos->npm[s] < MINOR) return f * 0.05;
-        if (info->king_confined[w]) return f * 0.3;
+        if (pos->sig[s] == 2 * msig[BISHOP] && pos->sig[w] == msig[KNIGHT]) { return f * 0.9; }
+        if (pos->npm[s] < MINOR) { return f * 0.05; }
+        if (info->king_confined[w]) { return f * 0.3; }
         return pos->npm[s] < ROOKISH ? f * 0.1 : f * 0.15;
     }
-    if (pos->sig[s] == msig[PAWN] && pos->sig[w] == msig[PAWN])
+    if (pos->sig[s] == msig[PAWN] && pos->sig[w] == msig[PAWN]) {
         return PawnWins(pos, s, SoleSquare(pos->bb[s][PAWN]), side) ? f : f * 0.25;
-    if (pos->npm[s] < MINOR && info->pieces[w] == 0) return IsWrongCorner(info, s) ? f * 0.06 : f;
-    if (info->pieces[w] == 0) return f;
+    }
+    if (pos->npm[s] < MINOR && info->pieces[w] == 0) {
+        return IsWrongCorner(info, s) ? f * 0.06 : f;
+    }
+    if (info->pieces[w] == 0) { return f; }
     return LastPawn(info, s, OppositeBishops(info, s, f));
 }
 
 }  // namespace
 
 void InitKPK() {
-    for (int pawn = 0; pawn < KPK_PAWNS; pawn++)
-        for (int strong = 0; strong < 64; strong++)
-            for (int weak = 0; weak < 64; weak++) StartKPK(pawn, strong, weak);
+    for (int pawn = 0; pawn < KPK_PAWNS; ++pawn) {
+        for (int strong = 0; strong < 64; ++strong) {
+            for (int weak = 0; weak < 64; ++weak) { StartKPK(pawn, strong, weak); }
+        }
+    }
     for (bool changed = true; changed;) {
         changed = SweepKPK(PAWN_SIDE);
         changed |= SweepKPK(LONE_KING);
     }
-    for (auto& half : kpk_db)
-        for (int pawn = 4; pawn < 28; pawn++)
-            for (auto& row : half[pawn])
-                for (u8& entry : row)
-                    if (entry != KPK_WIN) entry = KPK_DRAW;
+    for (auto& half : kpk_db) {
+        for (int pawn = 4; pawn < 28; ++pawn) {
+            for (auto& row : half[pawn]) {
+                for (u8& entry : row) {
+                    if (entry != KPK_WIN) { entry = KPK_DRAW; }
+                }
+            }
+        }
+    }
 }
 
 int EvalKPK(const Position* pos, int side) {
     const int owner = pos->sig[WHITE] != 0 ? WHITE : BLACK;
     assert(pos->bb[owner][PAWN] != 0);
-    if (!PawnWins(pos, owner, SoleSquare(pos->bb[owner][PAWN]), side)) return 0;
+    if (!PawnWins(pos, owner, SoleSquare(pos->bb[owner][PAWN]), side)) { return 0; }
     return side == owner ? KPK_SCORE : -KPK_SCORE;
 }
 
@@ -291,7 +304,7 @@ bool EvalSpecialEnding(EvalInfo* info, int side, int* score) {
     int strong_score;
     if (IsDeadMaterial(white, black)) {
         info->pd->trivial_draw = 1;
-        *score = PBlock.draw_score[side];
+        *score = PBlock.root.draw_score[side];
         return true;
     }
     if (less == 0 && more == knight + bishop) {
@@ -320,10 +333,10 @@ double DrawishnessFactor(const EvalInfo* info, int side, int score) {
     double f = pos->fifty <= FIFTY_FREE
                    ? 1.0
                    : std::max(1.0 - (pos->fifty - FIFTY_FREE) * FIFTY_STEP, 0.0);
-    if (pos->npm[s] >= HEAVY) return f;
-    if (pos->sig[s] == 2 * msig[KNIGHT]) return 0.05;
+    if (pos->npm[s] >= HEAVY) { return f; }
+    if (pos->sig[s] == 2 * msig[KNIGHT]) { return 0.05; }
     const bool lone_major = pos->sig[s] == msig[QUEEN] || pos->sig[s] == msig[ROOK];
-    if (lone_major && info->pawns[w] != 0) f *= 0.9;
-    if (pos->npm[s] - pos->npm[w] < 4) f = SmallLead(info, s, side, f);
+    if (lone_major && info->pawns[w] != 0) { f *= 0.9; }
+    if (pos->npm[s] - pos->npm[w] < 4) { f = SmallLead(info, s, side, f); }
     return f;
 }

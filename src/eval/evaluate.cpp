@@ -7,6 +7,7 @@
 #include "eval/evaluate.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 
 #include "board/zobrist.h"
@@ -72,7 +73,7 @@ inline void AddPieceValue(const EvalInfo* info, PieceSums* s, i16* line, int squ
                           int ending) {
     s->opening += opening;
     s->ending += ending;
-    if constexpr (REPORT) ReportPiece(info, line + US, square, opening, ending);
+    if constexpr (REPORT) { ReportPiece(info, line + US, square, opening, ending); }
 }
 
 template <int US, bool REPORT>
@@ -85,12 +86,12 @@ inline void EvaluateKnights(EvalInfo* info, PieceSums* s) {
         const int sq = PopLSB(&knights);
         const Bitboard targets = BB_KnightRays[sq];
         AddAttacks(s, &by_knights, targets);
-        if (targets & king_targets) s->king_attack += KING_ATTACK_MINOR;
+        if (targets & king_targets) { s->king_attack += KING_ATTACK_MINOR; }
         s->mobility += KnightMobility[CountBits(targets & info->mobility_area[US])];
         int opening = KnightOpening[RelativeSquare<US>(sq)];
         if (info->outposts[US] & Bit(sq)) {
             opening += Personality.knight_outpost;
-            if (info->attacks_by[US][PAWN] & Bit(sq)) opening += OUTPOST_DEFENDED;
+            if (info->attacks_by[US][PAWN] & Bit(sq)) { opening += OUTPOST_DEFENDED; }
         } else if (info->outposts[US] & targets) {
             opening += Personality.knight_outpost / 2;
         }
@@ -111,12 +112,12 @@ inline void EvaluateBishops(EvalInfo* info, PieceSums* s) {
         const int sq = PopLSB(&bishops);
         const Bitboard targets = GenAttacksB(sq, occupied);
         AddAttacks(s, &by_bishops, targets);
-        if (targets & king_targets) s->king_attack += KING_ATTACK_MINOR;
+        if (targets & king_targets) { s->king_attack += KING_ATTACK_MINOR; }
         s->mobility += BishopMobility[CountBits(targets & info->mobility_area[US])] +
                        BISHOP_CENTRE_SQUARE * CountBits(targets & BLOCK_C3_F6);
         int opening = BishopOpening[RelativeSquare<US>(sq)];
         const Bitboard ways_out = targets & BLOCK_B2_G7 & ~info->attacks_by[THEM][PAWN];
-        if ((bishop_trap[US] & Bit(sq)) && ways_out == 0) opening += Personality.bishop_trapped;
+        if ((bishop_trap[US] & Bit(sq)) && ways_out == 0) { opening += Personality.bishop_trapped; }
         const int ending = BishopEnding[RelativeSquare<US>(sq)];
         AddPieceValue<US, REPORT>(info, s, PBlock.report.bishops, sq, opening, ending);
     }
@@ -136,7 +137,7 @@ inline void EvaluateRooks(EvalInfo* info, PieceSums* s) {
         const int file = FileOf(sq);
         const Bitboard targets = GenAttacksR(sq, occupied);
         AddAttacks(s, &by_rooks, targets);
-        if (targets & king_targets) s->king_attack += KING_ATTACK_MAJOR;
+        if (targets & king_targets) { s->king_attack += KING_ATTACK_MAJOR; }
         const int count = CountBits(targets & info->mobility_area[US]);
         const int forward = CountBits(targets & FileMask(file) & HOME_HALF[THEM]);
         s->mobility +=
@@ -179,13 +180,14 @@ inline void EvaluateQueens(EvalInfo* info, PieceSums* s) {
         const Bitboard bishops = diagonal & pos->bb[US][BISHOP];
         const Bitboard rooks = straight & pos->bb[US][ROOK];
         Bitboard behind = 0;
-        if (bishops) behind |= GenAttacksB(sq, info->occupied ^ bishops) & ~diagonal;
-        if (rooks) behind |= GenAttacksR(sq, info->occupied ^ rooks) & ~straight;
+        if (bishops) { behind |= GenAttacksB(sq, info->occupied ^ bishops) & ~diagonal; }
+        if (rooks) { behind |= GenAttacksR(sq, info->occupied ^ rooks) & ~straight; }
         s->twice |= behind;
-        if (targets & king_targets)
+        if (targets & king_targets) {
             s->king_attack += KING_ATTACK_MAJOR;
-        else if (behind & king_targets)
+        } else if (behind & king_targets) {
             s->king_attack += KING_ATTACK_XRAY;
+        }
         s->mobility += QueenMobility[CountBits(targets & info->mobility_area[US])];
         int opening = QueenOpening[RelativeSquare<US>(sq)];
         int ending = QueenEnding[RelativeSquare<US>(sq)];
@@ -283,12 +285,12 @@ inline void EvaluateHanging(EvalInfo* info) {
     hanging |= own[ROOK] & by_minors;
     hanging |= own[QUEEN] & (by_minors | info->attacks_by[THEM][ROOK]);
     hanging &= ~(own[PAWN] & by_pawns);
-    if (hanging == 0) return;
+    if (hanging == 0) { return; }
     info->hanging |= hanging;
     int value = info->pd->hanging[US], count = 0;
     do {
         value += piece_value[PieceType(pos->board[PopLSB(&hanging)])];
-        count++;
+        ++count;
     } while (hanging != 0);
     info->pd->hanging[US] = static_cast<i16>(value);
     const int charge = Personality.hung * (2 * count - 1);
@@ -308,7 +310,7 @@ inline int BlendedScore(const EvalInfo* info) {
 
 void ReportTotals(const EvalInfo* info, double factor) {
     EvalReport& report = PBlock.report;
-    for (int c = WHITE; c <= BLACK; c++) {
+    for (int c = WHITE; c <= BLACK; ++c) {
         report.material[c] =
             static_cast<i16>(Blend(info->stage, info->material_op[c], info->material_en[c]));
         report.positional[c] =
@@ -346,10 +348,11 @@ int EvaluateAllTerms(ThreadBlock* tb, EvalInfo* info, int side, double* factor) 
     EvalPinnedPieces(info, WHITE);
     EvalPinnedPieces(info, BLACK);
     // Deliberately one-sided: only the black king above the white one.
-    if (info->stage == MAX_STAGE && info->king_square[BLACK] == info->king_square[WHITE] + 16)
+    if (info->stage == MAX_STAGE && info->king_square[BLACK] == info->king_square[WHITE] + 16) {
         info->positional_en[side] -= OPPOSITION;
+    }
     int score = BlendedScore(info);
-    if (side == BLACK) score = -score;
+    if (side == BLACK) { score = -score; }
     score += tempo_bonus[info->stage];
     *factor = std::abs(score) < DRAWISH_FROM ? 1.0 : DrawishnessFactor(info, side, score);
     return static_cast<int>(score * *factor);
@@ -369,7 +372,7 @@ int Evaluate(ThreadBlock* tb, int side, int ply, int in_check) {
         PBlock.report = EvalReport{};
         PBlock.report.factor = 1.0;
     }
-    if (in_check) return NO_SCORE;
+    if (in_check) { return NO_SCORE; }
 
     info->pos = pos;
     info->pd = pd;
@@ -379,7 +382,7 @@ int Evaluate(ThreadBlock* tb, int side, int ply, int in_check) {
     info->occupied = Occupied(pos);
     if (PawnCount(pos->sig[WHITE]) + PawnCount(pos->sig[BLACK]) <= 1) {
         int score;
-        if (EvalSpecialEnding(info, side, &score)) return score;
+        if (EvalSpecialEnding(info, side, &score)) { return score; }
     }
 
     tb->eval_probes += 1;
@@ -402,6 +405,12 @@ int Evaluate(ThreadBlock* tb, int side, int ply, int in_check) {
               {pd->free_pawn_rank[WHITE], pd->free_pawn_rank[BLACK]},
               {pd->hanging[WHITE], pd->hanging[BLACK]},
               key};
-    if (info->report) ReportTotals(info, factor);
+    if (info->report) { ReportTotals(info, factor); }
     return score;
+}
+
+double WinProbability(int score) {
+    constexpr double steepness = 1.05;
+    constexpr double decade = 400.0;  // centipawns that would tenfold the odds at steepness 1
+    return 1.0 / (1.0 + std::pow(10.0, -steepness * score / decade));
 }

@@ -10,7 +10,6 @@ struct ThreadBlock;
 
 inline constexpr int EVAL_CACHE_SIZE = 16384;  // entries per thread
 inline constexpr int PAWN_CACHE_SIZE = 8192;
-inline constexpr int NO_SCORE = -10000;  // a score that does not exist (side to move in check)
 inline constexpr int MAX_STAGE = 24;
 inline constexpr int QUEEN_CONTACT_DANGER = 5000;  // added to hanging material: danger of mate
 
@@ -89,7 +88,5 @@ bool EvalSpecialEnding(EvalInfo* info, int side, int* score);
 // Drawishness factor of a blended score (for `side`, tempo included), 0..1.
 double DrawishnessFactor(const EvalInfo* info, int side, int score);
 
-// Report (report.cpp). Prints the evaluation of the game position; stops and waits for nothing: no
-// search may run.
-void ShowEvalInfo();
-void PrintPSQTable(const i16* table, const char* title);
+// Expected result, 0..1, of a score in centipawns for the side to move.
+double WinProbability(int score);

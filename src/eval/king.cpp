@@ -38,9 +38,11 @@ inline int PawnCover(const EvalInfo* info, int k, int* holes) {
     const bool storm = std::abs(centre - FileOf(info->king_square[THEM])) > STORM_FILE_DISTANCE;
     *holes = std::max(0, 2 - CountBits(own & BB_KingRays[k]));
     int storm_files = 0;
-    for (int file = centre - 1; file <= centre + 1; file++) {
-        if ((own & shield_ranks[US] & FileMask(file)) == 0) (*holes)++;
-        if (storm && (pos->bb[THEM][PAWN] & HOME_HALF[THEM] & FileMask(file)) == 0) storm_files++;
+    for (int file = centre - 1; file <= centre + 1; ++file) {
+        if ((own & shield_ranks[US] & FileMask(file)) == 0) { (*holes)++; }
+        if (storm && (pos->bb[THEM][PAWN] & HOME_HALF[THEM] & FileMask(file)) == 0) {
+            ++storm_files;
+        }
     }
     return Personality.pawn_shield * (SHIELD_HOLES_FREE - *holes) +
            Personality.pawn_storm * storm_files;
@@ -67,14 +69,14 @@ inline void KingPressure(EvalInfo* info, int k, int holes, int* opening, int* en
     const Bitboard straight = info->rook_checks[US] & safe;
     int checks = CountBits(enemy[KNIGHT] & info->knight_checks[US] & safe) +
                  CountBits(enemy[BISHOP] & diagonal) + CountBits(enemy[ROOK] & straight);
-    if (enemy[QUEEN] & diagonal) checks += QUEEN_CHECK;
-    if (enemy[QUEEN] & straight) checks += QUEEN_CHECK;
+    if (enemy[QUEEN] & diagonal) { checks += QUEEN_CHECK; }
+    if (enemy[QUEEN] & straight) { checks += QUEEN_CHECK; }
     index += checks;
     if (enemy[QUEEN] & safe & BB_KingRays[k]) {
         index += CONTACT_THREAT;
         info->pd->hanging[US] = static_cast<i16>(info->pd->hanging[US] + QUEEN_CONTACT_DANGER);
     }
-    if (info->pos->side == US) index--;
+    if (info->pos->side == US) { --index; }
     *opening -= SAFE_CHECK * checks + KingDanger[std::clamp(index, 0, DANGER_MAX)];
     *ending -= SAFE_CHECK * checks;
 }
@@ -97,9 +99,9 @@ inline int KingActivity(EvalInfo* info, int k) {
     const int files = (info->pawn_entry->mask[WHITE] | info->pawn_entry->mask[BLACK]) & 255;
     if (files != 0) {
         const int away = std::max(leftbit[files] - FileOf(k), FileOf(k) - rightbit[files]);
-        if (away > 0) value -= PAWN_FILE_DISTANCE * away;
+        if (away > 0) { value -= PAWN_FILE_DISTANCE * away; }
     }
-    if (pos->bb[THEM][PAWN] & HOME_HALF[THEM]) value += king_advance[RelativeRank<US>(k)];
+    if (pos->bb[THEM][PAWN] & HOME_HALF[THEM]) { value += king_advance[RelativeRank<US>(k)]; }
     return value;
 }
 
@@ -115,11 +117,11 @@ void EvalKingOf(EvalInfo* info, int k) {
         KingPressure<US>(info, k, holes, &opening, &ending);
         info->king_safety[US] = opening;
     }
-    if (info->queens[THEM] == 0 || info->phase[THEM] < FULL_OP_PHASE) opening /= 2;
-    if (info->stage > ACTIVITY_STAGE) ending += KingActivity<US>(info, k);
+    if (info->queens[THEM] == 0 || info->phase[THEM] < FULL_OP_PHASE) { opening /= 2; }
+    if (info->stage > ACTIVITY_STAGE) { ending += KingActivity<US>(info, k); }
     info->positional_op[US] += opening;
     info->positional_en[US] += ending;
-    if (info->report) ReportPiece(info, &PBlock.report.kings[US], k, opening, ending);
+    if (info->report) { ReportPiece(info, &PBlock.report.kings[US], k, opening, ending); }
 }
 
 // Men that stand alone between `target` and one of the sliders.
@@ -127,7 +129,9 @@ inline Bitboard SingleBlockers(const EvalInfo* info, int target, Bitboard slider
     Bitboard found = 0;
     while (sliders != 0) {
         const Bitboard men = BB_Between[PopLSB(&sliders)][target] & info->occupied;
-        if ((men & (men - 1)) == 0) found |= men;  // one, or none
+        if ((men & (men - 1)) == 0) {
+            found |= men;  // one, or none
+        }
     }
     return found;
 }
@@ -147,7 +151,7 @@ void EvalPinnedOf(EvalInfo* info) {
             info, q, (BB_BishopRays[q] & enemy[BISHOP]) | (BB_RookRays[q] & enemy[ROOK]));
     }
     const Bitboard pinned = candidates & own[0] & ~own[PAWN];
-    if (pinned == 0) return;
+    if (pinned == 0) { return; }
     const int charge = Personality.pinned * CountBits(pinned);
     info->positional_op[US] += charge;
     info->positional_en[US] += charge;
@@ -157,15 +161,17 @@ void EvalPinnedOf(EvalInfo* info) {
 }  // namespace
 
 void EvalKing(EvalInfo* info, int side, int king_square) {
-    if (side == WHITE)
+    if (side == WHITE) {
         EvalKingOf<WHITE>(info, king_square);
-    else
+    } else {
         EvalKingOf<BLACK>(info, king_square);
+    }
 }
 
 void EvalPinnedPieces(EvalInfo* info, int side) {
-    if (side == WHITE)
+    if (side == WHITE) {
         EvalPinnedOf<WHITE>(info);
-    else
+    } else {
         EvalPinnedOf<BLACK>(info);
+    }
 }

@@ -125,14 +125,16 @@ bool ReadLine(ParameterFile* file) {
     int total = 0, length = 0, c;
     file->too_long = file->has_nul = false;
     while ((c = std::getc(file->stream)) != EOF && c != '\n') {
-        if (total <= MAX_LINE + 1) total++;
-        if (c == ' ' && length == 0) continue;
-        if (c == '\0') file->has_nul = true;
-        if (length <= MAX_LINE) file->text[length++] = static_cast<char>(c);
+        if (total <= MAX_LINE + 1) { ++total; }
+        if (c == ' ' && length == 0) { continue; }
+        if (c == '\0') { file->has_nul = true; }
+        if (length <= MAX_LINE) { file->text[length++] = static_cast<char>(c); }
     }
-    if (c == EOF && total == 0) return false;
-    file->line_number++;
-    if (length > 0 && total <= MAX_LINE + 1 && file->text[length - 1] == '\r') length--, total--;
+    if (c == EOF && total == 0) { return false; }
+    ++file->line_number;
+    if (length > 0 && total <= MAX_LINE + 1 && file->text[length - 1] == '\r') {
+        --length, --total;
+    }
     file->too_long = total > MAX_LINE && length > 0;
     file->text[length] = '\0';
     return true;
@@ -142,15 +144,16 @@ bool ReadLine(ParameterFile* file) {
 void ShowFault(const ParameterFile* file, const char* what, const char* part) {
     char shown[SHOWN_TEXT + 1];
     int n = 0;
-    for (; part[n] != '\0' && n < SHOWN_TEXT; n++) {
+    for (; part[n] != '\0' && n < SHOWN_TEXT; ++n) {
         const bool printable = part[n] >= ' ' && part[n] <= '~';
         shown[n] = printable ? part[n] : '?';
     }
     shown[n] = '\0';
-    if (n == 0)
+    if (n == 0) {
         ShowMessageF("%s, line %d: %s", file->path, file->line_number, what);
-    else
+    } else {
         ShowMessageF("%s, line %d: %s: \"%s\"", file->path, file->line_number, what, shown);
+    }
 }
 
 // What a number's text holds beyond its value.
@@ -166,17 +169,17 @@ u32 LeadingInteger(const char* text, Field kind, NumberFaults* faults) {
     text += std::strspn(text, " \t\r\v\f");
     const bool negative = *text == '-';
     const i64 limit = byte ? (negative ? 0 : UINT8_MAX) : (negative ? -i64{INT16_MIN} : INT16_MAX);
-    if (*text == '-' || *text == '+') text++;
+    if (*text == '-' || *text == '+') { ++text; }
     const char* digits = text;
     u32 value = 0;
     i64 size = 0;  // stops growing once it is out of every range
-    for (; *text >= '0' && *text <= '9'; text++) {
+    for (; *text >= '0' && *text <= '9'; ++text) {
         value = value * 10 + static_cast<u32>(*text - '0');
-        if (size <= limit) size = size * 10 + (*text - '0');
+        if (size <= limit) { size = size * 10 + (*text - '0'); }
     }
-    if (size > limit) faults->out_of_range = true;
+    if (size > limit) { faults->out_of_range = true; }
     const char* rest = text + std::strspn(text, "\t\r");
-    if (text == digits || (*rest != ' ' && *rest != '\0')) faults->malformed = true;
+    if (text == digits || (*rest != ' ' && *rest != '\0')) { faults->malformed = true; }
     return negative ? 0 - value : value;
 }
 
@@ -190,15 +193,16 @@ bool IsComment(const ParameterFile* file) {
 // Blanks of either kind at the end of a line mean nothing.
 void TrimEnd(char* text) {
     std::size_t length = std::strlen(text);
-    while (length > 0 && std::strchr(" \t\r", text[length - 1]) != nullptr) length--;
+    while (length > 0 && std::strchr(" \t\r", text[length - 1]) != nullptr) { --length; }
     text[length] = '\0';
 }
 
 void ShowNumberFaults(const ParameterFile* file, const NumberFaults& faults) {
-    if (faults.malformed)
+    if (faults.malformed) {
         ShowFault(file, "malformed number", file->text);
-    else if (faults.out_of_range)
+    } else if (faults.out_of_range) {
         ShowFault(file, "number out of range, its low bits are used", file->text);
+    }
 }
 
 // Reads one line of eight values. A comment, a blank line or a short line reads missing values as
@@ -214,18 +218,22 @@ void ReadRow(ParameterFile* file, i16* row) {
     NumberFaults faults;
     TrimEnd(file->text);
     const char* text = comment ? "" : file->text;
-    for (; *text != '\0'; text += std::strcspn(text, " "), text += std::strspn(text, " "), count++)
-        if (count < 8) values[count] = Word(LeadingInteger(text, Field::WORD, &faults));
+    for (; *text != '\0';
+         text += std::strcspn(text, " "), text += std::strspn(text, " "), ++count) {
+        if (count < 8) { values[count] = Word(LeadingInteger(text, Field::WORD, &faults)); }
+    }
     std::memcpy(row, values, sizeof values);
-    if (count != 8)
+    if (count != 8) {
         ShowFault(file, "a piece-square line needs eight numbers", file->text);
-    else
+    } else {
         ShowNumberFaults(file, faults);
+    }
 }
 
 const Parameter* FindParameter(const char* key, std::size_t length) {
-    for (const Parameter& p : parameters)
-        if (std::strlen(p.key) == length && std::memcmp(p.key, key, length) == 0) return &p;
+    for (const Parameter& p : parameters) {
+        if (std::strlen(p.key) == length && std::memcmp(p.key, key, length) == 0) { return &p; }
+    }
     return nullptr;
 }
 
@@ -237,7 +245,7 @@ const Parameter* ParameterOfLine(const char* text) {
 // Reads the eight lines that follow into a row of 64 values, rank 8 first. Stops at the end of the
 // file, or at a setting, which is then read as such; what is not reached stays.
 void LoadPST(i16* row, ParameterFile* file) {
-    for (int rank = 7; rank >= 0; rank--) {
+    for (int rank = 7; rank >= 0; --rank) {
         if (!ReadLine(file)) {
             ShowFault(file, "the file ends inside a piece-square table", "");
             return;
@@ -258,7 +266,7 @@ void ReadSetting(ParameterFile* file, PersonalityRecord* record) {
         return;
     }
     std::size_t length = std::strlen(text);
-    while (length > 0 && text[length - 1] == ' ') length--;
+    while (length > 0 && text[length - 1] == ' ') { --length; }
     if (file->too_long || length > MAX_TEXT) {
         ShowFault(file, "line too long", text);
         return;
@@ -267,8 +275,9 @@ void ReadSetting(ParameterFile* file, PersonalityRecord* record) {
     const Parameter* p = ParameterOfLine(text);
     if (p == nullptr) {
         const std::size_t tab = std::strcspn(text, "\t");
-        if (tab < key_length && FindParameter(text, tab) != nullptr)
+        if (tab < key_length && FindParameter(text, tab) != nullptr) {
             ShowFault(file, "a tab does not separate key and value", text);
+        }
         return;
     }
     if (text[key_length] == '\0') {
@@ -283,14 +292,16 @@ void ReadSetting(ParameterFile* file, PersonalityRecord* record) {
     const char* value_text = text + key_length + std::strspn(text + key_length, " =");
     NumberFaults faults;
     const u32 value = LeadingInteger(value_text, p->kind, &faults);
-    if (*value_text == '\0')
+    if (*value_text == '\0') {
         ShowFault(file, "no value, 0 is used", text);
-    else
+    } else {
         ShowNumberFaults(file, faults);
-    if (p->kind == Field::BYTE)
+    }
+    if (p->kind == Field::BYTE) {
         *reinterpret_cast<u8*>(field) = static_cast<u8>(value);
-    else
+    } else {
         *reinterpret_cast<i16*>(field) = Word(value);
+    }
 }
 
 }  // namespace
@@ -299,17 +310,18 @@ int LoadConfigFile(const char* path, PersonalityRecord* record) {
     ParameterFile file;
     file.path = path;
     file.stream = std::fopen(path, "rb");
-    if (file.stream == nullptr) return 0;
+    if (file.stream == nullptr) { return 0; }
     // A folder opens but does not read.
     const int first = std::getc(file.stream);
     if (first == EOF && std::ferror(file.stream)) {
         std::fclose(file.stream);
         return 0;
     }
-    if (first != EOF) std::ungetc(first, file.stream);
+    if (first != EOF) { std::ungetc(first, file.stream); }
     ShowMessageF("loading parameters from %s\n", path);
-    while (ReadLine(&file))
-        if (!IsComment(&file)) ReadSetting(&file, record);
+    while (ReadLine(&file)) {
+        if (!IsComment(&file)) { ReadSetting(&file, record); }
+    }
     std::fclose(file.stream);
     return 1;
 }

@@ -52,7 +52,7 @@ bool IsCandidate(const Position* pos, int sq, Bitboard enemy_span) {
     Bitboard sentries = BB_PawnSpan[US][ahead] & pos->bb[THEM][PAWN];
     const Bitboard two_ahead = Ahead<US>(Ahead<US>(supporters));
     sentries &= ~two_ahead;
-    if ((supporters & enemy_span) == 0) sentries &= ~Ahead<US>(two_ahead);
+    if ((supporters & enemy_span) == 0) { sentries &= ~Ahead<US>(two_ahead); }
     return sentries == 0;
 }
 
@@ -74,26 +74,29 @@ void ScoreStructure(const EvalInfo* info, PawnEntry* e) {
         mask |= 1 << file | 256 << RankOf(sq);
         int opening = PawnOpening[RelativeSquare<US>(sq)];
         int both = 0;
-        if (own & FileMask(file) & ~bit) both += Personality.pawn_doubled;
+        if (own & FileMask(file) & ~bit) { both += Personality.pawn_doubled; }
         if ((Ahead<US>(bit) & own_span) == 0) {
-            if (r < BACKWARD_BELOW_RANK) both += Personality.pawn_backward;
-            if ((own & BB_AdjacentFiles[file]) == 0) both += Personality.pawn_isolated;
-            if (unopposed & bit) both += Personality.pawn_weak;
+            if (r < BACKWARD_BELOW_RANK) { both += Personality.pawn_backward; }
+            if ((own & BB_AdjacentFiles[file]) == 0) { both += Personality.pawn_isolated; }
+            if (unopposed & bit) { both += Personality.pawn_weak; }
         }
         if ((e->passed & bit) == 0) {
             if (own_attacks & bit) {
                 both += PAWN_DEFENDED;
-                if (C5_F6[US] & bit) opening += enemy_span & bit ? CENTRE_PAWN : CENTRE_PAWN_SAFE;
+                if (C5_F6[US] & bit) {
+                    opening += enemy_span & bit ? CENTRE_PAWN : CENTRE_PAWN_SAFE;
+                }
             }
             if (r >= CANDIDATE_FROM_RANK && (unopposed & bit) &&
-                IsCandidate<US>(pos, sq, enemy_span))
+                IsCandidate<US>(pos, sq, enemy_span)) {
                 e->candidates |= bit;
+            }
         }
         opening += both;
         const int ending = PawnEnding[RelativeSquare<US>(sq)] + both;
         opening_sum += opening;
         ending_sum += ending;
-        if (info->report) ReportPiece(info, &PBlock.report.pawns[US], sq, opening, ending);
+        if (info->report) { ReportPiece(info, &PBlock.report.pawns[US], sq, opening, ending); }
     }
     e->mask[US] = static_cast<u16>(mask);
     e->opening[US] = static_cast<i16>(opening_sum);
@@ -127,7 +130,7 @@ inline void ScoreBlocked(EvalInfo* info) {
 template <int US>
 inline void ScoreCandidate(EvalInfo* info) {
     const Bitboard candidates = info->pawn_entry->candidates & info->pos->bb[US][PAWN];
-    if (candidates == 0) return;
+    if (candidates == 0) { return; }
     const int sq = US == WHITE ? GetMSB(candidates) : GetLSB(candidates);
     const int two_ahead = (sq + 2 * pawn_dir[US]) & 63;
     const int d = distance(info->king_square[US ^ 1], two_ahead);
@@ -135,7 +138,7 @@ inline void ScoreCandidate(EvalInfo* info) {
         ((RelativeRank<US>(sq) - 2) * CANDIDATE_RANK_WEIGHT + d * CANDIDATE_KING_WEIGHT) *
         Personality.pawn_candidate / WEIGHT_UNIT;
     info->positional_en[US] += ending;
-    if (info->report) ReportPiece(info, &PBlock.report.passers[US], sq, 0, ending);
+    if (info->report) { ReportPiece(info, &PBlock.report.passers[US], sq, 0, ending); }
 }
 
 // True when `square` is attacked by a man of `side`, lines judged over `occupied`.
@@ -156,13 +159,14 @@ int ScanPath(const EvalInfo* info, int sq, int r) {
     const Bitboard occupied = info->occupied ^ Bit(sq);
     while (r < 7) {
         sq += pawn_dir[US];
-        if (occupied & Bit(sq)) break;
+        if (occupied & Bit(sq)) { break; }
         const Bitboard diagonal = GenAttacksB(sq, occupied);
         const Bitboard straight = GenAttacksR(sq, occupied);
         if (Attacked(pos, sq, THEM, diagonal, straight) &&
-            !Attacked(pos, sq, US, diagonal, straight))
+            !Attacked(pos, sq, US, diagonal, straight)) {
             break;
-        r++;
+        }
+        ++r;
     }
     return r;
 }
@@ -187,14 +191,16 @@ void ScorePasser(EvalInfo* info, int sq) {
         const bool free =
             reached == 7 || (r == SEVENTH && (BB_PawnRays[US][sq] & pos->bb[THEM][0]));
         int b = PP_BONUS[r];
-        if (free || (reached > r && reached > 3)) b += PP_BONUS2[r];
+        if (free || (reached > r && reached > 3)) { b += PP_BONUS2[r]; }
         int v = b;
         if (free) {
             v += 4 + b / 4;
-            if (info->pd->free_pawn_rank[US] < r) info->pd->free_pawn_rank[US] = static_cast<u8>(r);
+            if (info->pd->free_pawn_rank[US] < r) {
+                info->pd->free_pawn_rank[US] = static_cast<u8>(r);
+            }
         }
-        if (Ahead<US>(bit) & pos->bb[THEM][0]) v -= b / 8;
-        if (BB_AdjacentSquares[sq] & own_pawns) v += b / 4;
+        if (Ahead<US>(bit) & pos->bb[THEM][0]) { v -= b / 8; }
+        if (BB_AdjacentSquares[sq] & own_pawns) { v += b / 4; }
         v += (2 * king_distance_weight[enemy_distance] - king_distance_weight[own_distance]) * b /
              WEIGHT_UNIT;
         if (8 - r - wtm < distance(enemy_king, promotion)) {  // outside the pawn's square
@@ -205,25 +211,26 @@ void ScorePasser(EvalInfo* info, int sq) {
                 info->race[US] = std::max(info->race[US], race);
             }
         }
-        if (r > SUPPORTED_ABOVE_RANK && own_distance < 2) v += b / 4;
+        if (r > SUPPORTED_ABOVE_RANK && own_distance < 2) { v += b / 4; }
         ending = v;
         opening = v * PASSER_OPENING_WEIGHT / WEIGHT_UNIT;
     }
     info->positional_op[US] += opening;
     info->positional_en[US] += ending;
-    if (info->report) ReportPiece(info, &PBlock.report.passers[US], sq, opening, ending);
+    if (info->report) { ReportPiece(info, &PBlock.report.passers[US], sq, opening, ending); }
 }
 
 template <int US>
 inline void ScorePassers(EvalInfo* info) {
-    for (Bitboard b = info->pawn_entry->passed & info->pos->bb[US][PAWN]; b != 0;)
+    for (Bitboard b = info->pawn_entry->passed & info->pos->bb[US][PAWN]; b != 0;) {
         ScorePasser<US>(info, PopLSB(&b));
+    }
 }
 
 template <int US>
 inline void ScoreRace(EvalInfo* info) {
     const int own = info->race[US], enemy = info->race[US ^ 1];
-    if (own >= enemy + RACE_LEAD && own > RACE_ABOVE) info->positional_en[US] += RACE_WON;
+    if (own >= enemy + RACE_LEAD && own > RACE_ABOVE) { info->positional_en[US] += RACE_WON; }
 }
 
 }  // namespace
@@ -231,12 +238,13 @@ inline void ScoreRace(EvalInfo* info) {
 void EvaluatePawns(ThreadBlock* tb, EvalInfo* info) {
     tb->pawn_probes += 1;
     PawnEntry* e = PawnCacheSlot(tb, info->pos->pawn_hash);
-    if (e->key == info->pos->pawn_hash && info->ply >= 2)
+    if (e->key == info->pos->pawn_hash && info->ply >= 2) {
         tb->pawn_hits += 1;
-    else
+    } else {
         BuildPawnEntry(info, e);
+    }
     info->pawn_entry = e;
-    for (int c = WHITE; c <= BLACK; c++) {
+    for (int c = WHITE; c <= BLACK; ++c) {
         info->positional_op[c] = e->opening[c];
         info->positional_en[c] = e->ending[c];
         info->outposts[c] = OUTPOST_AREA[c] & ~e->attack_span[c ^ 1];

@@ -79,7 +79,7 @@ constexpr int TEMPO_ENDING = 6;
 i16 Rounded(double value) { return static_cast<i16>(std::lround(value)); }
 
 void BuildMaterial(const PersonalityRecord& p) {
-    for (int n = 0; n < 16; n++) {
+    for (int n = 0; n < 16; ++n) {
         const int pair = n >= 2 ? p.bishop_pair : 0;
         MtlPawnOp[n] = static_cast<i16>(n * p.pawn_value_op);
         MtlPawnEn[n] = static_cast<i16>(n * p.pawn_value_en);
@@ -100,7 +100,7 @@ i16 SquareValue(i16 own, int shape, int weight) {
 }
 
 void BuildSquareTables(const PersonalityRecord& p) {
-    for (int sq = 0; sq < 64; sq++) {
+    for (int sq = 0; sq < 64; ++sq) {
         const int r = RankOf(sq), f = FileOf(sq);
         const int centred = centre[r] + centre[f];
         const int king_op = king_opening_rank[r] + king_opening_file[f];
@@ -124,14 +124,15 @@ void BuildPasserBonus(const PersonalityRecord& p) {
     PP_BONUS[0] = PP_BONUS[7] = 0;
     std::copy(std::begin(p.passed_pawn_rank), std::end(p.passed_pawn_rank), PP_BONUS + 1);
     PP_BONUS2[0] = PP_BONUS2[7] = 0;
-    for (int r = 2; r <= 5; r++)
+    for (int r = 2; r <= 5; ++r) {
         PP_BONUS2[r] = Rounded(PASSER_STEP_SHARE * (PP_BONUS[r + 1] - PP_BONUS[r]));
+    }
     PP_BONUS2[1] = PP_BONUS2[2];
     PP_BONUS2[6] = PASSER_STEP_RANK7;
 }
 
 void BuildMobility(const PersonalityRecord& p) {
-    for (int n = 0; n < 16; n++) {
+    for (int n = 0; n < 16; ++n) {
         const double e = std::exp(MOBILITY_DECAY * n);
         const double t = MOBILITY_UNIT * e * (n - SLIDER_MOBILITY_ZERO);
         KnightMobility[n] =
@@ -145,7 +146,7 @@ void BuildMobility(const PersonalityRecord& p) {
 
 void BuildKingDanger(const PersonalityRecord& p) {
     std::fill(std::begin(KingDanger), std::end(KingDanger), i16{0});
-    for (int n = 1; n < DANGER_ENTRIES; n++) {
+    for (int n = 1; n < DANGER_ENTRIES; ++n) {
         const int value =
             n <= DANGER_FREE
                 ? 0
@@ -157,21 +158,24 @@ void BuildKingDanger(const PersonalityRecord& p) {
 }
 
 void BuildFileMasks() {
-    for (int m = 0; m < 256; m++) {
+    for (int m = 0; m < 256; ++m) {
         leftbit[m] = 8;
         rightbit[m] = -1;
-        for (int f = 7; f >= 0; f--)
-            if ((m >> f) & 1) leftbit[m] = static_cast<i8>(f);
-        for (int f = 0; f < 8; f++)
-            if ((m >> f) & 1) rightbit[m] = static_cast<i8>(f);
+        for (int f = 7; f >= 0; --f) {
+            if ((m >> f) & 1) { leftbit[m] = static_cast<i8>(f); }
+        }
+        for (int f = 0; f < 8; ++f) {
+            if ((m >> f) & 1) { rightbit[m] = static_cast<i8>(f); }
+        }
     }
 }
 
 // Depth before the first one of 1..5 whose entry is beyond `limit`; `otherwise` when none is.
 template <typename T>
 u8 LastUsefulDepth(const T (&table)[SELECTIVITY_DEPTHS], int limit, u8 otherwise) {
-    for (int k = 1; k <= LAST_LIMITED_DEPTH; k++)
-        if (table[k] > limit) return static_cast<u8>(k - 1);
+    for (int k = 1; k <= LAST_LIMITED_DEPTH; ++k) {
+        if (table[k] > limit) { return static_cast<u8>(k - 1); }
+    }
     return otherwise;
 }
 
@@ -247,8 +251,8 @@ void DeriveDepthLimits(PersonalityRecord* record) {
 
 void BuildReductionTable(PersonalityRecord* record) {
     std::memset(record->LMR_table, 0, sizeof record->LMR_table);
-    for (int d = LMR_MIN_DEPTH; d < LMR_DEPTHS; d++) {
-        for (int m = 1; m < LMR_MOVES; m++) {
+    for (int d = LMR_MIN_DEPTH; d < LMR_DEPTHS; ++d) {
+        for (int m = 1; m < LMR_MOVES; ++m) {
             double x = LMR_SCALE * std::sqrt(record->LMR_strength) *
                        (std::sqrt(d) + std::sqrt(m) - LMR_OFFSET);
             x = std::min({x, LMR_MAX, d - 2.0, static_cast<double>(m)});
@@ -260,7 +264,7 @@ void BuildReductionTable(PersonalityRecord* record) {
 
 void InitPersonality(const char* path) {
     SetPersonalityDefaults(&Personality);
-    if (path != nullptr) LoadConfigFile(path, &Personality);
+    if (path != nullptr) { LoadConfigFile(path, &Personality); }
     DeriveDepthLimits(&Personality);
     BuildReductionTable(&Personality);
     DefaultPersonality = Personality;
@@ -272,7 +276,7 @@ void InitEval() {
     BuildPasserBonus(Personality);
     BuildMobility(Personality);
     BuildKingDanger(Personality);
-    for (int i = 0; i <= MAX_STAGE; i++) {
+    for (int i = 0; i <= MAX_STAGE; ++i) {
         tempo_bonus[i] = Rounded(
             static_cast<double>(TEMPO_OPENING * (MAX_STAGE - i) + TEMPO_ENDING * i) / MAX_STAGE);
     }

@@ -25,7 +25,7 @@ ThreadBlock* NewThreadBlock(int slot) {
     assert(slot >= 0 && slot < THREAD_SLOTS);
     FreeThreadBlock(slot);
     void* memory = AllocateLargeBlock(BLOCK_BYTES);
-    if (memory == nullptr) return nullptr;
+    if (memory == nullptr) { return nullptr; }
     ThreadBlock* tb = new (memory) ThreadBlock();
     tb->slot = static_cast<u8>(slot);
     tb->seed = SEED_PER_SLOT * static_cast<u32>(slot);
@@ -43,7 +43,7 @@ ThreadBlock* NewThreadBlock(int slot) {
 void FreeThreadBlock(int slot) {
     assert(slot >= 0 && slot < THREAD_SLOTS);
     ThreadBlock* tb = ThreadData[slot];
-    if (tb == nullptr) return;
+    if (tb == nullptr) { return; }
     ThreadData[slot] = nullptr;
     AlertDestroy(&tb->alert);
     tb->~ThreadBlock();
@@ -52,7 +52,7 @@ void FreeThreadBlock(int slot) {
 
 void ClearEvalCaches() {
     for (ThreadBlock* tb : ThreadData) {
-        if (tb == nullptr) continue;
+        if (tb == nullptr) { continue; }
         std::memset(tb->eval_cache, 0, sizeof tb->eval_cache);
         std::memset(tb->pawn_cache, 0, sizeof tb->pawn_cache);
     }

@@ -6,9 +6,10 @@
 #include "frontend/frontend.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
-#include "frontend/toolsearch.h"
+#include "frontend/toolwait.h"
 #include "search/search.h"
 #include "search/threads.h"
+#include "search/toolsearch.h"
 #include "search/ttable.h"
 
 namespace {
@@ -53,8 +54,8 @@ void SearchPosition(const char* fen) {
     SetPosition(game_position, fen);
     ClearTTable();
     PrepareToolSearch();
-    if (profile) {
-        PBlock.max_depth = PROFILE_DEPTH;
+    if (PBlock.tool.profile) {
+        PBlock.limits.max_depth = PROFILE_DEPTH;
         SearchIterations(1);
     } else {
         StartSearch();
@@ -62,45 +63,39 @@ void SearchPosition(const char* fen) {
     }
     GetElapsedTime(0);
     Collect();
-    PBlock.hash_fill = HashFill();
+    PBlock.progress.hash_fill = HashFill();
 }
 
 }  // namespace
-
-void PrepareToolSearch() {
-    PBlock.start_request = SEARCH_IDLE;
-    GetElapsedTime(1);
-    InitSearch();
-}
 
 void WaitForToolSearch(bool (*eager)()) {
     while (BusyThreads() > 0) {
         SearchTimeout();
         UserInput();
-        if (!eager()) SleepEx(1, &front_end_alert);
+        if (!eager()) { SleepEx(1, &front_end_alert); }
     }
 }
 
 void RunBenchmark(int positions) {
-    PBlock.base_time = SECONDS_PER_POSITION;
-    PBlock.moves_per_control = 1;
-    PBlock.noise = NOISE_NEVER;
-    if (PBlock.max_depth > DEEPEST_WANTED) PBlock.max_depth = DEFAULT_DEPTH;
-    const int count = profile ? PROFILE_POSITIONS : positions;
+    PBlock.time.base_time = SECONDS_PER_POSITION;
+    PBlock.time.moves_per_control = 1;
+    PBlock.options.noise = NOISE_NEVER;
+    if (PBlock.limits.max_depth > DEEPEST_WANTED) { PBlock.limits.max_depth = DEFAULT_DEPTH; }
+    const int count = PBlock.tool.profile ? PROFILE_POSITIONS : positions;
     InitEval();
     ShowMessage("running benchmark");
     double seconds = SMALLEST_TIME;
     double nodes = 0.0;
-    for (int i = 0; i < count && i < BENCHMARK_POSITIONS && PBlock.quit == 0; ++i) {
+    for (int i = 0; i < count && i < BENCHMARK_POSITIONS && PBlock.control.quit == 0; ++i) {
         UserInput();
         ShowStatus("position %d of %d", i + 1, count);
         SearchPosition(benchmark_positions[i]);
         ClearStatus();
-        seconds += PBlock.elapsed;
+        seconds += PBlock.time.elapsed;
         nodes += static_cast<double>(sstats.nodes);
-        ShowMessageF("pos %2d: %6.2f seconds", i, PBlock.elapsed.Get());
+        ShowMessageF("pos %2d: %6.2f seconds", i, PBlock.time.elapsed.Get());
     }
     ShowMessageF("total time= %0.2f seconds, nodes= %.0f, nps= %.0f", seconds, nodes,
                  nodes / seconds);
-    PBlock.quit = 1;
+    PBlock.control.quit = 1;
 }

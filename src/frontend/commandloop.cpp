@@ -8,8 +8,10 @@
 #include "frontend/frontend.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
+#include "frontend/report.h"
 #include "platform/sleep.h"
 #include "search/search.h"
+#include "search/searchinfo.h"
 #include "search/threads.h"
 #include "search/ttable.h"
 
@@ -33,13 +35,13 @@ std::deque<SearchRequest> waiting_requests;  // behind the search that runs
 // Nobody can say anything any more.
 bool InputIsOver() { return InputEnded() && !InputPending(); }
 
-bool UciMode() { return PBlock.protocol == PROTOCOL_UCI; }
+bool UciMode() { return PBlock.options.protocol == PROTOCOL_UCI; }
 
 // True when nothing but the user ends the search that runs: the greatest depth is as good as none.
 bool SearchIsEndless() {
-    return PBlock.search_state == SEARCH_PONDER || PBlock.infinite ||
-           (PBlock.target_time >= ENDLESS_SECONDS && PBlock.max_depth >= MAX_DEPTH &&
-            PBlock.node_limit == 0);
+    return PBlock.control.search_state == SEARCH_PONDER || PBlock.control.infinite ||
+           (PBlock.time.target_time >= ENDLESS_SECONDS && PBlock.limits.max_depth >= MAX_DEPTH &&
+            PBlock.limits.node_limit == 0);
 }
 
 void RefuseSearch(const char* why) {
@@ -49,26 +51,26 @@ void RefuseSearch(const char* why) {
     } else {
         ShowMessage(why);
     }
-    selfplay = 0;
-    PBlock.infinite = 0;
+    PBlock.control.selfplay = 0;
+    PBlock.control.infinite = 0;
 }
 
 bool BookMoveFound() {
-    if (!PBlock.own_book || game_position->hist_count > BOOK_MAX_PLY) return false;
+    if (!PBlock.options.own_book || game_position->hist_count > BOOK_MAX_PLY) { return false; }
     GetCandidates(game_position, 0);
-    return PBlock.pv[1] != NO_MOVE;
+    return PBlock.result.SnapshotMove() != NO_MOVE;
 }
 
 // Requires that no search runs.
 void AcceptRequest(const SearchRequest& request) {
     if (request.kind == SEARCH_ANALYSE) {
-        PBlock.moves_per_control = 1;
-        PBlock.base_time = ENDLESS_SECONDS;
-        PBlock.max_depth = request.max_depth;
-        if (PBlock.hash_mode <= 1) ClearTTable();
+        PBlock.time.moves_per_control = 1;
+        PBlock.time.base_time = ENDLESS_SECONDS;
+        PBlock.limits.max_depth = request.max_depth;
+        if (PBlock.options.hash_mode <= 1) { ClearTTable(); }
     }
-    if (request.selfplay) selfplay = 1;
-    PBlock.start_request = request.kind;
+    if (request.selfplay) { PBlock.control.selfplay = 1; }
+    PBlock.control.start_request = request.kind;
 }
 
 bool RequestsWait() { return !waiting_requests.empty(); }
@@ -78,42 +80,45 @@ void BeginSearch() {
     if (why != nullptr) {
         RefuseSearch(why);
     } else {
-        searched_move = {SearchKey(game_position), game_position->hist_count, selfplay != 0};
+        searched_move = {SearchKey(game_position), game_position->hist_count,
+                         PBlock.control.selfplay != 0};
         GetElapsedTime(1);
         InitSearch();
         if (BookMoveFound()) {
             ShowMessage(UciMode() ? "info string book move" : "book move");
-            PBlock.score = 0;
-            PBlock.stop = STOP_FINISH;
+            PBlock.result.PublishScore(0);
+            PBlock.control.stop = STOP_FINISH;
         } else if (game_position->fifty <= FIFTY_MOVE_LIMIT) {
             StartSearch();
         }
     }
-    PBlock.start_request = SEARCH_IDLE;
+    PBlock.control.start_request = SEARCH_IDLE;
 }
 
 // A search to depth 0 publishes no move, but a GUI waits for one.
 Move FirstLegalMove(Position* pos) {
     GenerateAll(pos);
     for (const MoveEntry* e = pos->sstack[pos->ply].list_start; e->move != END_OF_LIST; ++e) {
-        if (MoveIsLegal(pos, pos->side, e->move)) return e->move;
+        if (MoveIsLegal(pos, pos->side, e->move)) { return e->move; }
     }
     return NO_MOVE;
 }
 
 void ReportToGui() {
-    if (PBlock.pv[1] == NO_MOVE && PBlock.max_depth == 0 &&
+    ResultSnapshot result = PBlock.result.Snapshot();
+    if (result.pv[1] == NO_MOVE && PBlock.limits.max_depth == 0 &&
         game_position->fifty <= FIFTY_MOVE_LIMIT) {
-        PBlock.pv[1] = FirstLegalMove(game_position);
+        result.pv[1] = FirstLegalMove(game_position);
     }
     char best[MOVE_TEXT_SIZE];
     char reply[MOVE_TEXT_SIZE];
-    MoveToStr(PBlock.pv[1], best);
-    MoveToStr(PBlock.pv[2], reply);
-    if (PBlock.pv[1] != NO_MOVE && PBlock.pv[2] != NO_MOVE)
+    MoveToStr(result.pv[1], best);
+    MoveToStr(result.pv[2], reply);
+    if (result.pv[1] != NO_MOVE && result.pv[2] != NO_MOVE) {
         ShowMessageF("bestmove %s ponder %s", best, reply);
-    else
+    } else {
         ShowMessageF("bestmove %s", best);
+    }
 }
 
 double HitRate(u64 hits, u64 probes) {
@@ -122,74 +127,80 @@ double HitRate(u64 hits, u64 probes) {
 
 void ReportToConsole() {
     char best[MOVE_TEXT_SIZE];
-    MoveToStr(PBlock.pv[1], best);
+    MoveToStr(PBlock.result.SnapshotMove(), best);
     const double nodes = static_cast<double>(sstats.nodes);
     ShowMessageF("move= %s, time= %0.3f, score= %d, nodes= %0.0f, nps= %0.0fK ebf= %0.2f", best,
-                 PBlock.elapsed.Get(), PBlock.score.Get(), nodes,
-                 nodes / (PBlock.elapsed + 0.001) / 1000.0, EffectiveBranchingFactor());
+                 PBlock.time.elapsed.Get(), PBlock.result.Score(), nodes,
+                 nodes / (PBlock.time.elapsed + 0.001) / 1000.0, EffectiveBranchingFactor());
     ShowMessageF("Hash fill= %.1f%%, Hash hits: main= %0.1f%%, pawn= %0.1f%%, eval= %0.1f%%",
-                 100.0 * PBlock.hash_fill, HitRate(sstats.tt_hits, sstats.tt_probes),
+                 100.0 * PBlock.progress.hash_fill, HitRate(sstats.tt_hits, sstats.tt_probes),
                  HitRate(sstats.pawn_hits, sstats.pawn_probes),
                  HitRate(sstats.eval_hits, sstats.eval_probes));
-    const i32* counts = PBlock.ncnt;
-    if (i64{counts[0]} + counts[1] + counts[2] + counts[3] != 0)
+    const i32* counts = PBlock.progress.ncnt;
+    if (i64{counts[0]} + counts[1] + counts[2] + counts[3] != 0) {
         ShowMessageF("ncnt1= %d, ncnt2= %d, ncnt3= %d, ncnt4= %d", counts[0], counts[1], counts[2],
                      counts[3]);
+    }
     ShowMessage("");
 }
 
 // Console self-play: charges the clock, plays the move and asks for the next one.
 void ContinueSelfPlay() {
     Position* pos = game_position;
-    const Move m = PBlock.pv[1];
-    PBlock.clock[pos->side] += PBlock.increment - PBlock.elapsed;
+    const Move m = PBlock.result.SnapshotMove();
+    PBlock.time.clock[pos->side] += PBlock.time.increment - PBlock.time.elapsed;
     if (SearchKey(pos) != searched_move.key || pos->hist_count != searched_move.hist_count ||
         !MoveIsPseudoLegal(pos, m) || !MoveIsLegal(pos, pos->side, m)) {
-        selfplay = 0;
+        PBlock.control.selfplay = 0;
         return;
     }
     PlayGameMove(pos, m);
     ShowBoard(pos);
-    if (InputIsOver())
-        selfplay = 0;  // or it would never end
-    else
-        PBlock.start_request = SEARCH_THINK;
+    if (InputIsOver()) {
+        PBlock.control.selfplay = 0;  // or it would never end
+    } else {
+        PBlock.control.start_request = SEARCH_THINK;
+    }
 }
 
 // What becomes of a console self-play game when a search has ended. One that a command cut short is
 // made again.
 void GoOnWithSelfPlay(bool cut_short) {
-    if (!selfplay || !searched_move.selfplay) return;
-    if (cut_short && !InputIsOver())
-        PBlock.start_request = SEARCH_THINK;
-    else
+    if (!PBlock.control.selfplay || !searched_move.selfplay) { return; }
+    if (cut_short && !InputIsOver()) {
+        PBlock.control.start_request = SEARCH_THINK;
+    } else {
         ContinueSelfPlay();
+    }
 }
 
 // The one place where the end of a search is reported. Requires idle search threads.
 void ReportSearch(bool cut_short) {
     Collect();
-    PBlock.hash_fill = HashFill();
-    DisplaySearchInfo(0, 0, PBlock.depth_done, PBlock.score, PBlock.pv);
-    if (UciMode())
+    PBlock.progress.hash_fill = HashFill();
+    const ResultSnapshot result = PBlock.result.Snapshot();
+    DisplaySearchInfo(0, 0, result.depth_done, result.score, result.pv);
+    if (UciMode()) {
         ReportToGui();
-    else
+    } else {
         ReportToConsole();
+    }
     GoOnWithSelfPlay(cut_short);
-    PBlock.search_state = SEARCH_IDLE;
-    PBlock.infinite = 0;
+    PBlock.control.search_state = SEARCH_IDLE;
+    PBlock.control.infinite = 0;
 }
 
 bool SearchIsOver() {
-    return BusyThreads() == 0 && PBlock.search_state != SEARCH_PONDER && !PBlock.infinite;
+    return BusyThreads() == 0 && PBlock.control.search_state != SEARCH_PONDER &&
+           !PBlock.control.infinite;
 }
 
 // What would not end by itself is ended, and then the program.
 void HandleEndOfInput() {
-    if (PBlock.search_state != SEARCH_IDLE) {
-        if (SearchIsEndless()) FinishSearch();
-    } else if (PBlock.start_request == SEARCH_IDLE && !RequestsWait()) {
-        PBlock.quit = 1;
+    if (PBlock.control.search_state != SEARCH_IDLE) {
+        if (SearchIsEndless()) { FinishSearch(); }
+    } else if (PBlock.control.start_request == SEARCH_IDLE && !RequestsWait()) {
+        PBlock.control.quit = 1;
     }
 }
 
@@ -198,48 +209,51 @@ void HandleEndOfInput() {
 void FinishSearch() {
     const bool cut_short = BusyThreads() != 0;
     if (cut_short) {
-        if (PBlock.stop == STOP_NONE) PBlock.stop = STOP_FINISH;
+        if (PBlock.control.stop == STOP_NONE) { PBlock.control.stop = STOP_FINISH; }
         WaitUntilIdle();
         GetElapsedTime(0);
     }
-    if (PBlock.search_state != SEARCH_IDLE) ReportSearch(cut_short);
+    if (PBlock.control.search_state != SEARCH_IDLE) { ReportSearch(cut_short); }
 }
 
 void RequestSearch(const SearchRequest& request) {
-    if (PBlock.search_state != SEARCH_IDLE || PBlock.start_request != SEARCH_IDLE)
+    if (PBlock.control.search_state != SEARCH_IDLE || PBlock.control.start_request != SEARCH_IDLE) {
         waiting_requests.push_back(request);
-    else
+    } else {
         AcceptRequest(request);
+    }
 }
 
 void DropWaitingRequests() { waiting_requests.clear(); }
 
 void EndSelfPlay() {
-    selfplay = 0;
+    PBlock.control.selfplay = 0;
     std::erase_if(waiting_requests, [](const SearchRequest& r) { return r.selfplay; });
 }
 
 void CommandLoop() {
     InitEval();
     SetPosition(game_position, fen_opn);
-    if (!UciMode()) ShowBoard(game_position);
-    PBlock.start_request = SEARCH_IDLE;
+    if (!UciMode()) { ShowBoard(game_position); }
+    PBlock.control.start_request = SEARCH_IDLE;
     DropWaitingRequests();
-    PBlock.quit = 0;
-    while (!PBlock.quit) {
-        if (PBlock.search_state == SEARCH_IDLE && PBlock.start_request == SEARCH_IDLE &&
-            RequestsWait()) {
+    PBlock.control.quit = 0;
+    while (!PBlock.control.quit) {
+        if (PBlock.control.search_state == SEARCH_IDLE &&
+            PBlock.control.start_request == SEARCH_IDLE && RequestsWait()) {
             AcceptRequest(waiting_requests.front());
             waiting_requests.pop_front();
         }
-        if (PBlock.start_request == SEARCH_IDLE) {
-            if (!InputPending()) SleepExOrInput(LOOP_WAIT_MS, &front_end_alert, InputEnded());
+        if (PBlock.control.start_request == SEARCH_IDLE) {
+            if (!InputPending()) { SleepExOrInput(LOOP_WAIT_MS, &front_end_alert, InputEnded()); }
             SearchTimeout();
             UserInput();
         }
-        if (PBlock.start_request != SEARCH_IDLE && PBlock.search_state == SEARCH_IDLE)
+        if (PBlock.control.start_request != SEARCH_IDLE &&
+            PBlock.control.search_state == SEARCH_IDLE) {
             BeginSearch();
-        if (PBlock.search_state != SEARCH_IDLE && SearchIsOver()) ReportSearch(false);
-        if (InputIsOver()) HandleEndOfInput();
+        }
+        if (PBlock.control.search_state != SEARCH_IDLE && SearchIsOver()) { ReportSearch(false); }
+        if (InputIsOver()) { HandleEndOfInput(); }
     }
 }

@@ -27,9 +27,12 @@
 #include "frontend/frontend.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
+#include "frontend/report.h"
 #include "platform/clock.h"
 #include "platform/interrupt.h"
 #include "platform/textlines.h"
+#include "platform/words.h"
+#include "search/perft.h"
 #include "search/search.h"
 #include "search/threads.h"
 #include "search/ttable.h"
@@ -41,7 +44,6 @@ constexpr int MAX_WORDS = 10;   // the command word and nine arguments
 constexpr int WORD_SIZE = 128;  // with the NUL
 
 constexpr int MAX_PERFT_DEPTH = 20;
-constexpr int MAX_MULTIPV = 20;
 constexpr int EPD_LINE_SHOWN = 254;       // characters of a line of "test.epd" that are printed
 constexpr int EPD_LINE_WITH_BOARD = 9;    // a shorter one is no position
 constexpr int GAME_NUMBER_MAX = 1000;     // "load" takes a larger number for 1
@@ -59,7 +61,7 @@ struct Command {
 // Splits at every single blank; what is too long is cut.
 void SplitWords(const char* line, Command* command) {
     command->line = line;
-    for (auto& word : command->word) word[0] = '\0';
+    for (auto& word : command->word) { word[0] = '\0'; }
     const char* start = line;
     for (int i = 0; i < MAX_WORDS; ++i) {
         const char* end = std::strchr(start, ' ');
@@ -68,7 +70,7 @@ void SplitWords(const char* line, Command* command) {
         const std::size_t kept = std::min<std::size_t>(length, WORD_SIZE - 1);
         std::memcpy(command->word[i], start, kept);
         command->word[i][kept] = '\0';
-        if (end == nullptr) return;
+        if (end == nullptr) { return; }
         start = end + 1;
     }
 }
@@ -78,7 +80,7 @@ int AnyNumber(const char* word) { return WholeNumber(word, INT_MIN, INT_MAX); }
 
 // ---- the running search ----
 
-void AbandonSearch() { PBlock.stop = STOP_ABANDON; }
+void AbandonSearch() { PBlock.control.stop = STOP_ABANDON; }
 
 // A command changes the game: a self-play game does not go on from there.
 void LeaveGame() {
@@ -93,29 +95,26 @@ class OwnSearch {
 public:
     OwnSearch() {
         FinishSearch();
-        request_ = PBlock.start_request;
-        key_ = PBlock.searched_key;
-        std::copy(PBlock.pv, PBlock.pv + PV_SIZE, line_);
-        PBlock.start_request = SEARCH_IDLE;
+        request_ = PBlock.control.start_request;
+        kept_ = PBlock.result.Snapshot();
+        PBlock.control.start_request = SEARCH_IDLE;
     }
     ~OwnSearch() {
-        PBlock.start_request = request_;
-        PBlock.searched_key = key_;
-        std::copy(line_, line_ + PV_SIZE, PBlock.pv);
+        PBlock.control.start_request = request_;
+        PBlock.result.PublishSnapshot(kept_);
     }
     OwnSearch(const OwnSearch&) = delete;
     OwnSearch& operator=(const OwnSearch&) = delete;
 
 private:
     u8 request_;
-    u64 key_;
-    Move line_[PV_SIZE];
+    ResultSnapshot kept_;
 };
 
 // False, and one line that says why, when the game position cannot be searched or evaluated.
 bool PositionIsPlayable() {
     const char* why = WhyUnplayable(game_position);
-    if (why == nullptr) return true;
+    if (why == nullptr) { return true; }
     ShowMessage(why);
     return false;
 }
@@ -125,10 +124,10 @@ bool PositionIsPlayable() {
 class RecordKeeper {
 public:
     explicit RecordKeeper(Position* pos) : pos_(pos), first_(pos->hist_count) {
-        for (int i = first_; i < MAX_UNDO_RECORDS; ++i) moves_[i] = pos->undo[i].move;
+        for (int i = first_; i < MAX_UNDO_RECORDS; ++i) { moves_[i] = pos->undo[i].move; }
     }
     ~RecordKeeper() {
-        for (int i = first_; i < MAX_UNDO_RECORDS; ++i) pos_->undo[i].move = moves_[i];
+        for (int i = first_; i < MAX_UNDO_RECORDS; ++i) { pos_->undo[i].move = moves_[i]; }
     }
     RecordKeeper(const RecordKeeper&) = delete;
     RecordKeeper& operator=(const RecordKeeper&) = delete;
@@ -141,21 +140,22 @@ private:
 
 // Nothing can be replayed behind the current position any more.
 void EndGameRecord() {
-    for (int i = game_position->hist_count; i < MAX_UNDO_RECORDS; ++i)
+    for (int i = game_position->hist_count; i < MAX_UNDO_RECORDS; ++i) {
         game_position->undo[i].move = NO_MOVE;
+    }
 }
 
 // The next move of the record, 0 when there is none.
 Move NextRecordedMove() {
     const Position* pos = game_position;
-    if (pos->hist_count >= GAME_HISTORY_LIMIT) return NO_MOVE;
+    if (pos->hist_count >= GAME_HISTORY_LIMIT) { return NO_MOVE; }
     const Move m = pos->undo[pos->hist_count].move;
     return m != NO_MOVE && MoveIsPseudoLegal(pos, m) && MoveIsLegal(pos, pos->side, m) ? m
                                                                                        : NO_MOVE;
 }
 
 void TakeBackAll() {
-    while (game_position->hist_count > 0) TakeBackGameMove(game_position);
+    while (game_position->hist_count > 0) { TakeBackGameMove(game_position); }
 }
 
 void NewGamePosition(const char* fen) {
@@ -179,10 +179,11 @@ void ShowEvaluation() {
 
 // The board, or the evaluation while debugging.
 void ShowPosition() {
-    if (PBlock.debug != 0 && WhyUnplayable(game_position) == nullptr)
+    if (PBlock.options.debug != 0 && WhyUnplayable(game_position) == nullptr) {
         ShowEvaluation();
-    else
+    } else {
         ShowBoard(game_position);
+    }
 }
 
 // ---- game and position ----
@@ -190,8 +191,8 @@ void ShowPosition() {
 void NewCommand(const Command&) {
     LeaveGame();
     NewGamePosition(fen_opn);
-    computer = 2;
-    PBlock.clock[WHITE] = PBlock.clock[BLACK] = PBlock.base_time;
+    PBlock.control.computer = NO_COMPUTER;
+    PBlock.time.clock[WHITE] = PBlock.time.clock[BLACK] = PBlock.time.base_time;
     ShowBoard(game_position);
 }
 
@@ -206,7 +207,7 @@ void BoardCommand(const Command&) { ShowPosition(); }
 
 void UndoCommand(const Command&) {
     LeaveGame();
-    if (game_position->hist_count > 0) TakeBackGameMove(game_position);
+    if (game_position->hist_count > 0) { TakeBackGameMove(game_position); }
     ShowPosition();
 }
 
@@ -228,7 +229,7 @@ void JumpCommand(const Command& c) {
     TakeBackAll();
     while (game_position->hist_count < plies) {
         const Move m = NextRecordedMove();
-        if (m == NO_MOVE) break;
+        if (m == NO_MOVE) { break; }
         PlayGameMove(game_position, m);
     }
     ShowBoard(game_position);
@@ -236,11 +237,11 @@ void JumpCommand(const Command& c) {
 
 // A word of the user that should be a move.
 void EnterMove(const char* typed) {
-    if (typed[0] == '\0' || WhyUnplayable(game_position) != nullptr) return;
+    if (typed[0] == '\0' || WhyUnplayable(game_position) != nullptr) { return; }
     char text[WORD_SIZE + 2];
     std::snprintf(text, sizeof text, "%s", typed);
     Move m;
-    if (!IsValidMove(text, &m)) return;
+    if (!IsValidMove(text, &m)) { return; }
     LeaveGame();
     FinishSearch();
     ShowMessageF("%d. move %s", MoveNumber(), typed);
@@ -255,8 +256,8 @@ std::string FindEpdLine(LineReader* reader, const char* id) {
     const std::string wanted = std::string("id \"") + id + '"';
     TextLine line;
     while (ReadLine(reader, &line)) {
-        if (line.text[0] == ';' || line.text[0] == ' ') continue;
-        if (std::strstr(line.text, wanted.c_str()) == nullptr) continue;
+        if (line.text[0] == ';' || line.text[0] == ' ') { continue; }
+        if (std::strstr(line.text, wanted.c_str()) == nullptr) { continue; }
         return std::string(line.text, std::strcspn(line.text, "\r")).substr(0, EPD_LINE_SHOWN);
     }
     return "";
@@ -265,11 +266,11 @@ std::string FindEpdLine(LineReader* reader, const char* id) {
 void GetCommand(const Command& c) {
     LeaveGame();
     LineReader reader;
-    if (!OpenLines(&reader, "test.epd")) return;
+    if (!OpenLines(&reader, "test.epd")) { return; }
     const std::string line = FindEpdLine(&reader, c.word[1]);
     CloseLines(&reader);
     ShowMessage(line.c_str());
-    if (line.size() >= EPD_LINE_WITH_BOARD) NewGamePosition(line.c_str());
+    if (line.size() >= EPD_LINE_WITH_BOARD) { NewGamePosition(line.c_str()); }
     FinishSearch();
     ClearTTable();
     ShowBoard(game_position);
@@ -293,16 +294,17 @@ void ClearEditedBoard() {
 bool PlaceEditedPiece(int colour, const char* word) {
     const int file = word[1] == '\0' ? -1 : word[1] - 'a';
     const int rank = file < 0 || word[2] == '\0' ? -1 : word[2] - '1';
-    if (file < 0 || file > 7 || rank < 0 || rank > 7) return false;
+    if (file < 0 || file > 7 || rank < 0 || rank > 7) { return false; }
     Position* pos = game_position;
     const int letter = std::toupper(static_cast<unsigned char>(word[0]));
     int type = PAWN;
-    while (type <= KING && wchar[type] != letter) ++type;
-    if (type > KING) return true;
+    while (type <= KING && wchar[type] != letter) { ++type; }
+    if (type > KING) { return true; }
     const int square = rank * 8 + file;
-    if (pos->board[square] != NO_PIECE) RemovePiece(pos, square);
-    if (CountBits(pos->bb[colour][type]) < MAX_PIECES_OF_A_KIND)
+    if (pos->board[square] != NO_PIECE) { RemovePiece(pos, square); }
+    if (CountBits(pos->bb[colour][type]) < MAX_PIECES_OF_A_KIND) {
         AddPiece(pos, colour, type, square);
+    }
     return true;
 }
 
@@ -312,12 +314,13 @@ void EditLine(char* line) {
         return;
     }
     const char* word = std::strtok(line, " \t\r");
-    if (word == nullptr || (word[0] != 'w' && word[0] != 'b')) return;
+    if (word == nullptr || (word[0] != 'w' && word[0] != 'b')) { return; }
     const int colour = word[0] == 'w' ? WHITE : BLACK;
     game_position->side = static_cast<u8>(colour);
     game_position->ep_square = NO_SQUARE;  // the double push is no longer the last move
-    while ((word = std::strtok(nullptr, " \t\r")) != nullptr)
-        if (!PlaceEditedPiece(colour, word)) return;
+    while ((word = std::strtok(nullptr, " \t\r")) != nullptr) {
+        if (!PlaceEditedPiece(colour, word)) { return; }
+    }
 }
 
 // Takes away the castling rights that the pieces do not bear out, and makes the board the start of
@@ -329,8 +332,8 @@ void FinishEdit() {
         const int rook_code = PieceCode(colour, ROOK);
         const bool at_home = pos->board[king] == PieceCode(colour, KING);
         int lost = 0;
-        if (!at_home || pos->board[king + 3] != rook_code) lost |= WHITE_KING_SIDE;
-        if (!at_home || pos->board[king - 4] != rook_code) lost |= WHITE_QUEEN_SIDE;
+        if (!at_home || pos->board[king + 3] != rook_code) { lost |= WHITE_KING_SIDE; }
+        if (!at_home || pos->board[king - 4] != rook_code) { lost |= WHITE_QUEEN_SIDE; }
         pos->castle = static_cast<u8>(pos->castle & ~(lost << (2 * colour)));
     }
     SetHash(pos);
@@ -345,9 +348,9 @@ void FinishEdit() {
 void EditCommand(const Command&) {
     LeaveGame();
     FinishSearch();
-    for (const char* help : edit_help) ShowMessage(help);
+    for (const char* help : edit_help) { ShowMessage(help); }
     char line[EDIT_LINE_LENGTH + 1];
-    while (ReadInputLine(line, sizeof line) && line[0] != '.') EditLine(line);
+    while (ReadInputLine(line, sizeof line) && line[0] != '.') { EditLine(line); }
     FinishEdit();
 }
 
@@ -355,16 +358,16 @@ void EditCommand(const Command&) {
 
 void ForceCommand(const Command&) {
     LeaveGame();
-    computer = 2;
+    PBlock.control.computer = NO_COMPUTER;
 }
 
 void QuitCommand(const Command&) {
     AbandonSearch();
-    PBlock.quit = 1;
+    PBlock.control.quit = 1;
 }
 
 void GoCommand(const Command& c) {
-    if (!PositionIsPlayable()) return;
+    if (!PositionIsPlayable()) { return; }
     EndSelfPlay();
     const int depth = AnyNumber(c.word[1]);
     const bool limited = depth >= 0 && depth < MAX_DEPTH;
@@ -373,27 +376,27 @@ void GoCommand(const Command& c) {
 }
 
 void AnalyseCommand(const Command&) {
-    if (!PositionIsPlayable()) return;
+    if (!PositionIsPlayable()) { return; }
     EndSelfPlay();
-    PBlock.noise = 0.0;
-    computer = 2;
+    PBlock.options.noise = 0.0;
+    PBlock.control.computer = NO_COMPUTER;
     RequestSearch({.kind = SEARCH_ANALYSE, .max_depth = MAX_DEPTH});
 }
 
 void StopCommand(const Command&) { AbandonSearch(); }
 
 void ThinkCommand(const Command&) {
-    if (!PositionIsPlayable()) return;
+    if (!PositionIsPlayable()) { return; }
     EndSelfPlay();
-    computer = game_position->side;
+    PBlock.control.computer = game_position->side;
     RequestSearch({.kind = SEARCH_THINK});
 }
 
 void SelfPlayCommand(const Command&) {
-    if (!PositionIsPlayable()) return;
-    if (selfplay) return;
+    if (!PositionIsPlayable()) { return; }
+    if (PBlock.control.selfplay) { return; }
     EndGameRecord();
-    PBlock.ponder = 0;
+    PBlock.options.ponder = 0;
     RequestSearch({.kind = SEARCH_THINK, .selfplay = true});
 }
 
@@ -403,38 +406,39 @@ void LevelCommand(const Command& c) {
     const char* colon = std::strchr(base, ':');
     const double seconds =
         colon == nullptr ? DecimalNumber(base) : 60.0 * AnyNumber(base) + DecimalNumber(colon + 1);
-    PBlock.moves_per_control = static_cast<u8>(AnyNumber(c.word[1]));
-    PBlock.base_time = seconds;
-    PBlock.increment = DecimalNumber(c.word[3]);
-    PBlock.clock[WHITE] = PBlock.clock[BLACK] = seconds;
-    ShowMessageF("set level to %d moves in %0.2f seconds, inc %0.2f", PBlock.moves_per_control,
-                 seconds, PBlock.increment);
+    PBlock.time.moves_per_control = static_cast<u8>(AnyNumber(c.word[1]));
+    PBlock.time.base_time = seconds;
+    PBlock.time.increment = DecimalNumber(c.word[3]);
+    PBlock.time.clock[WHITE] = PBlock.time.clock[BLACK] = seconds;
+    ShowMessageF("set level to %d moves in %0.2f seconds, inc %0.2f", PBlock.time.moves_per_control,
+                 seconds, PBlock.time.increment);
 }
 
 void DepthCommand(const Command& c) {
-    PBlock.max_depth = static_cast<i8>(WholeNumber(c.word[1], 0, MAX_DEPTH));
+    PBlock.limits.max_depth = static_cast<i8>(WholeNumber(c.word[1], 0, MAX_DEPTH));
 }
 
 void TimeCommand(const Command& c) {
-    if (computer == WHITE || computer == BLACK) PBlock.clock[computer] = DecimalNumber(c.word[1]);
+    if (PBlock.control.computer == WHITE || PBlock.control.computer == BLACK) {
+        PBlock.time.clock[PBlock.control.computer] = DecimalNumber(c.word[1]);
+    }
 }
 
 u16 SmallNumber(const char* word) { return static_cast<u16>(WholeNumber(word, 0, USHRT_MAX)); }
 
-void PonderCommand(const Command& c) { PBlock.ponder = SmallNumber(c.word[1]); }
-void NoiseCommand(const Command& c) { PBlock.noise = DecimalNumber(c.word[1]); }
-void DebugCommand(const Command& c) { PBlock.debug = SmallNumber(c.word[1]); }
+void PonderCommand(const Command& c) { PBlock.options.ponder = SmallNumber(c.word[1]); }
+void NoiseCommand(const Command& c) { PBlock.options.noise = DecimalNumber(c.word[1]); }
+void DebugCommand(const Command& c) { PBlock.options.debug = SmallNumber(c.word[1]); }
 
 void MultiPvCommand(const Command& c) {
-    PBlock.multipv = static_cast<u16>(WholeNumber(c.word[1], 1, MAX_MULTIPV));
+    PBlock.options.multipv = static_cast<u16>(WholeNumber(c.word[1], 1, MAX_MULTIPV));
 }
 
 void HashCommand(const Command& c) {
-    PBlock.hash_mode = static_cast<u8>(WholeNumber(c.word[1], 0, UCHAR_MAX));
-    PBlock.saved_hash_mode = 0;
+    PBlock.options.hash_mode = static_cast<u8>(WholeNumber(c.word[1], 0, UCHAR_MAX));
 }
 
-void TraceCommand(const Command& c) { PBlock.trace = SmallNumber(c.word[1]); }
+void TraceCommand(const Command& c) { PBlock.options.trace = SmallNumber(c.word[1]); }
 
 // ---- selectivity and parameters ----
 
@@ -454,13 +458,13 @@ void SetCommand(const Command& c) {
     FinishSearch();
     const char* name = c.word[1];
     for (const SelectivitySwitch& s : selectivity_switches) {
-        if (std::strcmp(name, s.name) != 0) continue;
+        if (std::strcmp(name, s.name) != 0) { continue; }
         Personality.*s.field = static_cast<u8>(AnyNumber(c.word[2]));
         ShowMessageF("%s set to %d", name, Personality.*s.field);
         return;
     }
     if (std::strcmp(name, "ss_off") == 0) {
-        for (const SelectivitySwitch& s : selectivity_switches) Personality.*s.field = s.off;
+        for (const SelectivitySwitch& s : selectivity_switches) { Personality.*s.field = s.off; }
         ShowMessage("selectivity set to OFF");
     } else {
         Personality = DefaultPersonality;
@@ -487,17 +491,21 @@ void ParametersCommand(const Command&) {
     PrintDirect("piece values=  %d/%d  %d/%d  %d/%d  %d/%d  %d/%d\n", MtlPawnOp[1], MtlPawnEn[1],
                 MtlKnightOp[1], MtlKnightEn[1], MtlBishopOp[1], MtlBishopEn[1], MtlRookOp[1],
                 MtlRookEn[1], MtlQueenOp[1], MtlQueenEn[1]);
-    for (int i = 0; i < SHOWN_DANGERS; ++i) PrintDirect("i=%2d, kdngr= %3d\n", i, KingDanger[i]);
-    for (int i = 0; i < SHOWN_MOBILITIES; ++i)
+    for (int i = 0; i < SHOWN_DANGERS; ++i) {
+        PrintDirect("i=%2d, kdngr= %3d\n", i, KingDanger[i]);
+    }
+    for (int i = 0; i < SHOWN_MOBILITIES; ++i) {
         PrintDirect("%3d  nmob= %3d  bmob=%3d  rmob=%3d  qmob= %3d\n", i, KnightMobility[i],
                     BishopMobility[i], RookMobility[i], QueenMobility[i]);
-    for (int rank = 1; rank <= 8; ++rank)
+    }
+    for (int rank = 1; rank <= 8; ++rank) {
         PrintDirect("rank=%d,  ppadv=%3d\n", rank, PP_BONUS[rank - 1]);
+    }
     PrintDirect("pawn_shield= %d\n", Personality.pawn_shield);
     PrintDirect("pawn_storm= %d\n", Personality.pawn_storm);
     PrintDirect("hung= %d\n", Personality.hung);
     PrintDirect("pinned= %d\n", Personality.pinned);
-    for (const SquareTable& t : square_tables) PrintPSQTable(t.table, t.title);
+    for (const SquareTable& t : square_tables) { PrintPSQTable(t.table, t.title); }
     PrintDirect("\n");
 }
 
@@ -506,7 +514,7 @@ void ReductionsCommand(const Command&) {
     for (const auto& layer : Personality.LMR_table) {
         for (int depth = 1; depth <= SHOWN_DEPTHS; ++depth) {
             std::string row;
-            for (int i = 0; i < LMR_MOVES; ++i) row += std::to_string(layer[depth][i]) + ' ';
+            for (int i = 0; i < LMR_MOVES; ++i) { row += std::to_string(layer[depth][i]) + ' '; }
             PrintDirect("%2d  %s\n", depth, row.c_str());
         }
         PrintDirect("\n");
@@ -516,18 +524,19 @@ void ReductionsCommand(const Command&) {
 // ---- looking into the engine ----
 
 void EvaluationCommand(const Command&) {
-    if (PositionIsPlayable()) ShowEvaluation();
+    if (PositionIsPlayable()) { ShowEvaluation(); }
 }
 
 // Copies the published line when the search it comes from is, or was, one of the game position.
 void CopySearchLine(Move* line) {
-    const SpinGuard guard(&spinlock1);
-    if (PBlock.searched_key == SearchKey(game_position))
-        std::copy(PBlock.pv, PBlock.pv + PV_SIZE, line);
+    const ResultSnapshot result = PBlock.result.Snapshot();
+    if (result.searched_key == SearchKey(game_position)) {
+        std::copy(std::begin(result.pv), std::end(result.pv), line);
+    }
 }
 
 void LineCommand(const Command&) {
-    if (!PositionIsPlayable()) return;
+    if (!PositionIsPlayable()) { return; }
     Position* pos = game_position;
     const RecordKeeper keep(pos);
     Move line[PV_SIZE + 2] = {};
@@ -537,7 +546,9 @@ void LineCommand(const Command&) {
     int made = 0;
     for (int ply = 1; ply <= PV_MAX_PLY; ++ply) {
         const Move m = line[ply];
-        if (m == NO_MOVE || !MoveIsPseudoLegal(pos, m) || !MoveIsLegal(pos, pos->side, m)) break;
+        if (m == NO_MOVE || !MoveIsPseudoLegal(pos, m) || !MoveIsLegal(pos, pos->side, m)) {
+            break;
+        }
         char coord[MOVE_TEXT_SIZE], san[MOVE_TEXT_SIZE], file_form[MOVE_TEXT_SIZE],
             rank_form[MOVE_TEXT_SIZE];
         GenMoveStrings(pos, m, coord, san, file_form, rank_form);
@@ -548,18 +559,18 @@ void LineCommand(const Command&) {
     }
     PrintDirect("PV: %s\n\n", text.c_str());
     ShowBoard(pos);
-    while (made-- > 0) UnmakeMove(pos);
+    while (made-- > 0) { UnmakeMove(pos); }
 }
 
 void BookCommand(const Command&) {
-    if (!PositionIsPlayable()) return;
+    if (!PositionIsPlayable()) { return; }
     const RecordKeeper keep(game_position);
     ChooseBookMove(game_position, 1);
     ShowMessage("");
 }
 
 void PerftCommand(const Command& c) {
-    if (!PositionIsPlayable()) return;
+    if (!PositionIsPlayable()) { return; }
     const OwnSearch own;
     const RecordKeeper keep(game_position);
     InitSearch();
@@ -569,23 +580,24 @@ void PerftCommand(const Command& c) {
         Perft(tb, game_position->side, 1, WholeNumber(c.word[1], 0, MAX_PERFT_DEPTH));
     const double seconds = MonotonicSeconds() - start;
     const double nodes = static_cast<double>(tb->nodes.Get());
-    if (InterruptSeen())
+    if (InterruptSeen()) {
         ShowMessage("interrupted: the count is incomplete");
-    else if (!complete)
+    } else if (!complete) {
         ShowMessage("too many moves for the move buffer: the count is incomplete");
+    }
     ShowMessageF("visited %0.0f nodes in %0.3f seconds, nps= %0.0f", nodes, seconds,
                  nodes / (seconds + 0.001));
 }
 
 void SwapCommand(const Command&) {
-    if (!PositionIsPlayable()) return;
+    if (!PositionIsPlayable()) { return; }
     Position* pos = game_position;
     Bitboard pieces = Occupied(pos);
     while (pieces != 0) {
         const int square = PopLSB(&pieces);
         const int enemy = PieceColour(pos->board[square]) ^ 1;
         const int value = swapoff1(pos, enemy, NO_SQUARE, square, Occupied(pos));
-        if (value != 0) PrintDirect("sq= %s, swap= %d\n", square_name[square], value);
+        if (value != 0) { PrintDirect("sq= %s, swap= %d\n", square_name[square], value); }
     }
 }
 
@@ -600,17 +612,18 @@ bool StartsGame(const TextLine& line) { return std::strstr(line.text, GAME_START
 bool FindGame(LineReader* reader, const char* tag) {
     const bool by_number = tag[0] == '\0' || std::isdigit(static_cast<unsigned char>(tag[0]));
     int wanted = by_number ? AnyNumber(tag) : 0;
-    if (by_number && (wanted < 1 || wanted > GAME_NUMBER_MAX)) wanted = 1;
+    if (by_number && (wanted < 1 || wanted > GAME_NUMBER_MAX)) { wanted = 1; }
     u64 game_start = reader->offset;
     int games = 0;
     TextLine line;
     while (ReadLine(reader, &line)) {
         if (StartsGame(line)) {
             game_start = line.offset;
-            if (++games == wanted) return SeekLine(reader, game_start);
+            if (++games == wanted) { return SeekLine(reader, game_start); }
         }
-        if (!by_number && std::strstr(line.text, tag) != nullptr)
+        if (!by_number && std::strstr(line.text, tag) != nullptr) {
             return SeekLine(reader, game_start);
+        }
     }
     return games == 0 && wanted == 1 && SeekLine(reader, game_start);
 }
@@ -627,7 +640,7 @@ bool PlayGameWord(const std::string& word) {
     const auto letter = std::find_if(word.begin(), word.end(), [](char c) {
         return std::isalpha(static_cast<unsigned char>(c)) != 0;
     });
-    if (letter == word.end()) return true;
+    if (letter == word.end()) { return true; }
     const std::string text(letter,
                            letter + std::min<std::ptrdiff_t>(word.end() - letter, PGN_MOVE_LENGTH));
     char edited[PGN_MOVE_LENGTH + 2];
@@ -645,21 +658,21 @@ bool PlayGameWord(const std::string& word) {
 bool PlayGameLine(const TextLine& line, GameTextState* state) {
     std::string word;
     for (const char c : std::string_view(line.text, line.length)) {
-        if (state->in_line_comment) return true;
+        if (state->in_line_comment) { return true; }
         if (state->in_comment) {
             state->in_comment = c != '}';
             continue;
         }
         const bool plain =
             static_cast<unsigned char>(c) > ' ' && std::strchr("{};()", c) == nullptr;
-        if (plain && state->variations == 0) word += c;
-        if (plain) continue;
-        if (!word.empty() && !PlayGameWord(word)) return false;
+        if (plain && state->variations == 0) { word += c; }
+        if (plain) { continue; }
+        if (!word.empty() && !PlayGameWord(word)) { return false; }
         word.clear();
-        if (c == ';') state->in_line_comment = true;
-        if (c == '{') state->in_comment = true;
-        if (c == '(') ++state->variations;
-        if (c == ')' && state->variations > 0) --state->variations;
+        if (c == ';') { state->in_line_comment = true; }
+        if (c == '{') { state->in_comment = true; }
+        if (c == '(') { ++state->variations; }
+        if (c == ')' && state->variations > 0) { --state->variations; }
     }
     return word.empty() || PlayGameWord(word);
 }
@@ -668,11 +681,11 @@ void PlayGame(LineReader* reader) {
     GameTextState state;
     TextLine line;
     for (bool first = true; ReadLine(reader, &line); first = false) {
-        if (!first && StartsGame(line)) return;
-        if (line.starts_line) state.in_line_comment = false;
+        if (!first && StartsGame(line)) { return; }
+        if (line.starts_line) { state.in_line_comment = false; }
         const bool skipped =
             line.starts_line && !state.in_comment && (line.text[0] == '[' || line.text[0] == '%');
-        if (!skipped && !PlayGameLine(line, &state)) return;
+        if (!skipped && !PlayGameLine(line, &state)) { return; }
     }
 }
 
@@ -682,17 +695,17 @@ void LoadCommand(const Command& c) {
     if (OpenLines(&reader, c.word[1])) {
         EndSelfPlay();
         NewGamePosition(fen_opn);
-        if (FindGame(&reader, c.word[2])) PlayGame(&reader);
+        if (FindGame(&reader, c.word[2])) { PlayGame(&reader); }
         CloseLines(&reader);
         EndGameRecord();
         ShowBoard(game_position);
     }
-    PBlock.clock[WHITE] = PBlock.clock[BLACK] = PBlock.base_time;
+    PBlock.time.clock[WHITE] = PBlock.time.clock[BLACK] = PBlock.time.base_time;
 }
 
 void SaveCommand(const Command&) {
     std::FILE* out = std::fopen("tmp.pgn", "a");
-    if (out == nullptr) return;
+    if (out == nullptr) { return; }
     Position* pos = game_position;
     const int moves = pos->hist_count;
     TakeBackAll();
@@ -716,7 +729,7 @@ void MakeBookCommand(const Command&) {
 }
 
 void TuneWeightCommand(const Command& c) {
-    if (c.word[1][0] == '\0' || c.word[2][0] == '\0') return;
+    if (c.word[1][0] == '\0' || c.word[2][0] == '\0') { return; }
     EndSelfPlay();
     const OwnSearch own;
     TuneCommand(c.word[1], c.word[2]);
@@ -777,7 +790,7 @@ constexpr ConsoleWord console_words[] = {
 }  // namespace
 
 void ConsoleCommand(const char* line) {
-    if (line[0] == '\0') return;
+    if (line[0] == '\0') { return; }
     Command command;
     SplitWords(line, &command);
     const char* word = command.word[0];

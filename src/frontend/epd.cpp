@@ -11,23 +11,23 @@
 #include <cstring>
 #include <vector>
 
+#include "board/epdline.h"
 #include "board/moves.h"
 #include "eval/personality.h"
 #include "eval/threadblock.h"
 #include "frontend/frontend.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
-#include "frontend/toolsearch.h"
+#include "frontend/report.h"
+#include "frontend/toolwait.h"
 #include "search/search.h"
+#include "search/searchinfo.h"
 #include "search/threads.h"
+#include "search/toolsearch.h"
 #include "search/ttable.h"
-#include "tune/tune.h"
 
 namespace {
 
-constexpr std::size_t SHORTEST_POSITION = 10;  // characters
-constexpr std::size_t RESULT_LENGTH = 7;       // characters of a "tune" label
-constexpr double NO_RESULT = 0.5;
 constexpr double UNREADABLE_FILE = 1.0;  // the error that is returned then
 constexpr int POOL_DEPTH = 6;            // from this depth limit on the search threads are used
 constexpr int INPUT_INTERVAL = 16;       // shallow positions between two looks at the input
@@ -44,13 +44,6 @@ struct EpdTotals {
     double error = 0.0;
 };
 
-double ReadResult(const std::string& line) {
-    const std::size_t at = line.find("tune ");
-    if (at == std::string::npos) return NO_RESULT;
-    const double value = std::strtod(line.substr(at + 5, RESULT_LENGTH).c_str(), nullptr);
-    return std::isfinite(value) ? value : NO_RESULT;
-}
-
 // IsValidMove on a copy, which it may edit and lengthen.
 int MoveOfText(const char* first, const char* last) {
     std::vector<char> text(first, last);
@@ -59,22 +52,24 @@ int MoveOfText(const char* first, const char* last) {
     return IsValidMove(text.data(), &m) ? m : 0;
 }
 
-bool SearchIsBrief() { return PBlock.stop != STOP_NONE || PBlock.iteration_depth <= 1; }
+bool SearchIsBrief() {
+    return PBlock.control.stop != STOP_NONE || PBlock.progress.iteration_depth <= 1;
+}
 
-bool Quiet() { return PBlock.noise == NOISE_NEVER; }
+bool Quiet() { return PBlock.options.noise == NOISE_NEVER; }
 
 // One run over a file, with what it needs from line to line.
 class EpdRun {
 public:
     EpdRun(int show, int max_depth) : show_(show), max_depth_(max_depth) {}
     ~EpdRun() {
-        if (unsolved_ != nullptr) std::fclose(unsolved_);
+        if (unsolved_ != nullptr) { std::fclose(unsolved_); }
     }
     EpdRun(const EpdRun&) = delete;
     EpdRun& operator=(const EpdRun&) = delete;
 
     bool OpenUnsolved() {
-        if (max_depth_ >= 1) unsolved_ = std::fopen(UNSOLVED_FILE, "wb");
+        if (max_depth_ >= 1) { unsolved_ = std::fopen(UNSOLVED_FILE, "wb"); }
         return max_depth_ < 1 || unsolved_ != nullptr;
     }
     void Analyze(const std::string& line, const EpdRecord& record);
@@ -84,7 +79,7 @@ public:
 private:
     int Search();
     void LookAtInput() const {
-        if (totals_.positions % INPUT_INTERVAL != 0) return;
+        if (totals_.positions % INPUT_INTERVAL != 0) { return; }
         SearchTimeout();
         UserInput();
     }
@@ -105,7 +100,7 @@ private:
 };
 
 void EpdRun::Announce(const std::string& line) const {
-    if (Quiet()) return;
+    if (Quiet()) { return; }
     ShowMessageF("pos= %d", totals_.positions);
     ShowMessage(line.c_str());
     ShowBoard(game_position);
@@ -121,22 +116,23 @@ int EpdRun::Search() {
     }
     StartSearch();
     WaitForToolSearch(SearchIsBrief);
-    return PBlock.score;
+    return PBlock.result.Score();
 }
 
 void EpdRun::ShowResult(int score) const {
-    if (Quiet()) return;
-    DisplaySearchInfo(0, 0, PBlock.depth_done, score, PBlock.pv);
+    if (Quiet()) { return; }
+    const ResultSnapshot result = PBlock.result.Snapshot();
+    DisplaySearchInfo(0, 0, result.depth_done, score, result.pv);
     char move[MOVE_TEXT_SIZE];
-    MoveToStr(PBlock.pv[1], move);
-    const double elapsed = PBlock.elapsed;
+    MoveToStr(result.pv[1], move);
+    const double elapsed = PBlock.time.elapsed;
     const double nodes = static_cast<double>(sstats.nodes);
     ShowMessageF("move= %s, time= %0.3f, score= %d, nodes= %0.0f, %0.0fK nps\n", move, elapsed,
                  score, nodes, nodes / (elapsed + 0.001) / 1000);
 }
 
 void EpdRun::KeepUnsolved(const std::string& line) {
-    if (unsolved_ == nullptr) return;
+    if (unsolved_ == nullptr) { return; }
     std::fwrite(line.data(), 1, line.size(), unsolved_);
     std::fputc('\n', unsolved_);
     std::fflush(unsolved_);
@@ -147,33 +143,35 @@ void EpdRun::KeepUnsolved(const std::string& line) {
 void EpdRun::Analyze(const std::string& line, const EpdRecord& record) {
     SetPosition(game_position, record.position.c_str());
     ++totals_.positions;
-    if (show_) ShowStatus("position %d, %d correct", totals_.positions, totals_.correct);
+    if (show_) { ShowStatus("position %d, %d correct", totals_.positions, totals_.correct); }
     if (const char* why = WhyUnplayable(game_position)) {
         Announce(record.position);
-        if (show_) ShowError("%s: %s\n", why, record.position.c_str());
+        if (show_) { ShowError("%s: %s\n", why, record.position.c_str()); }
         KeepUnsolved(line);
         AddError(record, 0);
         LookAtInput();
         return;
     }
-    PBlock.expected_move = max_depth_ < 1 ? -1 : ExpectedMove(record.best_move);
-    if (max_depth_ >= 2) ClearTTable();
+    PBlock.tool.expected_move = max_depth_ < 1 ? -1 : ExpectedMove(record.best_move);
+    if (max_depth_ >= 2) { ClearTTable(); }
     Announce(record.position);
 
     const int score = Search();
     GetElapsedTime(0);
     Collect();
-    totals_.seconds += PBlock.elapsed;
+    totals_.seconds += PBlock.time.elapsed;
     totals_.nodes += sstats.nodes;
-    totals_.depth += PBlock.depth_done;
+    totals_.depth += PBlock.result.DepthDone();
     totals_.branching += EffectiveBranchingFactor();
-    if (PBlock.expected_move > 0 && PBlock.pv[1] == PBlock.expected_move)
+    if (PBlock.tool.expected_move > 0 &&
+        PBlock.result.SnapshotMove() == PBlock.tool.expected_move) {
         ++totals_.correct;
-    else
+    } else {
         KeepUnsolved(line);
+    }
     AddError(record, score);
     ShowResult(score);
-    PBlock.search_state = SEARCH_IDLE;
+    PBlock.control.search_state = SEARCH_IDLE;
 }
 
 void EpdRun::ShowSummary() const {
@@ -191,67 +189,37 @@ void EpdRun::ShowSummary() const {
 
 }  // namespace
 
-bool ParseEpdLine(const std::string& line, EpdRecord* record) {
-    std::size_t length = line.size();
-    while (length > 0 && (line[length - 1] == '\r' || line[length - 1] == '\0')) --length;
-    if (length < SHORTEST_POSITION || std::strchr(" #;", line[0]) != nullptr) return false;
-    record->position.assign(line, 0, length);
-    record->result = ReadResult(record->position);
-    record->best_move.clear();
-    const std::size_t at = record->position.find("bm ");
-    if (at != std::string::npos) {
-        const std::size_t start = at + 3;
-        const std::size_t end = std::min(record->position.find(';', start), length);
-        record->best_move.assign(record->position, start, end - start);
-    }
-    return true;
-}
-
-bool NextEpdRecord(LineReader* reader, std::string* line, EpdRecord* record) {
-    TextLine text;
-    while (ReadLine(reader, &text)) {
-        if (!text.starts_line) continue;
-        line->assign(text.text, text.length);
-        if (ParseEpdLine(*line, record)) return true;
-    }
-    return false;
-}
-
 int ExpectedMove(const std::string& text) {
     const char* first = text.c_str();
     const char* const end = first + text.size();
-    if (const int whole = MoveOfText(first, end)) return whole;
+    if (const int whole = MoveOfText(first, end)) { return whole; }
     while (first != end) {
         const char* last = std::find(first, end, ' ');
-        if (last != first)
-            if (const int m = MoveOfText(first, last)) return m;
+        if (last != first) {
+            if (const int m = MoveOfText(first, last)) { return m; }
+        }
         first = last == end ? end : last + 1;
     }
     return 0;
 }
 
-int ScoreGamePosition() {
-    SearchIterations(1);
-    const int score = ThreadData[1]->running_score;
-    PBlock.score = static_cast<i16>(score);
-    return score;
-}
-
 double Analyze_EPD_File(int show) {
     LineReader reader;
-    if (!OpenLines(&reader, PBlock.epd_file)) return UNREADABLE_FILE;
-    EpdRun run(show, PBlock.max_depth);
+    if (!OpenLines(&reader, PBlock.tool.epd_file)) { return UNREADABLE_FILE; }
+    EpdRun run(show, PBlock.limits.max_depth);
     if (!run.OpenUnsolved()) {
-        if (show) ShowError("cannot write %s\n", UNSOLVED_FILE);
+        if (show) { ShowError("cannot write %s\n", UNSOLVED_FILE); }
         CloseLines(&reader);
         return UNREADABLE_FILE;
     }
     InitEval();
-    if (show) ShowMessageF("Analyzing %s...", PBlock.epd_file);
-    if (PBlock.max_depth <= 1) PBlock.hash_mode = 0;
+    if (show) { ShowMessageF("Analyzing %s...", PBlock.tool.epd_file); }
+    if (PBlock.limits.max_depth <= 1) { PBlock.options.hash_mode = 0; }
     std::string line;
     EpdRecord record;
-    while (PBlock.quit == 0 && NextEpdRecord(&reader, &line, &record)) run.Analyze(line, record);
+    while (PBlock.control.quit == 0 && NextEpdRecord(&reader, &line, &record)) {
+        run.Analyze(line, record);
+    }
     CloseLines(&reader);
     if (show) {
         ClearStatus();

@@ -1,30 +1,8 @@
-// EPD lines as the analysis and the tuner use them. Front-end thread only.
+// EPD suites. Front-end thread only.
 #pragma once
 
 #include <string>
 
-#include "platform/textlines.h"
-
-// One usable line of an EPD file: "<position> bm <move>; tune <result>; ...".
-struct EpdRecord {
-    std::string position;   // the whole line without its end, as SetPosition takes it
-    std::string best_move;  // text of "bm", empty when there is none
-    double result = 0.5;    // label of "tune", 0..1
-};
-
-// Takes a line apart. False when the line is no position: shorter than ten characters, or a
-// comment.
-bool ParseEpdLine(const std::string& line, EpdRecord* record);
-
-// Reads on up to the next usable line, which is kept unchanged in `line`. False at the end. Of a
-// line that is longer than the reader's buffer only the first part counts.
-bool NextEpdRecord(LineReader* reader, std::string* line, EpdRecord* record);
-
 // The move that a "bm" text names in the game position, 0 when it names no legal one. Of several
 // words the first that is a legal move counts.
 int ExpectedMove(const std::string& text);
-
-// Searches the game position on the calling thread within the limits of PBlock and returns the
-// score in centipawns for the side to move: at max_depth 0 that of the quiescence search. Requires
-// a playable position and idle search threads.
-int ScoreGamePosition();

@@ -23,12 +23,9 @@ void CleanUp();
 // --- command line (commandline.cpp) ---
 // Stores the options in PBlock and chooses the mode. Words that are no options are skipped.
 void ReadCommandLine(int argc, char** argv, StartOptions* options);
-// Numbers in text from outside: 0 without a number; never an overflow, never "not a number".
-int WholeNumber(const char* text, int low, int high);  // clamped to low..high
-double DecimalNumber(const char* text);                // within +-1e12
 
 // --- command loop (commandloop.cpp) ---
-// Serves both protocols until PBlock.quit. Requires StartUp.
+// Serves both protocols until PBlock.control.quit. Requires StartUp.
 void CommandLoop();
 // Stops a running search, waits for its threads and reports it. Nothing when idle.
 void FinishSearch();
@@ -66,9 +63,6 @@ void FeedInput(const char* bytes, int count);  // for tests and fuzzing: as if i
 // Each handles one line without its line end.
 void ConsoleCommand(const char* line);
 void ProcessUCI(const char* line);
-const char* GetWord(const char* text);  // first word, in a static buffer of 128 bytes
-const char* NextWord(
-    const char* text);  // next word of a game score; nullptr continues / at the end
 
 // --- tool modes ---
 void RunBenchmark(int positions);   // benchmark.cpp

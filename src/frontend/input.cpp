@@ -12,6 +12,7 @@
 #include "platform/input.h"
 #include "platform/interrupt.h"
 #include "platform/sleep.h"
+#include "platform/words.h"
 #include "search/threads.h"
 
 namespace {
@@ -49,16 +50,17 @@ std::size_t NextLineEnd() {
 }
 
 void ReadWhatArrived() {
-    if (reader.ended || reader.fed) return;
+    if (reader.ended || reader.fed) { return; }
     static char chunk[READ_SIZE];
     const int count = PollInput(chunk, sizeof chunk);
-    if (count < 0) reader.ended = true;
-    if (count <= 0) return;
+    if (count < 0) { reader.ended = true; }
+    if (count <= 0) { return; }
     reader.bytes.erase(0, reader.start);
     reader.scanned -= reader.start;
     reader.start = 0;
-    if (reader.bytes.size() + static_cast<std::size_t>(count) > LINE_LIMIT)
+    if (reader.bytes.size() + static_cast<std::size_t>(count) > LINE_LIMIT) {
         reader.bytes.resize(LINE_LIMIT / 2);
+    }
     reader.scanned = std::min(reader.scanned, reader.bytes.size());
     reader.bytes.append(chunk, static_cast<std::size_t>(count));
 }
@@ -80,26 +82,27 @@ bool IsHarmless(const std::string& whole_line) {
 }
 
 void HandleLine(const std::string& line) {
-    if (PBlock.protocol == PROTOCOL_UCI || line == "uci")
+    if (PBlock.options.protocol == PROTOCOL_UCI || line == "uci") {
         ProcessUCI(line.c_str());
-    else if (!line.empty())
+    } else if (!line.empty()) {
         ConsoleCommand(line.c_str());
+    }
 }
 
 }  // namespace
 
 void UserInput() {
     if (InterruptSeen()) {
-        PBlock.stop = STOP_ABANDON;
-        PBlock.quit = 1;
+        PBlock.control.stop = STOP_ABANDON;
+        PBlock.control.quit = 1;
         return;
     }
-    if (!InputPending()) ReadWhatArrived();
+    if (!InputPending()) { ReadWhatArrived(); }
     const std::size_t end = NextLineEnd();
-    if (end == std::string::npos) return;
+    if (end == std::string::npos) { return; }
     const std::string line = LineUpTo(end);
     DropLine(end);
-    if (!reader.tool_mode || IsHarmless(line)) HandleLine(line);
+    if (!reader.tool_mode || IsHarmless(line)) { HandleLine(line); }
 }
 
 void SetToolInput(bool tool_mode_runs) { reader.tool_mode = tool_mode_runs; }
@@ -110,7 +113,7 @@ bool InputPending() { return NextLineEnd() != std::string::npos; }
 
 bool ReadInputLine(char* buffer, int size) {
     while (!InputPending()) {
-        if (reader.ended || reader.fed || InterruptSeen()) return false;
+        if (reader.ended || reader.fed || InterruptSeen()) { return false; }
         SleepExOrInput(INPUT_WAIT_MS, &front_end_alert, false);
         ReadWhatArrived();
     }

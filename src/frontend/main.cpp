@@ -30,20 +30,22 @@ void RunChosenMode(const StartOptions& options) {
     SetToolInput(options.mode != RunMode::CommandLoop);
     switch (options.mode) {
         case RunMode::EpdAnalysis:
-            if (Readable(PBlock.epd_file)) Analyze_EPD_File(1);
+            if (Readable(PBlock.tool.epd_file)) { Analyze_EPD_File(1); }
             break;
         case RunMode::PgnScan:
-            if (Readable(options.scan_file)) Scan_PGN_File(options.scan_file, options.scan_mode);
+            if (Readable(options.scan_file)) {
+                Scan_PGN_File(options.scan_file, options.scan_mode);
+            }
             break;
         case RunMode::Match:
-            PBlock.noise = TOOL_NOISE_SECONDS;
+            PBlock.options.noise = TOOL_NOISE_SECONDS;
             Tune_3();
             break;
         case RunMode::Benchmark:
             RunBenchmark(options.benchmark_positions);
             break;
         case RunMode::Tune:
-            PBlock.noise = TOOL_NOISE_SECONDS;
+            PBlock.options.noise = TOOL_NOISE_SECONDS;
             RunTuneSchedule();
             break;
         case RunMode::CommandLoop:
@@ -60,7 +62,7 @@ int main(int argc, char** argv) {
     SecureStandardStreams();
     CatchInterrupt(&front_end_alert);
     StartOptions options;
-    if (const int status = StartUp(argc, argv, &options)) return status;
+    if (const int status = StartUp(argc, argv, &options)) { return status; }
     if (options.mode != RunMode::Nothing) {
         RunChosenMode(options);
         CleanUp();

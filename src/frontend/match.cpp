@@ -16,9 +16,10 @@
 #include "frontend/frontend.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
-#include "frontend/toolsearch.h"
+#include "search/perft.h"
 #include "search/search.h"
 #include "search/threads.h"
+#include "search/toolsearch.h"
 #include "search/ttable.h"
 
 namespace {
@@ -58,24 +59,24 @@ struct Match {
 // there is no mate.
 bool DrawnWithoutSearch() {
     Position* pos = game_position;
-    if (pos->fifty <= REPEATABLE) return false;
-    if (pos->fifty > FIFTY_MOVES && IsMate(pos, InCheck(pos, pos->side)) != 1) return true;
+    if (pos->fifty <= REPEATABLE) { return false; }
+    if (pos->fifty > FIFTY_MOVES && IsMate(pos, InCheck(pos, pos->side)) != 1) { return true; }
     return CountRepetitions(pos, 2) >= 2;
 }
 
-// Leaves the mover's move in PBlock.pv[1] (0 = none) and its score.
+// Leaves the mover's move in PBlock.result (0 = none) and its score.
 void ChooseMove(Match* match) {
     const bool white_moves = game_position->side == WHITE;
     PrepareToolSearch();
     Personality = match->player[white_moves ? match->white_player : match->white_player ^ 1];
     if (game_position->hist_count < BOOK_PLIES) {
         GetCandidates(game_position, 0);
-        PBlock.score = 0;
-        if (PBlock.pv[1] != NO_MOVE) return;
+        PBlock.result.PublishScore(0);
+        if (PBlock.result.SnapshotMove() != NO_MOVE) { return; }
     }
     InitEval();
     if (DrawnWithoutSearch()) {
-        PBlock.score = 0;
+        PBlock.result.PublishScore(0);
         return;
     }
     SearchIterations(1);
@@ -83,10 +84,12 @@ void ChooseMove(Match* match) {
 
 Outcome Judge() {
     const bool white_moves = game_position->side == WHITE;
-    const int score = PBlock.score;
-    if (score < -DECIDED_SCORE) return white_moves ? BLACK_WINS : WHITE_WINS;
-    if (score > DECIDED_SCORE) return white_moves ? WHITE_WINS : BLACK_WINS;
-    if (game_position->fifty > FIFTY_MOVES || PBlock.pv[1] == NO_MOVE) return DRAWN;
+    const int score = PBlock.result.Score();
+    if (score < -DECIDED_SCORE) { return white_moves ? BLACK_WINS : WHITE_WINS; }
+    if (score > DECIDED_SCORE) { return white_moves ? WHITE_WINS : BLACK_WINS; }
+    if (game_position->fifty > FIFTY_MOVES || PBlock.result.SnapshotMove() == NO_MOVE) {
+        return DRAWN;
+    }
     return GAME_GOES_ON;
 }
 
@@ -95,21 +98,22 @@ Outcome PlayGame(Match* match) {
     SetPosition(game_position, fen_opn);
     match->white_player = std::rand() % 2;  // player 1 is white when 0
     match->plies.clear();
-    PBlock.hash_mode = 0;
+    PBlock.options.hash_mode = 0;
     ClearTTable();
     for (;;) {
         if (++match->plies_begun % INPUT_INTERVAL == 0) {
             SearchTimeout();
             UserInput();
-            if (PBlock.quit) return GAME_GOES_ON;
+            if (PBlock.control.quit) { return GAME_GOES_ON; }
         }
         ChooseMove(match);
         Collect();
         const Outcome outcome = Judge();
-        match->plies.push_back({PBlock.pv[1], PBlock.score, PBlock.depth_done});
-        if (outcome != GAME_GOES_ON) return outcome;
-        if (match->plies.size() >= GAME_RECORD_PLIES) return DRAWN;
-        PlayGameMove(game_position, PBlock.pv[1]);
+        match->plies.push_back(
+            {PBlock.result.SnapshotMove(), PBlock.result.Score(), PBlock.result.DepthDone()});
+        if (outcome != GAME_GOES_ON) { return outcome; }
+        if (match->plies.size() >= GAME_RECORD_PLIES) { return DRAWN; }
+        PlayGameMove(game_position, PBlock.result.SnapshotMove());
     }
 }
 
@@ -133,10 +137,11 @@ void WriteGame(const Match& match, Outcome outcome) {
 }
 
 void CountGame(Match* match, Outcome outcome) {
-    if (outcome == DRAWN)
+    if (outcome == DRAWN) {
         ++match->draws;
-    else
+    } else {
         ++match->wins[outcome == WHITE_WINS ? match->white_player : match->white_player ^ 1];
+    }
 }
 
 void ShowScore(const Match& match) {
@@ -149,17 +154,17 @@ void ShowScore(const Match& match) {
         ShowMessageF("%4d games,  %3d %3d %3d  %0.3f (+/- %0.3f) %c", g, match.wins[0],
                      match.wins[1], match.draws, f, margin, significant ? '*' : ' ');
     }
-    if (g < GAMES) ShowStatus("game %d of %d", g + 1, GAMES);
+    if (g < GAMES) { ShowStatus("game %d of %d", g + 1, GAMES); }
 }
 
 // The limits of every move of the match.
 void SetLimits() {
-    PBlock.book_weight = MATCH_BOOK_WEIGHT;
-    PBlock.noise = NOISE_NEVER;
-    PBlock.moves_per_control = 1;
-    PBlock.base_time = SECONDS_PER_MOVE;
-    PBlock.clock[WHITE] = PBlock.clock[BLACK] = SECONDS_PER_MOVE;
-    PBlock.node_limit = static_cast<u64>(std::rand() % 11 + 95) * 200;
+    PBlock.options.book_weight = MATCH_BOOK_WEIGHT;
+    PBlock.options.noise = NOISE_NEVER;
+    PBlock.time.moves_per_control = 1;
+    PBlock.time.base_time = SECONDS_PER_MOVE;
+    PBlock.time.clock[WHITE] = PBlock.time.clock[BLACK] = SECONDS_PER_MOVE;
+    PBlock.limits.node_limit = static_cast<u64>(std::rand() % 11 + 95) * 200;
 }
 
 }  // namespace
@@ -172,19 +177,21 @@ void Tune_3() {
         return;
     }
     InitEval();
-    match.out = std::fopen(PBlock.match_file, "w");
+    match.out = std::fopen(PBlock.tool.match_file, "w");
     if (match.out == nullptr) {
-        PrintDirect("can't open %s\n", PBlock.match_file);
+        PrintDirect("can't open %s\n", PBlock.tool.match_file);
         return;
     }
-    if (bkrecnum == 0) ShowError("no opening book: the games will hardly differ from each other\n");
+    if (bkrecnum == 0) {
+        ShowError("no opening book: the games will hardly differ from each other\n");
+    }
     match.plies.reserve(GAME_RECORD_PLIES);
     SetLimits();
     ShowMessage("Starting match...");
     while (match.game < GAMES) {
         ++match.game;
         const Outcome outcome = PlayGame(&match);
-        if (outcome == GAME_GOES_ON) break;
+        if (outcome == GAME_GOES_ON) { break; }
         CountGame(&match, outcome);
         WriteGame(match, outcome);
         ShowScore(match);

@@ -34,7 +34,7 @@ void SetTimerResolution() {
         return;
     }
     wTimerRes = std::min(std::max(caps.period_min_ms, WANTED_TIMER_PERIOD_MS), caps.period_max_ms);
-    if (timeBeginPeriod(wTimerRes) != 0) ShowMessage("Error setting timer resolution");
+    if (timeBeginPeriod(wTimerRes) != 0) { ShowMessage("Error setting timer resolution"); }
 }
 
 }  // namespace
@@ -46,35 +46,35 @@ int StartUp(int argc, char** argv, StartOptions* options) {
     OpenLog();
     std::fill(std::begin(ThreadData), std::end(ThreadData), nullptr);
     ThreadBlock* game = NewThreadBlock(0);
-    if (game == nullptr) return FAILED;
+    if (game == nullptr) { return FAILED; }
     game_position = &game->pos;
     InitBitboards();
     InitKPK();
-    PBlock = ProgramBlock{};
-    PBlock.has_popcnt = has_popcnt;
-    PBlock.has_bmi = has_bmi;
+    PBlock.Reset();
+    PBlock.options.has_popcnt = has_popcnt;
+    PBlock.options.has_bmi = has_bmi;
     InitPersonality(PARAMETER_FILE);
-    PBlock.protocol = PROTOCOL_UCI;
+    PBlock.options.protocol = PROTOCOL_UCI;
     ReadCommandLine(argc, argv, options);
-    if (options->mode == RunMode::Nothing) return 0;
-    if (InitTTable() != 0) return FAILED;
-    if (InitBook() != 0) ShowMessage("Not enough memory!");
-    if (SpinLockCreate(&spinlock1) != 0 || SpinLockCreate(&spinlock2) != 0) return FAILED;
+    if (options->mode == RunMode::Nothing) { return 0; }
+    if (InitTTable() != 0) { return FAILED; }
+    if (InitBook() != 0) { ShowMessage("Not enough memory!"); }
+    if (SpinLockCreate(&spinlock1) != 0 || SpinLockCreate(&spinlock2) != 0) { return FAILED; }
     AlertCreate(&front_end_alert);  // without one the loop still wakes every few milliseconds
-    if (CreateThreadPool(PBlock.threads) != 0) return FAILED;
+    if (CreateThreadPool(PBlock.options.threads) != 0) { return FAILED; }
     SetTimerResolution();
     return 0;
 }
 
 void CleanUp() {
     FreeBook();
-    KillThreadPool(PBlock.threads);
+    KillThreadPool(PBlock.options.threads);
     AlertDestroy(&front_end_alert);
     SpinLockDestroy(&spinlock1);
     SpinLockDestroy(&spinlock2);
-    if (wTimerRes != 0) timeEndPeriod(wTimerRes);
+    if (wTimerRes != 0) { timeEndPeriod(wTimerRes); }
     FreeTTable();
-    for (int slot = 0; slot < THREAD_SLOTS; ++slot) FreeThreadBlock(slot);
+    for (int slot = 0; slot < THREAD_SLOTS; ++slot) { FreeThreadBlock(slot); }
     ResetTrace();
     CloseLog();
 }

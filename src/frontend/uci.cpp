@@ -1,16 +1,17 @@
 // The UCI protocol: one line at a time is turned into changes of the game position, of PBlock's
-// options and time control, and into requests that the command loop serves. The two word readers
-// stand here as well. Front-end thread; whatever replaces memory that search threads use ends their
-// search first.
+// options and time control, and into requests that the command loop serves. Front-end thread;
+// whatever replaces memory that search threads use ends their search first.
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 #include <string>
 
 #include "eval/threadblock.h"
 #include "frontend/frontend.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
+#include "platform/words.h"
 #include "search/threads.h"
 #include "search/ttable.h"
 
@@ -24,13 +25,10 @@ constexpr double UNLIMITED_SECONDS = 10000000.0;  // and of one limited by nodes
 constexpr double SECONDS_PER_MS = 0.001;
 constexpr u8 MOVES_PER_CONTROL = 40;  // any number above 1: the moves to go come with each "go"
 constexpr int MAX_OVERHEAD_MS = 5000;
-constexpr int MAX_MULTIPV = 20;
 constexpr int FAILED_RESIZE_STATUS = -1;
-constexpr std::size_t WORD_SIZE = 128;
-constexpr std::size_t GAME_WORD_SIZE = 256;
 
 const char* AfterBlanks(const char* text) {
-    while (*text == ' ') ++text;
+    while (*text == ' ') { ++text; }
     return text;
 }
 
@@ -45,20 +43,20 @@ const char* AfterBlanks(const char* text) {
 
 void SetHashSize(const char* value) {
     FinishSearch();
-    PBlock.hash_mb = static_cast<u16>(WholeNumber(value, 0, MAX_HASH_MB));
-    if (InitTTable() != 0) GiveUp("the hash table");
-    ShowMessageF("info string Hash size set to %dM bytes", PBlock.hash_mb);
+    PBlock.options.hash_mb = static_cast<u16>(WholeNumber(value, 0, MAX_HASH_MB));
+    if (InitTTable() != 0) { GiveUp("the hash table"); }
+    ShowMessageF("info string Hash size set to %dM bytes", PBlock.options.hash_mb);
 }
 
 void SetThreads(const char* value) {
     FinishSearch();
     const int n = WholeNumber(value, 1, MAX_THREADS);
-    if (n != PBlock.threads) {
-        KillThreadPool(PBlock.threads);
-        PBlock.threads = static_cast<u8>(n);
-        if (CreateThreadPool(n) != 0) GiveUp("the search threads");
+    if (n != PBlock.options.threads) {
+        KillThreadPool(PBlock.options.threads);
+        PBlock.options.threads = static_cast<u8>(n);
+        if (CreateThreadPool(n) != 0) { GiveUp("the search threads"); }
     }
-    ShowMessageF("info string Threads set to %d", PBlock.threads);
+    ShowMessageF("info string Threads set to %d", PBlock.options.threads);
 }
 
 void SetOption(const std::string& name, const char* value) {
@@ -69,22 +67,22 @@ void SetOption(const std::string& name, const char* value) {
         SetThreads(value);
     } else if (name == "Communication Overhead") {
         const int ms = WholeNumber(value, 0, MAX_OVERHEAD_MS);
-        PBlock.comm_overhead = ms * SECONDS_PER_MS;
+        PBlock.options.comm_overhead = ms * SECONDS_PER_MS;
         ShowMessageF("info string Communication Overhead set to %d", ms);
     } else if (name == "Ponder") {
-        PBlock.ponder = is_true;
+        PBlock.options.ponder = is_true;
     } else if (name == "MultiPV") {
-        PBlock.multipv = static_cast<u16>(WholeNumber(value, 1, MAX_MULTIPV));
-        ShowMessageF("info string MultiPV set to %d", PBlock.multipv.Get());
+        PBlock.options.multipv = static_cast<u16>(WholeNumber(value, 1, MAX_MULTIPV));
+        ShowMessageF("info string MultiPV set to %d", PBlock.options.multipv.Get());
     } else if (name == "OwnBook") {
-        PBlock.own_book = is_true;
-        ShowMessageF("info string OwnBook set to %d", PBlock.own_book);
+        PBlock.options.own_book = is_true;
+        ShowMessageF("info string OwnBook set to %d", PBlock.options.own_book);
     } else if (name == "Log") {
-        PBlock.log = std::strstr(value, "true") != nullptr;
-        ShowMessageF("info string Log set to %d", PBlock.log.Get());
+        PBlock.options.log = std::strstr(value, "true") != nullptr;
+        ShowMessageF("info string Log set to %d", PBlock.options.log.Get());
     } else if (name == "Clear Hash") {
         FinishSearch();
-        if (PBlock.hash_mode != 0) ClearTTable();
+        if (PBlock.options.hash_mode != 0) { ClearTTable(); }
         ShowMessage("Hash table cleared");
     }
 }
@@ -92,13 +90,14 @@ void SetOption(const std::string& name, const char* value) {
 void SetOptionCommand(const char* rest) {
     const char* name_word = std::strstr(rest, "name");
     const char* value_word = std::strstr(rest, "value");
-    if (name_word == nullptr || (value_word != nullptr && value_word < name_word)) return;
+    if (name_word == nullptr || (value_word != nullptr && value_word < name_word)) { return; }
     const char* begin = AfterBlanks(name_word + std::strlen("name"));
     const char* end = value_word != nullptr ? value_word : begin + std::strlen(begin);
-    while (end > begin && end[-1] == ' ') --end;
+    while (end > begin && end[-1] == ' ') { --end; }
     const std::string name(begin, std::max(begin, end));
-    const char* value = value_word != nullptr ? GetWord(value_word + std::strlen("value")) : "";
-    SetOption(name, value);
+    const std::string value =
+        value_word != nullptr ? GetWord(value_word + std::strlen("value")) : "";
+    SetOption(name, value.c_str());
 }
 
 // --- position ---
@@ -110,11 +109,11 @@ Move MoveOfWord(const std::string& word) {
         const int rank = word[at + 1] - '1';
         return file >= 0 && file < 8 && rank >= 0 && rank < 8 ? 8 * rank + file : NO_SQUARE;
     };
-    if (word.size() != 4 && word.size() != 5) return NO_MOVE;
+    if (word.size() != 4 && word.size() != 5) { return NO_MOVE; }
     const int from = square(0);
     const int to = square(2);
-    if (from == NO_SQUARE || to == NO_SQUARE) return NO_MOVE;
-    if (word.size() == 4) return MakeMoveWord(from, to);
+    if (from == NO_SQUARE || to == NO_SQUARE) { return NO_MOVE; }
+    if (word.size() == 4) { return MakeMoveWord(from, to); }
     switch (word[4]) {
         case 'q':
             return MakeMoveWord(from, to, PROMOTE_QUEEN);
@@ -160,7 +159,7 @@ bool PositionCommand(const char* rest) {
     } else {
         return false;
     }
-    if (moves == nullptr) return false;
+    if (moves == nullptr) { return false; }
     PlayMoves(moves + std::strlen("moves"));
     return true;
 }
@@ -178,59 +177,61 @@ void IdentifyCommand() {
     ShowMessage("option name Communication Overhead type spin default 25 min 0 max 5000");
     ShowMessage("option name OwnBook type check default false");
     ShowMessage("option name Log type check default false");
-    PBlock.log = 0;
-    PBlock.own_book = 0;
+    PBlock.options.log = 0;
+    PBlock.options.own_book = 0;
     ShowMessage("uciok");
-    PBlock.protocol = PROTOCOL_UCI;
-    selfplay = 0;
+    PBlock.options.protocol = PROTOCOL_UCI;
+    PBlock.control.selfplay = 0;
     DropWaitingRequests();
 }
 
 void NewGameCommand() {
     FinishSearch();
-    PBlock.base_time = NEW_GAME_SECONDS;
-    PBlock.clock[WHITE] = PBlock.clock[BLACK] = NEW_GAME_SECONDS;
-    PBlock.increment = 0.0;
-    PBlock.moves_per_control = 0;
-    PBlock.stop = STOP_ABANDON;
+    PBlock.time.base_time = NEW_GAME_SECONDS;
+    PBlock.time.clock[WHITE] = PBlock.time.clock[BLACK] = NEW_GAME_SECONDS;
+    PBlock.time.increment = 0.0;
+    PBlock.time.moves_per_control = 0;
+    PBlock.control.stop = STOP_ABANDON;
     game_position->hist_count = 0;
     game_position->undo[0].move = NO_MOVE;
-    if (PBlock.hash_mode != 0) ClearTTable();
+    if (PBlock.options.hash_mode != 0) { ClearTTable(); }
     ClearEvalCaches();
 }
 
 void GoCommand(const char* rest) {
     FinishSearch();
-    PBlock.stop = STOP_ABANDON;
-    PBlock.moves_per_control = 0;
-    PBlock.max_depth = PBlock.line_max_depth;
-    PBlock.node_limit = PBlock.line_node_limit;
-    PBlock.infinite = std::strstr(rest, "infinite") != nullptr;
-    PBlock.start_request = std::strstr(rest, "ponder") != nullptr ? SEARCH_PONDER : SEARCH_THINK;
-    computer = game_position->side;
+    PBlock.control.stop = STOP_ABANDON;
+    PBlock.time.moves_per_control = 0;
+    PBlock.limits.max_depth = PBlock.options.go_limits.max_depth;
+    PBlock.limits.node_limit = PBlock.options.go_limits.node_limit;
+    PBlock.control.infinite = std::strstr(rest, "infinite") != nullptr;
+    PBlock.control.start_request =
+        std::strstr(rest, "ponder") != nullptr ? SEARCH_PONDER : SEARCH_THINK;
+    PBlock.control.computer = game_position->side;
 }
 
 void StopCommand() {
-    if (PBlock.search_state == SEARCH_IDLE) return;
-    PBlock.stop = STOP_FINISH;
-    PBlock.infinite = 0;
-    PBlock.search_state = SEARCH_THINK;
-    computer = 2;
+    if (PBlock.control.search_state == SEARCH_IDLE) { return; }
+    PBlock.control.stop = STOP_FINISH;
+    PBlock.control.infinite = 0;
+    PBlock.control.search_state = SEARCH_THINK;
+    PBlock.control.computer = NO_COMPUTER;
 }
 
 // --- search limits ---
 
-// The value of a keyword, nullptr when the text does not hold it.
-const char* KeywordValue(const char* text, const char* keyword) {
+// The value of a keyword; nothing when the text does not hold it.
+std::optional<std::string> KeywordValue(const char* text, const char* keyword) {
     const char* found = std::strstr(text, keyword);
-    return found != nullptr ? GetWord(found + std::strlen(keyword)) : nullptr;
+    if (found == nullptr) { return std::nullopt; }
+    return GetWord(found + std::strlen(keyword));
 }
 
 double NotNegative(double value) { return std::max(value, 0.0); }
 
 void FixedMove(double seconds) {
-    PBlock.base_time = seconds;
-    PBlock.moves_per_control = 1;
+    PBlock.time.base_time = seconds;
+    PBlock.time.moves_per_control = 1;
 }
 
 u64 NodeCount(const char* text) {
@@ -240,35 +241,38 @@ u64 NodeCount(const char* text) {
 // Any line may carry limits; where two touch the same field the later one of this order holds.
 void ReadLimits(const char* text) {
     const bool white = game_position->side == WHITE;
-    if (const char* value = KeywordValue(text, "wtime"))
-        PBlock.clock[WHITE] = NotNegative(DecimalNumber(value) * SECONDS_PER_MS);
-    if (const char* value = KeywordValue(text, "btime"))
-        PBlock.clock[BLACK] = NotNegative(DecimalNumber(value) * SECONDS_PER_MS);
-    if (const char* value = KeywordValue(text, white ? "winc" : "binc"))
-        PBlock.increment = NotNegative(DecimalNumber(value) * SECONDS_PER_MS);
-    if (const char* value = KeywordValue(text, "movestogo")) {
-        PBlock.moves_per_control = MOVES_PER_CONTROL;
-        PBlock.max_depth = MAX_DEPTH;
-        PBlock.moves_to_go = static_cast<u16>(WholeNumber(value, 0, UINT16_MAX));
-        PBlock.node_limit = 0;
+    if (const auto value = KeywordValue(text, "wtime")) {
+        PBlock.time.clock[WHITE] = NotNegative(DecimalNumber(value->c_str()) * SECONDS_PER_MS);
     }
-    if (const char* value = KeywordValue(text, "depth")) {
+    if (const auto value = KeywordValue(text, "btime")) {
+        PBlock.time.clock[BLACK] = NotNegative(DecimalNumber(value->c_str()) * SECONDS_PER_MS);
+    }
+    if (const auto value = KeywordValue(text, white ? "winc" : "binc")) {
+        PBlock.time.increment = NotNegative(DecimalNumber(value->c_str()) * SECONDS_PER_MS);
+    }
+    if (const auto value = KeywordValue(text, "movestogo")) {
+        PBlock.time.moves_per_control = MOVES_PER_CONTROL;
+        PBlock.limits.max_depth = MAX_DEPTH;
+        PBlock.time.moves_to_go = static_cast<u16>(WholeNumber(value->c_str(), 0, UINT16_MAX));
+        PBlock.limits.node_limit = 0;
+    }
+    if (const auto value = KeywordValue(text, "depth")) {
         FixedMove(FIXED_DEPTH_SECONDS);
-        PBlock.max_depth = static_cast<i8>(WholeNumber(value, 0, MAX_DEPTH));
+        PBlock.limits.max_depth = static_cast<i8>(WholeNumber(value->c_str(), 0, MAX_DEPTH));
     }
-    if (const char* value = KeywordValue(text, "nodes")) {
-        PBlock.node_limit = NodeCount(value);
+    if (const auto value = KeywordValue(text, "nodes")) {
+        PBlock.limits.node_limit = NodeCount(value->c_str());
         FixedMove(UNLIMITED_SECONDS);
     }
-    if (const char* value = KeywordValue(text, "movetime")) {
-        FixedMove(DecimalNumber(value) * SECONDS_PER_MS);
-        PBlock.increment = 0.0;
+    if (const auto value = KeywordValue(text, "movetime")) {
+        FixedMove(DecimalNumber(value->c_str()) * SECONDS_PER_MS);
+        PBlock.time.increment = 0.0;
     }
-    if (KeywordValue(text, "infinite") != nullptr) {
+    if (KeywordValue(text, "infinite")) {
         FixedMove(UNLIMITED_SECONDS);
-        PBlock.max_depth = MAX_DEPTH;
-        PBlock.node_limit = 0;
-        PBlock.increment = 0.0;
+        PBlock.limits.max_depth = MAX_DEPTH;
+        PBlock.limits.node_limit = 0;
+        PBlock.time.increment = 0.0;
     }
 }
 
@@ -276,8 +280,8 @@ void ReadLimits(const char* text) {
 
 void ProcessUCI(const char* line) {
     const std::string text(line, std::strcspn(line, "\n"));
-    if (text.empty()) return;
-    if (PBlock.log) ShowMessageF("CMD: %s", text.c_str());
+    if (text.empty()) { return; }
+    if (PBlock.options.log) { ShowMessageF("CMD: %s", text.c_str()); }
     const std::string command = GetWord(text.c_str());
     const std::size_t command_end = text.find_first_not_of(' ') + command.size();
     const char* rest = text.c_str() + std::min(command_end + 1, text.size());
@@ -290,54 +294,18 @@ void ProcessUCI(const char* line) {
     } else if (command == "ucinewgame") {
         NewGameCommand();
     } else if (command == "position") {
-        if (!PositionCommand(rest)) return;
+        if (!PositionCommand(rest)) { return; }
     } else if (command == "go") {
         GoCommand(rest);
     } else if (command == "ponderhit") {
-        if (PBlock.search_state == SEARCH_PONDER) PBlock.search_state = SEARCH_THINK;
+        if (PBlock.control.search_state == SEARCH_PONDER) {
+            PBlock.control.search_state = SEARCH_THINK;
+        }
     } else if (command == "stop") {
         StopCommand();
     } else if (command == "quit") {
-        PBlock.stop = STOP_ABANDON;
-        PBlock.quit = 1;
+        PBlock.control.stop = STOP_ABANDON;
+        PBlock.control.quit = 1;
     }
     ReadLimits(rest);
-}
-
-const char* GetWord(const char* text) {
-    static char word[WORD_SIZE];
-    text = AfterBlanks(text);
-    const std::size_t length = std::min(std::strcspn(text, " \r\n"), WORD_SIZE - 1);
-    std::memcpy(word, text, length);
-    word[length] = '\0';
-    return word;
-}
-
-const char* NextWord(const char* text) {
-    static const char* cursor = "";
-    static char word[GAME_WORD_SIZE];
-    if (text != nullptr) cursor = text;
-    while (*cursor != '\0') {
-        const char first = *cursor;
-        if (first == ' ' || first == '\t') {
-            ++cursor;
-            continue;
-        }
-        if (std::strchr("{}()", first) != nullptr) {
-            ++cursor;
-            word[0] = first;
-            word[1] = '\0';
-            return word;
-        }
-        std::size_t length = 0;
-        for (; std::strchr(" \t{}()", *cursor) == nullptr; ++cursor) {  // NUL ends it too
-            const unsigned char c = static_cast<unsigned char>(*cursor);
-            if (c >= 32 && c <= 127 && length + 1 < GAME_WORD_SIZE)
-                word[length++] = static_cast<char>(c);
-        }
-        word[length] = '\0';
-        if (length != 0) return word;
-    }
-    cursor = "";  // the text may be gone by the next call
-    return nullptr;
 }

@@ -14,7 +14,7 @@ static_assert(std::atomic<bool>::is_always_lock_free && std::atomic<Alert*>::is_
 
 void NoteInterrupt(int) {
     interrupt_seen.store(true);
-    if (Alert* alert = interrupt_alert.load()) AlertRaise(alert);
+    if (Alert* alert = interrupt_alert.load()) { AlertRaise(alert); }
 }
 
 }  // namespace

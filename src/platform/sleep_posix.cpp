@@ -23,13 +23,14 @@ bool MakeQuiet(int fd) {
 void TakeRaises(int fd) {
     char bytes[64];
     ssize_t got;
-    do got = read(fd, bytes, sizeof(bytes));
-    while (got == static_cast<ssize_t>(sizeof(bytes)) || (got < 0 && errno == EINTR));
+    do {
+        got = read(fd, bytes, sizeof(bytes));
+    } while (got == static_cast<ssize_t>(sizeof(bytes)) || (got < 0 && errno == EINTR));
 }
 
 // Polls until something is ready or the time is over; a signal does not shorten the wait.
 void PollFor(pollfd* handles, nfds_t count, int milliseconds) {
-    if (milliseconds < 0) milliseconds = 0;
+    if (milliseconds < 0) { milliseconds = 0; }
     const double end = MonotonicSeconds() + milliseconds * 1e-3;
     int left = milliseconds;
     while (poll(handles, count, left) < 0 && errno == EINTR) {
@@ -42,7 +43,7 @@ void PollFor(pollfd* handles, nfds_t count, int milliseconds) {
 
 int AlertCreate(Alert* alert) {
     int ends[2];
-    if (pipe(ends) != 0) return -1;
+    if (pipe(ends) != 0) { return -1; }
     if (!MakeQuiet(ends[0]) || !MakeQuiet(ends[1])) {
         close(ends[0]);
         close(ends[1]);
@@ -54,19 +55,18 @@ int AlertCreate(Alert* alert) {
 }
 
 void AlertDestroy(Alert* alert) {
-    if (alert->read_fd < 0) return;
+    if (alert->read_fd < 0) { return; }
     close(alert->read_fd);
     close(alert->write_fd);
     *alert = Alert{};
 }
 
 void AlertRaise(Alert* alert) {
-    if (alert->write_fd < 0) return;
+    if (alert->write_fd < 0) { return; }
     const int saved_errno = errno;  // belongs to whatever a signal handler interrupted
     const char byte = 1;
     ssize_t written;
-    do written = write(alert->write_fd, &byte, 1);
-    while (written < 0 && errno == EINTR);
+    do { written = write(alert->write_fd, &byte, 1); } while (written < 0 && errno == EINTR);
     errno = saved_errno;
 }
 
@@ -77,5 +77,5 @@ void SleepExOrInput(int milliseconds, Alert* alert, bool ignore_input) {
     pollfd handles[2] = {{alert != nullptr ? alert->read_fd : -1, POLLIN, 0},
                          {ignore_input ? -1 : STDIN_FILENO, POLLIN, 0}};
     PollFor(handles, 2, milliseconds);
-    if ((handles[0].revents & POLLIN) != 0) TakeRaises(handles[0].fd);
+    if ((handles[0].revents & POLLIN) != 0) { TakeRaises(handles[0].fd); }
 }

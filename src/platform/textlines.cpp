@@ -26,7 +26,7 @@ int OpenLines(LineReader* reader, const char* path) {
     constexpr std::size_t mark_length = 3;
     *reader = {};
     reader->file = std::fopen(path, "rb");
-    if (reader->file == nullptr) return 0;
+    if (reader->file == nullptr) { return 0; }
     reader->buffer = static_cast<char*>(std::malloc(LINE_BUFFER_SIZE + 1));
     if (reader->buffer == nullptr) {
         std::fclose(reader->file);
@@ -34,8 +34,10 @@ int OpenLines(LineReader* reader, const char* path) {
     }
     std::setvbuf(reader->file, nullptr, _IONBF, 0);
     Refill(reader);
-    if (reader->end >= mark_length && std::memcmp(reader->buffer, "\xEF\xBB\xBF", mark_length) == 0)
+    if (reader->end >= mark_length &&
+        std::memcmp(reader->buffer, "\xEF\xBB\xBF", mark_length) == 0) {
         reader->begin = reader->offset = mark_length;
+    }
     return 1;
 }
 
@@ -43,22 +45,22 @@ int ReadLine(LineReader* reader, TextLine* line) {
     std::size_t length = 0;  // of the line, as far as it has been looked at
     char* feed = nullptr;
     for (;;) {
-        if (InterruptSeen()) return 0;
+        if (InterruptSeen()) { return 0; }
         char* from = reader->buffer + reader->begin + length;
         feed = static_cast<char*>(std::memchr(from, '\n', reader->end - reader->begin - length));
         length = feed != nullptr ? static_cast<std::size_t>(feed - reader->buffer) - reader->begin
                                  : reader->end - reader->begin;
-        if (feed != nullptr || reader->at_end || length == LINE_BUFFER_SIZE) break;
+        if (feed != nullptr || reader->at_end || length == LINE_BUFFER_SIZE) { break; }
         Refill(reader);
     }
-    if (feed == nullptr && length == 0) return 0;
+    if (feed == nullptr && length == 0) { return 0; }
     std::size_t taken = length;
     if (feed != nullptr) {
-        taken++;
+        ++taken;
     } else if (!reader->at_end) {
         // A part of a line ends at its last blank, so that no word is cut.
         const char* text = reader->buffer + reader->begin;
-        while (taken > 0 && text[taken - 1] != ' ') taken--;
+        while (taken > 0 && text[taken - 1] != ' ') { --taken; }
         taken = taken > 0 ? taken : length;
         length = taken < length ? taken - 1 : length;
     }
@@ -75,8 +77,9 @@ int ReadLine(LineReader* reader, TextLine* line) {
 }
 
 int SeekLine(LineReader* reader, u64 offset) {
-    if (offset > LONG_MAX || std::fseek(reader->file, static_cast<long>(offset), SEEK_SET) != 0)
+    if (offset > LONG_MAX || std::fseek(reader->file, static_cast<long>(offset), SEEK_SET) != 0) {
         return 0;
+    }
     reader->begin = reader->end = 0;
     reader->offset = offset;
     reader->at_end = reader->continued = false;

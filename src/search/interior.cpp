@@ -7,6 +7,7 @@
 #include "board/zobrist.h"
 #include "eval/personality.h"
 #include "frontend/pblock.h"
+#include "search/perft.h"
 #include "search/picker.h"
 #include "search/search.h"
 
@@ -57,7 +58,7 @@ struct Node {
     Move* pv;
 };
 
-int DrawScore(int side) { return PBlock.draw_score[side]; }
+int DrawScore(int side) { return PBlock.root.draw_score[side]; }
 
 // Draw by the fifty-move rule or by repetition. Requires more than three reversible plies.
 bool IsDrawn(const Node& n) {
@@ -83,7 +84,7 @@ bool TableCutoff(Node* n, int* score) {
     n->table_depth = entry.depth;
     n->null_allowed = true;
     n->fails_low = n->fails_high = false;
-    if (entry.depth < TT_HIT_DEPTH) return false;
+    if (entry.depth < TT_HIT_DEPTH) { return false; }
     n->tb->tt_hits += 1;
     n->pd->hash_move = entry.move;
     const int value = ScoreFromTable(entry.score, n->ply);
@@ -91,10 +92,10 @@ bool TableCutoff(Node* n, int* score) {
         n->null_allowed = entry.bound == BOUND_LOWER;
         n->fails_low = entry.bound != BOUND_LOWER;
     }
-    if (n->beta <= value) n->fails_high = entry.bound != BOUND_UPPER;
+    if (n->beta <= value) { n->fails_high = entry.bound != BOUND_UPPER; }
     int required = n->depth;
-    if (n->type == NODE_PV) required += n->ply > 3 ? 2 : NEVER;
-    if (entry.depth < required) return false;
+    if (n->type == NODE_PV) { required += n->ply > 3 ? 2 : NEVER; }
+    if (entry.depth < required) { return false; }
     if (n->fails_low) {
         *score = n->alpha;
         return true;
@@ -119,7 +120,7 @@ bool TableCutoff(Node* n, int* score) {
 bool NullMoveFailsHigh(const Node& n) {
     Position* pos = n.pos;
     int reduction = NULL_REDUCTION;
-    if (n.depth > DEEP_NULL_DEPTH && pos->npm[n.side] >= DEEP_NULL_MATERIAL) ++reduction;
+    if (n.depth > DEEP_NULL_DEPTH && pos->npm[n.side] >= DEEP_NULL_MATERIAL) { ++reduction; }
     const int child_depth = n.depth - reduction <= 0 ? 0 : n.depth - reduction - 1;
     n.pd->cursor = n.pd->list_start;
     *n.pd->cursor = {NO_MOVE, 0, 0, 0};
@@ -141,20 +142,22 @@ bool StaticCuts(Node* n) {
     const PersonalityRecord& p = Personality;
     Position* pos = n->pos;
     if (n->type != NODE_CUT || n->in_check || !n->null_allowed ||
-        n->eval <= n->beta + STATIC_CUT_MARGIN)
+        n->eval <= n->beta + STATIC_CUT_MARGIN) {
         return false;
-    if (n->pd->free_pawn_rank[n->side ^ 1] > MAX_ENEMY_PASSER_RANK) return false;
-    if (pos->npm[n->side] == 0 || PawnCount(pos->sig[n->side]) == 0) return false;
+    }
+    if (n->pd->free_pawn_rank[n->side ^ 1] > MAX_ENEMY_PASSER_RANK) { return false; }
+    if (pos->npm[n->side] == 0 || PawnCount(pos->sig[n->side]) == 0) { return false; }
     if (n->depth <= p.CNP_depth) {
         const int margin =
             std::max<int>(n->pd->hanging[n->side] / 2, p.CNP_margin[SelectivityIndex(n->depth)]);
-        if (n->eval >= n->beta + margin) return true;
+        if (n->eval >= n->beta + margin) { return true; }
     }
     if (n->depth <= SNMP_DEPTH && n->eval >= n->beta + SNMP_MARGIN &&
-        SNMP(pos, n->side, n->eval, n->beta))
+        SNMP(pos, n->side, n->eval, n->beta)) {
         return true;
+    }
     if (n->depth >= p.NMP_depth && PreviousMoveWasNotNull(*n) && NullMoveFailsHigh(*n)) {
-        if (n->depth <= NULL_VERIFY_DEPTH) return true;
+        if (n->depth <= NULL_VERIFY_DEPTH) { return true; }
         n->depth -= NULL_VERIFY_DEPTH;
     }
     return n->depth > PROBCUT_DEPTH &&
@@ -164,19 +167,19 @@ bool StaticCuts(Node* n) {
 // Finds a hash move by a shallower search where the table gave none deep enough.
 void InternalDeepening(const Node& n) {
     int depth = n.depth - (n.type == NODE_PV ? 3 : 4);
-    if (n.depth == 4 && n.pd->hash_move == NO_MOVE) depth = 1;
-    if (depth <= 0 || n.table_depth >= depth || n.eval < n.alpha - IID_MARGIN) return;
+    if (n.depth == 4 && n.pd->hash_move == NO_MOVE) { depth = 1; }
+    if (depth <= 0 || n.table_depth >= depth || n.eval < n.alpha - IID_MARGIN) { return; }
     n.pd->iid = 1;
     const int v = FW_Search(n.pos, n.side, n.ply, depth, n.alpha, n.beta, n.in_check, n.type, n.pv);
     n.pd->iid = 0;
-    if (v > n.alpha) n.pd->hash_move = n.pv[n.ply];
+    if (v > n.alpha) { n.pd->hash_move = n.pv[n.ply]; }
 }
 
 // Sixteenths of a ply collected on the way; a full one extends the node.
 void FractionalExtension(const Node& n) {
     int accumulator = n.tb->extension_accumulator;
-    if (n.type == NODE_PV) accumulator += 1;
-    if (n.pd[-1].cursor->captured) accumulator += 2;
+    if (n.type == NODE_PV) { accumulator += 1; }
+    if (n.pd[-1].cursor->captured) { accumulator += 2; }
     if (accumulator >= EXTENSION_SIXTEENTHS) {
         n.pd->extension = 1;
         accumulator -= EXTENSION_SIXTEENTHS;
@@ -195,13 +198,13 @@ bool HasFreeSpan(const Position* pos, int side, Move m) {
 // A pawn move of which neither LMP nor LMR makes little: to the last two ranks, or to the fifth or
 // sixth without an opposing pawn in its forward span.
 bool IsAdvancedPawnMove(const Position* pos, int side, const MoveEntry* e) {
-    if (PieceType(e->piece) != PAWN) return false;
+    if (PieceType(e->piece) != PAWN) { return false; }
     const int rank = RelativeRank(e->move, side);
     return rank >= 6 || (rank >= 4 && HasFreeSpan(pos, side, e->move));
 }
 
 bool IsPawnMoveExemptFromPruning(const Position* pos, int side, const MoveEntry* e) {
-    if (PieceType(e->piece) != PAWN) return false;
+    if (PieceType(e->piece) != PAWN) { return false; }
     const int rank = RelativeRank(e->move, side);
     return rank >= 6 || (rank == 5 && HasFreeSpan(pos, side, e->move));
 }
@@ -210,7 +213,7 @@ bool IsPawnMoveExemptFromPruning(const Position* pos, int side, const MoveEntry*
 bool SeesAlongLine(const Position* pos, const Bitboard* rays, Move m, Bitboard prey) {
     Bitboard targets = rays[MoveTo(m)] & prey & ~rays[MoveFrom(m)];
     while (targets) {
-        if ((BB_Between[MoveTo(m)][PopLSB(&targets)] & Occupied(pos)) == 0) return true;
+        if ((BB_Between[MoveTo(m)][PopLSB(&targets)] & Occupied(pos)) == 0) { return true; }
     }
     return false;
 }
@@ -230,10 +233,12 @@ bool ShowsThreat(const Position* pos, int side, const MoveEntry* e) {
         case KNIGHT:
             return (BB_KnightRays[to] & (enemy[ROOK] | enemy[QUEEN] | king_area)) != 0;
         case BISHOP:
-            if (SeesAlongLine(pos, BB_BishopRays, e->move, enemy[ROOK] | enemy[QUEEN])) return true;
+            if (SeesAlongLine(pos, BB_BishopRays, e->move, enemy[ROOK] | enemy[QUEEN])) {
+                return true;
+            }
             break;
         case ROOK:
-            if (SeesAlongLine(pos, BB_RookRays, e->move, enemy[QUEEN])) return true;
+            if (SeesAlongLine(pos, BB_RookRays, e->move, enemy[QUEEN])) { return true; }
             break;
         default:
             break;
@@ -245,8 +250,8 @@ bool ShowsThreat(const Position* pos, int side, const MoveEntry* e) {
 bool IsLateMovePruned(Position* pos, int side, const MoveEntry* e) {
     const bool unproven = e->score <= GOOD_QUIET_SCORE;
     if (PieceType(e->piece) == KING) {
-        if (IsTwoFileStep(MoveFrom(e->move), MoveTo(e->move))) return false;
-        if (unproven) return true;
+        if (IsTwoFileStep(MoveFrom(e->move), MoveTo(e->move))) { return false; }
+        if (unproven) { return true; }
     } else if (unproven && !ShowsThreat(pos, side, e)) {
         return true;
     }
@@ -258,26 +263,26 @@ int Reduction(Position* pos, int side, const MoveEntry* e, int depth, int node_t
     const bool pv_node = node_type == NODE_PV;
     const int column = std::min(moves_searched, LMR_MOVES - 1);
     int r = Personality.LMR_table[pv_node ? 0 : 1][depth][column];
-    if (r <= 0) return 0;
+    if (r <= 0) { return 0; }
     if (flags) {
         r = pv_node ? 0 : 1;
     } else if (e->score > GOOD_QUIET_SCORE || IsAdvancedPawnMove(pos, side, e)) {
-        if (MoveIsSafe(pos, e->move)) r = 0;
+        if (MoveIsSafe(pos, e->move)) { r = 0; }
     }
     return std::min(r, MAX_REDUCTION);
 }
 
 int MoveExtension(Position* pos, int side, const MoveEntry* e, u8 flags) {
-    if (flags & FLAG_DISCOVERED) return 1;
-    if (flags & (FLAG_CHECK | FLAG_SEVENTH_RANK_PAWN)) return MoveIsSafe(pos, e->move);
+    if (flags & FLAG_DISCOVERED) { return 1; }
+    if (flags & (FLAG_CHECK | FLAG_SEVENTH_RANK_PAWN)) { return MoveIsSafe(pos, e->move); }
     const int captured = PieceType(e->captured);
-    if (captured > PAWN && npv[captured] == pos->npm[side ^ 1]) return MoveIsSafe(pos, e->move);
+    if (captured > PAWN && npv[captured] == pos->npm[side ^ 1]) { return MoveIsSafe(pos, e->move); }
     return 0;
 }
 
 void StoreResult(const Position* pos, const PlyData* pd, int ply, int depth, int entry_alpha,
                  int beta) {
-    if (pd->best_move == NO_MOVE || depth < -1) return;
+    if (pd->best_move == NO_MOVE || depth < -1) { return; }
     int score = entry_alpha;
     int bound = BOUND_UPPER;
     if (pd->best_score >= beta) {
@@ -296,7 +301,7 @@ int CountRepetitions(const Position* pos, int limit) {
     const int oldest = std::max(pos->hist_count - pos->fifty, 0);
     int count = 0;
     for (int i = pos->hist_count - 4; i >= oldest && count < limit; i -= 2) {
-        if (pos->undo[i].hash == pos->hash) ++count;
+        if (pos->undo[i].hash == pos->hash) { ++count; }
     }
     return count;
 }
@@ -304,13 +309,13 @@ int CountRepetitions(const Position* pos, int limit) {
 u8 MoveFlags(const Position* pos, int side, const MoveEntry* e) {
     u8 flags = 0;
     const int check = MoveGivesCheck(pos, side, e);
-    if (check) flags = FLAG_CHECK;
-    if (check == 2) flags |= FLAG_DISCOVERED;
-    if (e->captured) flags |= FLAG_CAPTURE;
+    if (check) { flags = FLAG_CHECK; }
+    if (check == 2) { flags |= FLAG_DISCOVERED; }
+    if (e->captured) { flags |= FLAG_CAPTURE; }
     if (PieceType(e->piece) == PAWN) {
-        if (RelativeRank(e->move, side) == 6) flags |= FLAG_SEVENTH_RANK_PAWN;
-        if (e->move & PROMOTE_QUEEN) flags |= FLAG_QUEEN_PROMOTION;
-        if (FileOf(MoveFrom(e->move)) != FileOf(MoveTo(e->move))) flags |= FLAG_CAPTURE;
+        if (RelativeRank(e->move, side) == 6) { flags |= FLAG_SEVENTH_RANK_PAWN; }
+        if (e->move & PROMOTE_QUEEN) { flags |= FLAG_QUEEN_PROMOTION; }
+        if (FileOf(MoveFrom(e->move)) != FileOf(MoveTo(e->move))) { flags |= FLAG_CAPTURE; }
     }
     return flags;
 }
@@ -320,7 +325,7 @@ int SNMP(Position* pos, int side, int static_eval, int beta) {
     Bitboard men = pos->bb[side][0] & ~pos->bb[side][KING];
     while (men) {
         const int gain = swapoff1(pos, side ^ 1, NO_SQUARE, PopLSB(&men), occupied);
-        if (gain > 0 && static_eval - gain - SNMP_EXCHANGE_MARGIN <= beta) return 0;
+        if (gain > 0 && static_eval - gain - SNMP_EXCHANGE_MARGIN <= beta) { return 0; }
     }
     return 1;
 }
@@ -339,13 +344,13 @@ int ProbCut(Position* pos, int ply, int depth, int bound) {
     for (MoveEntry* e = first; e != end; ++e) {
         PickNextMove(e);
         const Move m = e->move;
-        if (!MoveIsLegalNonZero(pos, side, m) || !MoveIsSafe(pos, m)) continue;
+        if (!MoveIsLegalNonZero(pos, side, m) || !MoveIsSafe(pos, m)) { continue; }
         pd->cursor = e;
         MakeMove(pos, m);
         const int v = -Search(pos, side ^ 1, ply + 1, depth - 1, -bound, 1 - bound, NODE_ALL, line);
         UnmakeMove(pos);
-        if (PBlock.stop) return 0;
-        if (v >= bound) return 1;
+        if (PBlock.control.stop) { return 0; }
+        if (v >= bound) { return 1; }
     }
     return 0;
 }
@@ -373,8 +378,8 @@ int FW_Search(Position* pos, int side, int ply, int depth, int alpha, int beta, 
 
     while (const MoveEntry* e = GetNextMoveFW(pos, in_check)) {
         const Move m = e->move;
-        if (m == NO_MOVE || (m == pd->hash_move && pd->moves_searched > 0)) continue;
-        if (!MoveIsLegalNonZero(pos, side, m)) continue;
+        if (m == NO_MOVE || (m == pd->hash_move && pd->moves_searched > 0)) { continue; }
+        if (!MoveIsLegalNonZero(pos, side, m)) { continue; }
 
         // Extension, pruning and reduction are decided before the move is made.
         int extension = 0;
@@ -394,7 +399,7 @@ int FW_Search(Position* pos, int side, int ply, int depth, int alpha, int beta, 
                 }
             }
         }
-        if (!extension_allowed) extension = 0;
+        if (!extension_allowed) { extension = 0; }
         const bool quiet = e->captured == 0;
 
         const int child_depth = extended + extension - 1;
@@ -408,14 +413,14 @@ int FW_Search(Position* pos, int side, int ply, int depth, int alpha, int beta, 
             v = -Search(pos, side ^ 1, ply + 1, child_depth - reduction, -alpha - 1, -alpha,
                         NODE_CUT, line);
             if (v > alpha) {
-                if (quiet && !in_check) RaiseHistory(tb, e);
+                if (quiet && !in_check) { RaiseHistory(tb, e); }
                 v = -Search(pos, side ^ 1, ply + 1, child_depth, -beta, -alpha,
                             pv_node ? NODE_PV : NODE_NULL, line);
             }
         }
         tb->extension_count = static_cast<u8>(tb->extension_count - extension);
         UnmakeMove(pos);
-        if (PBlock.stop) return 0;
+        if (PBlock.control.stop) { return 0; }
 
         ++pd->moves_searched;
         if (quiet && !in_check) {
@@ -425,12 +430,12 @@ int FW_Search(Position* pos, int side, int ply, int depth, int alpha, int beta, 
                 LowerHistory(tb, e);
             }
         }
-        if (v <= best) continue;
+        if (v <= best) { continue; }
         best = v;
         pd->best_move = m;
         pv[ply] = m;
         pv[ply + 1] = NO_MOVE;
-        if (v <= alpha) continue;
+        if (v <= alpha) { continue; }
         if (v >= beta) {
             if (quiet && depth > 0) {
                 StoreKiller(pos, m, in_check);
@@ -442,7 +447,7 @@ int FW_Search(Position* pos, int side, int ply, int depth, int alpha, int beta, 
         CopyLine(pv, line, ply + 1);
     }
 
-    if (pd->moves_searched == 0) best = in_check ? ply - INFINITE_SCORE : DrawScore(side);
+    if (pd->moves_searched == 0) { best = in_check ? ply - INFINITE_SCORE : DrawScore(side); }
     pd->best_score = static_cast<i16>(best);
     StoreResult(pos, pd, ply, depth, entry_alpha, beta);
     return best;
@@ -454,12 +459,12 @@ int Search(Position* pos, int side, int ply, int depth, int alpha, int beta, int
     tb->nodes += 1;
     alpha = std::max(alpha, ply - INFINITE_SCORE);
     beta = std::min(beta, INFINITE_SCORE - 1 - ply);
-    if (alpha >= beta) return alpha;
+    if (alpha >= beta) { return alpha; }
 
     // Long before they are read: the evaluation's caches, and the table where it will be probed.
     const u64 key = SearchKey(pos);
     PrefetchEvaluation(tb, key);
-    if (depth > 0) PrefetchTTable(side, key);
+    if (depth > 0) { PrefetchTTable(side, key); }
 
     PlyData* pd = &pos->sstack[ply];
     pd->node_type = static_cast<u8>(node_type);
@@ -478,23 +483,25 @@ int Search(Position* pos, int side, int ply, int depth, int alpha, int beta, int
     const int in_check = InCheck(pos, side);
     Node n = {tb,        pos,      pd, side, ply,   depth, alpha,           beta,
               node_type, in_check, 0,  true, false, false, TT_PRESET_DEPTH, pv};
-    if (pos->fifty > 3 && IsDrawn(n)) return DrawScore(side);
+    if (pos->fifty > 3 && IsDrawn(n)) { return DrawScore(side); }
 
     n.eval = Evaluate(tb, side, ply, in_check);
     pd->static_eval = static_cast<i16>(n.eval);
-    if (ply > MAX_SEARCH_PLY || !MoveListFits(pos)) return in_check ? 0 : n.eval;
-    if (!in_check && pd->trivial_draw) return n.eval;
-    if (depth <= 0 && !in_check) return Q_Search(pos, side, ply, depth, alpha, beta, node_type, pv);
+    if (ply > MAX_SEARCH_PLY || !MoveListFits(pos)) { return in_check ? 0 : n.eval; }
+    if (!in_check && pd->trivial_draw) { return n.eval; }
+    if (depth <= 0 && !in_check) {
+        return Q_Search(pos, side, ply, depth, alpha, beta, node_type, pv);
+    }
 
     int score = 0;
-    if (TableCutoff(&n, &score)) return score;
+    if (TableCutoff(&n, &score)) { return score; }
 
     if (node_type != NODE_PV && !in_check && !n.fails_high && depth <= Personality.FP_depth &&
         n.eval < alpha - Personality.FP_margin[SelectivityIndex(depth)]) {
         const int bound = alpha - RAZOR_MARGIN;
-        if (Q_Search(pos, side, ply, depth, bound, beta, node_type, pv) <= bound) return alpha;
+        if (Q_Search(pos, side, ply, depth, bound, beta, node_type, pv) <= bound) { return alpha; }
     }
-    if (StaticCuts(&n)) return beta;
+    if (StaticCuts(&n)) { return beta; }
     InternalDeepening(n);
 
     const u8 accumulator = tb->extension_accumulator;

@@ -82,28 +82,28 @@ void GenerateTactical(Position* pos, PlyData* pd) {
 
 Move CounterMove(const ThreadBlock* tb) {
     const Position* pos = &tb->pos;
-    if (pos->last_move == NO_MOVE) return NO_MOVE;
+    if (pos->last_move == NO_MOVE) { return NO_MOVE; }
     const int to = MoveTo(pos->last_move);
     return tb->counter_moves[to][pos->board[to]];
 }
 
 int QuietScore(const ThreadBlock* tb, const PlyData* pd, const MoveEntry* e, Move counter) {
     const int d = tb->history[MoveTo(e->move)][e->piece] / HISTORY_SCALE;
-    if (e->move == pd->killer[0] || e->move == pd->killer[1]) return d / 4 + FIRST_KILLER_SCORE;
-    if (e->move == pd->killer[2] || e->move == counter) return d / 4 + SECOND_KILLER_SCORE;
+    if (e->move == pd->killer[0] || e->move == pd->killer[1]) { return d / 4 + FIRST_KILLER_SCORE; }
+    if (e->move == pd->killer[2] || e->move == counter) { return d / 4 + SECOND_KILLER_SCORE; }
     return d + QUIET_SCORE;
 }
 
 int EvasionScore(const PlyData* pd, const MoveEntry* e, Move counter) {
-    if (e->move == pd->evasion_killer) return EVASION_KILLER_SCORE;
-    if (e->move == counter) return EVASION_COUNTER_SCORE;
+    if (e->move == pd->evasion_killer) { return EVASION_KILLER_SCORE; }
+    if (e->move == counter) { return EVASION_COUNTER_SCORE; }
     return QUIET_SCORE;
 }
 
 // Appends the scored quiet moves to what is left of the list.
 void GenerateQuiet(Position* pos, PlyData* pd, int in_check) {
     MoveEntry* first = pd->cursor;
-    while (first->move != END_OF_LIST) ++first;
+    while (first->move != END_OF_LIST) { ++first; }
     MoveEntry* end = GenerateNonCaptures(pos, pos->side, first);
     TerminateList(pos, end);
     const ThreadBlock* tb = ThreadData[pos->thread_id];
@@ -127,10 +127,11 @@ MoveEntry* StartWithHashMove(Position* pos, PlyData* pd) {
 
 MoveEntry* NextSorted(PlyData* pd) {
     MoveEntry* e = pd->cursor;
-    if (e->move == END_OF_LIST) return nullptr;
-    if (e[1].move != END_OF_LIST) PickNextMove(e);
-    if (e->score <= SORT_SCORE_LIMIT || pd->moves_searched > SORT_MOVES_LIMIT)
+    if (e->move == END_OF_LIST) { return nullptr; }
+    if (e[1].move != END_OF_LIST) { PickNextMove(e); }
+    if (e->score <= SORT_SCORE_LIMIT || pd->moves_searched > SORT_MOVES_LIMIT) {
         pd->stage = STAGE_UNSORTED;
+    }
     return e;
 }
 
@@ -153,10 +154,10 @@ MoveEntry* GetNextMoveFW(Position* pos, int in_check) {
     PlyData* pd = &pos->sstack[pos->ply];
     switch (pd->stage) {
         case STAGE_START:
-            if (!MoveListFits(pos)) return nullptr;
+            if (!MoveListFits(pos)) { return nullptr; }
             pd->stage = STAGE_GENERATE;
             pd->cursor = pd->list_start;
-            if (pd->hash_move != NO_MOVE) return StartWithHashMove(pos, pd);
+            if (pd->hash_move != NO_MOVE) { return StartWithHashMove(pos, pd); }
             break;
         case STAGE_SORTED:
             ++pd->cursor;
@@ -174,7 +175,7 @@ MoveEntry* GetNextMoveFW(Position* pos, int in_check) {
     }
     if (pd->cursor->move != END_OF_LIST) {
         PickNextMove(pd->cursor);
-        if (pd->cursor->score > GOOD_CAPTURE_LIMIT) return pd->cursor;
+        if (pd->cursor->score > GOOD_CAPTURE_LIMIT) { return pd->cursor; }
     }
     GenerateQuiet(pos, pd, in_check);
     return NextSorted(pd);
@@ -204,13 +205,15 @@ void StoreKiller(Position* pos, Move m, int in_check) {
 
 void StoreCounterMove(ThreadBlock* tb, Move m) {
     const Position* pos = &tb->pos;
-    if (pos->last_move == NO_MOVE) return;
+    if (pos->last_move == NO_MOVE) { return; }
     const int to = MoveTo(pos->last_move);
     tb->counter_moves[to][pos->board[to]] = m;
 }
 
 void ResetOrdering(ThreadBlock* tb) {
-    for (auto& square : tb->history) std::fill(std::begin(square), std::end(square), HISTORY_START);
+    for (auto& square : tb->history) {
+        std::fill(std::begin(square), std::end(square), HISTORY_START);
+    }
     std::memset(tb->counter_moves, 0, sizeof tb->counter_moves);
     for (PlyData& pd : tb->ply_data) {
         pd.hash_move = NO_MOVE;

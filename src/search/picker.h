@@ -15,7 +15,7 @@ MoveEntry* GetNextMoveFW(Position* pos, int in_check);
 // Brings the best-scored entry (first of equals) of a terminated list to its front. The scan keeps
 // its choice in registers, without a branch that the scores decide.
 inline void PickNextMove(MoveEntry* first) {
-    if (first->move == END_OF_LIST) return;
+    if (first->move == END_OF_LIST) { return; }
     MoveEntry* best = first;
     int best_score = first->score;
     for (MoveEntry* e = first + 1; e->move != END_OF_LIST; ++e) {

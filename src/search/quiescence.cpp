@@ -46,7 +46,7 @@ void GenerateCaptures(Position* pos, PlyData* pd) {
         } else {
             score = e->move & PROMOTE_QUEEN ? QUEEN_PROMOTION_SCORE : EN_PASSANT_SCORE;
         }
-        if (MoveTo(e->move) == recapture) score += RECAPTURE_BONUS;
+        if (MoveTo(e->move) == recapture) { score += RECAPTURE_BONUS; }
         e->score = static_cast<i16>(score);
     }
     pd->stage = STAGE_CAPTURES;
@@ -120,7 +120,7 @@ MoveEntry* NextMove(Position* pos, PlyData* pd, bool with_quiet) {
             return pd->cursor;
         }
         pd->stage = STAGE_CAPTURES_DONE;
-        if (!with_quiet) return nullptr;
+        if (!with_quiet) { return nullptr; }
         GenerateQuietChecks(pos, pd);
     }
     return pd->cursor->move == END_OF_LIST ? nullptr : pd->cursor;
@@ -128,7 +128,7 @@ MoveEntry* NextMove(Position* pos, PlyData* pd, bool with_quiet) {
 
 bool IsLateEndgameCapture(const Position* pos, const MoveEntry* e) {
     const int captured = PieceType(e->captured);
-    if (captured == NO_PIECE) return false;
+    if (captured == NO_PIECE) { return false; }
     const int enemy = pos->side ^ 1;
     const int pawns_left = PawnCount(pos->sig[enemy]) - (captured == PAWN ? 1 : 0);
     return pawns_left <= 1 || npv[captured] == pos->npm[enemy];
@@ -141,14 +141,16 @@ bool IsPawnToLastRanks(const Position* pos, const MoveEntry* e) {
 // Is the move left out? `stand` + victim + `margin` is the most that a capture without check
 // promises.
 bool IsPruned(Position* pos, const MoveEntry* e, int depth, int stand, int margin, int best) {
-    if (depth < RECAPTURES_ONLY_BELOW && MoveTo(e->move) != RecaptureSquare(pos)) return true;
+    if (depth < RECAPTURES_ONLY_BELOW && MoveTo(e->move) != RecaptureSquare(pos)) { return true; }
     const int check = MoveGivesCheck(pos, pos->side, e);
-    if (check == 2) return false;
-    if (pos->npm[WHITE] == 0 || pos->npm[BLACK] == 0) return false;
-    if (IsLateEndgameCapture(pos, e)) return false;
+    if (check == 2) { return false; }
+    if (pos->npm[WHITE] == 0 || pos->npm[BLACK] == 0) { return false; }
+    if (IsLateEndgameCapture(pos, e)) { return false; }
     const int captured = PieceType(e->captured);
-    if (check == 0 && !IsPawnToLastRanks(pos, e) && stand + piece_value[captured] + margin <= best)
+    if (check == 0 && !IsPawnToLastRanks(pos, e) &&
+        stand + piece_value[captured] + margin <= best) {
         return true;
+    }
     return exchange_scale[PieceType(e->piece)] > exchange_scale[captured] &&
            swapoff1(pos, pos->side, MoveFrom(e->move), MoveTo(e->move), Occupied(pos)) <
                LOSING_EXCHANGE;
@@ -160,7 +162,7 @@ int Q_Search(Position* pos, int side, int ply, int depth, int alpha, int beta, i
              Move* pv) {
     PlyData* pd = &pos->sstack[ply];
     const int stand = pd->static_eval;
-    if (stand >= beta) return beta;
+    if (stand >= beta) { return beta; }
     int best = std::max(alpha, stand);
     pd->stage = 0;
     const int child_type = node_opp[node_type];
@@ -168,15 +170,15 @@ int Q_Search(Position* pos, int side, int ply, int depth, int alpha, int beta, i
     Move line[PV_SIZE];
     while (const MoveEntry* e = NextMove(pos, pd, depth >= 0)) {
         const Move m = e->move;
-        if (m == NO_MOVE || !MoveIsLegalNonZero(pos, side, m)) continue;
-        if (IsPruned(pos, e, depth, stand, margin, best)) continue;
+        if (m == NO_MOVE || !MoveIsLegalNonZero(pos, side, m)) { continue; }
+        if (IsPruned(pos, e, depth, stand, margin, best)) { continue; }
         MakeMove(pos, m);
         const int v = -Search(pos, side ^ 1, ply + 1, depth - 1, -beta, -best, child_type, line);
         UnmakeMove(pos);
-        if (v <= best) continue;
+        if (v <= best) { continue; }
         pv[ply] = m;
         pv[ply + 1] = NO_MOVE;
-        if (v >= beta) return v;
+        if (v >= beta) { return v; }
         best = v;
         CopyLine(pv, line, ply + 1);
     }

@@ -11,6 +11,7 @@
 #include "frontend/pblock.h"
 #include "search/picker.h"
 #include "search/search.h"
+#include "search/searchinfo.h"
 #include "search/threads.h"
 
 namespace {
@@ -37,7 +38,6 @@ constexpr int REDUCTION_MOVES = 5;
 constexpr int REDUCTION_DROP = 34;  // no root reduction once the score has dropped by more
 constexpr int STOPPED_FAIL_HIGH_LEAD =
     25;  // an interrupted fail high this far above the best counts
-constexpr int SURE_MATE = 9899;
 constexpr int VERBOSE_DEPTH = 3;
 
 // Highest score of a second-placed root move in this search; belongs to the main search thread.
@@ -64,7 +64,7 @@ void ResetThread(ThreadBlock* tb) {
 bool HasLegalMove(Position* pos, int in_check) {
     pos->sstack[1].stage = 0;
     while (const MoveEntry* e = GetNextMoveFW(pos, in_check)) {
-        if (MoveIsLegal(pos, pos->side, e->move)) return true;
+        if (MoveIsLegal(pos, pos->side, e->move)) { return true; }
     }
     return false;
 }
@@ -75,7 +75,7 @@ MoveEntry* BuildRootList(Position* pos) {
     MoveEntry* first = pos->sstack[1].list_start;
     MoveEntry* end = first;
     for (const MoveEntry* e = first; e->move != END_OF_LIST; ++e) {
-        if (MoveIsLegal(pos, pos->side, e->move)) *end++ = *e;
+        if (MoveIsLegal(pos, pos->side, e->move)) { *end++ = *e; }
     }
     end->move = END_OF_LIST;
     return first;
@@ -84,14 +84,14 @@ MoveEntry* BuildRootList(Position* pos) {
 // Number of search threads that have started iteration `depth` or a deeper one.
 int ThreadsAtDepth(int depth) {
     int n = 0;
-    for (int i = 1; i <= PBlock.threads; ++i) {
-        if (ThreadData[i] != nullptr && ThreadData[i]->iteration_depth >= depth) ++n;
+    for (int i = 1; i <= PBlock.options.threads; ++i) {
+        if (ThreadData[i] != nullptr && ThreadData[i]->iteration_depth >= depth) { ++n; }
     }
     return n;
 }
 
 void PerturbRootOrder(ThreadBlock* tb, MoveEntry* first) {
-    if (first->move == END_OF_LIST) return;
+    if (first->move == END_OF_LIST) { return; }
     for (MoveEntry* e = first + 1; e->move != END_OF_LIST; ++e) {
         tb->seed = tb->seed * SEED_FACTOR + SEED_SUMMAND;
         e->score = static_cast<i16>(e->score - static_cast<int>(tb->seed % PERTURBATION));
@@ -100,20 +100,20 @@ void PerturbRootOrder(ThreadBlock* tb, MoveEntry* first) {
 
 // Depth that a secondary thread searches when its own count says `depth`.
 int SecondaryDepth(int depth) {
-    const int limit = PBlock.max_depth;
-    if (depth > SKIP_AFTER_DEPTH && PBlock.multipv == 1 && depth < limit &&
-        ThreadsAtDepth(depth) > 2 * PBlock.threads / 3) {
+    const int limit = PBlock.limits.max_depth;
+    if (depth > SKIP_AFTER_DEPTH && PBlock.options.multipv == 1 && depth < limit &&
+        ThreadsAtDepth(depth) > 2 * PBlock.options.threads / 3) {
         ++depth;
     }
     return std::min(depth, limit);
 }
 
-// Is the best move so clear that the time control may stop early? Keeps PBlock.easy_move.
+// Is the best move so clear that the time control may stop early? Keeps PBlock.progress.easy_move.
 void TestEasyMove(const ThreadBlock* tb, MoveEntry* first, int depth) {
-    if (depth <= 1) second_best_score = NO_SCORE;
-    PBlock.easy_move = 0;
+    if (depth <= 1) { second_best_score = NO_SCORE; }
+    PBlock.progress.easy_move = 0;
     if (first[1].move == END_OF_LIST) {
-        if (depth > EASY_SINGLE_DEPTH) PBlock.easy_move = 1;
+        if (depth > EASY_SINGLE_DEPTH) { PBlock.progress.easy_move = 1; }
         return;
     }
     PickNextMove(first + 1);
@@ -121,20 +121,21 @@ void TestEasyMove(const ThreadBlock* tb, MoveEntry* first, int depth) {
     const int score = first->score;
     if (score > second_best_score + EASY_LEAD_OVER_SECOND &&
         score > tb->root_eval + EASY_LEAD_OVER_EVAL && depth > EASY_CLEAR_DEPTH &&
-        PBlock.change_depth < depth - EASY_STABLE_PLIES) {
-        PBlock.easy_move = 2;
+        PBlock.result.ChangeDepth() < depth - EASY_STABLE_PLIES) {
+        PBlock.progress.easy_move = 2;
     }
 }
 
 void SearchLines(ThreadBlock* tb, MoveEntry* first, int depth) {
-    const int lines = PBlock.multipv;
+    const int lines = PBlock.options.multipv;
     const bool main = IsMain(tb);
-    for (int i = 0; i < lines && first[i].move != END_OF_LIST && !PBlock.stop; ++i) {
+    for (int i = 0; i < lines && first[i].move != END_OF_LIST && !PBlock.control.stop; ++i) {
         const int found = SearchRoot(&tb->pos, tb->pos.side, depth, i);
-        if (found && main && (lines > 1 || depth == 1))
+        if (found && main && (lines > 1 || depth == 1)) {
             DisplaySearchInfo(tb->slot, i, depth, tb->running_score, tb->pv);
+        }
     }
-    if (main && lines > 1 && PBlock.protocol != PROTOCOL_UCI) ShowMessage("");
+    if (main && lines > 1 && PBlock.options.protocol != PROTOCOL_UCI) { ShowMessage(""); }
 }
 
 bool MateIsInsideHorizon(int score, int depth) {
@@ -146,8 +147,8 @@ void DeepenIteratively(ThreadBlock* tb, MoveEntry* first) {
     const bool main = IsMain(tb);
     for (int d = 1; d <= LAST_ITERATION; ++d) {
         if (main) {
-            d = std::min<int>(d, PBlock.max_depth);
-            PBlock.iteration_depth = static_cast<i8>(d);
+            d = std::min<int>(d, PBlock.limits.max_depth);
+            PBlock.progress.iteration_depth = static_cast<i8>(d);
         } else {
             d = SecondaryDepth(d);
             PerturbRootOrder(tb, first);
@@ -158,23 +159,19 @@ void DeepenIteratively(ThreadBlock* tb, MoveEntry* first) {
         tb->best_score_by_depth[d] = NO_SCORE;
         SearchLines(tb, first, d);
         tb->nodes_by_depth[d] = tb->nodes;
-        if (main && PBlock.multipv == 1) TestEasyMove(tb, first, d);
-        if (PBlock.stop) return;
-        if (tb->root_status == ROOT_ABANDONED) continue;
+        if (main && PBlock.options.multipv == 1) { TestEasyMove(tb, first, d); }
+        if (PBlock.control.stop) { return; }
+        if (tb->root_status == ROOT_ABANDONED) { continue; }
         if (main) {
-            PBlock.completed_depth = static_cast<i8>(d);
-            PBlock.completed_time = PBlock.elapsed;
-            PBlock.hash_fill = HashFill();
+            PBlock.progress.completed_depth = static_cast<i8>(d);
+            PBlock.progress.completed_time = PBlock.time.elapsed;
+            PBlock.progress.hash_fill = HashFill();
         }
-        if (MateIsInsideHorizon(tb->best_score_by_depth[d], d) || (main && d >= PBlock.max_depth))
+        if (MateIsInsideHorizon(tb->best_score_by_depth[d], d) ||
+            (main && d >= PBlock.limits.max_depth)) {
             return;
+        }
     }
-}
-
-// A search stopped before its first result still answers with a legal move.
-void PublishFallback(Move m) {
-    const SpinGuard guard(&spinlock1);
-    if (PBlock.pv[1] == NO_MOVE) PBlock.pv[1] = m;
 }
 
 // --- one iteration ---
@@ -205,27 +202,27 @@ void ShowUnsettled(RootSearch* r, u8 status, Move m, int score) {
     r->tb->running_score = static_cast<i16>(score);
     SetRootMove(r->tb, m);
     r->tb->pv[2] = NO_MOVE;
-    if (r->verbose) DisplaySearchInfo(r->tb->slot, -1, r->depth, score, r->tb->pv);
+    if (r->verbose) { DisplaySearchInfo(r->tb->slot, -1, r->depth, score, r->tb->pv); }
 }
 
 // First move: aspiration window, widened until the score lies inside or the limit is reached.
 int SearchFirstMove(RootSearch* r, Move m) {
     int alpha = r->previous - r->half_width;
     int beta = r->previous + r->half_width;
-    if (alpha < MATED_SCORE) alpha = WINDOW_BOTTOM;
-    if (beta > MATE_SCORE) beta = WINDOW_TOP;
+    if (alpha < MATED_SCORE) { alpha = WINDOW_BOTTOM; }
+    if (beta > MATE_SCORE) { beta = WINDOW_TOP; }
     int step = r->half_width;
     int v = r->Child(r->depth - 1, alpha, beta, NODE_PV);
-    while (!PBlock.stop &&
+    while (!PBlock.control.stop &&
            ((v <= alpha && alpha > WINDOW_BOTTOM) || (v >= beta && beta < WINDOW_TOP))) {
         ShowUnsettled(r, v > alpha ? ROOT_FAILS_HIGH : ROOT_FIRST_FAILS_LOW, m, v);
         step = std::max(2 * step, MIN_WIDENING);
         if (v <= alpha) {
             alpha -= step;
-            if (alpha < MATED_SCORE) alpha = WINDOW_BOTTOM;
+            if (alpha < MATED_SCORE) { alpha = WINDOW_BOTTOM; }
         } else {
             beta += step;
-            if (beta > MATE_SCORE) beta = WINDOW_TOP;
+            if (beta > MATE_SCORE) { beta = WINDOW_TOP; }
         }
         v = r->Child(r->depth - 1, alpha, beta, NODE_PV);
     }
@@ -237,12 +234,12 @@ int SearchFirstMove(RootSearch* r, Move m) {
 int SearchLaterMove(RootSearch* r, Move m, int reduction) {
     int bottom = r->best;
     int top = r->best + 1;
-    if (bottom < MATED_SCORE) bottom = WINDOW_BOTTOM;
-    if (top > MATE_SCORE) top = WINDOW_TOP;
+    if (bottom < MATED_SCORE) { bottom = WINDOW_BOTTOM; }
+    if (top > MATE_SCORE) { top = WINDOW_TOP; }
     int step = 1;
     u8 status = ROOT_LATER_FAILS_HIGH;
     int v = r->Child(r->depth - reduction - 1, bottom, top, NODE_CUT);
-    while (v >= top && top < WINDOW_TOP && !PBlock.stop) {
+    while (v >= top && top < WINDOW_TOP && !PBlock.control.stop) {
         ShowUnsettled(r, status, m, v);
         status = ROOT_FAILS_HIGH;
         step = std::max(2 * step, MIN_WIDENING);
@@ -254,11 +251,14 @@ int SearchLaterMove(RootSearch* r, Move m, int reduction) {
 
 int RootReduction(const RootSearch* r, u8 flags) {
     const Position* pos = r->pos;
-    if (PBlock.multipv != 1 || r->depth <= REDUCTION_DEPTH ||
-        r->pd->moves_searched <= REDUCTION_MOVES)
+    if (PBlock.options.multipv != 1 || r->depth <= REDUCTION_DEPTH ||
+        r->pd->moves_searched <= REDUCTION_MOVES) {
         return 0;
-    if (r->best < r->previous - REDUCTION_DROP || r->best < MATED_SCORE || r->in_check) return 0;
-    if (pos->npm[r->side] == 0 || PawnCount(pos->sig[r->side]) == 0) return 0;
+    }
+    if (r->best < r->previous - REDUCTION_DROP || r->best < MATED_SCORE || r->in_check) {
+        return 0;
+    }
+    if (pos->npm[r->side] == 0 || PawnCount(pos->sig[r->side]) == 0) { return 0; }
     return flags ? 0 : 1;
 }
 
@@ -267,8 +267,8 @@ int SearchRootMove(RootSearch* r, const MoveEntry* e) {
     const int reduction = RootReduction(r, r->pd->move_flags);
     MakeMove(r->pos, m);
     int v = 0;
-    if ((PBlock.multipv != 1 || r->depth <= REDUCTION_DEPTH) && r->depth <= 1 &&
-        PBlock.max_depth >= 2) {
+    if ((PBlock.options.multipv != 1 || r->depth <= REDUCTION_DEPTH) && r->depth <= 1 &&
+        PBlock.limits.max_depth >= 2) {
         v = r->Child(r->depth - 1, -INFINITE_SCORE, INFINITE_SCORE, NODE_PV);
     } else if (r->best == NO_SCORE) {
         v = SearchFirstMove(r, m);
@@ -277,7 +277,7 @@ int SearchRootMove(RootSearch* r, const MoveEntry* e) {
     }
     UnmakeMove(r->pos);
     r->tb->root_status = ROOT_NORMAL;
-    if (PBlock.stop) {
+    if (PBlock.control.stop) {
         const int running = r->tb->running_score;
         v = r->main && r->best > NO_SCORE && running > r->best + STOPPED_FAIL_HIGH_LEAD ? running
                                                                                         : NO_SCORE;
@@ -286,11 +286,13 @@ int SearchRootMove(RootSearch* r, const MoveEntry* e) {
 }
 
 void ShowProgress(const RootSearch* r, const MoveEntry* e, int index) {
-    if (!r->main || index != 0 || PBlock.protocol != PROTOCOL_UCI) return;
-    if (PBlock.elapsed <= PROGRESS_SECONDS || PBlock.elapsed <= PBlock.noise) return;
-    if (PBlock.noise == NOISE_NEVER) return;
-    if (r->pd->moves_searched == 0) DisplayIterationStart(r->depth);
-    if (PBlock.multipv == 1) DisplayCurrentMove(e->move, r->pd->moves_searched + 1);
+    if (!r->main || index != 0 || PBlock.options.protocol != PROTOCOL_UCI) { return; }
+    if (PBlock.time.elapsed <= PROGRESS_SECONDS || PBlock.time.elapsed <= PBlock.options.noise) {
+        return;
+    }
+    if (PBlock.options.noise == NOISE_NEVER) { return; }
+    if (r->pd->moves_searched == 0) { DisplayIterationStart(r->depth); }
+    if (PBlock.options.multipv == 1) { DisplayCurrentMove(e->move, r->pd->moves_searched + 1); }
 }
 
 void AcceptBest(RootSearch* r, Move m, int score) {
@@ -300,9 +302,9 @@ void AcceptBest(RootSearch* r, Move m, int score) {
     CopyLine(tb->pv, r->line, 2);
     tb->best_depth = static_cast<i16>(r->depth);
     r->best = score;
-    if (score <= tb->best_score_by_depth[r->depth]) return;
+    if (score <= tb->best_score_by_depth[r->depth]) { return; }
     tb->best_score_by_depth[r->depth] = static_cast<i16>(score);
-    if (r->main) NewBestMove(tb);
+    if (r->main) { NewBestMove(tb); }
 }
 
 // Moves an entry to the front of a range, shifting those before it down by one.
@@ -342,14 +344,15 @@ int SearchRoot(Position* pos, int side, int depth, int index) {
     r.depth = depth;
     r.in_check = InCheck(pos, side);
     r.main = main;
-    r.verbose = main && PBlock.multipv == 1 && depth > VERBOSE_DEPTH && index == 0;
+    r.verbose = main && PBlock.options.multipv == 1 && depth > VERBOSE_DEPTH && index == 0;
     r.previous = tb->running_score;
     r.best = NO_SCORE;
     r.half_width = std::max(4 * (15 - depth), 15) + std::abs(r.previous) / 16;
 
     MoveEntry* front = pd->list_start + index;
     for (MoveEntry* e = front; e->move != END_OF_LIST; ++e) {
-        if (!main && depth < PBlock.completed_depth && PBlock.elapsed >= SETTLED_SECONDS) {
+        if (!main && depth < PBlock.progress.completed_depth &&
+            PBlock.time.elapsed >= SETTLED_SECONDS) {
             tb->root_status = ROOT_ABANDONED;
             break;
         }
@@ -373,9 +376,11 @@ int SearchRoot(Position* pos, int side, int depth, int index) {
             AcceptBest(&r, e->move, v);
             MoveToFront(front, e);
         }
-        if (PBlock.node_limit != 0 && tb->nodes > PBlock.node_limit && !PBlock.stop)
-            PBlock.stop = STOP_FINISH;
-        if (PBlock.stop) break;
+        if (PBlock.limits.node_limit != 0 && tb->nodes > PBlock.limits.node_limit &&
+            !PBlock.control.stop) {
+            PBlock.control.stop = STOP_FINISH;
+        }
+        if (PBlock.control.stop) { break; }
     }
     return r.best > NO_SCORE;
 }
@@ -383,20 +388,10 @@ int SearchRoot(Position* pos, int side, int depth, int index) {
 void NewBestMove(ThreadBlock* tb) {
     const int score = tb->running_score;
     const int depth = tb->best_depth;
-    {
-        const SpinGuard guard(&spinlock1);
-        const bool sure_mate = score > SURE_MATE && score >= PBlock.score;
-        const bool deeper = depth > PBlock.depth_done && PBlock.score < SURE_MATE;
-        const bool better = depth == PBlock.depth_done && score > PBlock.score;
-        if (!sure_mate && !deeper && !better) return;
-        if (tb->pv[1] != PBlock.pv[1]) PBlock.change_depth = static_cast<i8>(depth);
-        PBlock.score = static_cast<i16>(score);
-        PBlock.depth_done = static_cast<i8>(depth);
-        std::copy(std::begin(tb->pv), std::end(tb->pv), PBlock.pv);
-        PBlock.score_by_depth[depth] = static_cast<i16>(score);
-        PBlock.best_move_by_depth[depth] = tb->pv[1];
+    if (!PBlock.result.Publish(score, depth, tb->pv)) { return; }
+    if (depth >= 2 && PBlock.options.multipv == 1) {
+        DisplaySearchInfo(tb->slot, -1, depth, score, tb->pv);
     }
-    if (depth >= 2 && PBlock.multipv == 1) DisplaySearchInfo(tb->slot, -1, depth, score, tb->pv);
 }
 
 void SearchIterations(int slot) {
@@ -411,7 +406,7 @@ void SearchIterations(int slot) {
     tb->ply_data[1].static_eval = static_cast<i16>(eval);
     tb->ply_data[0].static_eval = static_cast<i16>(-eval);
 
-    if (PBlock.max_depth <= 0 && !in_check) {
+    if (PBlock.limits.max_depth <= 0 && !in_check) {
         const int score =
             Q_Search(pos, pos->side, 1, 0, -INFINITE_SCORE, INFINITE_SCORE, NODE_PV, tb->pv);
         tb->running_score = static_cast<i16>(score);
@@ -421,14 +416,14 @@ void SearchIterations(int slot) {
     if (!HasLegalMove(pos, in_check)) {
         tb->running_score = in_check ? -9999 : 0;
         tb->best_depth = 1;
-        if (main) NewBestMove(tb);
-        PBlock.stop = STOP_NO_MOVE;
+        if (main) { NewBestMove(tb); }
+        PBlock.control.stop = STOP_NO_MOVE;
         return;
     }
     MoveEntry* first = BuildRootList(pos);
     const Move first_move = first->move;
     DeepenIteratively(tb, first);
-    if (!main) return;
-    PublishFallback(first_move);
-    if (!PBlock.stop) PBlock.stop = STOP_FINISH;
+    if (!main) { return; }
+    PBlock.result.PublishFallback(first_move);
+    if (!PBlock.control.stop) { PBlock.control.stop = STOP_FINISH; }
 }

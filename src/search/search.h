@@ -34,7 +34,7 @@ u8 MoveFlags(const Position* pos, int side, const MoveEntry* e);
 inline void CopyLine(Move* to, const Move* line, int from) {
     for (int i = from; i < PV_SIZE; ++i) {
         to[i] = line[i];
-        if (line[i] == NO_MOVE) break;
+        if (line[i] == NO_MOVE) { break; }
     }
 }
 

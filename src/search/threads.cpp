@@ -32,7 +32,7 @@ u8 CommandOf(int slot) {
 
 void SendCommand(int slot, u8 command) {
     ThreadBlock* tb = ThreadData[slot];
-    if (tb == nullptr) return;
+    if (tb == nullptr) { return; }
     tb->command.store(command, std::memory_order_release);
     AlertRaise(&tb->alert);
 }
@@ -42,16 +42,18 @@ void SendCommand(int slot, u8 command) {
 void* SearchThreadFunc(void* argument) {
     const int slot = *static_cast<const int*>(argument);
     ThreadBlock* tb = NewThreadBlock(slot);
-    if (tb == nullptr) std::exit(EXIT_SUCCESS);
+    if (tb == nullptr) { std::exit(EXIT_SUCCESS); }
     ready[slot].store(true, std::memory_order_release);
     AlertRaise(&front_end_alert);
     for (;;) {
         const u8 command = tb->command.load(std::memory_order_acquire);
-        if (command == COMMAND_QUIT) break;
+        if (command == COMMAND_QUIT) { break; }
         if (command == COMMAND_SEARCH) {
             SearchIterations(slot);
             // The others go on until they are told to end.
-            if (slot == 1 && PBlock.stop == STOP_NONE) PBlock.stop = STOP_FINISH;
+            if (slot == 1 && PBlock.control.stop == STOP_NONE) {
+                PBlock.control.stop = STOP_FINISH;
+            }
             tb->command.store(COMMAND_IDLE, std::memory_order_release);
             AlertRaise(&front_end_alert);
         } else {
@@ -105,34 +107,35 @@ int CreateThreadPool(int n) {
         th_num[slot] = slot;
         ready[slot].store(false, std::memory_order_relaxed);
         const int error = StartDetachedThread(&thread[slot], SearchThreadFunc, &th_num[slot]);
-        if (error != 0) return error;
+        if (error != 0) { return error; }
     }
     for (int slot = 1; slot <= n; ++slot) {
-        while (!ready[slot].load(std::memory_order_acquire))
+        while (!ready[slot].load(std::memory_order_acquire)) {
             SleepEx(IDLE_POLL_MS, &front_end_alert);
+        }
     }
     return 0;
 }
 
 void KillThreadPool(int n) {
-    PBlock.stop = STOP_QUIT;
+    PBlock.control.stop = STOP_QUIT;
     WaitUntilIdle();
-    for (int slot = 1; slot <= n; ++slot) SendCommand(slot, COMMAND_QUIT);
+    for (int slot = 1; slot <= n; ++slot) { SendCommand(slot, COMMAND_QUIT); }
     WaitUntilIdle();
 }
 
 void StartSearch() {
-    for (int slot = 1; slot <= PBlock.threads; ++slot) {
+    for (int slot = 1; slot <= PBlock.options.threads; ++slot) {
         SendCommand(slot, COMMAND_SEARCH);
-        if (slot == 1 && PBlock.threads > 1) GiveHeadStart();
+        if (slot == 1 && PBlock.options.threads > 1) { GiveHeadStart(); }
     }
 }
 
 void Collect() {
     sstats = {};
-    for (int slot = 1; slot <= PBlock.threads; ++slot) {
+    for (int slot = 1; slot <= PBlock.options.threads; ++slot) {
         const ThreadBlock* tb = ThreadData[slot];
-        if (tb == nullptr) continue;
+        if (tb == nullptr) { continue; }
         sstats.nodes += tb->nodes;
         sstats.eval_probes += tb->eval_probes;
         sstats.eval_hits += tb->eval_hits;
@@ -145,22 +148,22 @@ void Collect() {
 
 int BusyThreads() {
     int busy = 0;
-    for (int slot = 1; slot <= PBlock.threads; ++slot) {
-        if (CommandOf(slot) != COMMAND_IDLE) ++busy;
+    for (int slot = 1; slot <= PBlock.options.threads; ++slot) {
+        if (CommandOf(slot) != COMMAND_IDLE) { ++busy; }
     }
     return busy;
 }
 
 void WaitUntilIdle() {
-    while (BusyThreads() > 0) SleepEx(IDLE_POLL_MS, &front_end_alert);
+    while (BusyThreads() > 0) { SleepEx(IDLE_POLL_MS, &front_end_alert); }
 }
 
 void CopyGamePosition() {
     const ThreadBlock* game = ThreadData[0];
-    for (int slot = 0; slot <= PBlock.threads; ++slot) {
+    for (int slot = 0; slot <= PBlock.options.threads; ++slot) {
         ThreadBlock* tb = ThreadData[slot];
-        if (tb == nullptr) continue;
-        if (slot > 0) CopyPosition(tb, game);
+        if (tb == nullptr) { continue; }
+        if (slot > 0) { CopyPosition(tb, game); }
         ResetCounters(tb);
     }
 }

@@ -43,22 +43,24 @@ constexpr int NEW_MOVE_PERCENT = 1;
 double start_time = 0.0;  // monotonic seconds
 
 int MovesToGo(int hist_count) {
-    const int n = PBlock.moves_per_control;
-    if (n == ALL_MOVES) return hist_count > 25 ? 24 : 36 - hist_count / 2;
-    if (PBlock.protocol == PROTOCOL_UCI) return PBlock.moves_to_go;
+    const int n = PBlock.time.moves_per_control;
+    if (n == ALL_MOVES) { return hist_count > 25 ? 24 : 36 - hist_count / 2; }
+    if (PBlock.options.protocol == PROTOCOL_UCI) { return PBlock.time.moves_to_go; }
     return n - (hist_count / 2) % n;
 }
 
 // What other threads' root results say about the stability of the published move.
 int ThreadInstability(int depth, int best, Move best_move) {
     int percent = 0;
-    for (int i = 1; i <= PBlock.threads; ++i) {
+    for (int i = 1; i <= PBlock.options.threads; ++i) {
         const ThreadBlock* tb = ThreadData[i];
-        if (tb == nullptr || tb->iteration_depth < depth) continue;
+        if (tb == nullptr || tb->iteration_depth < depth) { continue; }
         const int score = tb->running_score;
         const int status = tb->root_status;
         if (tb->root_move == best_move) {
-            if (score < best && status == ROOT_FIRST_FAILS_LOW) percent = FIRST_FAILS_LOW_PERCENT;
+            if (score < best && status == ROOT_FIRST_FAILS_LOW) {
+                percent = FIRST_FAILS_LOW_PERCENT;
+            }
         } else if (score > best) {
             if (status == ROOT_FAILS_HIGH) {
                 percent = std::max(percent, FAILS_HIGH_PERCENT);
@@ -73,118 +75,99 @@ int ThreadInstability(int depth, int best, Move best_move) {
 }
 
 int Instability() {
-    if (PBlock.depth_done < MIN_STOP_DEPTH || PBlock.elapsed <= MIN_STOP_SECONDS) return 0;
-    const ThreadBlock* main_thread = ThreadData[1];
-    if (main_thread == nullptr) return 0;
-    const int depth = main_thread->iteration_depth;
-    if (depth < 1) return 0;
-    int best = 0;
-    Move best_move = NO_MOVE;
-    {
-        const SpinGuard guard(&spinlock1);
-        best = PBlock.score;
-        best_move = PBlock.pv[1];
+    if (PBlock.result.DepthDone() < MIN_STOP_DEPTH || PBlock.time.elapsed <= MIN_STOP_SECONDS) {
+        return 0;
     }
-    const int percent = ThreadInstability(depth, best, best_move);
+    const ThreadBlock* main_thread = ThreadData[1];
+    if (main_thread == nullptr) { return 0; }
+    const int depth = main_thread->iteration_depth;
+    if (depth < 1) { return 0; }
+    const ResultSnapshot result = PBlock.result.Snapshot();
+    const int best = result.score;
+    const int percent = ThreadInstability(depth, best, result.pv[1]);
     const int previous = main_thread->best_score_by_depth[depth - 1];
     const int margin = std::abs(previous) <= 799 ? std::abs(previous) / 16 + 15 : 65;
-    if (best < previous - 4 * margin) return std::max(percent, BIG_DROP_PERCENT);
-    if (best < previous - 2 * margin) return std::max(percent, MIDDLE_DROP_PERCENT);
-    if (best < previous - margin) return std::max(percent, SMALL_DROP_PERCENT);
-    if (PBlock.change_depth >= depth - 1) return std::max(percent, NEW_MOVE_PERCENT);
+    if (best < previous - 4 * margin) { return std::max(percent, BIG_DROP_PERCENT); }
+    if (best < previous - 2 * margin) { return std::max(percent, MIDDLE_DROP_PERCENT); }
+    if (best < previous - margin) { return std::max(percent, SMALL_DROP_PERCENT); }
+    if (PBlock.result.ChangeDepth() >= depth - 1) { return std::max(percent, NEW_MOVE_PERCENT); }
     return percent;
 }
 
 bool TimeIsUp(int percent) {
-    const bool fixed = PBlock.moves_per_control == FIXED_TIME;
-    const double remaining = std::max(0.0, PBlock.clock[game_position->side] - PBlock.elapsed);
-    double limit = PBlock.target_time + PERCENT * percent * remaining;
-    if (!fixed) limit -= PBlock.comm_overhead;
-    return PBlock.elapsed >= limit ||
-           (!fixed && EMERGENCY_OVERHEADS * PBlock.comm_overhead > remaining);
+    const bool fixed = PBlock.time.moves_per_control == FIXED_TIME;
+    const double remaining =
+        std::max(0.0, PBlock.time.clock[game_position->side] - PBlock.time.elapsed);
+    double limit = PBlock.time.target_time + PERCENT * percent * remaining;
+    if (!fixed) { limit -= PBlock.options.comm_overhead; }
+    return PBlock.time.elapsed >= limit ||
+           (!fixed && EMERGENCY_OVERHEADS * PBlock.options.comm_overhead > remaining);
 }
 
-void ResetResult() {
-    PBlock.stop = STOP_NONE;
-    PBlock.score = NO_SCORE;
-    PBlock.depth_done = 0;
-    PBlock.iteration_depth = 0;
-    PBlock.completed_depth = 0;
-    PBlock.completed_time = 0.0;
-    std::fill(std::begin(PBlock.pv), std::end(PBlock.pv), NO_MOVE);
-    PBlock.change_depth = 0;
-    PBlock.easy_move = 0;
-    std::fill(std::begin(PBlock.ncnt), std::end(PBlock.ncnt), 0);
-    std::fill(std::begin(PBlock.score_by_depth), std::end(PBlock.score_by_depth),
-              static_cast<i16>(NO_SCORE));
-    std::fill(std::begin(PBlock.best_move_by_depth), std::end(PBlock.best_move_by_depth), NO_MOVE);
-}
-
-// A table of 0 MB is switched off for the search; a later table brings the mode back.
-void SetHashModeOfSearch() {
-    if (PBlock.hash_mb < 1) {
-        if (PBlock.hash_mode != 0) PBlock.saved_hash_mode = PBlock.hash_mode;
-        PBlock.hash_mode = 0;
-    } else if (PBlock.saved_hash_mode != 0) {
-        PBlock.hash_mode = PBlock.saved_hash_mode;
-        PBlock.saved_hash_mode = 0;
-    }
+void ResetProgress() {
+    PBlock.control.stop = STOP_NONE;
+    PBlock.progress.iteration_depth = 0;
+    PBlock.progress.completed_depth = 0;
+    PBlock.progress.completed_time = 0.0;
+    PBlock.progress.easy_move = 0;
+    std::fill(std::begin(PBlock.progress.ncnt), std::end(PBlock.progress.ncnt), 0);
 }
 
 void ShowSearchStart(const Position* pos) {
-    if (PBlock.noise >= NOISE_NEVER) return;
+    if (PBlock.options.noise >= NOISE_NEVER) { return; }
     char epd[EPD_FIELDS_SIZE];
     MakeEPD(pos, epd);
     char text[EPD_FIELDS_SIZE + 64];
-    if (PBlock.protocol == PROTOCOL_UCI) {
+    if (PBlock.options.protocol == PROTOCOL_UCI) {
         std::snprintf(text, sizeof text, "info string fen %s", epd);
         LogMessage(text);
         std::snprintf(text, sizeof text, "info string ply= %d, trg_time= %0.3f sec",
-                      pos->hist_count, PBlock.target_time);
+                      pos->hist_count, PBlock.time.target_time);
         LogMessage(text);
         return;
     }
     ShowMessageF("fen %s", epd);
     ShowMessageF("Ply= %d, Clock= %0.2fs  Target time= %0.2fs", pos->hist_count,
-                 PBlock.clock[pos->side], PBlock.target_time);
+                 PBlock.time.clock[pos->side], PBlock.time.target_time);
 }
 
 }  // namespace
 
 void GetElapsedTime(int start) {
     const double now = MonotonicSeconds();
-    if (start) start_time = now;
-    PBlock.elapsed = now - start_time;
+    if (start) { start_time = now; }
+    PBlock.time.elapsed = now - start_time;
 }
 
 void SetTargetTime(int side, int hist_count) {
-    if (PBlock.moves_per_control == FIXED_TIME) {
-        PBlock.target_time = PBlock.base_time;
-        PBlock.clock[side] = PBlock.base_time;
+    if (PBlock.time.moves_per_control == FIXED_TIME) {
+        PBlock.time.target_time = PBlock.time.base_time;
+        PBlock.time.clock[side] = PBlock.time.base_time;
         return;
     }
-    PBlock.moves_to_go = static_cast<u16>(MovesToGo(hist_count));
-    const double clock = PBlock.clock[side];
-    const double increment = PBlock.increment;
-    double target = clock / (PBlock.moves_to_go + 1);
-    target *= PBlock.ponder && PBlock.moves_to_go > 2 ? PONDER_FACTOR : CAUTION_FACTOR;
-    if (clock > OVERHEADS_KEPT * PBlock.comm_overhead)
+    PBlock.time.moves_to_go = static_cast<u16>(MovesToGo(hist_count));
+    const double clock = PBlock.time.clock[side];
+    const double increment = PBlock.time.increment;
+    double target = clock / (PBlock.time.moves_to_go + 1);
+    target *= PBlock.options.ponder && PBlock.time.moves_to_go > 2 ? PONDER_FACTOR : CAUTION_FACTOR;
+    if (clock > OVERHEADS_KEPT * PBlock.options.comm_overhead) {
         target += increment * clock / (2 * increment + clock);
-    target = std::min(target, MAX_CLOCK_SHARE * clock - OVERHEADS_KEPT * PBlock.comm_overhead);
+    }
+    target =
+        std::min(target, MAX_CLOCK_SHARE * clock - OVERHEADS_KEPT * PBlock.options.comm_overhead);
     // Written so that a target that is no number, from clocks without sense, becomes the floor too.
-    if (!(target >= MIN_TARGET)) target = MIN_TARGET;
-    PBlock.target_time = target;
+    if (!(target >= MIN_TARGET)) { target = MIN_TARGET; }
+    PBlock.time.target_time = target;
 }
 
 void InitSearch() {
     const Position* pos = game_position;
-    ResetResult();
-    PBlock.searched_key = SearchKey(pos);
-    PBlock.draw_score[pos->side] = Personality.draw_score;
-    PBlock.draw_score[pos->side ^ 1] = static_cast<i16>(-Personality.draw_score);
-    PBlock.tt_age = pos->hist_count;
-    SetHashModeOfSearch();
-    PBlock.search_state = PBlock.start_request;
+    ResetProgress();
+    PBlock.result.Clear(SearchKey(pos));
+    PBlock.root.draw_score[pos->side] = Personality.draw_score;
+    PBlock.root.draw_score[pos->side ^ 1] = static_cast<i16>(-Personality.draw_score);
+    PBlock.root.tt_age = pos->hist_count;
+    PBlock.control.search_state = PBlock.control.start_request;
     SetTargetTime(pos->side, pos->hist_count);
     CopyGamePosition();
     ShowSearchStart(pos);
@@ -192,13 +175,15 @@ void InitSearch() {
 
 void SearchTimeout() {
     GetElapsedTime(0);
-    if (PBlock.search_state == SEARCH_PONDER || PBlock.stop) return;
+    if (PBlock.control.search_state == SEARCH_PONDER || PBlock.control.stop) { return; }
     if (TimeIsUp(Instability())) {
-        if (PBlock.depth_done < MIN_STOP_DEPTH) return;
-        PBlock.stop = PBlock.search_state == SEARCH_THINK ? STOP_FINISH : STOP_ABANDON;
-    } else if (PBlock.easy_move == 1 ||
-               (PBlock.easy_move == 2 && PBlock.elapsed >= EASY_SHARE * PBlock.target_time)) {
-        PBlock.stop = STOP_FINISH;
+        if (PBlock.result.DepthDone() < MIN_STOP_DEPTH) { return; }
+        PBlock.control.stop =
+            PBlock.control.search_state == SEARCH_THINK ? STOP_FINISH : STOP_ABANDON;
+    } else if (PBlock.progress.easy_move == 1 ||
+               (PBlock.progress.easy_move == 2 &&
+                PBlock.time.elapsed >= EASY_SHARE * PBlock.time.target_time)) {
+        PBlock.control.stop = STOP_FINISH;
     }
 }
 
@@ -206,11 +191,11 @@ double EffectiveBranchingFactor() {
     constexpr double unknown = 2.0;
     constexpr int first_depth = 5;
     constexpr int span = 4;
-    const int depth = PBlock.completed_depth;
+    const int depth = PBlock.progress.completed_depth;
     const ThreadBlock* tb = ThreadData[1];
-    if (depth <= first_depth || tb == nullptr) return unknown;
+    if (depth <= first_depth || tb == nullptr) { return unknown; }
     const u64 nodes = tb->nodes_by_depth[depth];
     const u64 earlier = tb->nodes_by_depth[depth - span];
-    if (nodes == 0 || earlier == 0) return unknown;
+    if (nodes == 0 || earlier == 0) { return unknown; }
     return std::pow(static_cast<double>(nodes) / static_cast<double>(earlier), 1.0 / span);
 }

@@ -7,8 +7,10 @@
 #include "board/moves.h"
 #include "board/zobrist.h"
 #include "eval/threadblock.h"
+#include "frontend/output.h"
 #include "frontend/pblock.h"
 #include "platform/memory.h"
+#include "search/perft.h"
 #include "search/picker.h"
 #include "search/search.h"
 
@@ -56,7 +58,7 @@ TTSlot* Bucket(int side, u64 key) {
 }
 
 // No table for this search, or one of 0 MB.
-bool TableIsOff() { return PBlock.hash_mode == 0 || entries == 0; }
+bool TableIsOff() { return PBlock.options.hash_mode == 0 || entries == 0; }
 
 bool MoveFitsBoard(const Position* pos, Move move) {
     const Bitboard own = pos->bb[pos->side][0];
@@ -66,15 +68,15 @@ bool MoveFitsBoard(const Position* pos, Move move) {
 // Does the position repeat, as seen from ply `ply` of a line?
 bool LineRepeats(Position* pos, int ply) {
     const int h = pos->fifty;
-    if (h <= 3) return false;
+    if (h <= 3) { return false; }
     int limit = ply < 5 ? 2 : 1;
-    if (h > 100 && ply <= 2) limit = 2;
+    if (h > 100 && ply <= 2) { limit = 2; }
     return CountRepetitions(pos, limit) >= limit;
 }
 
 // A line ends where the fifty-move counter has run out, unless the side to move is mated.
 bool LineEndsByFiftyMoves(Position* pos, int ply) {
-    if (pos->fifty <= 100 || ply <= 2) return false;
+    if (pos->fifty <= 100 || ply <= 2) { return false; }
     PlyData* pd = &pos->sstack[pos->ply];
     pd->list_start = pos->sstack[1].list_start;
     pd->hash_move = NO_MOVE;
@@ -85,11 +87,11 @@ bool LineEndsByFiftyMoves(Position* pos, int ply) {
 
 int InitTTable() {
     if (!rx) {
-        InitZobrist();
+        for (int bad = InitZobrist(); bad > 0; --bad) { ShowMessage("bad hashcode"); }
         rx = 1;
     }
     FreeTTable();
-    entries = PBlock.hash_mb * SLOTS_PER_MEGABYTE;
+    entries = PBlock.options.hash_mb * SLOTS_PER_MEGABYTE;
     allocated_bytes = ((entries & ~u64{15}) + SPARE_SLOTS) * sizeof(TTSlot);
     hashtable = static_cast<TTSlot*>(AllocateLargeBlock(allocated_bytes));
     if (hashtable == nullptr) {
@@ -97,7 +99,7 @@ int InitTTable() {
         return -1;
     }
     mask = ~u64{0};
-    if (entries > 0) mask = std::bit_floor(entries) - 1;
+    if (entries > 0) { mask = std::bit_floor(entries) - 1; }
     whitetable = hashtable;
     blacktable = hashtable + entries;
     ClearTTable();
@@ -105,7 +107,7 @@ int InitTTable() {
 }
 
 void FreeTTable() {
-    if (hashtable != nullptr) FreeLargeBlock(hashtable, allocated_bytes);
+    if (hashtable != nullptr) { FreeLargeBlock(hashtable, allocated_bytes); }
     hashtable = whitetable = blacktable = nullptr;
     entries = 0;
     mask = ~u64{0};
@@ -120,12 +122,12 @@ void ClearTTable() {
         }
     }
     ttcnt.store(0, std::memory_order_relaxed);
-    PBlock.tt_age = 0;
-    PBlock.hash_fill = 0.0;
+    PBlock.root.tt_age = 0;
+    PBlock.progress.hash_fill = 0.0;
 }
 
 void PrefetchTTable(int side, u64 key) {
-    if (TableIsOff()) return;
+    if (TableIsOff()) { return; }
     const TTSlot* bucket = Bucket(side, key);
     __builtin_prefetch(bucket);
     __builtin_prefetch(bucket + BUCKET_SLOTS - 1);
@@ -133,7 +135,7 @@ void PrefetchTTable(int side, u64 key) {
 
 void ProbeTTable(const Position* pos, TTEntry* out) {
     out->move = NO_MOVE;
-    if (TableIsOff()) return;
+    if (TableIsOff()) { return; }
     const u64 key = SearchKey(pos);
     const u32 key_high = static_cast<u32>(key >> 32);
     TTSlot* bucket = Bucket(pos->side, key);
@@ -146,9 +148,9 @@ void ProbeTTable(const Position* pos, TTEntry* out) {
             keys = k;
         }
     }
-    if (slot == nullptr) return;
+    if (slot == nullptr) { return; }
     u64 data = slot->data.load(std::memory_order_relaxed);
-    const int age = PBlock.tt_age;
+    const int age = PBlock.root.tt_age;
     if (AgeOf(data) != age) {
         data = (data & ~AGE_FIELD) | u64{static_cast<u16>(age)} << 48;
         slot->data.store(data, std::memory_order_relaxed);
@@ -168,7 +170,7 @@ void ProbeTTable(const Position* pos, TTEntry* out) {
 }
 
 void StoreInTTable(const Position* pos, Move move, int depth, int score, int bound) {
-    if (TableIsOff()) return;
+    if (TableIsOff()) { return; }
     const u64 key = SearchKey(pos);
     const u32 key_high = static_cast<u32>(key >> 32);
     TTSlot* bucket = Bucket(pos->side, key);
@@ -189,10 +191,10 @@ void StoreInTTable(const Position* pos, Move move, int depth, int score, int bou
             lowest = priority;
         }
     }
-    const int age = PBlock.tt_age;
+    const int age = PBlock.root.tt_age;
     const int target_depth = DepthOf(target_data);
     if (depth < target_depth - KEEP_DEPTH_MARGIN &&
-        target_depth >= PBlock.iteration_depth - KEEP_ITERATION_MARGIN &&
+        target_depth >= PBlock.progress.iteration_depth - KEEP_ITERATION_MARGIN &&
         AgeOf(target_data) == age) {
         return;
     }
@@ -209,22 +211,22 @@ void RetrievePV(Position* pos, int ply, Move* pv) {
         entry.depth = TT_PRESET_DEPTH;
         ProbeTTable(pos, &entry);
         pv[ply + 1] = NO_MOVE;
-        if (entry.depth < 1 || entry.move == NO_MOVE) return;
-        if (LineEndsByFiftyMoves(pos, ply) || LineRepeats(pos, ply)) return;
+        if (entry.depth < 1 || entry.move == NO_MOVE) { return; }
+        if (LineEndsByFiftyMoves(pos, ply) || LineRepeats(pos, ply)) { return; }
         // The table's move may belong to another position with the same key.
-        if (!MoveIsPseudoLegal(pos, entry.move)) return;
-        if (!MoveIsLegal(pos, pos->side, entry.move)) return;
+        if (!MoveIsPseudoLegal(pos, entry.move)) { return; }
+        if (!MoveIsLegal(pos, pos->side, entry.move)) { return; }
         pv[ply] = entry.move;
     } else if (!MoveIsLegal(pos, pos->side, pv[ply])) {
         return;
     }
     MakeMove(pos, pv[ply]);
-    if (ply + 1 <= MAX_DEPTH) RetrievePV(pos, ply + 1, pv);
+    if (ply + 1 <= MAX_DEPTH) { RetrievePV(pos, ply + 1, pv); }
     UnmakeMove(pos);
 }
 
 double HashFill() {
-    if (entries == 0) return 0.0;
+    if (entries == 0) { return 0.0; }
     return static_cast<double>(ttcnt.load(std::memory_order_relaxed)) /
            static_cast<double>(entries);
 }

@@ -16,16 +16,16 @@
 #include <vector>
 
 #include "board/bitboards.h"
+#include "board/epdline.h"
 #include "eval/personality.h"
 #include "eval/threadblock.h"
-#include "frontend/epd.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
-#include "frontend/toolsearch.h"
 #include "platform/clock.h"
 #include "platform/interrupt.h"
 #include "platform/threads.h"
 #include "search/search.h"
+#include "search/toolsearch.h"
 
 namespace {
 
@@ -92,8 +92,9 @@ void AddPosition(const EpdRecord& record) {
     const char* text = same ? epd : record.position.c_str();
     set.texts.insert(set.texts.end(), text, text + std::strlen(text) + 1);
     const u32 index = static_cast<u32>(set.positions.size());
-    if (WhyUnplayable(pos) == nullptr)
+    if (WhyUnplayable(pos) == nullptr) {
         (InCheck(pos, pos->side) ? set.in_check : set.quiet[pos->side]).push_back(index);
+    }
     set.positions.push_back(p);
 }
 
@@ -101,11 +102,11 @@ void LoadPositions() {
     set = PositionSet{};
     set.loaded = true;
     LineReader reader;
-    set.opened = OpenLines(&reader, PBlock.epd_file) != 0;
+    set.opened = OpenLines(&reader, PBlock.tool.epd_file) != 0;
     if (set.opened) {
         std::string line;
         EpdRecord record;
-        while (NextEpdRecord(&reader, &line, &record)) AddPosition(record);
+        while (NextEpdRecord(&reader, &line, &record)) { AddPosition(record); }
         CloseLines(&reader);
     }
     set.scores.resize(set.positions.size());
@@ -121,19 +122,20 @@ void SetLabelledPosition(Position* pos, u32 index) {
 class TuneRun {
 public:
     TuneRun() : owner_(!set.loaded) {
-        if (owner_) LoadPositions();
-        if (!owner_) return;
+        if (owner_) { LoadPositions(); }
+        if (!owner_) { return; }
         const std::size_t processors = std::max(1u, std::thread::hardware_concurrency());
-        for (int slot = PBlock.threads + 1; slot < THREAD_SLOTS; slot++) {
-            if (slots_.size() == processors) break;
-            if (ThreadData[slot] == nullptr && NewThreadBlock(slot) != nullptr)
+        for (int slot = PBlock.options.threads + 1; slot < THREAD_SLOTS; ++slot) {
+            if (slots_.size() == processors) { break; }
+            if (ThreadData[slot] == nullptr && NewThreadBlock(slot) != nullptr) {
                 slots_.push_back(slot);
+            }
         }
         worker_slots = slots_;
     }
     ~TuneRun() {
-        if (!owner_) return;
-        for (const int slot : slots_) FreeThreadBlock(slot);
+        if (!owner_) { return; }
+        for (const int slot : slots_) { FreeThreadBlock(slot); }
         worker_slots.clear();
         set = PositionSet{};
     }
@@ -151,7 +153,7 @@ private:
 
 void UpdateStatus(bool now) {
     const double time = MonotonicSeconds();
-    if (!now && time - status.shown < STATUS_INTERVAL) return;
+    if (!now && time - status.shown < STATUS_INTERVAL) { return; }
     status.shown = time;
     const double seconds = std::max(time - status.start, 1e-6);
     ShowStatus("%s= %d, err= %0.5e, %0.0f%%, %0.0f positions/s", status.name, status.trial,
@@ -167,25 +169,25 @@ void ScoreChunks(int slot, bool show) {
     const std::vector<u32>& list = *pass_list;
     for (;;) {
         const std::size_t first = pass_next.fetch_add(CHUNK);
-        if (first >= list.size() || pass_broken) return;
+        if (first >= list.size() || pass_broken) { return; }
         const std::size_t end = std::min(first + CHUNK, list.size());
-        for (std::size_t i = first; i < end; i++) {
+        for (std::size_t i = first; i < end; ++i) {
             SetLabelledPosition(&tb->pos, list[i]);
             tb->nodes = 0;
             SearchIterations(slot);
             set.scores[list[i]] = tb->running_score;
         }
-        if (!show) continue;
+        if (!show) { continue; }
         status.done += (end - first) * (TuneRun::worker_slots.size());
         status.done = std::min(status.done, set.scores.size());
         UpdateStatus(false);
-        if (InterruptSeen()) pass_broken = true;
+        if (InterruptSeen()) { pass_broken = true; }
     }
 }
 
 void* WorkerBody(void* argument) {
     ScoreChunks(*static_cast<const int*>(argument), false);
-    if (pass_workers.fetch_sub(1) == 1) pass_workers.notify_one();
+    if (pass_workers.fetch_sub(1) == 1) { pass_workers.notify_one(); }
     return nullptr;
 }
 
@@ -197,43 +199,46 @@ int ScorePosition(u32 index) {
 }
 
 void ScoreList(const std::vector<u32>& list) {
-    if (list.empty()) return;
+    if (list.empty()) { return; }
     const std::vector<int>& slots = TuneRun::worker_slots;
-    if (slots.empty() || PBlock.max_depth > 0 || PBlock.node_limit != 0 || PBlock.trace != 0) {
-        for (const u32 index : list) set.scores[index] = static_cast<i16>(ScorePosition(index));
+    if (slots.empty() || PBlock.limits.max_depth > 0 || PBlock.limits.node_limit != 0 ||
+        PBlock.options.trace != 0) {
+        for (const u32 index : list) { set.scores[index] = static_cast<i16>(ScorePosition(index)); }
         return;
     }
     ScorePosition(list[0]);
     pass_list = &list;
     pass_next = 0;
-    for (std::size_t i = 1; i < slots.size() && list.size() >= MIN_SHARED; i++) {
-        pass_workers++;
+    for (std::size_t i = 1; i < slots.size() && list.size() >= MIN_SHARED; ++i) {
+        ++pass_workers;
         ThreadHandle handle;
-        if (StartDetachedThread(&handle, WorkerBody, const_cast<int*>(&slots[i])) != 0)
-            pass_workers--;
+        if (StartDetachedThread(&handle, WorkerBody, const_cast<int*>(&slots[i])) != 0) {
+            --pass_workers;
+        }
     }
     ScoreChunks(slots[0], true);
-    for (int n = pass_workers; n != 0; n = pass_workers) pass_workers.wait(n);
+    for (int n = pass_workers; n != 0; n = pass_workers) { pass_workers.wait(n); }
 }
 
 // Average error of the current weights over the set: what the EPD analysis at depth 0 returns.
 double MeasureError(const char* name, int trial) {
     pass_broken = InterruptSeen();
-    if (!set.opened) return UNREADABLE_FILE;
+    if (!set.opened) { return UNREADABLE_FILE; }
     status = {name, trial, status.error, MonotonicSeconds(), status.shown, 0};
     InitEval();
-    PBlock.hash_mode = 0;
+    PBlock.options.hash_mode = 0;
     for (const u32 index : set.in_check) {
-        if (pass_broken) break;
+        if (pass_broken) { break; }
         set.scores[index] = static_cast<i16>(ScorePosition(index));
     }
     ScoreList(set.quiet[WHITE]);
     ScoreList(set.quiet[BLACK]);
     const std::size_t n = set.positions.size();
-    if (n == 0) return 0.0;
+    if (n == 0) { return 0.0; }
     double sum = 0.0;
-    for (std::size_t i = 0; i < n; i++)
+    for (std::size_t i = 0; i < n; ++i) {
         sum += std::fabs(set.positions[i].result - WinProbability(set.scores[i]));
+    }
     SetLabelledPosition(game_position, static_cast<u32>(n - 1));
     status.error = sum / static_cast<double>(n);
     status.done = n;
@@ -302,19 +307,17 @@ constexpr TunedWeight tuned_weights[] = {
 
 // The field of a row. Rows without a field are "ppawn_r<rank>".
 i16* WeightOf(const TunedWeight& w) {
-    if (w.field != nullptr) return &(Personality.*w.field);
+    if (w.field != nullptr) { return &(Personality.*w.field); }
     return &Personality.passed_pawn_rank[w.name[7] - '2'];
 }
 
 void SetTuningFields() {
-    PBlock.max_depth = 0;
-    std::strcpy(PBlock.epd_file, POSITIONS_NAME);
-    PBlock.noise = NOISE_NEVER;
+    PBlock.limits.max_depth = 0;
+    std::strcpy(PBlock.tool.epd_file, POSITIONS_NAME);
+    PBlock.options.noise = NOISE_NEVER;
 }
 
 }  // namespace
-
-double WinProbability(int score) { return 1.0 / (1.0 + std::pow(10.0, -1.05 * score / 400.0)); }
 
 int PTune(const char* name, i16* weight, int range, std::FILE* log) {
     const TuneRun run;
@@ -330,10 +333,10 @@ int PTune(const char* name, i16* weight, int range, std::FILE* log) {
     while (!pass_broken && hi - lo > range / 12 + 2) {
         show_best(best, best_error, lo, hi);
         const int trial = hi - best < best - lo ? (lo + best) / 2 : (hi + best) / 2;
-        if (trial == best) break;
+        if (trial == best) { break; }
         *weight = static_cast<i16>(trial);
         const double error = MeasureError(name, trial);
-        if (pass_broken) break;
+        if (pass_broken) { break; }
         PrintDirect("%s= %d, err= %0.5e\n", name, trial, error);
         if (error < best_error) {
             (trial < best ? hi : lo) = best;
@@ -357,31 +360,33 @@ int PTune(const char* name, i16* weight, int range, std::FILE* log) {
 i16* TuneWeight(const char* name) {
     for (const TunedWeight& w : tuned_weights) {
         const bool schedule_only = w.field == nullptr && std::strcmp(w.name, "ppawn_r7") != 0;
-        if (!schedule_only && std::strcmp(name, w.name) == 0) return WeightOf(w);
+        if (!schedule_only && std::strcmp(name, w.name) == 0) { return WeightOf(w); }
     }
     return nullptr;
 }
 
 void TuneCommand(const char* name, const char* range) {
-    if (name[0] == '\0' || range[0] == '\0') return;
+    if (name[0] == '\0' || range[0] == '\0') { return; }
     SetTuningFields();
     PrintDirect("tuning %s\n", name);
     const long value =
         std::clamp(std::strtol(range, nullptr, 10), -long{MAX_RANGE}, long{MAX_RANGE});
-    if (i16* weight = TuneWeight(name); weight != nullptr)
+    if (i16* weight = TuneWeight(name); weight != nullptr) {
         PTune(name, weight, static_cast<int>(value), nullptr);
+    }
     PrintDirect("done!\n");
 }
 
 void RunTuneSchedule() {
     std::FILE* log = std::fopen(LOG_NAME, "w");
-    if (log == nullptr) return;
+    if (log == nullptr) { return; }
     SetTuningFields();
     {
         const TuneRun run;
-        for (const TunedWeight& w : tuned_weights)
-            if (w.range != 0 && !InterruptSeen()) PTune(w.name, WeightOf(w), w.range, log);
+        for (const TunedWeight& w : tuned_weights) {
+            if (w.range != 0 && !InterruptSeen()) { PTune(w.name, WeightOf(w), w.range, log); }
+        }
     }
     const bool bad = std::ferror(log) != 0;
-    if (std::fclose(log) != 0 || bad) ShowMessageF("cannot write %s", LOG_NAME);
+    if (std::fclose(log) != 0 || bad) { ShowMessageF("cannot write %s", LOG_NAME); }
 }

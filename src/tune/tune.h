@@ -5,12 +5,9 @@
 
 #include "platform/types.h"
 
-// Expected result, 0..1, of a score in centipawns for the side to move.
-double WinProbability(int score);
-
 // Line search for the value of *weight, within +-range, that predicts best; prints its path, writes
 // to `log` when it is not null, restores the weight. Returns the best value. The positions are
-// those of PBlock.epd_file; an interrupt ends the search early, without a line in the log.
+// those of PBlock.tool.epd_file; an interrupt ends the search early, without a line in the log.
 int PTune(const char* name, i16* weight, int range, std::FILE* log);
 // The weight of a console name, or nullptr.
 i16* TuneWeight(const char* name);

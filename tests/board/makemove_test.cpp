@@ -19,7 +19,7 @@ TEST_F(MakeMoveTest, RandomWalksKeepTheRecordSoundAndComeBackExactly) {
         std::vector<std::string> before;
         while (before.size() < 60) {
             const Move m = RandomMove(pos, random);
-            if (m == NO_MOVE) break;
+            if (m == NO_MOVE) { break; }
             before.push_back(Describe(pos, false));
             const u8 side = pos->side;
             if (random() % 8 == 0 && !InCheck(pos, side)) {
@@ -51,8 +51,9 @@ TEST_F(MakeMoveTest, PieceListsKeepArrivalOrderAndOnlyCastlingOfKingMovesResetsT
         const bool black = std::islower(row[2][0]);
         const auto type = std::string(black ? bchar : wchar, 8).find(row[2][0]);
         std::string squares;
-        for (const u8* s = pos->plist[black][type]; *s != NO_SQUARE; ++s)
+        for (const u8* s = pos->plist[black][type]; *s != NO_SQUARE; ++s) {
             squares += (squares.empty() ? "" : " ") + std::string(square_name[*s]);
+        }
         EXPECT_EQ(squares, row[3]) << row[0] << ' ' << row[1];
         EXPECT_EQ(std::to_string(pos->fifty), row[4]) << row[0] << ' ' << row[1];
     }
@@ -85,14 +86,14 @@ TEST_F(MakeMoveTest, TraceWritesTheTreeUpToItsLimit) {
     Position* pos = SetGame(fen_opn);
     ThreadData[0]->iteration_depth = 5;
     pos->sstack[0].depth = 5;
-    for (i16 ply = 1; ply < 5; ++ply) pos->sstack[ply].depth = static_cast<i16>(6 - ply);
-    PBlock.trace = 2;
+    for (i16 ply = 1; ply < 5; ++ply) { pos->sstack[ply].depth = static_cast<i16>(6 - ply); }
+    PBlock.options.trace = 2;
     ResetTrace();
     Play(pos, "e2e4 e7e5 g1f3 - - d7d5 - null - - d2d4 -");  // ply 3 is beyond the limit
     ThreadData[0]->iteration_depth = 12;
     pos->sstack[0].depth = pos->sstack[1].depth = 12;
     Play(pos, "c2c4");
-    PBlock.trace = 0;
+    PBlock.options.trace = 0;
     ResetTrace();
     std::ifstream in("trace.txt");
     const std::string text((std::istreambuf_iterator<char>(in)), {});

@@ -24,15 +24,17 @@ void ExpectRow(const std::vector<std::string>& row, Position* pos, const MoveEnt
                           MoveGivesCheck(pos, side, e),
                           MoveIsSafe(pos, e->move),
                           swapoff1(pos, side, MoveFrom(e->move), MoveTo(e->move), Occupied(pos))};
-    for (std::size_t i = 0; i < 7; ++i) EXPECT_EQ(std::to_string(values[i]), row[3 + i]) << where;
+    for (std::size_t i = 0; i < 7; ++i) {
+        EXPECT_EQ(std::to_string(values[i]), row[3 + i]) << where;
+    }
     EXPECT_EQ(MoveIsLegalNonZero(pos, side, e->move), MoveIsLegal(pos, side, e->move)) << where;
     char text[4][MOVE_TEXT_SIZE];
     GenMoveStrings(pos, e->move, text[0], text[1], text[2], text[3]);
-    for (std::size_t i = 0; i < 4; ++i) EXPECT_EQ(text[i], row[10 + i]) << where;
+    for (std::size_t i = 0; i < 4; ++i) { EXPECT_EQ(text[i], row[10 + i]) << where; }
 }
 
 TEST_F(MoveGenTest, EveryListAgreesWithTheTableInOrderAndJudgement) {
-    PBlock.protocol = PROTOCOL_CONSOLE;
+    PBlock.options.protocol = PROTOCOL_CONSOLE;
     const std::vector<std::vector<std::string>> rows = ReadTable("moves.tsv");
     Position* pos = game_position;
     const MoveEntry* e = nullptr;
@@ -60,7 +62,7 @@ TEST_F(MoveGenTest, CastlingAndEnPassantNeedTheirPieces) {
         Position* pos = SetGame(row[0]);
         int generated = 0, legal = 0;
         for (const MoveEntry& e : AllMoves(pos)) {
-            if (MoveText(e.move) != row[1]) continue;
+            if (MoveText(e.move) != row[1]) { continue; }
             ++generated;
             legal += MoveIsLegal(pos, pos->side, e.move);
         }
@@ -76,13 +78,14 @@ TEST_F(MoveGenTest, PseudoLegalityAgreesWithTheGeneratorsForEveryMoveWord) {
         Position* pos = SetGame(fen);
         for (int step = 0; step < 4; ++step) {
             std::set<Move> generated;
-            for (const MoveEntry& e : AllMoves(pos)) generated.insert(e.move);
+            for (const MoveEntry& e : AllMoves(pos)) { generated.insert(e.move); }
             for (unsigned word = 0; word < 65536; ++word) {
                 const Move m = static_cast<Move>(word);
                 ASSERT_EQ(MoveIsPseudoLegal(pos, m), generated.count(m)) << fen << ' ' << m;
             }
-            for (int ply = 0; ply < 7; ++ply)
-                if (const Move m = RandomMove(pos, random)) PlayGameMove(pos, m);
+            for (int ply = 0; ply < 7; ++ply) {
+                if (const Move m = RandomMove(pos, random)) { PlayGameMove(pos, m); }
+            }
         }
     }
 }
@@ -110,7 +113,7 @@ TEST(MoveTextTest, AcceptedAndRefusedSpellings) {
         EXPECT_THAT(output, testing::HasSubstr(row[3])) << row[0] << ' ' << row[1];
     }
     EXPECT_EQ(MoveText(NO_MOVE), "null");
-    PBlock.protocol = PROTOCOL_CONSOLE;
+    PBlock.options.protocol = PROTOCOL_CONSOLE;
     EXPECT_EQ(MoveText(MakeMoveWord(8, 1, PROMOTE_ROOK)), "a2b1=R");
 }
 
@@ -122,9 +125,10 @@ TEST(MoveTextTest, RandomTextNamesNothingAndHarmsNothing) {
     for (int i = 0; i < 3000; ++i) {
         SetGame(SamplePositions()[random() % SamplePositions().size()]);
         std::string text;
-        for (unsigned n = random() % 10 == 0 ? 300 : random() % 8; n > 0; --n)
+        for (unsigned n = random() % 10 == 0 ? 300 : random() % 8; n > 0; --n) {
             text += random() % 9 ? letters[random() % letters.size()]
                                  : static_cast<char>(random() % 255 + 1);
+        }
         Read(text);
     }
     testing::internal::GetCapturedStdout();

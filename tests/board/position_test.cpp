@@ -8,6 +8,7 @@
 
 #include "board/reference.h"
 #include "board/zobrist.h"
+#include "frontend/pblock.h"
 
 namespace {
 
@@ -21,9 +22,11 @@ void SetExactly(const std::string& text) {
     SetPosition(game_position, exact.get());
     ASSERT_TRUE(PositionIsSound(game_position)) << text;
     ASSERT_EQ(game_position->fifty, 0) << text;
-    for (int c = 0; c < 2; ++c)
-        for (int t = PAWN; t <= KING; ++t)
+    for (int c = 0; c < 2; ++c) {
+        for (int t = PAWN; t <= KING; ++t) {
             ASSERT_LE(CountBits(game_position->bb[c][t]), MAX_PIECES_OF_A_KIND) << text;
+        }
+    }
 }
 
 std::string Epd() {
@@ -41,8 +44,9 @@ TEST_F(PositionTest, TextIsTakenAsItComes) {
         EXPECT_TRUE(row[1] == "*" || row[1] == Epd()) << row[0] << ": " << Epd();
         EXPECT_EQ(WhyUnplayable(game_position) == nullptr, row[2] == "1") << row[0];
     }
-    for (const std::string& fen : SamplePositions())
+    for (const std::string& fen : SamplePositions()) {
         EXPECT_EQ(WhyUnplayable(SetGame(fen)), nullptr) << fen;
+    }
 }
 
 TEST_F(PositionTest, RandomBytesLeaveASoundRecord) {
@@ -51,9 +55,10 @@ TEST_F(PositionTest, RandomBytesLeaveASoundRecord) {
     for (int i = 0; i < 20000; ++i) {
         std::string text;
         const auto length = random() % 100;
-        while (text.size() < length)
+        while (text.size() < length) {
             text += random() % 8 == 0 ? static_cast<char>(random() % 255 + 1)
                                       : likely[random() % likely.size()];
+        }
         ASSERT_NO_FATAL_FAILURE(SetExactly(text));
         Epd();
     }
@@ -77,8 +82,9 @@ TEST_F(PositionTest, SoundnessCheckSeesDamageToAnyDerivedByte) {
     expect_all_matter(pos.pawn_hash);
     for (int c : {WHITE, BLACK}) {
         expect_all_matter(pos.plist[c][0], 1);
-        for (int t = PAWN; t <= KING; ++t)
+        for (int t = PAWN; t <= KING; ++t) {
             expect_all_matter(pos.plist[c][t], std::size_t(CountBits(pos.bb[c][t])) + 1);
+        }
     }
     EXPECT_TRUE(PositionIsSound(&pos));
 }
@@ -86,10 +92,13 @@ TEST_F(PositionTest, SoundnessCheckSeesDamageToAnyDerivedByte) {
 TEST_F(PositionTest, KeysLieFarApart) {
     EXPECT_EQ(InitZobrist(), 0);
     const u64* keys = &rtable[0][0];
-    for (int i = 0; i < 1024; ++i)
-        for (int j = 0; j < i; ++j)
-            for (u64 half : {(keys[i] ^ keys[j]) >> 32, (keys[i] ^ keys[j]) & 0xFFFFFFFFu})
+    for (int i = 0; i < 1024; ++i) {
+        for (int j = 0; j < i; ++j) {
+            for (u64 half : {(keys[i] ^ keys[j]) >> 32, (keys[i] ^ keys[j]) & 0xFFFFFFFFu}) {
                 ASSERT_GE(CountBits(half), 4) << i << ' ' << j;
+            }
+        }
+    }
 }
 
 TEST_F(PositionTest, KeysMaterialAndExchangesAgreeWithTheTable) {
@@ -107,11 +116,11 @@ TEST_F(PositionTest, KeysMaterialAndExchangesAgreeWithTheTable) {
         }
         std::string exchanges;
         for (int s = 0; s < 64; ++s) {
-            if (pos->board[s] == NO_PIECE) continue;
+            if (pos->board[s] == NO_PIECE) { continue; }
             const int gain =
                 swapoff1(pos, PieceColour(pos->board[s]) ^ 1, NO_SQUARE, s, Occupied(pos));
-            if (gain == 0) continue;
-            if (!exchanges.empty()) exchanges += ' ';
+            if (gain == 0) { continue; }
+            if (!exchanges.empty()) { exchanges += ' '; }
             exchanges += std::string(square_name[s]) + ":" + std::to_string(gain);
         }
         EXPECT_EQ(exchanges, row[10]) << row[0];

@@ -31,9 +31,9 @@ inline Bitboard Walk(int square, const Steps& steps, int length = 7, Bitboard oc
     for (const auto& [files, ranks] : steps) {
         for (int n = 1; n <= length; ++n) {
             const int file = FileOf(square) + files * n, rank = RankOf(square) + ranks * n;
-            if (file < 0 || file > 7 || rank < 0 || rank > 7) break;
+            if (file < 0 || file > 7 || rank < 0 || rank > 7) { break; }
             seen |= Bit(rank * 8 + file);
-            if (occupied & Bit(rank * 8 + file)) break;
+            if (occupied & Bit(rank * 8 + file)) { break; }
         }
     }
     return seen;
@@ -44,11 +44,12 @@ inline Bitboard ReferenceAttacked(const Position* pos, int side) {
     const Steps* steps[] = {nullptr,     &pawn_steps[side], &knight_steps, &bishop_steps,
                             &rook_steps, &king_steps,       &king_steps};
     Bitboard occupied = 0, attacked = 0;
-    for (int s = 0; s < 64; ++s)
-        if (pos->board[s]) occupied |= Bit(s);
+    for (int s = 0; s < 64; ++s) {
+        if (pos->board[s]) { occupied |= Bit(s); }
+    }
     for (int s = 0; s < 64; ++s) {
         const int type = PieceType(pos->board[s]);
-        if (type == 0 || PieceColour(pos->board[s]) != side) continue;
+        if (type == 0 || PieceColour(pos->board[s]) != side) { continue; }
         const bool slides = type == BISHOP || type == ROOK || type == QUEEN;
         attacked |= Walk(s, *steps[type], slides ? 7 : 1, occupied);
     }
@@ -59,7 +60,7 @@ inline Bitboard ReferenceAttacked(const Position* pos, int side) {
 inline const std::vector<std::string>& SamplePositions() {
     static const std::vector<std::string> samples = [] {
         std::vector<std::string> fens;
-        for (const auto& row : ReadTable("samples.tsv")) fens.push_back(row[0]);
+        for (const auto& row : ReadTable("samples.tsv")) { fens.push_back(row[0]); }
         return fens;
     }();
     return samples;
@@ -74,15 +75,17 @@ constexpr Move Word(std::string_view text) {
 inline std::vector<MoveEntry> AllMoves(Position* pos) {
     GenerateAll(pos);
     std::vector<MoveEntry> moves;
-    for (const MoveEntry* e = pos->sstack[pos->ply].list_start; e->move != END_OF_LIST; ++e)
+    for (const MoveEntry* e = pos->sstack[pos->ply].list_start; e->move != END_OF_LIST; ++e) {
         moves.push_back(*e);
+    }
     return moves;
 }
 
 inline std::vector<Move> LegalMoves(Position* pos) {
     std::vector<Move> legal;
-    for (const MoveEntry& e : AllMoves(pos))
-        if (MoveIsLegal(pos, pos->side, e.move)) legal.push_back(e.move);
+    for (const MoveEntry& e : AllMoves(pos)) {
+        if (MoveIsLegal(pos, pos->side, e.move)) { legal.push_back(e.move); }
+    }
     return legal;
 }
 
@@ -95,17 +98,19 @@ inline Move RandomMove(Position* pos, std::mt19937& random) {
 // A principal variation, from index 1 on, as coordinates.
 inline std::string Line(const Move* pv) {
     std::string line;
-    for (int i = 1; i < PV_SIZE && pv[i] != NO_MOVE; ++i)
+    for (int i = 1; i < PV_SIZE && pv[i] != NO_MOVE; ++i) {
         line += (line.empty() ? "" : " ") + MoveText(pv[i]);
+    }
     return line;
 }
 
 // Takes back the last move or null move.
 inline void TakeBack(Position* pos) {
-    if (pos->undo[pos->hist_count - 1].move == NO_MOVE)
+    if (pos->undo[pos->hist_count - 1].move == NO_MOVE) {
         UnmakeNullMove(pos);
-    else
+    } else {
         UnmakeMove(pos);
+    }
 }
 
 // Makes the legal moves of a script of coordinates; "null" passes and "-" takes back.
@@ -113,16 +118,18 @@ inline void Play(Position* pos, const std::string& script) {
     std::istringstream words(script);
     for (std::string word; words >> word;) {
         Move found = NO_MOVE;
-        for (Move m : LegalMoves(pos))
-            if (MoveText(m) == word) found = m;
-        if (word == "-")
+        for (Move m : LegalMoves(pos)) {
+            if (MoveText(m) == word) { found = m; }
+        }
+        if (word == "-") {
             TakeBack(pos);
-        else if (word == "null")
+        } else if (word == "null") {
             MakeNullMove(pos);
-        else if (found != NO_MOVE)
+        } else if (found != NO_MOVE) {
             MakeMove(pos, found);
-        else
+        } else {
             ADD_FAILURE() << word << " is not legal";
+        }
     }
 }
 
@@ -133,14 +140,16 @@ inline std::string Describe(const Position* pos, bool list_order) {
     for (int c = 0; c < 2; ++c) {
         for (int t = 0; t < 8; ++t) {
             text << ' ' << pos->bb[c][t];
-            for (int i = 0; list_order && pos->plist[c][t][i] != NO_SQUARE; ++i)
+            for (int i = 0; list_order && pos->plist[c][t][i] != NO_SQUARE; ++i) {
                 text << ' ' << int{pos->plist[c][t][i]};
+            }
         }
         text << ' ' << pos->sig[c] << ' ' << pos->npm[c];
     }
     for (int field : {int{pos->side}, int{pos->castle}, int{pos->ep_square}, int{pos->fifty},
-                      int{pos->last_move}, int{pos->hist_count}, int{pos->ply}})
+                      int{pos->last_move}, int{pos->hist_count}, int{pos->ply}}) {
         text << ' ' << field;
+    }
     text << ' ' << pos->hash << ' ' << pos->pawn_hash;
     return text.str();
 }

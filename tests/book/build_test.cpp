@@ -30,31 +30,33 @@ protected:
         EXPECT_EQ(FileContent("book.opn"), "old book");
         EXPECT_NE(output.find("book.opn is unchanged\n"), std::string::npos) << output;
         EXPECT_EQ(output.find("done"), std::string::npos) << output;
-        for (const char* name : {"tmp__1.opn", "tmp__2.opn", "tmp__0.opn"})
+        for (const char* name : {"tmp__1.opn", "tmp__2.opn", "tmp__0.opn"}) {
             EXPECT_FALSE(fs::exists(name));
+        }
     }
 };
 
 std::string Repeat(const std::string& text, int times) {
     std::string all;
-    for (int i = 0; i < times; i++) all += text;
+    for (int i = 0; i < times; ++i) { all += text; }
     return all;
 }
 
 // The book's record of the position after the moves.
 const BookRecord* RecordAfter(const std::vector<BookRecord>& book, const std::string& moves) {
     PlayFromStart(moves);
-    for (const BookRecord& r : book)
-        if (r.key1 == BookKey1(game_position->side) && r.key2 == hash2) return &r;
+    for (const BookRecord& r : book) {
+        if (r.key1 == BookKey1(game_position->side) && r.key2 == hash2) { return &r; }
+    }
     return nullptr;
 }
 
 TEST_F(BookBuildTest, ACollectionGivesItsBook) {
-    PBlock.hash_mode = 2;
+    PBlock.options.hash_mode = 2;
     const std::string output = Build(FileContent(DataFile("dortmund.pgn")));
     EXPECT_EQ(output, "..\nmerging...\npruning...\ndone\n");
     EXPECT_EQ(FileContent("book.opn"), FileContent(DataFile("dortmund.opn")));
-    EXPECT_STREQ(PBlock.book_file, "");
+    EXPECT_STREQ(PBlock.options.book_file, "");
     EXPECT_EQ(game_position->hist_count, 0);
     EXPECT_EQ(std::distance(fs::directory_iterator("."), fs::directory_iterator()), 2)
         << "temporary files are left";
@@ -86,7 +88,7 @@ TEST_F(BookBuildTest, EveryKindOfGameTextIsRead) {
         Build("\xEF\xBB\xBF" + Repeat(game + "\n\n", 5) + game);
         const std::vector<BookRecord> book = Book();
         u64 positions = 0;
-        for (const BookRecord& r : book) positions += r.draws;
+        for (const BookRecord& r : book) { positions += r.draws; }
         EXPECT_EQ(positions, 6 * (1 + std::count(row[2].begin(), row[2].end(), ' '))) << row[0];
         const BookRecord* r = RecordAfter(book, row[2]);
         ASSERT_NE(r, nullptr) << row[0];
@@ -95,7 +97,7 @@ TEST_F(BookBuildTest, EveryKindOfGameTextIsRead) {
     // Plies beyond the fiftieth are left out.
     Build(Repeat("[Result \"1/2-1/2\"]\n\n" + Repeat("Nf3 Nf6 Ng1 Ng8 ", 15) + "\n", 6));
     u64 positions = 0;
-    for (const BookRecord& r : Book()) positions += r.draws;
+    for (const BookRecord& r : Book()) { positions += r.draws; }
     EXPECT_EQ(positions, 6u * 50);
 }
 
@@ -120,14 +122,14 @@ TEST_F(BookBuildTest, SpillsAndMergesGiveTheSameBookAsCounting) {
     std::string games;
     std::map<std::string, int> wanted;
     const char* const first[] = {"e4", "d4", "c4", "Nf3"};
-    for (int i = 0; i < 10450; i++) {
+    for (int i = 0; i < 10450; ++i) {
         games += std::string("[Result \"1/2-1/2\"]\n1. ") + first[i % 7 % 4] + "\n";
         wanted[first[i % 7 % 4]]++;
     }
     const std::string output = Build(games);
     EXPECT_EQ(std::count(output.begin(), output.end(), '.'), 52 + 1 + 3 * 3 + 3);
     std::map<std::string, int> found;
-    for (const auto& [move, n] : wanted) found[move] = RecordAfter(Book(), move)->draws;
+    for (const auto& [move, n] : wanted) { found[move] = RecordAfter(Book(), move)->draws; }
     EXPECT_EQ(found, wanted);
 }
 

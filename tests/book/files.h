@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "book/book.h"
+#include "frontend/pblock.h"
 #include "support/engine.h"
 
 // Base of the suites that work on files: a fresh engine in a folder of its own.
@@ -31,9 +32,10 @@ inline std::string EncodeBook(const std::vector<BookRecord>& records) {
 
 inline std::vector<BookRecord> DecodeBook(const std::string& bytes) {
     std::vector<BookRecord> records;
-    for (std::size_t at = 0; at + BOOK_RECORD_SIZE <= bytes.size(); at += BOOK_RECORD_SIZE)
+    for (std::size_t at = 0; at + BOOK_RECORD_SIZE <= bytes.size(); at += BOOK_RECORD_SIZE) {
         records.push_back(
             DecodeBookRecord(reinterpret_cast<const unsigned char*>(bytes.data()) + at));
+    }
     return records;
 }
 

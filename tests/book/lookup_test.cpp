@@ -20,7 +20,7 @@ protected:
         UseFile(EncodeBook(records));
     }
     void UseFile(const std::string& bytes) {
-        WriteFile(PBlock.book_file, bytes);
+        WriteFile(PBlock.options.book_file, bytes);
         ASSERT_EQ(InitBook(), 0);
     }
 };
@@ -36,7 +36,7 @@ BookRecord RecordAfter(const std::string& moves, const std::string& counters) {
 
 std::string ChosenMove() {
     GetCandidates(game_position, 0);
-    return MoveText(PBlock.pv[1]);
+    return MoveText(PBlock.result.SnapshotMove());
 }
 
 const BookRecord* Find(const BookRecord& r) {
@@ -66,10 +66,10 @@ TEST_F(BookLookup, EveryRecordIsFoundWhateverWasLookedUpBefore) {
         book[BookOrder(r)] = r;
     }
     std::vector<BookRecord> records;
-    for (const auto& [order, r] : book) records.push_back(r);
+    for (const auto& [order, r] : book) { records.push_back(r); }
     UseBook(records);
     EXPECT_EQ(bkrecnum, 5000);
-    for (int i = 0; i < 20000; i++) {
+    for (int i = 0; i < 20000; ++i) {
         BookRecord r = records[random() % records.size()];
         r.key2 = static_cast<u32>(random() % 5);
         const BookRecord* found = Find(r);
@@ -80,18 +80,18 @@ TEST_F(BookLookup, EveryRecordIsFoundWhateverWasLookedUpBefore) {
 
 TEST_F(BookLookup, ABucketIsReadUpToTheSizeOfTheBlock) {
     std::vector<BookRecord> records;
-    for (u32 i = 0; i < 3000; i++) records.push_back({0x8040, i, 0, 2, 0, 0});
+    for (u32 i = 0; i < 3000; ++i) { records.push_back({0x8040, i, 0, 2, 0, 0}); }
     UseBook(records);
     EXPECT_NE(Find(records[2999]), nullptr);
     EXPECT_NE(Find(records[3000 - BOOK_BLOCK_RECORDS]), nullptr);
     EXPECT_EQ(Find(records[3000 - BOOK_BLOCK_RECORDS - 1]), nullptr);
-    WriteFile(PBlock.book_file, "");
+    WriteFile(PBlock.options.book_file, "");
     EXPECT_NE(Find(records[2999]), nullptr) << "the loaded block answers without the file";
     EXPECT_EQ(Find({0x8080, 0, 0, 0, 0, 0}), nullptr);
 }
 
 TEST_F(BookLookup, TheBestRecordIsChosen) {
-    PBlock.book_weight = 0;
+    PBlock.options.book_weight = 0;
     for (const auto& row : ReadTable("book_choices.tsv")) {
         UseBook({RecordAfter("e2e4", row[0]), RecordAfter("d2d4", row[1])});
         SetGame(fen_opn);
@@ -112,11 +112,11 @@ TEST_F(BookLookup, TheRandomTermIsBoundedByTheWeight) {
     // Worth -0.038 for White without the random term: positive from a term of 4 on.
     UseBook({RecordAfter("e2e4", "2 4 0")});
     SetGame(fen_opn);
-    PBlock.book_weight = 4;
-    for (int i = 0; i < 200; i++) ASSERT_EQ(ChosenMove(), "null");
-    PBlock.book_weight = 5;
+    PBlock.options.book_weight = 4;
+    for (int i = 0; i < 200; ++i) { ASSERT_EQ(ChosenMove(), "null"); }
+    PBlock.options.book_weight = 5;
     int chosen = 0;
-    for (int i = 0; i < 500; i++) chosen += ChosenMove() == "e2e4";
+    for (int i = 0; i < 500; ++i) { chosen += ChosenMove() == "e2e4"; }
     EXPECT_GT(chosen, 50);
     EXPECT_LT(chosen, 150);
 }
@@ -124,7 +124,7 @@ TEST_F(BookLookup, TheRandomTermIsBoundedByTheWeight) {
 TEST_F(BookLookup, TheListingShowsEveryRecordAndTheChoice) {
     UseBook({RecordAfter("e2e4", "10 5 5"), RecordAfter("d2d4", "1 0 0")});
     SetGame(fen_opn);
-    PBlock.book_weight = 0;
+    PBlock.options.book_weight = 0;
     testing::internal::CaptureStdout();
     GetCandidates(game_position, 1);
     const std::string text = testing::internal::GetCapturedStdout();
@@ -138,7 +138,7 @@ TEST_F(BookLookup, FilesThatAreNoBooksGiveNoMoveOrALegalOne) {
     const std::string good = FileContent(DataFile("dortmund.opn"));
     std::mt19937 random(3);
     std::string noise(100000, ' ');
-    for (char& c : noise) c = static_cast<char>(random());
+    for (char& c : noise) { c = static_cast<char>(random()); }
     std::vector<BookRecord> mixed = DecodeBook(good);
     std::shuffle(mixed.begin(), mixed.end(), random);
     for (const std::string& bytes :
@@ -149,8 +149,9 @@ TEST_F(BookLookup, FilesThatAreNoBooksGiveNoMoveOrALegalOne) {
             PlayFromStart(game);
             const Position before = *game_position;
             GetCandidates(game_position, 0);
-            EXPECT_TRUE(PBlock.pv[1] == NO_MOVE ||
-                        MoveIsLegal(game_position, game_position->side, PBlock.pv[1]));
+            EXPECT_TRUE(
+                PBlock.result.SnapshotMove() == NO_MOVE ||
+                MoveIsLegal(game_position, game_position->side, PBlock.result.SnapshotMove()));
             EXPECT_EQ(before.hash, game_position->hash);
             EXPECT_EQ(before.ply, game_position->ply);
         }

@@ -64,8 +64,9 @@ TEST_F(PgnScan, RookEndingsAreLabelledWithTheResult) {
 
 TEST_F(PgnScan, OversizedInputIsCutOffCleanly) {
     std::string knights;
-    for (int i = 0; i < 500; i++)
+    for (int i = 0; i < 500; ++i) {
         knights += "Nf3 {0.00/1} Nf6 {0.00/1} Ng1 {0.00/1} Ng8 {0.00/1}\n";
+    }
     std::string text = Scan("[Event \"long\"]\n" + knights + "{9.00/1}\n", 1);
     EXPECT_EQ(std::count(text.begin(), text.end(), '{'), 800);
     EXPECT_EQ(text.find("9.00"), std::string::npos) << "a dropped move's comment went to another";
@@ -95,14 +96,14 @@ TEST_F(PgnScan, TheQuickMoveReaderAgreesWithTheFullOne) {
     testing::internal::CaptureStdout();  // "ambiguous move"
     for (std::string word; games < 40 && words >> word;) {
         if (word.find("[Result") != std::string::npos) {
-            games++;
+            ++games;
             SetGame(fen_opn);
         }
-        if (!std::isalpha(static_cast<unsigned char>(word[0]))) continue;
+        if (!std::isalpha(static_cast<unsigned char>(word[0]))) { continue; }
         Move m;
         std::string text = word;
         text.resize(64);
-        if (!IsValidMove(text.data(), &m)) continue;
+        if (!IsValidMove(text.data(), &m)) { continue; }
         const int from = MoveFrom(m);
         const std::string piece = word.substr(0, 1);
         const std::string target = square_name[MoveTo(m)];
@@ -110,12 +111,13 @@ TEST_F(PgnScan, TheQuickMoveReaderAgreesWithTheFullOne) {
         const std::string square = square_name[from];
         for (const std::string& prefix : std::vector<std::string>{
                  piece, piece + "x", piece + word[1], piece + square[0], piece + square[1] + "x",
-                 piece + square, square, "N", "Q", "K", "Rx"})
+                 piece + square, square, "N", "Q", "K", "Rx"}) {
             variants += " " + prefix + target;
+        }
         std::istringstream spellings(variants);
         for (std::string variant; spellings >> variant;) {
             EXPECT_EQ(Read(ReadGameMove, variant), Read(IsValidMove, variant)) << variant;
-            compared++;
+            ++compared;
         }
         PlayGameMove(game_position, m);
     }

@@ -18,10 +18,10 @@ struct KpkSolver {
     KpkSolver() {
         for (bool changed = true; changed;) {
             changed = false;
-            for (int n = 0; n < 2 * 64 * 64 * 64; n++) {
+            for (int n = 0; n < 2 * 64 * 64 * 64; ++n) {
                 const int pawn = 63 - n / 2 / 64 / 64, strong = n / 2 / 64 % 64, weak = n / 2 % 64;
                 bool& entry = won[n % 2][pawn][strong][weak];
-                if (entry || pawn < 8 || pawn > 55 || !Possible(pawn, strong, weak)) continue;
+                if (entry || pawn < 8 || pawn > 55 || !Possible(pawn, strong, weak)) { continue; }
                 entry = n % 2 == 0 ? PawnSideWins(pawn, strong, weak)
                                    : LoneKingLoses(pawn, strong, weak);
                 changed |= entry;
@@ -39,22 +39,24 @@ struct KpkSolver {
         return pawn != strong && pawn != weak && Apart(strong, weak) > 1;
     }
     bool PawnSideWins(int pawn, int strong, int weak) const {
-        if (Guards(pawn, weak)) return false;
-        for (int to = 0; to < 64; to++)
-            if (Apart(strong, to) == 1 && Possible(pawn, to, weak) && won[1][pawn][to][weak])
+        if (Guards(pawn, weak)) { return false; }
+        for (int to = 0; to < 64; ++to) {
+            if (Apart(strong, to) == 1 && Possible(pawn, to, weak) && won[1][pawn][to][weak]) {
                 return true;
+            }
+        }
         const int ahead = pawn + 8;
-        if (ahead == strong || ahead == weak) return false;
-        if (ahead >= 56) return Apart(weak, ahead) > 1 || Apart(strong, ahead) <= 1;
+        if (ahead == strong || ahead == weak) { return false; }
+        if (ahead >= 56) { return Apart(weak, ahead) > 1 || Apart(strong, ahead) <= 1; }
         return won[1][ahead][strong][weak] ||
                (pawn < 16 && ahead + 8 != strong && ahead + 8 != weak &&
                 won[1][ahead + 8][strong][weak]);
     }
     bool LoneKingLoses(int pawn, int strong, int weak) const {
         bool any_step = false;
-        for (int to = 0; to < 64; to++) {
-            if (Apart(weak, to) != 1 || Apart(strong, to) <= 1 || Guards(pawn, to)) continue;
-            if (to == pawn || !won[0][pawn][strong][to]) return false;
+        for (int to = 0; to < 64; ++to) {
+            if (Apart(weak, to) != 1 || Apart(strong, to) <= 1 || Guards(pawn, to)) { continue; }
+            if (to == pawn || !won[0][pawn][strong][to]) { return false; }
             any_step = true;
         }
         return any_step;
@@ -66,15 +68,18 @@ struct KpkSolver {
 TEST(KpkTest, EveryEntryAgreesWithAnIndependentSolver) {
     const auto solver = std::make_unique<KpkSolver>();
     int wrong = 0, wins = 0;
-    for (int to_move = 0; to_move < 2; to_move++)
-        for (int pawn = 8; pawn < 56; pawn++)
-            for (int strong = 0; strong < 64 && pawn % 8 < 4; strong++)
-                for (int weak = 0; weak < 64; weak++) {
+    for (int to_move = 0; to_move < 2; ++to_move) {
+        for (int pawn = 8; pawn < 56; ++pawn) {
+            for (int strong = 0; strong < 64 && pawn % 8 < 4; ++strong) {
+                for (int weak = 0; weak < 64; ++weak) {
                     const bool win = solver->won[to_move][pawn][strong][weak];
                     const int entry = kpk_db[to_move][pawn % 8 + pawn / 8 * 4][strong][weak];
                     wins += win;
                     wrong += entry != (win ? 2 : 1);
                 }
+            }
+        }
+    }
     EXPECT_EQ(wrong, 0);
     EXPECT_GT(wins, 100000);
 }
@@ -87,17 +92,19 @@ int Score(const std::string& fen) {
 }
 
 TEST_F(EndgameTest, SpecialEndingsScoreByTheirRule) {
-    for (const auto& row : ReadTable("endings.tsv"))
+    for (const auto& row : ReadTable("endings.tsv")) {
         EXPECT_EQ(std::to_string(Score(row[0])), row[1]) << row[0];
+    }
 }
 
 TEST_F(EndgameTest, DeadMaterialIsADrawAndSaysSo) {
-    PBlock.draw_score[WHITE] = -13;
-    PBlock.draw_score[BLACK] = 13;
+    PBlock.root.draw_score[WHITE] = -13;
+    PBlock.root.draw_score[BLACK] = 13;
     for (const auto& row : ReadTable("dead_material.tsv")) {
         const int score = Score(row[0]);
         EXPECT_EQ(std::to_string(ThreadData[1]->ply_data[1].trivial_draw), row[1]) << row[0];
-        EXPECT_TRUE(row[1] == "0" || score == PBlock.draw_score[ThreadData[1]->pos.side]) << row[0];
+        EXPECT_TRUE(row[1] == "0" || score == PBlock.root.draw_score[ThreadData[1]->pos.side])
+            << row[0];
     }
 }
 

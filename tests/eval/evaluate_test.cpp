@@ -27,13 +27,13 @@ std::string Flipped(const std::string& fen) {
     std::string board, side, castling, ep, rank, turned;
     fields >> board >> side >> castling >> ep;
     std::stringstream ranks(board);
-    while (std::getline(ranks, rank, '/')) turned = turned.empty() ? rank : rank + "/" + turned;
+    while (std::getline(ranks, rank, '/')) { turned = turned.empty() ? rank : rank + "/" + turned; }
     const auto other_case = [](char c) {
         return static_cast<char>(std::isupper(c) ? std::tolower(c) : std::toupper(c));
     };
     std::transform(turned.begin(), turned.end(), turned.begin(), other_case);
     std::transform(castling.begin(), castling.end(), castling.begin(), other_case);
-    if (ep != "-") ep[1] = ep[1] == '3' ? '6' : '3';
+    if (ep != "-") { ep[1] = ep[1] == '3' ? '6' : '3'; }
     return turned + (side == "w" ? " b " : " w ") + castling + " " + ep;
 }
 
@@ -52,9 +52,9 @@ TEST_F(EvaluateTest, ColourFlippedPositionsScoreTheSame) {
     int compared = 0;
     for (const std::vector<std::string>& row : ReadTable("evaluations.tsv")) {
         const int score = Score(row[0]);
-        if (HasChoiceOfCandidates(game_position)) continue;
+        if (HasChoiceOfCandidates(game_position)) { continue; }
         EXPECT_EQ(Score(Flipped(row[0])), score) << row[0];
-        compared++;
+        ++compared;
     }
     EXPECT_GT(compared, 400);
 }
@@ -141,7 +141,7 @@ TEST_F(PersonalityTest, DepthLimitsStopBeforeTheFirstEntryThatIsOff) {
     EXPECT_EQ(p.CNP_depth, 1);
     EXPECT_EQ(p.FP_depth, 3);
     EXPECT_EQ(p.LMP_depth, 0);
-    for (int k = 1; k <= 5; k++) p.FP_margin[k] = 10;
+    for (int k = 1; k <= 5; ++k) { p.FP_margin[k] = 10; }
     p.FP_depth = 2;
     DeriveDepthLimits(&p);
     EXPECT_EQ(p.FP_depth, 2);
@@ -165,7 +165,7 @@ TEST_F(PersonalityTest, OwnSquareValuesReplaceComputedOnes) {
     EXPECT_EQ(KingEnding[63], 55);
     Personality.king_safety = 0;
     InitEval();
-    for (const i16 danger : KingDanger) EXPECT_EQ(danger, 0);
+    for (const i16 danger : KingDanger) { EXPECT_EQ(danger, 0); }
 }
 
 // Whatever the parameter file says, evaluating must stay defined behaviour.

@@ -60,17 +60,19 @@ TEST_F(ParameterFileTest, EveryKeySetsItsOwnFieldAndNoOther) {
     expected.NMP_depth = 41;
     expected.LMR_depth = 42;
     expected.LMR_strength = 43;
-    for (int k = 1; k <= 5; k++) expected.CNP_margin[k] = static_cast<i16>(301 + k);
-    for (int k = 1; k <= 3; k++) expected.FP_margin[k] = static_cast<i16>(306 + k);
-    for (int k = 1; k <= 5; k++) expected.LMP_count[k] = static_cast<u8>(43 + k);
+    for (int k = 1; k <= 5; ++k) { expected.CNP_margin[k] = static_cast<i16>(301 + k); }
+    for (int k = 1; k <= 3; ++k) { expected.FP_margin[k] = static_cast<i16>(306 + k); }
+    for (int k = 1; k <= 5; ++k) { expected.LMP_count[k] = static_cast<u8>(43 + k); }
     i16 value = 310;
-    for (i16* field = &expected.pawn_value_op; field <= &expected.pinned; field++)
-        if (field != &expected.bishop_trapped) *field = value++;
-    for (int type = PAWN; type <= KING; type++)
-        for (int sq = 0; sq < 64; sq++) {
+    for (i16* field = &expected.pawn_value_op; field <= &expected.pinned; ++field) {
+        if (field != &expected.bishop_trapped) { *field = value++; }
+    }
+    for (int type = PAWN; type <= KING; ++type) {
+        for (int sq = 0; sq < 64; ++sq) {
             expected.PST_op[type][sq] = static_cast<i16>(100 * type + sq);
             expected.PST_en[type][sq] = static_cast<i16>(-100 * type - sq);
         }
+    }
     EXPECT_THAT(Load(DataFile("rc/all_keys.rc")), testing::IsEmpty());
     ExpectSame(record_, expected, "all_keys.rc");
 }
@@ -97,7 +99,7 @@ TEST_F(ParameterFileTest, CorpusFilesSetTheGoodLinesAndNameTheBadOnes) {
         std::ifstream messages(path + ".messages");
         ASSERT_TRUE(messages.is_open()) << path;
         Lines expected;
-        for (std::string line; std::getline(messages, line);) expected.push_back(line);
+        for (std::string line; std::getline(messages, line);) { expected.push_back(line); }
         SetPersonalityDefaults(&record_);
         EXPECT_THAT(Load(path + ".same.rc"), testing::IsEmpty());
         const PersonalityRecord twin = record_;

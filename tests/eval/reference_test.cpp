@@ -7,6 +7,7 @@
 #include "board/bitboards.h"
 #include "eval/personality.h"
 #include "frontend/pblock.h"
+#include "frontend/report.h"
 #include "search/search.h"
 #include "support/engine.h"
 
@@ -20,7 +21,7 @@ std::string Pair(const T* value) {
 std::string Names(Bitboard squares) {
     std::string text;
     while (squares != 0) {
-        if (!text.empty()) text += " ";
+        if (!text.empty()) { text += " "; }
         text += square_name[PopLSB(&squares)];
     }
     return text;
@@ -40,26 +41,29 @@ std::vector<std::string> Evaluated(const std::string& fen) {
     std::string squares;
     for (Bitboard men = Occupied(pos); men != 0;) {
         const int sq = PopLSB(&men);
-        if (!squares.empty()) squares += " ";
+        if (!squares.empty()) { squares += " "; }
         squares += std::string(square_name[sq]) + ":" + std::to_string(r.squares[sq]);
     }
     std::vector<std::string> line = {fen, std::to_string(tb->root_eval),
                                      std::to_string(tb->running_score), std::to_string(r.stage),
                                      factor};
     for (const auto* pair : {r.material, r.positional, r.pawns, r.knights, r.bishops, r.rooks,
-                             r.queens, r.kings, r.passers})
+                             r.queens, r.kings, r.passers}) {
         line.push_back(Pair(pair));
-    for (const std::string& text : {Names(r.hanging), Names(r.pinned), Pair(r.free_pawn_rank)})
+    }
+    for (const std::string& text : {Names(r.hanging), Names(r.pinned), Pair(r.free_pawn_rank)}) {
         line.push_back(text);
+    }
     line.push_back(squares);
     return line;
 }
 
 TEST(ReferenceTest, EveryColumnOfEveryPositionAgrees) {
     ResetEngine();
-    PBlock.max_depth = 0;
-    for (const std::vector<std::string>& row : ReadTable("evaluations.tsv"))
+    PBlock.limits.max_depth = 0;
+    for (const std::vector<std::string>& row : ReadTable("evaluations.tsv")) {
         EXPECT_EQ(Evaluated(row[0]), row);
+    }
 }
 
 // One position with every optional line, and a special ending, whose score stands on the strong
@@ -69,12 +73,12 @@ TEST(ReportTest, WholeTexts) {
          {std::pair("2r1q2k/1P5p/p1np1P1P/8/1pP2R2/8/PP1Q4/R1KN2r1 b - -", "middlegame.txt"),
           std::pair("8/8/8/2k5/2B5/8/4N3/4K3 b - -", "bishop_and_knight.txt")}) {
         ResetEngine();
-        PBlock.max_depth = 9;
+        PBlock.limits.max_depth = 9;
         SetGame(fen);
         testing::internal::CaptureStdout();
         ShowEvalInfo();
         EXPECT_EQ(testing::internal::GetCapturedStdout(), FileContent(DataFile("reports/") + file));
-        EXPECT_EQ(PBlock.max_depth, 9);
+        EXPECT_EQ(PBlock.limits.max_depth, 9);
     }
 }
 

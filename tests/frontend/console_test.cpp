@@ -16,7 +16,7 @@ class Console : public testing::Test {
 protected:
     void SetUp() override {
         ResetEngine();
-        PBlock.protocol = PROTOCOL_CONSOLE;
+        PBlock.options.protocol = PROTOCOL_CONSOLE;
     }
     void TearDown() override { ResetEngine(); }
 
@@ -29,8 +29,8 @@ protected:
 };
 
 TEST_F(Console, NumbersAreTakenWithinTheirLimits) {
-    const auto depth = [] { return PBlock.max_depth.Get() * 1.0; };
-    const auto noise = [] { return PBlock.noise.Get(); };
+    const auto depth = [] { return PBlock.limits.max_depth.Get() * 1.0; };
+    const auto noise = [] { return PBlock.options.noise.Get(); };
     const struct {
         const char* line;
         double got;
@@ -49,39 +49,40 @@ TEST_F(Console, NumbersAreTakenWithinTheirLimits) {
         {"noise 2.5", 2.5, noise},
         {"noise nan", 0, noise},
         {"noise  7", 0, noise},  // the second word is empty
-        {"hash 2", 2, [] { return PBlock.hash_mode * 1.0; }},
-        {"trace 3", 3, [] { return PBlock.trace * 1.0; }},
-        {"ponder 0", 0, [] { return PBlock.ponder * 1.0; }},
-        {"time 7", 5, [] { return PBlock.clock[0]; }},  // the engine plays no side
+        {"hash 2", 2, [] { return PBlock.options.hash_mode * 1.0; }},
+        {"trace 3", 3, [] { return PBlock.options.trace * 1.0; }},
+        {"ponder 0", 0, [] { return PBlock.options.ponder * 1.0; }},
+        {"time 7", 5, [] { return PBlock.time.clock[0]; }},  // the engine plays no side
     };
     for (const auto& c : cases) {
         Run(c.line);
         EXPECT_EQ(c.value(), c.got) << c.line;
-        PBlock.trace = 0;
-        PBlock.start_request = SEARCH_IDLE;  // or the next one waits
+        PBlock.options.trace = 0;
+        PBlock.control.start_request = SEARCH_IDLE;  // or the next one waits
     }
     Run("go 1");
-    EXPECT_EQ(PBlock.start_request, SEARCH_ANALYSE);
-    EXPECT_EQ(PBlock.base_time, 99999.0);
-    EXPECT_EQ(PBlock.moves_per_control, 1);
+    EXPECT_EQ(PBlock.control.start_request, SEARCH_ANALYSE);
+    EXPECT_EQ(PBlock.time.base_time, 99999.0);
+    EXPECT_EQ(PBlock.time.moves_per_control, 1);
 }
 
 TEST_F(Console, ToolsLeaveTheWaitingRequestAlone) {
-    PBlock.start_request = SEARCH_THINK;
+    PBlock.control.start_request = SEARCH_THINK;
     Run("perft 1");
     Run("ev");
-    EXPECT_EQ(PBlock.search_state, SEARCH_IDLE) << "no search runs";
-    EXPECT_EQ(PBlock.start_request, SEARCH_THINK) << "the request still waits";
+    EXPECT_EQ(PBlock.control.search_state, SEARCH_IDLE) << "no search runs";
+    EXPECT_EQ(PBlock.control.start_request, SEARCH_THINK) << "the request still waits";
 }
 
 TEST_F(Console, SwapListsEveryExchangeThatGains) {
     for (const auto& row : ReadTable("keys.tsv")) {
         SetGame(row[0]);
-        if (WhyUnplayable(game_position) != nullptr) continue;
+        if (WhyUnplayable(game_position) != nullptr) { continue; }
         std::string expected;
         std::istringstream values(row[10]);
-        for (std::string value; values >> value;)
+        for (std::string value; values >> value;) {
             expected += "sq= " + value.substr(0, 2) + ", swap= " + value.substr(3) + "\n";
+        }
         EXPECT_EQ(Run("swap"), expected) << row[0];
     }
 }

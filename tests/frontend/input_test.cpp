@@ -13,7 +13,7 @@ class Input : public testing::Test {
 protected:
     void SetUp() override {
         ResetEngine();
-        PBlock.log = 1;  // lines are echoed
+        PBlock.options.log = 1;  // lines are echoed
     }
     void TearDown() override { ResetInput(); }
 
@@ -22,7 +22,7 @@ protected:
     }
     static std::string Poll(int calls = 1) {
         testing::internal::CaptureStdout();
-        while (calls-- > 0) UserInput();
+        while (calls-- > 0) { UserInput(); }
         return testing::internal::GetCapturedStdout();
     }
 };
@@ -53,7 +53,7 @@ TEST_F(Input, ToolsOwnTheGamePosition) {
     EXPECT_EQ(game_position->hist_count, 0);
     EXPECT_EQ(Poll(), "CMD: isready\nreadyok\n");
     Poll();
-    EXPECT_EQ(PBlock.quit, 1);
+    EXPECT_EQ(PBlock.control.quit, 1);
 }
 
 }  // namespace

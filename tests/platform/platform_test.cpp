@@ -34,7 +34,7 @@ protected:
         ASSERT_EQ(write(writer_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
     }
     void Close() {
-        if (writer_ >= 0) close(writer_);
+        if (writer_ >= 0) { close(writer_); }
         writer_ = -1;
     }
     char buffer_[16] = {};
@@ -82,7 +82,7 @@ TEST(LargeBlock, IsZeroedAlignedAndWritableToItsEnd) {
         ASSERT_NE(block, nullptr) << bytes;
         const std::size_t alignment = bytes >= (std::size_t{2} << 20) ? std::size_t{2} << 20 : 64;
         EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % alignment, 0u) << bytes;
-        for (std::size_t i = 0; i < bytes; i += 61) ASSERT_EQ(block[i], 0) << bytes;
+        for (std::size_t i = 0; i < bytes; i += 61) { ASSERT_EQ(block[i], 0) << bytes; }
         std::memset(block, 0xFF, bytes);
         FreeLargeBlock(block, bytes);
     }

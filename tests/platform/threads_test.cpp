@@ -28,10 +28,10 @@ void* AnswerQuestions(void* argument) {
     int answered = 0;
     while (!meeting->done || answered < meeting->asked) {
         while (answered < meeting->asked) {
-            answered++;
+            ++answered;
             AlertRaise(&meeting->answer);
         }
-        if (!meeting->done) SleepEx(60000, &meeting->question);
+        if (!meeting->done) { SleepEx(60000, &meeting->question); }
     }
     meeting->left = true;
     return nullptr;
@@ -50,14 +50,14 @@ TEST(Alerts, NoRaiseBetweenThreadsIsLost) {
     ThreadHandle handle;
     ASSERT_EQ(StartDetachedThread(&handle, AnswerQuestions, &meeting), 0);
     const double start = MonotonicSeconds();
-    for (int i = 0; i < 1000; i++) {
-        meeting.asked++;
+    for (int i = 0; i < 1000; ++i) {
+        ++meeting.asked;
         AlertRaise(&meeting.question);
         SleepEx(60000, &meeting.answer);
     }
     meeting.done = true;
     AlertRaise(&meeting.question);
-    while (!meeting.left && MonotonicSeconds() - start < 50) SleepEx(1, nullptr);
+    while (!meeting.left && MonotonicSeconds() - start < 50) { SleepEx(1, nullptr); }
     EXPECT_TRUE(meeting.left);
     EXPECT_LT(MonotonicSeconds() - start, 50);
     AlertDestroy(&meeting.question);
@@ -68,8 +68,9 @@ TEST(Alerts, RaisesBeforeTheWaitEndOneWait) {
     Alert alert;
     AlertRaise(&alert);  // never created: ignored
     ASSERT_EQ(AlertCreate(&alert), 0);
-    for (int i = 0; i < 100000; i++)
+    for (int i = 0; i < 100000; ++i) {
         AlertRaise(&alert);  // more than any pipe holds: must not block
+    }
     EXPECT_LT(SecondsAsleep(60000, &alert), 50);
     EXPECT_GE(SecondsAsleep(20, &alert), 0.019);
     AlertDestroy(&alert);
@@ -96,10 +97,12 @@ TEST(SpinLocks, KeepThreadsApart) {
     ASSERT_EQ(SpinLockCreate(&lock), 0);
     int value = 0;
     const auto count_up = [&lock, &value] {
-        for (int i = 0; i < 200000; i++) {
+        for (int i = 0; i < 200000; ++i) {
             const SpinGuard guard(&lock);
             const int before = value;
-            if (i % 10000 == 0) std::this_thread::yield();  // invites the other one in
+            if (i % 10000 == 0) {
+                std::this_thread::yield();  // invites the other one in
+            }
             value = before + 1;
         }
     };

@@ -26,7 +26,7 @@ protected:
         pd.moves_searched = static_cast<i16>(searched);
         std::vector<MoveEntry> picked;
         const int in_check = InCheck(pos, pos->side);
-        while (const MoveEntry* e = GetNextMoveFW(pos, in_check)) picked.push_back(*e);
+        while (const MoveEntry* e = GetNextMoveFW(pos, in_check)) { picked.push_back(*e); }
         return picked;
     }
 
@@ -42,10 +42,10 @@ TEST_F(PickerTest, EveryMoveComesExactlyOnceTheHashMoveFirst) {
         for (int step = 0; step < 80; ++step) {
             std::map<Move, int> expected;
             std::vector<MoveEntry> all = AllMoves(pos);
-            for (const MoveEntry& e : all) ++expected[e.move];
+            for (const MoveEntry& e : all) { ++expected[e.move]; }
             const Move hash_move =
                 all.empty() || step % 3 == 0 ? Move{NO_MOVE} : all[random() % all.size()].move;
-            if (hash_move != NO_MOVE) ++expected[hash_move];
+            if (hash_move != NO_MOVE) { ++expected[hash_move]; }
             Ply().hash_move = hash_move;
             const std::vector<MoveEntry> picked = PickAll(step % 2 ? 30 : 0);
             for (const MoveEntry& e : picked) {
@@ -57,10 +57,11 @@ TEST_F(PickerTest, EveryMoveComesExactlyOnceTheHashMoveFirst) {
                 ASSERT_FALSE(picked.empty());
                 ASSERT_EQ(picked[0].move, hash_move);
             }
-            for (const auto& [move, count] : expected)
+            for (const auto& [move, count] : expected) {
                 ASSERT_EQ(count, 0) << fen << " step " << step << " move " << move;
+            }
             const Move m = RandomMove(pos, random);
-            if (m == NO_MOVE) break;
+            if (m == NO_MOVE) { break; }
             PlayGameMove(pos, m);
         }
     }
@@ -79,10 +80,10 @@ TEST_F(PickerTest, OrderingMemoryScoresQuietMoves) {
             {"evasion killer", &Ply().evasion_killer},
             {"counter move", &tb_->counter_moves[last_to][pos->board[last_to]]}};
         const Move m = Word(row[4]);
-        if (row[2] != "-") *memory.at(row[2]) = m;
+        if (row[2] != "-") { *memory.at(row[2]) = m; }
         tb_->history[MoveTo(m)][pos->board[MoveFrom(m)]] = static_cast<i16>(std::stoi(row[3]));
         for (const MoveEntry& e : PickAll()) {
-            if (e.move != m) continue;
+            if (e.move != m) { continue; }
             EXPECT_EQ(std::to_string(e.score), row[5]) << testing::PrintToString(row);
         }
     }

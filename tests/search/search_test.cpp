@@ -19,9 +19,9 @@ protected:
 
     // One search of the game position on slot 1, as the front end would start it.
     static ThreadBlock* Run(int max_depth, int multipv = 1) {
-        PBlock.max_depth = static_cast<i8>(max_depth);
-        PBlock.multipv = static_cast<u16>(multipv);
-        PBlock.start_request = SEARCH_THINK;
+        PBlock.limits.max_depth = static_cast<i8>(max_depth);
+        PBlock.options.multipv = static_cast<u16>(multipv);
+        PBlock.control.start_request = SEARCH_THINK;
         GetElapsedTime(1);
         InitSearch();
         SearchIterations(1);
@@ -30,8 +30,9 @@ protected:
 
     static void Shuffle(Position* pos, int plies, bool game_moves) {
         const Move moves[] = {Word("g1f3"), Word("g8f6"), Word("f3g1"), Word("f6g8")};
-        for (int i = 0; i < plies; ++i)
+        for (int i = 0; i < plies; ++i) {
             (game_moves ? PlayGameMove : MakeMove)(pos, moves[pos->hist_count % 4]);
+        }
     }
 
     // Score of the game position at `ply` of a path whose last move was quiet.
@@ -54,21 +55,25 @@ TEST_F(SearchTest, SignaturesOfTheTable) {
         const std::string before = Describe(SetGame(row[0]), true);
         const int depth = std::stoi(row[1]);
         const ThreadBlock* tb = Run(depth, std::stoi(row[2]));
+        const ResultSnapshot result = PBlock.result.Snapshot();
         std::string nodes, moves, scores;
         const auto depths = std::count(row[6].begin(), row[6].end(), ' ') + 1;
         for (int d = 1; d <= depths; ++d) {
             const char* blank = d > 1 ? " " : "";
             nodes += blank + std::to_string(tb->nodes_by_depth[d]);
-            moves += blank + MoveText(PBlock.best_move_by_depth[d]);
-            scores += blank + std::to_string(PBlock.score_by_depth[d]);
+            moves += blank + MoveText(result.best_move_by_depth[d]);
+            scores += blank + std::to_string(result.score_by_depth[d]);
         }
         std::vector<std::string> found(row.begin(), row.begin() + 3);
-        for (auto value : {i64{PBlock.score}, i64{PBlock.depth_done}, static_cast<i64>(tb->nodes)})
+        for (auto value :
+             {i64{result.score}, i64{result.depth_done}, static_cast<i64>(tb->nodes)}) {
             found.push_back(std::to_string(value));
-        found.insert(found.end(), {nodes, moves, scores, Line(PBlock.pv)});
+        }
+        found.insert(found.end(), {nodes, moves, scores, Line(result.pv)});
         for (u64 counter : {u64{tb->tt_probes}, u64{tb->tt_hits}, u64{tb->eval_probes},
-                            u64{tb->eval_hits}, u64{tb->pawn_probes}, u64{tb->pawn_hits}})
+                            u64{tb->eval_hits}, u64{tb->pawn_probes}, u64{tb->pawn_hits}}) {
             found.push_back(std::to_string(counter));
+        }
         EXPECT_EQ(found, row);
         EXPECT_EQ(Describe(game_position, true), before);
         EXPECT_EQ(tb->pos.hash, game_position->hash) << "the search leaves its position as it was";
@@ -88,10 +93,10 @@ TEST_F(SearchTest, MatesAndRootsWithoutMovesEndTheDeepening) {
     for (const auto& c : cases) {
         SetGame(c.fen);
         EXPECT_EQ(Run(20)->nodes > 0, c.depth > 0) << c.fen;
-        EXPECT_EQ(PBlock.score, c.score) << c.fen;
-        EXPECT_LE(PBlock.completed_depth, c.depth) << c.fen;
-        EXPECT_EQ(PBlock.stop, c.stop) << c.fen;
-        EXPECT_EQ(Line(PBlock.pv).substr(0, 4), c.line);
+        EXPECT_EQ(PBlock.result.Score(), c.score) << c.fen;
+        EXPECT_LE(PBlock.progress.completed_depth, c.depth) << c.fen;
+        EXPECT_EQ(PBlock.control.stop, c.stop) << c.fen;
+        EXPECT_EQ(Line(PBlock.result.Snapshot().pv).substr(0, 4), c.line);
     }
 }
 
@@ -99,10 +104,10 @@ TEST_F(SearchTest, RepetitionsAndFiftyMovesAreDrawsUnlessTheSideIsMated) {
     for (const auto& row : ReadTable("draws.tsv")) {
         Position* pos = SetGame(row[0]);
         InitSearch();
-        PBlock.draw_score[WHITE] = PBlock.draw_score[BLACK] = 777;
+        PBlock.root.draw_score[WHITE] = PBlock.root.draw_score[BLACK] = 777;
         Shuffle(pos, std::stoi(row[1]), true);
         Shuffle(pos, std::stoi(row[2]), false);
-        if (row[3] != "-") pos->fifty = static_cast<u8>(std::stoi(row[3]));
+        if (row[3] != "-") { pos->fifty = static_cast<u8>(std::stoi(row[3])); }
         const int score = NodeScore(std::stoi(row[4]), std::stoi(row[5]));
         const bool mated = score < MATED_SCORE;
         EXPECT_EQ(score == 777 ? "draw"
@@ -132,15 +137,17 @@ TEST_F(SearchTest, PositionsWithManyQueensStayInsideTheirBuffers) {
         SetGame(fen);
         std::thread timer([] {
             std::this_thread::sleep_for(std::chrono::milliseconds(500));
-            PBlock.stop = STOP_FINISH;
+            PBlock.control.stop = STOP_FINISH;
         });
         const ThreadBlock* tb = Run(30);
         timer.join();
-        for (const PlyData& pd : tb->ply_data)
+        for (const PlyData& pd : tb->ply_data) {
             EXPECT_LE(std::max(pd.list_start, pd.cursor), tb->move_buffer + MOVE_BUFFER_SIZE);
-        for (const auto& row : tb->history)
-            for (i16 value : row) ASSERT_TRUE(value >= 0 && value <= 8192);
-        EXPECT_TRUE(MoveIsLegal(game_position, WHITE, PBlock.pv[1])) << fen;
+        }
+        for (const auto& row : tb->history) {
+            for (i16 value : row) { ASSERT_TRUE(value >= 0 && value <= 8192); }
+        }
+        EXPECT_TRUE(MoveIsLegal(game_position, WHITE, PBlock.result.SnapshotMove())) << fen;
         EXPECT_TRUE(PositionIsSound(&tb->pos));
     }
 }
@@ -150,7 +157,7 @@ TEST_F(SearchTest, AnEverLongGameCanStillBeSearched) {
     Shuffle(game_position, 4 * 400 + 2, true);
     const ThreadBlock* tb = Run(6);
     EXPECT_TRUE(PositionIsSound(&tb->pos));
-    EXPECT_TRUE(MoveIsLegal(game_position, game_position->side, PBlock.pv[1]));
+    EXPECT_TRUE(MoveIsLegal(game_position, game_position->side, PBlock.result.SnapshotMove()));
 }
 
 }  // namespace

@@ -20,23 +20,23 @@ protected:
     }
 
     void TearDown() override {
-        KillThreadPool(PBlock.threads);
+        KillThreadPool(PBlock.options.threads);
         AlertDestroy(&front_end_alert);
         SpinLockDestroy(&spinlock2);
         SpinLockDestroy(&spinlock1);
     }
 
     void Resize(int n) {
-        if (running_) KillThreadPool(PBlock.threads);
-        PBlock.threads = static_cast<u8>(n);
+        if (running_) { KillThreadPool(PBlock.options.threads); }
+        PBlock.options.threads = static_cast<u8>(n);
         ASSERT_EQ(CreateThreadPool(n), 0);
         running_ = true;
         EXPECT_EQ(BusyThreads(), 0);
     }
 
     static void Start(int depth) {
-        PBlock.max_depth = static_cast<i8>(depth);
-        PBlock.start_request = SEARCH_THINK;
+        PBlock.limits.max_depth = static_cast<i8>(depth);
+        PBlock.control.start_request = SEARCH_THINK;
         GetElapsedTime(1);
         InitSearch();
         StartSearch();
@@ -54,9 +54,9 @@ TEST_F(PoolTest, SearchesOnOneFourAndTwoThreadsPublishALegalMoveAndTheirTotals) 
             SleepEx(1, &front_end_alert);
         }
         WaitUntilIdle();
-        EXPECT_NE(PBlock.stop, STOP_NONE);
-        EXPECT_EQ(PBlock.depth_done, 8);
-        EXPECT_TRUE(MoveIsLegal(game_position, WHITE, PBlock.pv[1]));
+        EXPECT_NE(PBlock.control.stop, STOP_NONE);
+        EXPECT_EQ(PBlock.result.DepthDone(), 8);
+        EXPECT_TRUE(MoveIsLegal(game_position, WHITE, PBlock.result.SnapshotMove()));
         ThreadData[0]->nodes = 1u << 30;  // never part of the totals
         Collect();
         u64 nodes = 0, hits = 0;
@@ -78,13 +78,14 @@ TEST_F(PoolTest, EndingThePoolStopsARunningSearchFirst) {
     EXPECT_GT(BusyThreads(), 0);
     KillThreadPool(3);
     EXPECT_EQ(BusyThreads(), 0);
-    EXPECT_EQ(PBlock.stop, STOP_QUIT);
-    for (int slot = 1; slot <= 3; ++slot)
+    EXPECT_EQ(PBlock.control.stop, STOP_QUIT);
+    for (int slot = 1; slot <= 3; ++slot) {
         EXPECT_TRUE(PositionIsSound(&ThreadData[slot]->pos)) << slot;
+    }
     ASSERT_EQ(CreateThreadPool(3), 0);
     Start(2);
     WaitUntilIdle();
-    EXPECT_EQ(PBlock.depth_done, 2);
+    EXPECT_EQ(PBlock.result.DepthDone(), 2);
 }
 
 }  // namespace

@@ -13,7 +13,7 @@ protected:
     void SetUp() override {
         ResetEngine(1);
         SetGame(fen_opn);
-        PBlock.start_request = SEARCH_THINK;
+        PBlock.control.start_request = SEARCH_THINK;
     }
 
     // A search that stands at iteration `depth` and published e2e4 with a score of 50; its clocks
@@ -21,21 +21,28 @@ protected:
     static void Pretend(int depth) {
         InitSearch();
         GetElapsedTime(1);
-        PBlock.clock[WHITE] = PBlock.clock[BLACK] = 1000.0;
-        PBlock.target_time = 500.0;
-        PBlock.depth_done = static_cast<i8>(depth);
-        PBlock.change_depth = 1;
-        PBlock.pv[1] = e2e4;
+        PBlock.time.clock[WHITE] = PBlock.time.clock[BLACK] = 1000.0;
+        PBlock.time.target_time = 500.0;
+        PretendResult(50, depth, 1);
         ThreadBlock* tb = ThreadData[1];
         tb->iteration_depth = static_cast<i8>(depth);
         tb->root_move = tb->pv[1] = e2e4;
-        PBlock.score = tb->running_score = tb->best_score_by_depth[depth - 1] = 50;
+        tb->running_score = tb->best_score_by_depth[depth - 1] = 50;
+    }
+
+    static void PretendResult(int score, int depth, int change_depth) {
+        ResultSnapshot result;
+        result.score = score;
+        result.depth_done = depth;
+        result.change_depth = change_depth;
+        result.pv[1] = e2e4;
+        PBlock.result.PublishSnapshot(result);
     }
 
     static int StopAfterPoll() {
-        PBlock.stop = STOP_NONE;
+        PBlock.control.stop = STOP_NONE;
         SearchTimeout();
-        return PBlock.stop;
+        return PBlock.control.stop;
     }
 
     // The instability percentage behind SearchTimeout's limit. With 1000 s on the clock each
@@ -43,8 +50,8 @@ protected:
     // most p.
     static int Instability() {
         for (int p = 0; p <= 20; ++p) {
-            PBlock.target_time = -10.0 * p - 5.0;
-            if (StopAfterPoll() != STOP_NONE) return p;
+            PBlock.time.target_time = -10.0 * p - 5.0;
+            if (StopAfterPoll() != STOP_NONE) { return p; }
         }
         return -1;
     }
@@ -56,36 +63,36 @@ TEST_F(TimeTest, TargetsAgreeWithTheTable) {
     int line = 0;
     for (const auto& row : ReadTable("times.tsv")) {
         const int side = ++line % 2;
-        PBlock.clock[side] = std::stod(row[0]);
-        PBlock.base_time = std::stod(row[1]);
-        PBlock.increment = std::stod(row[2]);
-        PBlock.moves_per_control = static_cast<u8>(std::stoi(row[3]));
-        PBlock.moves_to_go = static_cast<u16>(std::stoi(row[4]));
-        PBlock.ponder = static_cast<u16>(std::stoi(row[6]));
-        PBlock.protocol = static_cast<u16>(row[7] == "1" ? PROTOCOL_UCI : PROTOCOL_CONSOLE);
+        PBlock.time.clock[side] = std::stod(row[0]);
+        PBlock.time.base_time = std::stod(row[1]);
+        PBlock.time.increment = std::stod(row[2]);
+        PBlock.time.moves_per_control = static_cast<u8>(std::stoi(row[3]));
+        PBlock.time.moves_to_go = static_cast<u16>(std::stoi(row[4]));
+        PBlock.options.ponder = static_cast<u16>(std::stoi(row[6]));
+        PBlock.options.protocol = static_cast<u16>(row[7] == "1" ? PROTOCOL_UCI : PROTOCOL_CONSOLE);
         SetTargetTime(side, std::stoi(row[5]));
-        EXPECT_NEAR(PBlock.target_time, std::stod(row[8]), 1e-9) << "line " << line;
-        EXPECT_EQ(PBlock.moves_to_go, std::stoi(row[9])) << "line " << line;
+        EXPECT_NEAR(PBlock.time.target_time, std::stod(row[8]), 1e-9) << "line " << line;
+        EXPECT_EQ(PBlock.time.moves_to_go, std::stoi(row[9])) << "line " << line;
     }
     EXPECT_GT(line, 2000);
 }
 
 TEST_F(TimeTest, NewSearchStartsFromClearedFields) {
     ThreadBlock* tb = ThreadData[1];
-    PBlock.stop = STOP_QUIT;
-    PBlock.pv[1] = PBlock.pv[40] = e2e4;
+    PBlock.control.stop = STOP_QUIT;
+    PretendResult(50, 40, 1);
     tb->root_status = ROOT_ABANDONED;
     Personality.draw_score = 12;
-    PBlock.moves_per_control = 1;
-    PBlock.base_time = 2.0;
+    PBlock.time.moves_per_control = 1;
+    PBlock.time.base_time = 2.0;
     PlayGameMove(game_position, e2e4);
     InitSearch();
-    EXPECT_EQ(PBlock.target_time, 2.0);
-    EXPECT_EQ(PBlock.clock[BLACK], 2.0);
-    EXPECT_EQ(PBlock.stop, STOP_NONE);
-    for (Move m : PBlock.pv) EXPECT_EQ(m, NO_MOVE);
-    EXPECT_EQ(PBlock.draw_score[BLACK], 12);
-    EXPECT_EQ(PBlock.draw_score[WHITE], -12);
+    EXPECT_EQ(PBlock.time.target_time, 2.0);
+    EXPECT_EQ(PBlock.time.clock[BLACK], 2.0);
+    EXPECT_EQ(PBlock.control.stop, STOP_NONE);
+    for (Move m : PBlock.result.Snapshot().pv) { EXPECT_EQ(m, NO_MOVE); }
+    EXPECT_EQ(PBlock.root.draw_score[BLACK], 12);
+    EXPECT_EQ(PBlock.root.draw_score[WHITE], -12);
     EXPECT_EQ(tb->root_status, ROOT_NORMAL);
     EXPECT_EQ(tb->pos.undo, tb->undo);
     EXPECT_EQ(tb->undo[0].move, e2e4);
@@ -95,29 +102,29 @@ TEST_F(TimeTest, NewSearchStartsFromClearedFields) {
 TEST_F(TimeTest, LimitsEndTheSearchOnlyFromDepthTwoAndNotWhilePondering) {
     for (const auto& row : ReadTable("limits.tsv")) {
         Pretend(2);
-        PBlock.search_state = static_cast<u8>(std::stoi(row[0]));
-        PBlock.depth_done = static_cast<i8>(std::stoi(row[1]));
-        PBlock.target_time = std::stod(row[2]);
-        PBlock.clock[WHITE] = std::stod(row[3]);
-        PBlock.moves_per_control = static_cast<u8>(std::stoi(row[4]));
-        PBlock.comm_overhead = std::stod(row[5]);
-        PBlock.easy_move = static_cast<u8>(std::stoi(row[6]));
+        PBlock.control.search_state = static_cast<u8>(std::stoi(row[0]));
+        PretendResult(50, std::stoi(row[1]), 1);
+        PBlock.time.target_time = std::stod(row[2]);
+        PBlock.time.clock[WHITE] = std::stod(row[3]);
+        PBlock.time.moves_per_control = static_cast<u8>(std::stoi(row[4]));
+        PBlock.options.comm_overhead = std::stod(row[5]);
+        PBlock.progress.easy_move = static_cast<u8>(std::stoi(row[6]));
         EXPECT_EQ(std::to_string(StopAfterPoll()), row[7]) << testing::PrintToString(row);
     }
     // A clear best move is played after half its time; an order to quit stays one.
     Pretend(8);
-    PBlock.easy_move = 2;
-    PBlock.comm_overhead = -1000.0;
-    while (PBlock.elapsed <= 0.02) GetElapsedTime(0);
-    PBlock.target_time = 0.039;
+    PBlock.progress.easy_move = 2;
+    PBlock.options.comm_overhead = -1000.0;
+    while (PBlock.time.elapsed <= 0.02) { GetElapsedTime(0); }
+    PBlock.time.target_time = 0.039;
     EXPECT_EQ(StopAfterPoll(), STOP_FINISH);
-    PBlock.stop = STOP_QUIT;
+    PBlock.control.stop = STOP_QUIT;
     SearchTimeout();
-    EXPECT_EQ(PBlock.stop, STOP_QUIT);
+    EXPECT_EQ(PBlock.control.stop, STOP_QUIT);
 }
 
 TEST_F(TimeTest, InstabilityStretchesTheTarget) {
-    PBlock.threads = 2;
+    PBlock.options.threads = 2;
     ASSERT_NE(NewThreadBlock(2), nullptr);
     ThreadBlock* main = ThreadData[1];
     ThreadBlock* other = ThreadData[2];
@@ -125,7 +132,7 @@ TEST_F(TimeTest, InstabilityStretchesTheTarget) {
     main->root_status = ROOT_FIRST_FAILS_LOW;
     main->running_score = 20;
     EXPECT_EQ(Instability(), 0) << "too early to judge";
-    while (PBlock.elapsed <= 0.02) GetElapsedTime(0);
+    while (PBlock.time.elapsed <= 0.02) { GetElapsedTime(0); }
     EXPECT_EQ(Instability(), 15);
     main->running_score = 50;
     EXPECT_EQ(Instability(), 0);
@@ -136,8 +143,8 @@ TEST_F(TimeTest, InstabilityStretchesTheTarget) {
     other->root_move = other->pv[1] = Word("d2d4");
     for (const auto& row : ReadTable("instability.tsv")) {
         main->best_score_by_depth[7] = static_cast<i16>(std::stoi(row[0]));
-        PBlock.score = main->running_score = static_cast<i16>(std::stoi(row[1]));
-        PBlock.change_depth = static_cast<i8>(std::stoi(row[2]));
+        main->running_score = static_cast<i16>(std::stoi(row[1]));
+        PretendResult(main->running_score, 8, std::stoi(row[2]));
         other->iteration_depth = static_cast<i8>(std::stoi(row[3]));
         other->running_score = static_cast<i16>(std::stoi(row[4]));
         other->root_status = static_cast<u8>(std::stoi(row[5]));
@@ -150,11 +157,11 @@ TEST_F(TimeTest, BranchingFactorSpansFourIterations) {
     tb->nodes_by_depth[8] = 81000;
     tb->nodes_by_depth[4] = 1000;
     tb->nodes_by_depth[5] = tb->nodes_by_depth[1] = 1;
-    PBlock.completed_depth = 8;
+    PBlock.progress.completed_depth = 8;
     EXPECT_DOUBLE_EQ(EffectiveBranchingFactor(), 3.0);
     tb->nodes_by_depth[4] = 0;
     EXPECT_EQ(EffectiveBranchingFactor(), 2.0);
-    PBlock.completed_depth = 5;
+    PBlock.progress.completed_depth = 5;
     EXPECT_EQ(EffectiveBranchingFactor(), 2.0);
 }
 

@@ -49,9 +49,9 @@ protected:
 };
 
 TEST_F(TTableTest, EntryComesBackAsStored) {
-    PBlock.tt_age = 7;
+    PBlock.root.tt_age = 7;
     StoreInTTable(&pos_, e2e4, 5, -33, BOUND_LOWER);
-    PBlock.tt_age = 9;
+    PBlock.root.tt_age = 9;
     const TTEntry found = Probe(pos_);
     EXPECT_EQ(found.move, e2e4);
     EXPECT_EQ(found.score, -33);
@@ -68,7 +68,7 @@ TEST_F(TTableTest, EntryComesBackAsStored) {
 
 TEST_F(TTableTest, BothSidesAddressTheWholeOfTablesOfAnySize) {
     for (int mb : {1, 3, 5, 16}) {
-        PBlock.hash_mb = static_cast<u16>(mb);
+        PBlock.options.hash_mb = static_cast<u16>(mb);
         ASSERT_EQ(InitTTable(), 0);
         EXPECT_EQ(entries, u64(mb) * 65536);
         for (int side : {WHITE, BLACK}) {
@@ -97,17 +97,18 @@ TEST_F(TTableTest, FullBucketGivesUpItsOldestThenShallowestThenFirstSlot) {
         std::istringstream ages(row[0]), depths(row[1]);
         for (u64 i = 0; i < 4; ++i) {
             int depth = 0;
-            ages >> PBlock.tt_age;
+            ages >> PBlock.root.tt_age;
             depths >> depth;
             Store(Rival(i + 1), e2e4, depth);
         }
-        PBlock.tt_age = 100;
+        PBlock.root.tt_age = 100;
         Store(pos_, e2e4, 12);
         EXPECT_EQ(ttcnt, 4u);
         EXPECT_EQ(Probe(pos_).depth, 12);
         std::string replaced;
-        for (u64 i = 0; i < 4; ++i)
-            if (Probe(Rival(i + 1)).depth == TT_PRESET_DEPTH) replaced += std::to_string(i);
+        for (u64 i = 0; i < 4; ++i) {
+            if (Probe(Rival(i + 1)).depth == TT_PRESET_DEPTH) { replaced += std::to_string(i); }
+        }
         EXPECT_EQ(replaced, row[2]) << row[0] << ", " << row[1];
     }
 }
@@ -115,10 +116,10 @@ TEST_F(TTableTest, FullBucketGivesUpItsOldestThenShallowestThenFirstSlot) {
 TEST_F(TTableTest, ShallowResultsDoNotReplaceDeepOnesOfTheSameSearch) {
     for (const auto& row : ReadTable("same_search.tsv")) {
         ClearTTable();
-        PBlock.iteration_depth = static_cast<i8>(std::stoi(row[3]));
-        PBlock.tt_age = static_cast<i16>(std::stoi(row[1]));
+        PBlock.progress.iteration_depth = static_cast<i8>(std::stoi(row[3]));
+        PBlock.root.tt_age = static_cast<i16>(std::stoi(row[1]));
         Store(pos_, e2e4, std::stoi(row[0]));
-        PBlock.tt_age = 5;
+        PBlock.root.tt_age = 5;
         Store(pos_, e2e4, std::stoi(row[2]));
         EXPECT_EQ(Probe(pos_).depth, std::stoi(row[4])) << testing::PrintToString(row);
     }
@@ -150,25 +151,25 @@ TEST_F(TTableTest, DamagedAndImplausibleEntriesAreMisses) {
 
 TEST_F(TTableTest, SwitchedOffTableNeitherStoresNorFinds) {
     Store(pos_, e2e4, 5);
-    PBlock.hash_mode = 0;
+    PBlock.options.hash_mode = 0;
     EXPECT_EQ(Probe(pos_).depth, TT_PRESET_DEPTH);
     Store(Rival(1), e2e4, 5);
-    PBlock.hash_mode = 1;
+    PBlock.options.hash_mode = 1;
     EXPECT_EQ(Probe(Rival(1)).depth, TT_PRESET_DEPTH);
     EXPECT_EQ(Probe(pos_).depth, 5);
 }
 
 TEST_F(TTableTest, SearchWithoutATableWorksAndTheModeComesBackWithATable) {
-    PBlock.hash_mode = 2;
+    PBlock.options.hash_mode = 2;
     for (int mb : {0, 2, 0, 1}) {
-        PBlock.hash_mb = static_cast<u16>(mb);
+        PBlock.options.hash_mb = static_cast<u16>(mb);
         ASSERT_EQ(InitTTable(), 0);
-        PBlock.max_depth = 4;
-        PBlock.start_request = SEARCH_THINK;
+        PBlock.limits.max_depth = 4;
+        PBlock.control.start_request = SEARCH_THINK;
         InitSearch();
-        EXPECT_EQ(PBlock.hash_mode, mb == 0 ? 0 : 2) << mb;
+        EXPECT_EQ(PBlock.options.hash_mode, 2) << mb;
         SearchIterations(1);
-        EXPECT_EQ(PBlock.depth_done, 4);
+        EXPECT_EQ(PBlock.result.DepthDone(), 4);
         EXPECT_EQ(ThreadData[1]->tt_hits > 0, mb != 0);
         EXPECT_EQ(HashFill() > 0, mb != 0);
     }
@@ -181,11 +182,11 @@ TEST_F(TTableTest, MemoryThatIsNotToBeHadIsReported) {
     ASSERT_EQ(getrlimit(RLIMIT_AS, &before), 0);
     const rlimit tight = {rlim_t{4} << 30, before.rlim_max};
     ASSERT_EQ(setrlimit(RLIMIT_AS, &tight), 0);
-    PBlock.hash_mb = MAX_HASH_MB;
+    PBlock.options.hash_mb = MAX_HASH_MB;
     EXPECT_EQ(InitTTable(), -1);
     EXPECT_EQ(hashtable, nullptr);
     setrlimit(RLIMIT_AS, &before);
-    PBlock.hash_mb = 1;
+    PBlock.options.hash_mb = 1;
     EXPECT_EQ(InitTTable(), 0);
     Store(pos_, e2e4, 5);
     EXPECT_EQ(Probe(pos_).depth, 5);
@@ -210,7 +211,7 @@ TEST_F(TTableTest, LineIsReadBackToItsEndOrRepetition) {
             Store(*pos, Word(word), words.eof() ? c.last_depth : 10);
             MakeMove(pos, Word(word));
         }
-        while (pos->hist_count > 0) UnmakeMove(pos);
+        while (pos->hist_count > 0) { UnmakeMove(pos); }
         Move pv[PV_SIZE + 2] = {};
         RetrievePV(pos, 1, pv);
         EXPECT_EQ(Line(pv), c.found);

@@ -36,12 +36,12 @@ TEST_F(ConsoleSession, CommandsAreHeardWhileASearchRuns) {
     vesk_.Expect("01] 03");
     vesk_.Send("hash 2\nan");  // another search waits for the end of this one
     vesk_.Expect("01] 09");
-    for (const std::string& line : vesk_.Lines()) EXPECT_NE(line.substr(0, 6), "move= ");
+    for (const std::string& line : vesk_.Lines()) { EXPECT_NE(line.substr(0, 6), "move= "); }
     for (int searches = 0; searches < 2; ++searches) {
         vesk_.Send(".");
         vesk_.Expect("00] ");
         vesk_.Expect("Hash fill= ");
-        if (searches == 0) vesk_.Expect("01] 03");
+        if (searches == 0) { vesk_.Expect("01] 03"); }
     }
     vesk_.Send("go 40");
     vesk_.Expect("01] 03");
@@ -96,7 +96,7 @@ TEST_F(ConsoleSession, SelfPlayNeitherPlaysACutSearchNorTheMoveOfAnAnalysis) {
 
 TEST_F(ConsoleSession, LinesArriveInPieces) {
     const std::string lines = "e4\r\ne5\nbd\nquit\n";
-    for (const char c : lines) vesk_.SendBytes(std::string(1, c));
+    for (const char c : lines) { vesk_.SendBytes(std::string(1, c)); }
     EXPECT_EQ(vesk_.Wait(), 0);
     EXPECT_EQ(vesk_.RestOfOutput(), RunVesk({"-c", "-nolog"}, lines).output);
 }

@@ -43,7 +43,7 @@ std::vector<Section> SectionsOf(const std::string& script) {
         if (line.starts_with(MARK)) {
             sections.emplace_back();
             std::istringstream words(line.substr(MARK.size()));
-            for (std::string word; words >> word;) sections.back().words.push_back(word);
+            for (std::string word; words >> word;) { sections.back().words.push_back(word); }
         } else {
             sections.back().body += line + "\n";
         }
@@ -61,7 +61,7 @@ std::string Masked(std::string text) {
         {std::regex("(^|\n)([0-9][0-9]\\] [0-9][0-9][. ]) +[0-9.]+"), "$1$2 #"},
         {std::regex("( - +[0-9]+ - +[0-9]+ +[0-9.]+ +)[0-9.]+"), "$1#"},
     };
-    for (const auto& [pattern, mark] : masks) text = std::regex_replace(text, pattern, mark);
+    for (const auto& [pattern, mark] : masks) { text = std::regex_replace(text, pattern, mark); }
     return text;
 }
 
@@ -77,19 +77,19 @@ std::string AnswersTo(const Section& run) {
         vesk.SendBytes(input);
         input.clear();
         vesk.Expect(line.substr(3));
-        for (const std::string& printed : vesk.Lines()) output += printed + "\n";
+        for (const std::string& printed : vesk.Lines()) { output += printed + "\n"; }
     }
     vesk.SendBytes(input);
     vesk.CloseInput();
     const int status = vesk.Wait();
     std::string answers = MARK + "output\n" + Masked(output + vesk.RestOfOutput());
-    if (!vesk.ErrorText().empty()) answers += MARK + "errors\n" + vesk.ErrorText();
-    if (status != 0) answers += MARK + "status " + std::to_string(status) + "\n";
+    if (!vesk.ErrorText().empty()) { answers += MARK + "errors\n" + vesk.ErrorText(); }
+    if (status != 0) { answers += MARK + "status " + std::to_string(status) + "\n"; }
     return answers;
 }
 
 std::string StateOf(const std::string& file) {
-    if (!std::filesystem::exists(file)) return MARK + "missing " + file + "\n";
+    if (!std::filesystem::exists(file)) { return MARK + "missing " + file + "\n"; }
     return MARK + "left " + file + "\n" + Masked(FileText(file));
 }
 
@@ -98,22 +98,23 @@ std::string Play(const std::string& script) {
     std::string played;
     for (const Section& s : SectionsOf(script)) {
         const std::string kind = s.words.empty() ? "comment" : s.words[0];
-        if (kind == "output" || kind == "errors" || kind == "status") continue;
+        if (kind == "output" || kind == "errors" || kind == "status") { continue; }
         if (kind == "left" || kind == "missing") {
             played += StateOf(s.words.at(1));
             continue;
         }
         played += s.text;
-        if (kind == "run")
+        if (kind == "run") {
             played += AnswersTo(s);
-        else if (kind == "file")
+        } else if (kind == "file") {
             std::ofstream(s.words.at(1), std::ios::binary) << s.body;
-        else if (kind == "data")
+        } else if (kind == "data") {
             std::filesystem::copy(DataFile(s.words.at(1)), ".");
-        else if (kind == "rename")
+        } else if (kind == "rename") {
             std::filesystem::rename(s.words.at(1), s.words.at(2));
-        else if (kind != "comment")
+        } else if (kind != "comment") {
             ADD_FAILURE() << "unknown section: " << s.text;
+        }
     }
     return played;
 }
@@ -124,14 +125,15 @@ std::string FirstDifference(const std::string& played, const std::string& script
     is.push_back("(end)");
     wanted.push_back("(end)");
     std::size_t i = 0;
-    while (i + 1 < std::min(is.size(), wanted.size()) && is[i] == wanted[i]) ++i;
+    while (i + 1 < std::min(is.size(), wanted.size()) && is[i] == wanted[i]) { ++i; }
     return "line " + std::to_string(i + 1) + " is\n  " + is[i] + "\nand should be\n  " + wanted[i];
 }
 
 std::vector<std::string> ScriptNames() {
     std::vector<std::string> names;
-    for (const auto& file : std::filesystem::directory_iterator(DataFile("sessions")))
+    for (const auto& file : std::filesystem::directory_iterator(DataFile("sessions"))) {
         names.push_back(file.path().stem());
+    }
     std::sort(names.begin(), names.end());
     return names;
 }
@@ -144,7 +146,7 @@ TEST_P(Script, IsAnsweredAsWritten) {
     const ScratchFolder folder;
     const std::string played = Play(script);
     EXPECT_TRUE(played == script) << FirstDifference(played, script);
-    if (std::getenv("VESK_RECORD") != nullptr) std::ofstream(path, std::ios::binary) << played;
+    if (std::getenv("VESK_RECORD") != nullptr) { std::ofstream(path, std::ios::binary) << played; }
 }
 
 INSTANTIATE_TEST_SUITE_P(Sessions, Script, testing::ValuesIn(ScriptNames()),

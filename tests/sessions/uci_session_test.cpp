@@ -40,7 +40,9 @@ protected:
     void ExpectSearching() {
         vesk_.Send("isready");
         vesk_.Expect("readyok");
-        for (const std::string& line : vesk_.Lines()) EXPECT_FALSE(line.starts_with("bestmove"));
+        for (const std::string& line : vesk_.Lines()) {
+            EXPECT_FALSE(line.starts_with("bestmove"));
+        }
     }
     ScratchFolder folder_;  // takes the log file
     Session vesk_{{"-nolog", "-hash", "1", "-t", "1"}};
@@ -100,27 +102,29 @@ TEST_F(UciSession, CommandsDuringASearchFinishItFirst) {
         vesk_.Expect("info depth 3");
         vesk_.Send(command);
         BestMove(vesk_.Expect("bestmove"));
-        if (command == "go depth 1")
+        if (command == "go depth 1") {
             vesk_.Expect("bestmove");
-        else
+        } else {
             ExpectSearching();
+        }
     }
 }
 
 TEST_F(UciSession, LinesOfSeveralThreadsStayWhole) {
     std::string input = BUSY + "\ngo depth 6\n";
-    for (int i = 0; i < 50; ++i) input += "isready\n";
+    for (int i = 0; i < 50; ++i) { input += "isready\n"; }
     const RunResult run = RunVesk({"-nolog", "-threads", "4", "-uci_extra"}, input);
     const std::regex form(
         "info \\[0[01][. ]\\] depth \\d time \\d+ score cp -?\\d+ nodes \\d+ nps \\d+ pv .*");
     int replies = 0, moves = 0;
     for (const std::string& line : SplitLines(run.output)) {
-        if (line.starts_with("bestmove"))
+        if (line.starts_with("bestmove")) {
             moves += !BestMove(line).empty();
-        else if (line == "readyok")
+        } else if (line == "readyok") {
             ++replies;
-        else
+        } else {
             EXPECT_TRUE(std::regex_match(line, form)) << line;
+        }
     }
     EXPECT_EQ(replies, 50);
     EXPECT_EQ(moves, 1);
@@ -129,9 +133,9 @@ TEST_F(UciSession, LinesOfSeveralThreadsStayWhole) {
 
 TEST_F(UciSession, LongGamesAndGarbage) {
     std::string game = "position startpos moves";
-    for (int i = 0; i < 1500; ++i) game += " g1f3 g8f6 f3g1 f6g8";
+    for (int i = 0; i < 1500; ++i) { game += " g1f3 g8f6 f3g1 f6g8"; }
     std::string input = game + " e2e4\ngo depth 3\n";
-    for (int i = 0; i < 300; ++i) input += static_cast<char>(i * 7 % 256);
+    for (int i = 0; i < 300; ++i) { input += static_cast<char>(i * 7 % 256); }
     input += "\n\n@@@@\ngo\x01\r\nposition\nposition fen\nsetoption name value\n\r\n";
     input +=
         std::string(100000, 'g') + "\nposition startpos moves " + std::string(100000, 'e') + "\n";

@@ -21,17 +21,14 @@ void InitEngineForTests() {
 }
 
 void ResetEngine(int hash_mb) {
-    PBlock = ProgramBlock{};
-    PBlock.log = 0;
-    PBlock.noise = NOISE_NEVER;
-    PBlock.hash_mb = static_cast<u16>(hash_mb);
-    computer = 2;
-    selfplay = 0;
-    uci_extra = 0;
-    profile = 0;
+    PBlock.Reset();
+    PBlock.options.log = 0;
+    PBlock.options.noise = NOISE_NEVER;
+    PBlock.options.hash_mb = static_cast<u16>(hash_mb);
     InitPersonality(nullptr);
-    if (InitTTable() != 0 || NewThreadBlock(0) == nullptr || NewThreadBlock(1) == nullptr)
+    if (InitTTable() != 0 || NewThreadBlock(0) == nullptr || NewThreadBlock(1) == nullptr) {
         std::abort();
+    }
     game_position = &ThreadData[0]->pos;
     InitEval();
     ResetInput();
@@ -66,18 +63,18 @@ std::vector<std::vector<std::string>> ReadTable(const std::string& name) {
         std::vector<std::string> row;
         std::stringstream fields(line);
         std::string field;
-        while (std::getline(fields, field, '\t')) row.push_back(field);
-        if (!line.empty() && line.back() == '\t') row.emplace_back();
+        while (std::getline(fields, field, '\t')) { row.push_back(field); }
+        if (!line.empty() && line.back() == '\t') { row.emplace_back(); }
         rows.push_back(row);
     }
-    if (rows.empty()) std::abort();
+    if (rows.empty()) { std::abort(); }
     return rows;
 }
 
 ScratchFolder::ScratchFolder() {
     before_ = std::filesystem::current_path();
     std::string name = (std::filesystem::temp_directory_path() / "vesk-test-XXXXXX").string();
-    if (mkdtemp(name.data()) == nullptr) std::abort();
+    if (mkdtemp(name.data()) == nullptr) { std::abort(); }
     path_ = name;
     std::filesystem::current_path(path_);
 }

@@ -30,6 +30,14 @@ Position* SetGame(const std::string& fen);
 // Coordinates of a move as MoveToStr writes them.
 std::string MoveText(Move m);
 
+// What an action writes on standard output.
+template <typename Action>
+std::string OutputOf(const Action& action) {
+    testing::internal::CaptureStdout();
+    action();
+    return testing::internal::GetCapturedStdout();
+}
+
 // Path of a file of tests/data.
 std::string DataFile(const std::string& name);
 

@@ -31,10 +31,10 @@ int MillisecondsUntil(double end) {
 // Starts a program with the given handles as its standard streams; returns its process number.
 int Start(const std::vector<std::string>& words, int in, int out, int err) {
     std::vector<char*> argv;
-    for (const std::string& word : words) argv.push_back(const_cast<char*>(word.c_str()));
+    for (const std::string& word : words) { argv.push_back(const_cast<char*>(word.c_str())); }
     argv.push_back(nullptr);
     const int pid = fork();
-    if (pid != 0) return pid;
+    if (pid != 0) { return pid; }
     dup2(in, STDIN_FILENO);
     dup2(out, STDOUT_FILENO);
     dup2(err, STDERR_FILENO);
@@ -52,21 +52,23 @@ Session::Session(const std::vector<std::string>& arguments, const std::string& b
     std::signal(SIGPIPE, SIG_IGN);
     int in[2], out[2];
     errors_ = std::tmpfile();
-    if (errors_ == nullptr || pipe2(in, O_CLOEXEC) != 0 || pipe2(out, O_CLOEXEC) != 0) std::abort();
+    if (errors_ == nullptr || pipe2(in, O_CLOEXEC) != 0 || pipe2(out, O_CLOEXEC) != 0) {
+        std::abort();
+    }
     input_ = in[1];
     output_ = out[0];
     fcntl(input_, F_SETFL, O_NONBLOCK);
     std::vector<std::string> words{binary.empty() ? EnginePath() : binary};
     words.insert(words.end(), arguments.begin(), arguments.end());
     pid_ = Start(words, in[0], out[1], fileno(errors_));
-    if (pid_ < 0) ADD_FAILURE() << "cannot start " << words[0];
+    if (pid_ < 0) { ADD_FAILURE() << "cannot start " << words[0]; }
     close(in[0]);
     close(out[1]);
 }
 
 Session::~Session() {
     Signal(SIGKILL);
-    if (pid_ > 0) waitpid(pid_, nullptr, 0);
+    if (pid_ > 0) { waitpid(pid_, nullptr, 0); }
     CloseInput();
     close(output_);
     std::fclose(errors_);
@@ -83,32 +85,32 @@ bool Session::SendBytes(const std::string& bytes) {
             sent += static_cast<std::size_t>(n);
             continue;
         }
-        if (n < 0 && errno != EAGAIN && errno != EINTR) break;
+        if (n < 0 && errno != EAGAIN && errno != EINTR) { break; }
         pollfd handles[2] = {{input_, POLLOUT, 0}, {output_ended_ ? -1 : output_, POLLIN, 0}};
         poll(handles, 2, MillisecondsUntil(end));
-        if (handles[1].revents != 0) ReadMore(Now());
+        if (handles[1].revents != 0) { ReadMore(Now()); }
     }
-    if (sent == bytes.size()) return true;
+    if (sent == bytes.size()) { return true; }
     ADD_FAILURE() << "the engine does not read its input: " << bytes.substr(0, 200);
     return false;
 }
 
 void Session::CloseInput() {
-    if (input_ >= 0) close(input_);
+    if (input_ >= 0) { close(input_); }
     input_ = -1;
 }
 
 // Appends what arrives to pending_; false when the output has ended or nothing came in time.
 bool Session::ReadMore(double end) {
-    if (output_ended_) return false;
+    if (output_ended_) { return false; }
     pollfd handle{output_, POLLIN, 0};
     const int ready = poll(&handle, 1, MillisecondsUntil(end));
-    if (ready < 0 && errno == EINTR) return ReadMore(end);
-    if (ready <= 0) return false;
+    if (ready < 0 && errno == EINTR) { return ReadMore(end); }
+    if (ready <= 0) { return false; }
     char buffer[65536];
     const ssize_t got = read(output_, buffer, sizeof(buffer));
     output_ended_ = got <= 0;
-    if (got > 0) pending_.append(buffer, static_cast<std::size_t>(got));
+    if (got > 0) { pending_.append(buffer, static_cast<std::size_t>(got)); }
     return got > 0;
 }
 
@@ -119,11 +121,11 @@ std::string Session::Expect(const std::string& prefix, double limit_seconds) {
         for (std::size_t feed; (feed = pending_.find('\n')) != std::string::npos;) {
             lines_.push_back(pending_.substr(0, feed));
             pending_.erase(0, feed + 1);
-            if (lines_.back().starts_with(prefix)) return lines_.back();
+            if (lines_.back().starts_with(prefix)) { return lines_.back(); }
         }
     } while (ReadMore(end));
     std::string seen;
-    for (const std::string& line : lines_) seen += "  " + line + "\n";
+    for (const std::string& line : lines_) { seen += "  " + line + "\n"; }
     ADD_FAILURE() << "waited for: " << prefix << "\nread:\n" << seen << pending_ << ErrorText();
     return "";
 }
@@ -137,7 +139,7 @@ int Session::Wait(double limit_seconds) {
     while (ReadMore(end)) {  // an engine with a full pipe cannot end
     }
     int status = 0, ended = 0;
-    while ((ended = waitpid(pid_, &status, WNOHANG)) == 0 && Now() < end) usleep(500);
+    while ((ended = waitpid(pid_, &status, WNOHANG)) == 0 && Now() < end) { usleep(500); }
     if (ended != pid_) {
         ADD_FAILURE() << "the engine did not end within " << limit_seconds << " s\n" << pending_;
         return -1;
@@ -147,15 +149,16 @@ int Session::Wait(double limit_seconds) {
 }
 
 void Session::Signal(int number) {
-    if (pid_ > 0) kill(pid_, number);
+    if (pid_ > 0) { kill(pid_, number); }
 }
 
 std::string Session::ErrorText() const {
     std::string text;
     char buffer[4096];
     for (ssize_t got; (got = pread(fileno(errors_), buffer, sizeof(buffer),
-                                   static_cast<off_t>(text.size()))) > 0;)
+                                   static_cast<off_t>(text.size()))) > 0;) {
         text.append(buffer, static_cast<std::size_t>(got));
+    }
     return text;
 }
 

@@ -50,8 +50,8 @@ TEST_F(Tuner, TheSearchTakesItsPath) {
     }
     EXPECT_EQ(weights, 3);
     EXPECT_EQ(std::memcmp(&before, &Personality, sizeof before), 0) << "a weight was not restored";
-    EXPECT_EQ(PBlock.max_depth, 0);
-    EXPECT_STREQ(PBlock.epd_file, "tune.epd");
+    EXPECT_EQ(PBlock.limits.max_depth, 0);
+    EXPECT_STREQ(PBlock.tool.epd_file, "tune.epd");
 }
 
 // The first line of the path: the error of the current weights.
@@ -60,25 +60,26 @@ TEST_F(Tuner, TheErrorIsTheOneOfTheEpdAnalysisWhoeverComputesIt) {
     const std::string positions = FileContent("tune.epd");
     {
         std::ofstream out("tune.epd");
-        for (int i = 0; i < 12; i++)
+        for (int i = 0; i < 12; ++i) {
             out << positions << "# a comment line\n\n8/8/8/8/8/8/8/8 w - - tune 1.0;\n"
                 << "4k3/8/8/8/8/8/4R3/4K3 b - - tune 0.250;\n"
                 << "7k/6Q1/6K1/8/8/8/8/8 b - - tune 0.0;\n"
                 << "4k3/4p3/8/8/8/8/4P3/4K3 w - -\r\n";
+        }
     }
     for (const int draw_score : {0, 25}) {
         Personality.draw_score = static_cast<i16>(draw_score);
-        PBlock.max_depth = 0;
-        std::strcpy(PBlock.epd_file, "tune.epd");
+        PBlock.limits.max_depth = 0;
+        std::strcpy(PBlock.tool.epd_file, "tune.epd");
         const double error = Analyze_EPD_File(0);
         char first[64];
         std::snprintf(first, sizeof first, "best= %d, err= %0.5e,", Personality.hung, error);
         EXPECT_NE(Tune("hung", "0").find(first), std::string::npos) << first;
         // With a node limit everything runs on the calling thread.
         const std::string path = Tune("pawn_value_en", "12");
-        PBlock.node_limit = 1000000000;
+        PBlock.limits.node_limit = 1000000000;
         EXPECT_EQ(Tune("pawn_value_en", "12"), path);
-        PBlock.node_limit = 0;
+        PBlock.limits.node_limit = 0;
     }
 }
 
@@ -93,8 +94,9 @@ TEST_F(Tuner, WithoutPositionsTheWeightStays) {
     EXPECT_EQ(text.compare(last + 6, start.size(), start), 0) << text;
     std::ofstream("tune.epd") << "# nothing here\n";
     EXPECT_NE(Tune("bishop_pair", "20").find("err= 0.00000e+00"), std::string::npos);
-    for (const char* range : {"999999999999", "-5", "x"})
+    for (const char* range : {"999999999999", "-5", "x"}) {
         EXPECT_NE(Tune("bishop_pair", range).find("done!"), std::string::npos) << range;
+    }
     EXPECT_EQ(Tune("no_such_weight", "10"), "tuning no_such_weight\ndone!\n");
     EXPECT_EQ(Tune("ppawn_r6", "10"), "tuning ppawn_r6\ndone!\n") << "only in the schedule";
     EXPECT_EQ(Tune("bishop_pair", ""), "");
@@ -107,7 +109,7 @@ TEST_F(Tuner, TheScheduleLogsEveryWeightOnce) {
     testing::internal::GetCapturedStdout();
     std::istringstream log(FileContent("tune.log"));
     std::vector<std::string> lines;
-    for (std::string line; std::getline(log, line);) lines.push_back(line);
+    for (std::string line; std::getline(log, line);) { lines.push_back(line); }
     ASSERT_EQ(lines.size(), 35u);
     char expected[64];
     std::snprintf(expected, sizeof expected, "%-24s  %4d  %0.5f", "pawn_value_op",

@@ -5,6 +5,7 @@
 
 #include "board/reference.h"
 #include "eval/threadblock.h"
+#include "search/perft.h"
 
 inline u64 CountLeaves(int depth) {
     ThreadBlock* tb = ThreadData[0];
@@ -28,13 +29,14 @@ inline void ExpectPerftCounts(u64 limit, u64 walked_limit) {
                 int depth = 0;
                 unsigned long long leaves = 0;
                 std::sscanf(line.c_str() + at, "; D%d %llu", &depth, &leaves);
-                if (leaves > most) continue;
+                if (leaves > most) { continue; }
                 EXPECT_EQ(CountLeaves(depth), leaves) << line << ' ' << depth;
                 ++checked;
             }
-            for (int made = 0; made < 150; ++made)
-                if (const Move m = RandomMove(pos, random)) PlayGameMove(pos, m);
-            while (pos->hist_count > 0) TakeBackGameMove(pos);
+            for (int made = 0; made < 150; ++made) {
+                if (const Move m = RandomMove(pos, random)) { PlayGameMove(pos, m); }
+            }
+            while (pos->hist_count > 0) { TakeBackGameMove(pos); }
         }
         EXPECT_EQ(Describe(pos, false), before) << line;
     }

@@ -1,6 +1,6 @@
 // Leaf counts of the whole collection up to 20 million leaves a line: minutes, so not part of the
 // default run.
-#include "board/perft_lines.h"
+#include "search/perft_lines.h"
 
 namespace {
 

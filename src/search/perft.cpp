@@ -1,8 +1,7 @@
-// Enumeration of legal moves through the search's staged move picker: the mate test and the node
-// counter.
+// The mate test and the node counter.
+#include "search/perft.h"
+
 #include "board/bitboards.h"
-#include "board/moves.h"
-#include "board/plydata.h"
 #include "platform/interrupt.h"
 #include "search/picker.h"
 
@@ -10,7 +9,7 @@ int IsMate(Position* pos, int in_check) {
     PlyData* pd = &pos->sstack[pos->ply];
     pd->stage = 0;
     while (const MoveEntry* e = GetNextMoveFW(pos, in_check)) {
-        if (e->move != NO_MOVE && MoveIsLegalNonZero(pos, pos->side, e->move)) return 0;
+        if (e->move != NO_MOVE && MoveIsLegalNonZero(pos, pos->side, e->move)) { return 0; }
     }
     return in_check ? 1 : 2;
 }
@@ -21,7 +20,7 @@ int Perft(ThreadBlock* tb, int side, int ply, int depth) {
         tb->nodes += 1;
         return 1;
     }
-    if (!MoveListFits(pos) || InterruptSeen()) return 0;
+    if (!MoveListFits(pos) || InterruptSeen()) { return 0; }
     const int in_check = InCheck(pos, side);
     PlyData* pd = &pos->sstack[ply];
     pd->hash_move = NO_MOVE;
@@ -29,7 +28,7 @@ int Perft(ThreadBlock* tb, int side, int ply, int depth) {
     int complete = 1;
     while (const MoveEntry* e = GetNextMoveFW(pos, in_check)) {
         const Move m = e->move;
-        if (m == NO_MOVE || !MoveIsLegalNonZero(pos, side, m)) continue;
+        if (m == NO_MOVE || !MoveIsLegalNonZero(pos, side, m)) { continue; }
         if (depth == 1) {
             tb->nodes += 1;
             continue;

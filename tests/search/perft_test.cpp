@@ -1,5 +1,5 @@
 // Leaf counts through the move picker, the mate test, and the move buffer's guard.
-#include "board/perft_lines.h"
+#include "search/perft_lines.h"
 #include "search/picker.h"
 
 namespace {
@@ -28,16 +28,18 @@ TEST(MoveBuffer, AListThatWouldNotFitIsLeftOut) {
     const u64 all = CountLeaves(2);
     for (int room : {MOVE_BUFFER_SIZE, 1400, 700, 500, 300, 200, 100, 60, 5, 1, 0}) {
         Position* pos = SetGame(queens);
-        for (auto& row : tb->history)
-            for (i16& value : row) value = 77;
+        for (auto& row : tb->history) {
+            for (i16& value : row) { value = 77; }
+        }
         pos->sstack[1].list_start = tb->move_buffer + MOVE_BUFFER_SIZE - room;
         tb->nodes = 0;
         const int whole = Perft(tb, pos->side, 1, 2);
         EXPECT_TRUE(room < 2 * MAX_LIST_SIZE || whole == 1) << room;
         EXPECT_TRUE(room > 100 || (whole == 0 && !MoveListFits(pos))) << room;
         EXPECT_EQ(tb->nodes == all, whole == 1) << room;
-        for (const auto& row : tb->history)
-            for (i16 value : row) ASSERT_EQ(value, 77) << "written past the buffer";
+        for (const auto& row : tb->history) {
+            for (i16 value : row) { ASSERT_EQ(value, 77) << "written past the buffer"; }
+        }
         EXPECT_TRUE(PositionIsSound(pos));
     }
 }

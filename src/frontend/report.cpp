@@ -1,5 +1,8 @@
-// The evaluation report of the game position, and the listing of one piece-square table. Front-end
-// thread only, while no search runs; slot 1's record does the evaluating.
+// The board diagram, the evaluation report of the game position, and the listing of one
+// piece-square table. Front-end thread only; the report while no search runs: slot 1's record does
+// the evaluating.
+#include "frontend/report.h"
+
 #include <cstdarg>
 #include <cstdio>
 #include <string>
@@ -26,18 +29,18 @@ __attribute__((format(printf, 2, 3))) void Append(std::string* text, const char*
 }
 
 void AppendSquares(std::string* text, const char* title, Bitboard squares) {
-    if (squares == 0) return;
+    if (squares == 0) { return; }
     *text += title;
-    while (squares != 0) Append(text, "  %s", square_name[PopLSB(&squares)]);
+    while (squares != 0) { Append(text, "  %s", square_name[PopLSB(&squares)]); }
     *text += "\n";
 }
 
 // Letters of the men that `side` has more of than the other, queens first.
 std::string Surplus(const Position* pos, int side) {
     std::string letters;
-    for (int type = QUEEN; type >= PAWN; type--) {
+    for (int type = QUEEN; type >= PAWN; --type) {
         const int more = CountBits(pos->bb[side][type]) - CountBits(pos->bb[side ^ 1][type]);
-        if (more > 0) letters.append(static_cast<std::size_t>(more), wchar[type]);
+        if (more > 0) { letters.append(static_cast<std::size_t>(more), wchar[type]); }
     }
     return letters;
 }
@@ -64,19 +67,20 @@ void AppendTerms(std::string* text, const Position* pos) {
 }
 
 void AppendBoard(std::string* text, const Position* pos) {
-    for (int rank = 7; rank >= 0; rank--) {
-        for (int sq = 8 * rank; sq < 8 * rank + 8; sq++) {
+    for (int rank = 7; rank >= 0; --rank) {
+        for (int sq = 8 * rank; sq < 8 * rank + 8; ++sq) {
             const int code = pos->board[sq];
             const char empty = sq_color[sq] ? '+' : '-';
             Append(text, " %c",
                    code == NO_PIECE ? empty : report_piece[PieceColour(code)][PieceType(code)]);
         }
         *text += "    ";
-        for (int sq = 8 * rank; sq < 8 * rank + 8; sq++) {
-            if (pos->board[sq] != NO_PIECE)
+        for (int sq = 8 * rank; sq < 8 * rank + 8; ++sq) {
+            if (pos->board[sq] != NO_PIECE) {
                 Append(text, "%4d", PBlock.report.squares[sq]);
-            else
+            } else {
                 *text += "    -";
+            }
         }
         *text += "\n";
     }
@@ -87,11 +91,11 @@ void AppendBoard(std::string* text, const Position* pos) {
 void ShowEvalInfo() {
     PBlock.report = EvalReport{};
     PBlock.report.factor = 1.0;
-    const i8 max_depth = PBlock.max_depth;
-    PBlock.max_depth = 0;
+    const i8 max_depth = PBlock.limits.max_depth;
+    PBlock.limits.max_depth = 0;
     InitSearch();
     SearchIterations(1);
-    PBlock.max_depth = max_depth;
+    PBlock.limits.max_depth = max_depth;
 
     const ThreadBlock* tb = ThreadData[1];
     const Position* pos = game_position;
@@ -113,9 +117,34 @@ void ShowEvalInfo() {
 
 void PrintPSQTable(const i16* table, const char* title) {
     PrintDirect("%s\n", title);
-    for (int rank = 7; rank >= 0; rank--) {
-        for (int sq = 8 * rank; sq < 8 * rank + 8; sq++) PrintDirect("%3d", table[sq]);
+    for (int rank = 7; rank >= 0; --rank) {
+        for (int sq = 8 * rank; sq < 8 * rank + 8; ++sq) { PrintDirect("%3d", table[sq]); }
         PrintDirect("\n");
     }
     PrintDirect("\n");
+}
+
+void ShowBoard(const Position* pos) {
+    static constexpr char white_letters[] = "-PNBRQK-";
+    static constexpr char black_letters[] = "-onbrqk-";
+    char fields[EPD_FIELDS_SIZE];
+    MakeEPD(pos, fields);
+    std::string text = std::string(fields) + '\n';
+    for (int rank = 7; rank >= 0; --rank) {
+        text += ' ';
+        for (int file = 0; file < 8; ++file) {
+            const int code = pos->board[8 * rank + file];
+            const char empty = (rank + file) % 2 == 0 ? '+' : '-';
+            text += ' ';
+            if (code == NO_PIECE) {
+                text += empty;
+            } else {
+                text +=
+                    (PieceColour(code) == WHITE ? white_letters : black_letters)[PieceType(code)];
+            }
+        }
+        text += '\n';
+    }
+    text += pos->side == WHITE ? "white\n" : "black\n";
+    ShowMessage(text.c_str());
 }

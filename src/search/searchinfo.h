@@ -1,0 +1,16 @@
+// Search information lines: what a search tells while it runs and at its end. Any thread may call;
+// each line is gathered and written under spinlock2.
+#pragma once
+
+#include "board/types.h"
+
+// Prints one search information line, unless `noise` or an empty line forbids it. depth in plies,
+// score in centipawns for the side to move, pv indexed from 1 and ended by 0. line_index: 0-based
+// number of the variation, -1 for an update in the middle of an iteration.
+void DisplaySearchInfo(int thread, int line_index, int depth, int score, const Move* pv);
+// True when a search information line may be printed now.
+bool SearchInfoWanted();
+
+// UCI progress of the root search. Take spinlock2 and gather the statistics themselves.
+void DisplayIterationStart(int depth);
+void DisplayCurrentMove(Move m, int number);
