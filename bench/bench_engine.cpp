@@ -78,7 +78,7 @@ void BenchPerft(benchmark::State& state, const char* fen) {
     u64 leaves = 0;
     for (auto _ : state) {
         tb->nodes = 0;
-        Perft(tb, tb->pos.side, 1, depth);
+        Perft(tb, depth);
         leaves += tb->nodes.Get();
     }
     SetRate(state, leaves);

@@ -541,7 +541,7 @@ void LineCommand(const Command&) {
     const RecordKeeper keep(pos);
     Move line[PV_SIZE + 2] = {};
     CopySearchLine(line);
-    RetrievePV(pos, 1, line);
+    RetrievePV(ThreadData[0], 1, line);
     std::string text;
     int made = 0;
     for (int ply = 1; ply <= PV_MAX_PLY; ++ply) {
@@ -576,8 +576,7 @@ void PerftCommand(const Command& c) {
     InitSearch();
     ThreadBlock* tb = ThreadData[0];
     const double start = MonotonicSeconds();
-    const int complete =
-        Perft(tb, game_position->side, 1, WholeNumber(c.word[1], 0, MAX_PERFT_DEPTH));
+    const int complete = Perft(tb, WholeNumber(c.word[1], 0, MAX_PERFT_DEPTH));
     const double seconds = MonotonicSeconds() - start;
     const double nodes = static_cast<double>(tb->nodes.Get());
     if (InterruptSeen()) {

@@ -60,7 +60,9 @@ struct Match {
 bool DrawnWithoutSearch() {
     Position* pos = game_position;
     if (pos->fifty <= REPEATABLE) { return false; }
-    if (pos->fifty > FIFTY_MOVES && IsMate(pos, InCheck(pos, pos->side)) != 1) { return true; }
+    if (pos->fifty > FIFTY_MOVES && IsMate(ThreadData[0], InCheck(pos, pos->side)) != 1) {
+        return true;
+    }
     return CountRepetitions(pos, 2) >= 2;
 }
 

@@ -2,6 +2,7 @@
 // selective steps before any move; FW_Search is the move loop with its pruning, reductions and
 // extensions.
 #include <algorithm>
+#include <cassert>
 
 #include "board/bitboards.h"
 #include "board/zobrist.h"
@@ -46,8 +47,7 @@ struct Node {
     int side;
     int ply;
     int depth;
-    int alpha;
-    int beta;
+    Window window;
     int type;
     int in_check;
     int eval;
@@ -67,7 +67,7 @@ bool IsDrawn(const Node& n) {
     if (h > 100) {
         if (n.ply <= 2) {
             limit = 2;
-        } else if (!MoveListFits(n.pos) || IsMate(n.pos, n.in_check) == 0) {
+        } else if (!MoveListFits(n.tb) || IsMate(n.tb, n.in_check) == 0) {
             return true;
         }
     }
@@ -88,23 +88,23 @@ bool TableCutoff(Node* n, int* score) {
     n->tb->tt_hits += 1;
     n->pd->hash_move = entry.move;
     const int value = ScoreFromTable(entry.score, n->ply);
-    if (n->alpha >= value) {
+    if (n->window.alpha >= value) {
         n->null_allowed = entry.bound == BOUND_LOWER;
         n->fails_low = entry.bound != BOUND_LOWER;
     }
-    if (n->beta <= value) { n->fails_high = entry.bound != BOUND_UPPER; }
+    if (n->window.beta <= value) { n->fails_high = entry.bound != BOUND_UPPER; }
     int required = n->depth;
     if (n->type == NODE_PV) { required += n->ply > 3 ? 2 : NEVER; }
     if (entry.depth < required) { return false; }
     if (n->fails_low) {
-        *score = n->alpha;
+        *score = n->window.alpha;
         return true;
     }
     if (n->fails_high) {
         if (entry.move != NO_MOVE && n->pos->board[MoveTo(entry.move)] == 0) {
-            StoreKiller(n->pos, entry.move, n->in_check);
+            StoreKiller(n->tb, entry.move, n->in_check);
         }
-        *score = n->beta;
+        *score = n->window.beta;
         return true;
     }
     if (entry.bound == BOUND_EXACT) {
@@ -124,12 +124,11 @@ bool NullMoveFailsHigh(const Node& n) {
     const int child_depth = n.depth - reduction <= 0 ? 0 : n.depth - reduction - 1;
     n.pd->cursor = n.pd->list_start;
     *n.pd->cursor = {NO_MOVE, 0, 0, 0};
-    TerminateList(pos, n.pd->cursor + 1);
+    TerminateList(n.pd, n.pd->cursor + 1);
     MakeNullMove(pos);
-    const int v =
-        -Search(pos, n.side ^ 1, n.ply + 1, child_depth, -n.beta, -n.alpha, NODE_NULL, n.pv);
+    const int v = -Search(n.tb, child_depth, Opposite(n.window), NODE_NULL, n.pv);
     UnmakeNullMove(pos);
-    return v >= n.beta;
+    return v >= n.window.beta;
 }
 
 bool PreviousMoveWasNotNull(const Node& n) {
@@ -142,7 +141,7 @@ bool StaticCuts(Node* n) {
     const PersonalityRecord& p = Personality;
     Position* pos = n->pos;
     if (n->type != NODE_CUT || n->in_check || !n->null_allowed ||
-        n->eval <= n->beta + STATIC_CUT_MARGIN) {
+        n->eval <= n->window.beta + STATIC_CUT_MARGIN) {
         return false;
     }
     if (n->pd->free_pawn_rank[n->side ^ 1] > MAX_ENEMY_PASSER_RANK) { return false; }
@@ -150,10 +149,10 @@ bool StaticCuts(Node* n) {
     if (n->depth <= p.CNP_depth) {
         const int margin =
             std::max<int>(n->pd->hanging[n->side] / 2, p.CNP_margin[SelectivityIndex(n->depth)]);
-        if (n->eval >= n->beta + margin) { return true; }
+        if (n->eval >= n->window.beta + margin) { return true; }
     }
-    if (n->depth <= SNMP_DEPTH && n->eval >= n->beta + SNMP_MARGIN &&
-        SNMP(pos, n->side, n->eval, n->beta)) {
+    if (n->depth <= SNMP_DEPTH && n->eval >= n->window.beta + SNMP_MARGIN &&
+        SNMP(n->tb, n->eval, n->window.beta)) {
         return true;
     }
     if (n->depth >= p.NMP_depth && PreviousMoveWasNotNull(*n) && NullMoveFailsHigh(*n)) {
@@ -161,18 +160,18 @@ bool StaticCuts(Node* n) {
         n->depth -= NULL_VERIFY_DEPTH;
     }
     return n->depth > PROBCUT_DEPTH &&
-           ProbCut(pos, n->ply, n->depth - PROBCUT_DEPTH, n->beta + PROBCUT_MARGIN);
+           ProbCut(n->tb, n->depth - PROBCUT_DEPTH, n->window.beta + PROBCUT_MARGIN);
 }
 
 // Finds a hash move by a shallower search where the table gave none deep enough.
 void InternalDeepening(const Node& n) {
     int depth = n.depth - (n.type == NODE_PV ? 3 : 4);
     if (n.depth == 4 && n.pd->hash_move == NO_MOVE) { depth = 1; }
-    if (depth <= 0 || n.table_depth >= depth || n.eval < n.alpha - IID_MARGIN) { return; }
+    if (depth <= 0 || n.table_depth >= depth || n.eval < n.window.alpha - IID_MARGIN) { return; }
     n.pd->iid = 1;
-    const int v = FW_Search(n.pos, n.side, n.ply, depth, n.alpha, n.beta, n.in_check, n.type, n.pv);
+    const int v = FW_Search(n.tb, depth, n.window, n.in_check, n.pv);
     n.pd->iid = 0;
-    if (v > n.alpha) { n.pd->hash_move = n.pv[n.ply]; }
+    if (v > n.window.alpha) { n.pd->hash_move = n.pv[n.ply]; }
 }
 
 // Sixteenths of a ply collected on the way; a full one extends the node.
@@ -258,15 +257,16 @@ bool IsLateMovePruned(Position* pos, int side, const MoveEntry* e) {
     return !MoveIsSafe(pos, e->move);
 }
 
-int Reduction(Position* pos, int side, const MoveEntry* e, int depth, int node_type,
-              int moves_searched, u8 flags) {
-    const bool pv_node = node_type == NODE_PV;
-    const int column = std::min(moves_searched, LMR_MOVES - 1);
+// Plies by which the move is searched less deep, at a node of this (extended) depth.
+int Reduction(ThreadBlock* tb, const PlyData* pd, const MoveEntry* e, int depth) {
+    Position* pos = &tb->pos;
+    const bool pv_node = pd->node_type == NODE_PV;
+    const int column = std::min<int>(pd->moves_searched, LMR_MOVES - 1);
     int r = Personality.LMR_table[pv_node ? 0 : 1][depth][column];
     if (r <= 0) { return 0; }
-    if (flags) {
+    if (pd->move_flags) {
         r = pv_node ? 0 : 1;
-    } else if (e->score > GOOD_QUIET_SCORE || IsAdvancedPawnMove(pos, side, e)) {
+    } else if (e->score > GOOD_QUIET_SCORE || IsAdvancedPawnMove(pos, pos->side, e)) {
         if (MoveIsSafe(pos, e->move)) { r = 0; }
     }
     return std::min(r, MAX_REDUCTION);
@@ -280,19 +280,20 @@ int MoveExtension(Position* pos, int side, const MoveEntry* e, u8 flags) {
     return 0;
 }
 
-void StoreResult(const Position* pos, const PlyData* pd, int ply, int depth, int entry_alpha,
-                 int beta) {
+// Stores what the move loop has found of the node; `window` is the one on entry.
+void StoreResult(const ThreadBlock* tb, int depth, Window window) {
+    const PlyData* pd = CurrentPly(tb);
     if (pd->best_move == NO_MOVE || depth < -1) { return; }
-    int score = entry_alpha;
+    int score = window.alpha;
     int bound = BOUND_UPPER;
-    if (pd->best_score >= beta) {
-        score = beta;
+    if (pd->best_score >= window.beta) {
+        score = window.beta;
         bound = BOUND_LOWER;
-    } else if (pd->best_score > entry_alpha) {
+    } else if (pd->best_score > window.alpha) {
         score = pd->best_score;
         bound = BOUND_EXACT;
     }
-    StoreInTTable(pos, pd->best_move, depth, ScoreToTable(score, ply), bound);
+    StoreInTTable(&tb->pos, pd->best_move, depth, ScoreToTable(score, tb->pos.ply), bound);
 }
 
 }  // namespace
@@ -320,7 +321,9 @@ u8 MoveFlags(const Position* pos, int side, const MoveEntry* e) {
     return flags;
 }
 
-int SNMP(Position* pos, int side, int static_eval, int beta) {
+int SNMP(ThreadBlock* tb, int static_eval, int beta) {
+    Position* pos = &tb->pos;
+    const int side = pos->side;
     const Bitboard occupied = Occupied(pos);
     Bitboard men = pos->bb[side][0] & ~pos->bb[side][KING];
     while (men) {
@@ -330,13 +333,14 @@ int SNMP(Position* pos, int side, int static_eval, int beta) {
     return 1;
 }
 
-int ProbCut(Position* pos, int ply, int depth, int bound) {
-    PlyData* pd = &pos->sstack[ply];
+int ProbCut(ThreadBlock* tb, int depth, int bound) {
+    Position* pos = &tb->pos;
+    PlyData* pd = CurrentPly(tb);
     const int side = pos->side;
     MoveEntry* first = pd->list_start;
     MoveEntry* end = GeneratePawnCaptures(pos, side, first);
     end = GeneratePieceCaptures(pos, side, end);
-    TerminateList(pos, end);
+    TerminateList(pd, end);
     for (MoveEntry* e = first; e != end; ++e) {
         e->score = static_cast<i16>(32 * PieceType(e->captured) - PieceType(e->piece) + 8);
     }
@@ -347,7 +351,7 @@ int ProbCut(Position* pos, int ply, int depth, int bound) {
         if (!MoveIsLegalNonZero(pos, side, m) || !MoveIsSafe(pos, m)) { continue; }
         pd->cursor = e;
         MakeMove(pos, m);
-        const int v = -Search(pos, side ^ 1, ply + 1, depth - 1, -bound, 1 - bound, NODE_ALL, line);
+        const int v = -Search(tb, depth - 1, {-bound, 1 - bound}, NODE_ALL, line);
         UnmakeMove(pos);
         if (PBlock.control.stop) { return 0; }
         if (v >= bound) { return 1; }
@@ -357,11 +361,14 @@ int ProbCut(Position* pos, int ply, int depth, int bound) {
 
 // The move loop is one function of visible steps: splitting it would scatter the state that its
 // steps share.
-int FW_Search(Position* pos, int side, int ply, int depth, int alpha, int beta, int in_check,
-              int node_type, Move* pv) {
-    ThreadBlock* tb = ThreadData[pos->thread_id];
-    PlyData* pd = &pos->sstack[ply];
-    const int entry_alpha = alpha;
+int FW_Search(ThreadBlock* tb, int depth, Window window, int in_check, Move* pv) {
+    Position* pos = &tb->pos;
+    PlyData* pd = CurrentPly(tb);
+    const int side = pos->side;
+    const int ply = pos->ply;
+    const int node_type = pd->node_type;
+    const int beta = window.beta;
+    int alpha = window.alpha;
     const int extended = depth + pd->extension;
     const bool pv_node = node_type == NODE_PV;
     const bool pruning_allowed = extended <= Personality.LMP_depth && !pd->iid && !pv_node &&
@@ -376,7 +383,7 @@ int FW_Search(Position* pos, int side, int ply, int depth, int alpha, int beta, 
     pd->stage = 0;
     Move line[PV_SIZE];
 
-    while (const MoveEntry* e = GetNextMoveFW(pos, in_check)) {
+    while (const MoveEntry* e = GetNextMoveFW(tb, in_check)) {
         const Move m = e->move;
         if (m == NO_MOVE || (m == pd->hash_move && pd->moves_searched > 0)) { continue; }
         if (!MoveIsLegalNonZero(pos, side, m)) { continue; }
@@ -394,8 +401,7 @@ int FW_Search(Position* pos, int side, int ply, int depth, int alpha, int beta, 
                     continue;
                 }
                 if (extended >= Personality.LMR_depth) {
-                    reduction = Reduction(pos, side, e, extended, node_type, pd->moves_searched,
-                                          pd->move_flags);
+                    reduction = Reduction(tb, pd, e, extended);
                 }
             }
         }
@@ -407,15 +413,12 @@ int FW_Search(Position* pos, int side, int ply, int depth, int alpha, int beta, 
         MakeMove(pos, m);
         int v = 0;
         if (pd->moves_searched == 0 || child_depth <= 0) {
-            v = -Search(pos, side ^ 1, ply + 1, child_depth, -beta, -alpha, node_opp[node_type],
-                        line);
+            v = -Search(tb, child_depth, {-beta, -alpha}, node_opp[node_type], line);
         } else {
-            v = -Search(pos, side ^ 1, ply + 1, child_depth - reduction, -alpha - 1, -alpha,
-                        NODE_CUT, line);
+            v = -Search(tb, child_depth - reduction, {-alpha - 1, -alpha}, NODE_CUT, line);
             if (v > alpha) {
                 if (quiet && !in_check) { RaiseHistory(tb, e); }
-                v = -Search(pos, side ^ 1, ply + 1, child_depth, -beta, -alpha,
-                            pv_node ? NODE_PV : NODE_NULL, line);
+                v = -Search(tb, child_depth, {-beta, -alpha}, pv_node ? NODE_PV : NODE_NULL, line);
             }
         }
         tb->extension_count = static_cast<u8>(tb->extension_count - extension);
@@ -438,7 +441,7 @@ int FW_Search(Position* pos, int side, int ply, int depth, int alpha, int beta, 
         if (v <= alpha) { continue; }
         if (v >= beta) {
             if (quiet && depth > 0) {
-                StoreKiller(pos, m, in_check);
+                StoreKiller(tb, m, in_check);
                 StoreCounterMove(tb, m);
             }
             break;
@@ -449,16 +452,18 @@ int FW_Search(Position* pos, int side, int ply, int depth, int alpha, int beta, 
 
     if (pd->moves_searched == 0) { best = in_check ? ply - INFINITE_SCORE : DrawScore(side); }
     pd->best_score = static_cast<i16>(best);
-    StoreResult(pos, pd, ply, depth, entry_alpha, beta);
+    StoreResult(tb, depth, window);
     return best;
 }
 
-int Search(Position* pos, int side, int ply, int depth, int alpha, int beta, int node_type,
-           Move* pv) {
-    ThreadBlock* tb = ThreadData[pos->thread_id];
+int Search(ThreadBlock* tb, int depth, Window window, int node_type, Move* pv) {
+    Position* pos = &tb->pos;
+    const int side = pos->side;
+    const int ply = pos->ply;
+    assert(ply >= 2 && ply < SEARCH_STACK_SIZE - 2);
     tb->nodes += 1;
-    alpha = std::max(alpha, ply - INFINITE_SCORE);
-    beta = std::min(beta, INFINITE_SCORE - 1 - ply);
+    const int alpha = std::max(window.alpha, ply - INFINITE_SCORE);
+    const int beta = std::min(window.beta, INFINITE_SCORE - 1 - ply);
     if (alpha >= beta) { return alpha; }
 
     // Long before they are read: the evaluation's caches, and the table where it will be probed.
@@ -466,7 +471,7 @@ int Search(Position* pos, int side, int ply, int depth, int alpha, int beta, int
     PrefetchEvaluation(tb, key);
     if (depth > 0) { PrefetchTTable(side, key); }
 
-    PlyData* pd = &pos->sstack[ply];
+    PlyData* pd = &tb->ply_data[ply];
     pd->node_type = static_cast<u8>(node_type);
     pd->depth = static_cast<i16>(depth);
     pd->alpha = static_cast<i16>(alpha);
@@ -481,17 +486,16 @@ int Search(Position* pos, int side, int ply, int depth, int alpha, int beta, int
     pv[ply] = pv[ply + 1] = NO_MOVE;
 
     const int in_check = InCheck(pos, side);
-    Node n = {tb,        pos,      pd, side, ply,   depth, alpha,           beta,
-              node_type, in_check, 0,  true, false, false, TT_PRESET_DEPTH, pv};
+    Node n = {tb,        pos,      pd, side, ply,   depth, {alpha, beta},
+              node_type, in_check, 0,  true, false, false, TT_PRESET_DEPTH,
+              pv};
     if (pos->fifty > 3 && IsDrawn(n)) { return DrawScore(side); }
 
     n.eval = Evaluate(tb, side, ply, in_check);
     pd->static_eval = static_cast<i16>(n.eval);
-    if (ply > MAX_SEARCH_PLY || !MoveListFits(pos)) { return in_check ? 0 : n.eval; }
+    if (ply > MAX_SEARCH_PLY || !MoveListFits(tb)) { return in_check ? 0 : n.eval; }
     if (!in_check && pd->trivial_draw) { return n.eval; }
-    if (depth <= 0 && !in_check) {
-        return Q_Search(pos, side, ply, depth, alpha, beta, node_type, pv);
-    }
+    if (depth <= 0 && !in_check) { return Q_Search(tb, depth, n.window, node_type, pv); }
 
     int score = 0;
     if (TableCutoff(&n, &score)) { return score; }
@@ -499,14 +503,14 @@ int Search(Position* pos, int side, int ply, int depth, int alpha, int beta, int
     if (node_type != NODE_PV && !in_check && !n.fails_high && depth <= Personality.FP_depth &&
         n.eval < alpha - Personality.FP_margin[SelectivityIndex(depth)]) {
         const int bound = alpha - RAZOR_MARGIN;
-        if (Q_Search(pos, side, ply, depth, bound, beta, node_type, pv) <= bound) { return alpha; }
+        if (Q_Search(tb, depth, {bound, beta}, node_type, pv) <= bound) { return alpha; }
     }
     if (StaticCuts(&n)) { return beta; }
     InternalDeepening(n);
 
     const u8 accumulator = tb->extension_accumulator;
     FractionalExtension(n);
-    const int v = FW_Search(pos, side, ply, n.depth, alpha, beta, in_check, node_type, pv);
+    const int v = FW_Search(tb, n.depth, n.window, in_check, pv);
     tb->extension_accumulator = accumulator;
     return v > alpha ? std::min(v, beta) : alpha;
 }

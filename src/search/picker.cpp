@@ -67,12 +67,13 @@ int TacticalScore(Position* pos, const MoveEntry* e, int recapture, Bitboard occ
 }
 
 // Generates and scores captures and promotions at the cursor.
-void GenerateTactical(Position* pos, PlyData* pd) {
+void GenerateTactical(ThreadBlock* tb, PlyData* pd) {
+    Position* pos = &tb->pos;
     const int side = pos->side;
     MoveEntry* end = GeneratePawnCaptures(pos, side, pd->cursor);
     end = GeneratePieceCaptures(pos, side, end);
     end = GeneratePromotions(pos, side, 1, end);
-    TerminateList(pos, end);
+    TerminateList(pd, end);
     const int recapture = RecaptureSquare(pos);
     const Bitboard occupied = Occupied(pos);
     for (MoveEntry* e = pd->cursor; e != end; ++e) {
@@ -101,12 +102,12 @@ int EvasionScore(const PlyData* pd, const MoveEntry* e, Move counter) {
 }
 
 // Appends the scored quiet moves to what is left of the list.
-void GenerateQuiet(Position* pos, PlyData* pd, int in_check) {
+void GenerateQuiet(const ThreadBlock* tb, PlyData* pd, int in_check) {
+    const Position* pos = &tb->pos;
     MoveEntry* first = pd->cursor;
     while (first->move != END_OF_LIST) { ++first; }
     MoveEntry* end = GenerateNonCaptures(pos, pos->side, first);
-    TerminateList(pos, end);
-    const ThreadBlock* tb = ThreadData[pos->thread_id];
+    TerminateList(pd, end);
     const Move counter = CounterMove(tb);
     for (MoveEntry* e = first; e != end; ++e) {
         e->score = static_cast<i16>(in_check ? EvasionScore(pd, e, counter)
@@ -115,13 +116,13 @@ void GenerateQuiet(Position* pos, PlyData* pd, int in_check) {
     pd->stage = STAGE_SORTED;
 }
 
-MoveEntry* StartWithHashMove(Position* pos, PlyData* pd) {
+MoveEntry* StartWithHashMove(const Position* pos, PlyData* pd) {
     MoveEntry* e = pd->list_start;
     e->move = pd->hash_move;
     e->piece = pos->board[MoveFrom(pd->hash_move)];
     e->captured = pos->board[MoveTo(pd->hash_move)];
     e->score = HASH_MOVE_SCORE;
-    TerminateList(pos, e + 1);
+    TerminateList(pd, e + 1);
     return e;
 }
 
@@ -137,27 +138,25 @@ MoveEntry* NextSorted(PlyData* pd) {
 
 }  // namespace
 
-bool MoveListFits(const Position* pos) {
-    const MoveEntry* buffer = ThreadData[pos->thread_id]->move_buffer;
-    const auto room = MOVE_BUFFER_SIZE - (pos->sstack[pos->ply].list_start - buffer);
-    return room >= MAX_LIST_SIZE || room >= ListBound(pos);
+bool MoveListFits(const ThreadBlock* tb) {
+    const auto room = MOVE_BUFFER_SIZE - (CurrentPly(tb)->list_start - tb->move_buffer);
+    return room >= MAX_LIST_SIZE || room >= ListBound(&tb->pos);
 }
 
-void TerminateList(Position* pos, MoveEntry* end) {
-    PlyData* pd = &pos->sstack[pos->ply];
+void TerminateList(PlyData* pd, MoveEntry* end) {
     end->move = END_OF_LIST;
     pd[1].list_start = end + 1;
     pd[2].list_start = end + 2;
 }
 
-MoveEntry* GetNextMoveFW(Position* pos, int in_check) {
-    PlyData* pd = &pos->sstack[pos->ply];
+MoveEntry* GetNextMoveFW(ThreadBlock* tb, int in_check) {
+    PlyData* pd = CurrentPly(tb);
     switch (pd->stage) {
         case STAGE_START:
-            if (!MoveListFits(pos)) { return nullptr; }
+            if (!MoveListFits(tb)) { return nullptr; }
             pd->stage = STAGE_GENERATE;
             pd->cursor = pd->list_start;
-            if (pd->hash_move != NO_MOVE) { return StartWithHashMove(pos, pd); }
+            if (pd->hash_move != NO_MOVE) { return StartWithHashMove(&tb->pos, pd); }
             break;
         case STAGE_SORTED:
             ++pd->cursor;
@@ -171,13 +170,13 @@ MoveEntry* GetNextMoveFW(Position* pos, int in_check) {
     }
     if (pd->stage == STAGE_GENERATE) {
         pd->stage = STAGE_CAPTURES;
-        GenerateTactical(pos, pd);
+        GenerateTactical(tb, pd);
     }
     if (pd->cursor->move != END_OF_LIST) {
         PickNextMove(pd->cursor);
         if (pd->cursor->score > GOOD_CAPTURE_LIMIT) { return pd->cursor; }
     }
-    GenerateQuiet(pos, pd, in_check);
+    GenerateQuiet(tb, pd, in_check);
     return NextSorted(pd);
 }
 
@@ -191,11 +190,11 @@ void LowerHistory(ThreadBlock* tb, const MoveEntry* e) {
     h = static_cast<i16>(h - h / HISTORY_DECAY);
 }
 
-void StoreKiller(Position* pos, Move m, int in_check) {
-    PlyData* pd = &pos->sstack[pos->ply];
+void StoreKiller(ThreadBlock* tb, Move m, int in_check) {
+    PlyData* pd = CurrentPly(tb);
     if (in_check) {
         pd->evasion_killer = m;
-    } else if (pos->last_move == NO_MOVE) {
+    } else if (tb->pos.last_move == NO_MOVE) {
         pd->killer[0] = m;
     } else if (m != pd->killer[1]) {
         pd->killer[2] = pd->killer[1];

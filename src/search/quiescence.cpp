@@ -31,12 +31,12 @@ MoveEntry* AddQuiet(MoveEntry* list, int from, int to, int piece) {
     return list + 1;
 }
 
-void GenerateCaptures(Position* pos, PlyData* pd) {
+void GenerateCaptures(const Position* pos, PlyData* pd) {
     const int side = pos->side;
     MoveEntry* end = GeneratePawnCaptures(pos, side, pd->list_start);
     end = GeneratePieceCaptures(pos, side, end);
     end = GeneratePromotions(pos, side, 0, end);
-    TerminateList(pos, end);
+    TerminateList(pd, end);
     const int recapture = RecaptureSquare(pos);
     for (MoveEntry* e = pd->list_start; e != end; ++e) {
         const int captured = PieceType(e->captured);
@@ -77,7 +77,7 @@ MoveEntry* AddPieceChecks(const Position* pos, int type, Bitboard targets, Attac
 }
 
 // Quiet moves that give direct check, then pawn pushes to the seventh rank, behind the captures.
-void GenerateQuietChecks(Position* pos, PlyData* pd) {
+void GenerateQuietChecks(const Position* pos, PlyData* pd) {
     const int side = pos->side;
     const int king = KingSquare(pos, side ^ 1);
     const Bitboard occupied = Occupied(pos);
@@ -102,12 +102,12 @@ void GenerateQuietChecks(Position* pos, PlyData* pd) {
             end);
     }
     end = AddPushes(pos, pawns, RankMask(side == WHITE ? 6 : 1) & empty, end);
-    TerminateList(pos, end);
+    TerminateList(pd, end);
     pd->stage = STAGE_QUIET;
 }
 
 // Next entry to try, or nullptr. Quiet moves come only when `with_quiet`.
-MoveEntry* NextMove(Position* pos, PlyData* pd, bool with_quiet) {
+MoveEntry* NextMove(const Position* pos, PlyData* pd, bool with_quiet) {
     if (pd->stage == 0) {
         GenerateCaptures(pos, pd);
         pd->cursor = pd->list_start;
@@ -158,12 +158,15 @@ bool IsPruned(Position* pos, const MoveEntry* e, int depth, int stand, int margi
 
 }  // namespace
 
-int Q_Search(Position* pos, int side, int ply, int depth, int alpha, int beta, int node_type,
-             Move* pv) {
-    PlyData* pd = &pos->sstack[ply];
+int Q_Search(ThreadBlock* tb, int depth, Window window, int node_type, Move* pv) {
+    Position* pos = &tb->pos;
+    PlyData* pd = CurrentPly(tb);
+    const int side = pos->side;
+    const int ply = pos->ply;
+    const int beta = window.beta;
     const int stand = pd->static_eval;
     if (stand >= beta) { return beta; }
-    int best = std::max(alpha, stand);
+    int best = std::max(window.alpha, stand);
     pd->stage = 0;
     const int child_type = node_opp[node_type];
     const int margin = depth <= 0 && node_type != NODE_PV ? DELTA_MARGIN : WIDE_DELTA_MARGIN;
@@ -173,7 +176,7 @@ int Q_Search(Position* pos, int side, int ply, int depth, int alpha, int beta, i
         if (m == NO_MOVE || !MoveIsLegalNonZero(pos, side, m)) { continue; }
         if (IsPruned(pos, e, depth, stand, margin, best)) { continue; }
         MakeMove(pos, m);
-        const int v = -Search(pos, side ^ 1, ply + 1, depth - 1, -beta, -best, child_type, line);
+        const int v = -Search(tb, depth - 1, {-beta, -best}, child_type, line);
         UnmakeMove(pos);
         if (v <= best) { continue; }
         pv[ply] = m;

@@ -61,18 +61,20 @@ void ResetThread(ThreadBlock* tb) {
     ResetOrdering(tb);
 }
 
-bool HasLegalMove(Position* pos, int in_check) {
-    pos->sstack[1].stage = 0;
-    while (const MoveEntry* e = GetNextMoveFW(pos, in_check)) {
+bool HasLegalMove(ThreadBlock* tb, int in_check) {
+    const Position* pos = &tb->pos;
+    tb->ply_data[1].stage = 0;
+    while (const MoveEntry* e = GetNextMoveFW(tb, in_check)) {
         if (MoveIsLegal(pos, pos->side, e->move)) { return true; }
     }
     return false;
 }
 
 // Writes the legal moves of the root at ply 1's list start, in generation order; returns the first.
-MoveEntry* BuildRootList(Position* pos) {
+MoveEntry* BuildRootList(ThreadBlock* tb) {
+    Position* pos = &tb->pos;
     GenerateAll(pos);
-    MoveEntry* first = pos->sstack[1].list_start;
+    MoveEntry* first = tb->ply_data[1].list_start;
     MoveEntry* end = first;
     for (const MoveEntry* e = first; e->move != END_OF_LIST; ++e) {
         if (MoveIsLegal(pos, pos->side, e->move)) { *end++ = *e; }
@@ -130,7 +132,7 @@ void SearchLines(ThreadBlock* tb, MoveEntry* first, int depth) {
     const int lines = PBlock.options.multipv;
     const bool main = IsMain(tb);
     for (int i = 0; i < lines && first[i].move != END_OF_LIST && !PBlock.control.stop; ++i) {
-        const int found = SearchRoot(&tb->pos, tb->pos.side, depth, i);
+        const int found = SearchRoot(tb, depth, i);
         if (found && main && (lines > 1 || depth == 1)) {
             DisplaySearchInfo(tb->slot, i, depth, tb->running_score, tb->pv);
         }
@@ -191,8 +193,8 @@ struct RootSearch {
     int half_width;
     Move line[PV_SIZE];
 
-    int Child(int child_depth, int alpha, int beta, int node_type) {
-        return -Search(pos, side ^ 1, 2, child_depth, -beta, -alpha, node_type, line);
+    int Child(int child_depth, Window window, int node_type) {
+        return -Search(tb, child_depth, Opposite(window), node_type, line);
     }
 };
 
@@ -212,7 +214,7 @@ int SearchFirstMove(RootSearch* r, Move m) {
     if (alpha < MATED_SCORE) { alpha = WINDOW_BOTTOM; }
     if (beta > MATE_SCORE) { beta = WINDOW_TOP; }
     int step = r->half_width;
-    int v = r->Child(r->depth - 1, alpha, beta, NODE_PV);
+    int v = r->Child(r->depth - 1, {alpha, beta}, NODE_PV);
     while (!PBlock.control.stop &&
            ((v <= alpha && alpha > WINDOW_BOTTOM) || (v >= beta && beta < WINDOW_TOP))) {
         ShowUnsettled(r, v > alpha ? ROOT_FAILS_HIGH : ROOT_FIRST_FAILS_LOW, m, v);
@@ -224,7 +226,7 @@ int SearchFirstMove(RootSearch* r, Move m) {
             beta += step;
             if (beta > MATE_SCORE) { beta = WINDOW_TOP; }
         }
-        v = r->Child(r->depth - 1, alpha, beta, NODE_PV);
+        v = r->Child(r->depth - 1, {alpha, beta}, NODE_PV);
     }
     return v;
 }
@@ -238,13 +240,13 @@ int SearchLaterMove(RootSearch* r, Move m, int reduction) {
     if (top > MATE_SCORE) { top = WINDOW_TOP; }
     int step = 1;
     u8 status = ROOT_LATER_FAILS_HIGH;
-    int v = r->Child(r->depth - reduction - 1, bottom, top, NODE_CUT);
+    int v = r->Child(r->depth - reduction - 1, {bottom, top}, NODE_CUT);
     while (v >= top && top < WINDOW_TOP && !PBlock.control.stop) {
         ShowUnsettled(r, status, m, v);
         status = ROOT_FAILS_HIGH;
         step = std::max(2 * step, MIN_WIDENING);
         top = std::min(top + step, WINDOW_TOP);
-        v = r->Child(r->depth - 1, bottom, top, NODE_PV);
+        v = r->Child(r->depth - 1, {bottom, top}, NODE_PV);
     }
     return v <= r->best ? ROOT_FAIL_OFFSET - r->pd->moves_searched : v;
 }
@@ -269,7 +271,7 @@ int SearchRootMove(RootSearch* r, const MoveEntry* e) {
     int v = 0;
     if ((PBlock.options.multipv != 1 || r->depth <= REDUCTION_DEPTH) && r->depth <= 1 &&
         PBlock.limits.max_depth >= 2) {
-        v = r->Child(r->depth - 1, -INFINITE_SCORE, INFINITE_SCORE, NODE_PV);
+        v = r->Child(r->depth - 1, FULL_WINDOW, NODE_PV);
     } else if (r->best == NO_SCORE) {
         v = SearchFirstMove(r, m);
     } else {
@@ -331,8 +333,9 @@ void PrepareRootPly(ThreadBlock* tb, int depth) {
 
 }  // namespace
 
-int SearchRoot(Position* pos, int side, int depth, int index) {
-    ThreadBlock* tb = ThreadData[pos->thread_id];
+int SearchRoot(ThreadBlock* tb, int depth, int index) {
+    Position* pos = &tb->pos;
+    const int side = pos->side;
     PlyData* pd = &tb->ply_data[1];
     PrepareRootPly(tb, depth);
     const bool main = IsMain(tb);
@@ -407,20 +410,19 @@ void SearchIterations(int slot) {
     tb->ply_data[0].static_eval = static_cast<i16>(-eval);
 
     if (PBlock.limits.max_depth <= 0 && !in_check) {
-        const int score =
-            Q_Search(pos, pos->side, 1, 0, -INFINITE_SCORE, INFINITE_SCORE, NODE_PV, tb->pv);
+        const int score = Q_Search(tb, 0, FULL_WINDOW, NODE_PV, tb->pv);
         tb->running_score = static_cast<i16>(score);
         tb->root_move = tb->pv[1];
         return;
     }
-    if (!HasLegalMove(pos, in_check)) {
+    if (!HasLegalMove(tb, in_check)) {
         tb->running_score = in_check ? -9999 : 0;
         tb->best_depth = 1;
         if (main) { NewBestMove(tb); }
         PBlock.control.stop = STOP_NO_MOVE;
         return;
     }
-    MoveEntry* first = BuildRootList(pos);
+    MoveEntry* first = BuildRootList(tb);
     const Move first_move = first->move;
     DeepenIteratively(tb, first);
     if (!main) { return; }

@@ -13,17 +13,29 @@ inline constexpr int node_opp[4] = {0, 1, 3, 2};  // type of a node's first chil
 
 inline constexpr int INFINITE_SCORE = 10000;
 
-// Score of the position at `ply` (2 or more) in centipawns for the side to move; the line is left
-// in pv[ply...].
-int Search(Position* pos, int side, int ply, int depth, int alpha, int beta, int node_type,
-           Move* pv);
-int FW_Search(Position* pos, int side, int ply, int depth, int alpha, int beta, int in_check,
-              int node_type, Move* pv);
+// The scores between which a search tells the exact value, in centipawns for the side to move.
+struct Window {
+    int alpha;
+    int beta;
+};
+inline constexpr Window FULL_WINDOW = {-INFINITE_SCORE, INFINITE_SCORE};
+// The same as the other side sees it.
+constexpr Window Opposite(Window w) { return {-w.beta, -w.alpha}; }
+
+// The searches of one node: of the thread's position, at its ply, for its side to move. Scores are
+// centipawns for that side, depths plies. `pv` is an array of PV_SIZE moves, indexed by ply; the
+// line of a score inside the window is left in it from the position's ply on.
+
+// Requires a ply of 2 or more.
+int Search(ThreadBlock* tb, int depth, Window window, int node_type, Move* pv);
+// The move loop of a node that Search has prepared.
+int FW_Search(ThreadBlock* tb, int depth, Window window, int in_check, Move* pv);
 // Requires the static evaluation in the ply's record and that the side to move is not in check.
-int Q_Search(Position* pos, int side, int ply, int depth, int alpha, int beta, int node_type,
-             Move* pv);
-int SNMP(Position* pos, int side, int static_eval, int beta);
-int ProbCut(Position* pos, int ply, int depth, int bound);
+int Q_Search(ThreadBlock* tb, int depth, Window window, int node_type, Move* pv);
+// 1 when no man of the side to move can be won by enough to bring the score down to beta, else 0.
+int SNMP(ThreadBlock* tb, int static_eval, int beta);
+// 1 when a safe capture, searched to depth - 1, reaches the bound, else 0.
+int ProbCut(ThreadBlock* tb, int depth, int bound);
 // Number of earlier positions of the game and path, same side to move, equal to this one, within
 // the last fifty-counter plies; counting stops at `limit`.
 int CountRepetitions(const Position* pos, int limit);
@@ -42,7 +54,7 @@ inline void CopyLine(Move* to, const Move* line, int from) {
 void SearchIterations(int slot);
 // Searches the root moves from list index `index` on at one depth. Returns 1 when a move became the
 // best of them, 0 when the search was stopped or abandoned before.
-int SearchRoot(Position* pos, int side, int depth, int index);
+int SearchRoot(ThreadBlock* tb, int depth, int index);
 void NewBestMove(ThreadBlock* tb);
 
 // Time management (timeman.cpp). Seconds.

@@ -6,7 +6,6 @@
 #include "board/bitboards.h"
 #include "board/moves.h"
 #include "board/zobrist.h"
-#include "eval/threadblock.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
 #include "platform/memory.h"
@@ -66,7 +65,7 @@ bool MoveFitsBoard(const Position* pos, Move move) {
 }
 
 // Does the position repeat, as seen from ply `ply` of a line?
-bool LineRepeats(Position* pos, int ply) {
+bool LineRepeats(const Position* pos, int ply) {
     const int h = pos->fifty;
     if (h <= 3) { return false; }
     int limit = ply < 5 ? 2 : 1;
@@ -75,12 +74,12 @@ bool LineRepeats(Position* pos, int ply) {
 }
 
 // A line ends where the fifty-move counter has run out, unless the side to move is mated.
-bool LineEndsByFiftyMoves(Position* pos, int ply) {
-    if (pos->fifty <= 100 || ply <= 2) { return false; }
-    PlyData* pd = &pos->sstack[pos->ply];
-    pd->list_start = pos->sstack[1].list_start;
+bool LineEndsByFiftyMoves(ThreadBlock* tb, int ply) {
+    if (tb->pos.fifty <= 100 || ply <= 2) { return false; }
+    PlyData* pd = CurrentPly(tb);
+    pd->list_start = tb->ply_data[1].list_start;
     pd->hash_move = NO_MOVE;
-    return IsMate(pos, 0) == 0;
+    return IsMate(tb, 0) == 0;
 }
 
 }  // namespace
@@ -205,14 +204,15 @@ void StoreInTTable(const Position* pos, Move move, int depth, int score, int bou
     target->keys.store(PackKeys(key_high, CheckWord(move, score, key)), std::memory_order_relaxed);
 }
 
-void RetrievePV(Position* pos, int ply, Move* pv) {
+void RetrievePV(ThreadBlock* tb, int ply, Move* pv) {
+    Position* pos = &tb->pos;
     if (pv[ply] == NO_MOVE) {
         TTEntry entry = {};
         entry.depth = TT_PRESET_DEPTH;
         ProbeTTable(pos, &entry);
         pv[ply + 1] = NO_MOVE;
         if (entry.depth < 1 || entry.move == NO_MOVE) { return; }
-        if (LineEndsByFiftyMoves(pos, ply) || LineRepeats(pos, ply)) { return; }
+        if (LineEndsByFiftyMoves(tb, ply) || LineRepeats(pos, ply)) { return; }
         // The table's move may belong to another position with the same key.
         if (!MoveIsPseudoLegal(pos, entry.move)) { return; }
         if (!MoveIsLegal(pos, pos->side, entry.move)) { return; }
@@ -221,7 +221,7 @@ void RetrievePV(Position* pos, int ply, Move* pv) {
         return;
     }
     MakeMove(pos, pv[ply]);
-    if (ply + 1 <= MAX_DEPTH) { RetrievePV(pos, ply + 1, pv); }
+    if (ply + 1 <= MAX_DEPTH) { RetrievePV(tb, ply + 1, pv); }
     UnmakeMove(pos);
 }
 

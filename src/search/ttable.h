@@ -5,7 +5,7 @@
 
 #include <atomic>
 
-#include "board/position.h"
+#include "eval/threadblock.h"
 
 inline constexpr int BOUND_UPPER = 1;  // the node failed low
 inline constexpr int BOUND_LOWER = 2;  // the node failed high
@@ -55,7 +55,7 @@ void StoreInTTable(const Position* pos, Move move, int depth, int score, int bou
 void PrefetchTTable(int side, u64 key);
 // Continues the line pv[ply..] by the table's moves; pv must hold PV_SIZE + 2 moves. Leaves the
 // position as it found it.
-void RetrievePV(Position* pos, int ply, Move* pv);
+void RetrievePV(ThreadBlock* tb, int ply, Move* pv);
 // Share of the table in use, 0..1; 0 without entries.
 double HashFill();
 

@@ -15,7 +15,7 @@ TEST(MateTest, TellsMateStalemateAndALegalMoveApart) {
     for (const auto& row : ReadTable("mates.tsv")) {
         Position* pos = SetGame(row[0]);
         const std::string before = Describe(pos, true);
-        EXPECT_EQ(std::to_string(IsMate(pos, InCheck(pos, pos->side))), row[1]) << row[0];
+        EXPECT_EQ(std::to_string(IsMate(ThreadData[0], InCheck(pos, pos->side))), row[1]) << row[0];
         EXPECT_EQ(Describe(pos, true), before);
     }
 }
@@ -33,9 +33,9 @@ TEST(MoveBuffer, AListThatWouldNotFitIsLeftOut) {
         }
         pos->sstack[1].list_start = tb->move_buffer + MOVE_BUFFER_SIZE - room;
         tb->nodes = 0;
-        const int whole = Perft(tb, pos->side, 1, 2);
+        const int whole = Perft(tb, 2);
         EXPECT_TRUE(room < 2 * MAX_LIST_SIZE || whole == 1) << room;
-        EXPECT_TRUE(room > 100 || (whole == 0 && !MoveListFits(pos))) << room;
+        EXPECT_TRUE(room > 100 || (whole == 0 && !MoveListFits(tb))) << room;
         EXPECT_EQ(tb->nodes == all, whole == 1) << room;
         for (const auto& row : tb->history) {
             for (i16 value : row) { ASSERT_EQ(value, 77) << "written past the buffer"; }

@@ -26,7 +26,7 @@ protected:
         pd.moves_searched = static_cast<i16>(searched);
         std::vector<MoveEntry> picked;
         const int in_check = InCheck(pos, pos->side);
-        while (const MoveEntry* e = GetNextMoveFW(pos, in_check)) { picked.push_back(*e); }
+        while (const MoveEntry* e = GetNextMoveFW(tb_, in_check)) { picked.push_back(*e); }
         return picked;
     }
 

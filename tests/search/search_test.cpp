@@ -45,7 +45,7 @@ protected:
         pos->sstack[ply - 1].list_start = pos->sstack[ply - 1].cursor = buffer;
         pos->sstack[ply].list_start = buffer + 2;
         Move pv[PV_SIZE + 2] = {};
-        return Search(pos, pos->side, ply, depth, alpha, beta, type, pv);
+        return Search(ThreadData[0], depth, {alpha, beta}, type, pv);
     }
 };
 

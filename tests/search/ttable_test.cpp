@@ -213,7 +213,7 @@ TEST_F(TTableTest, LineIsReadBackToItsEndOrRepetition) {
         }
         while (pos->hist_count > 0) { UnmakeMove(pos); }
         Move pv[PV_SIZE + 2] = {};
-        RetrievePV(pos, 1, pv);
+        RetrievePV(ThreadData[0], 1, pv);
         EXPECT_EQ(Line(pv), c.found);
         EXPECT_EQ(Describe(pos, true), before);
     }
