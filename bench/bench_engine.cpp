@@ -90,8 +90,8 @@ void BenchEvaluate(benchmark::State& state) {
     for (auto _ : state) {
         for (const Prepared& p : prepared) {
             Worker()->pos = p.pos;
-            const int in_check = InCheck(&p.pos, p.pos.side);
-            benchmark::DoNotOptimize(Evaluate(Worker(), p.pos.side, 1, in_check));
+            const bool in_check = InCheck(&p.pos, p.pos.side) != 0;
+            benchmark::DoNotOptimize(Evaluate(Worker(), 1, in_check));
             ++done;
         }
     }

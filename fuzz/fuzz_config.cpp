@@ -24,7 +24,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     BuildReductionTable(&Personality);
     InitEval();
     SetPosition(game_position, "r1bq1rk1/pp2bppp/2n1pn2/3p4/3P4/2NBPN2/PP3PPP/R1BQ1RK1 w - -");
-    Evaluate(ThreadData[0], game_position->side, 1, 0);
+    Evaluate(ThreadData[0], 1, false);
     Personality = DefaultPersonality;
     InitEval();
     return 0;

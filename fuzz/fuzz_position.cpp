@@ -52,6 +52,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     const int in_check = InCheck(pos, pos->side);
     Require((IsMate(ThreadData[0], in_check) == 0) == (legal > 0));
-    if (!in_check) { Evaluate(ThreadData[0], pos->side, 1, 0); }
+    if (!in_check) { Evaluate(ThreadData[0], 1, false); }
     return 0;
 }

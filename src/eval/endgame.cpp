@@ -7,6 +7,7 @@
 #include "board/zobrist.h"
 #include "eval/evalhelpers.h"
 #include "eval/evaluate.h"
+#include "frontend/pblock.h"
 
 u8 kpk_db[2][32][64][64];
 
@@ -294,7 +295,8 @@ int EvalMopup(const EvalInfo* info, int side) {
     return side == strong ? score : -score;
 }
 
-bool EvalSpecialEnding(EvalInfo* info, int side, int* score) {
+template <typename Report>
+bool EvalSpecialEnding(EvalInfo* info, int side, int* score, Report report) {
     constexpr u32 knight = msig[KNIGHT], bishop = msig[BISHOP], rook = msig[ROOK],
                   queen = msig[QUEEN];
     const Position* pos = info->pos;
@@ -320,12 +322,11 @@ bool EvalSpecialEnding(EvalInfo* info, int side, int* score) {
         return false;
     }
     *score = side == strong ? strong_score : -strong_score;
-    if (info->report) {
-        const int k = info->king_square[strong];
-        PBlock.report.squares[k] = PBlock.report.kings[strong] = static_cast<i16>(strong_score);
-    }
+    report.SpecialEnding(strong, info->king_square[strong], strong_score);
     return true;
 }
+template bool EvalSpecialEnding(EvalInfo* info, int side, int* score, NoReport report);
+template bool EvalSpecialEnding(EvalInfo* info, int side, int* score, ReportWriter report);
 
 double DrawishnessFactor(const EvalInfo* info, int side, int score) {
     const int s = score > 0 ? side : side ^ 1, w = s ^ 1;

@@ -4,7 +4,6 @@
 
 #include "board/bitboards.h"
 #include "eval/evaluate.h"
-#include "frontend/pblock.h"
 
 // Squares named by rectangle, from White's point of view.
 inline constexpr Bitboard BLOCK_B2_G7 = 0x007E7E7E7E7E7E00u;
@@ -43,19 +42,48 @@ constexpr int RelativeRank(int square) {
     return RankOf(square ^ flip_sq[US]);
 }
 
+// Caches are trusted from this ply on: the root computes anew.
+inline constexpr int CACHED_FROM_PLY = 2;
+
 // Mix of an opening and an ending value by the stage, truncated toward zero.
 constexpr int Blend(int stage, int opening, int ending) {
     return (opening * (MAX_STAGE - stage) + ending * stage) / MAX_STAGE;
 }
-
-constexpr void AddTo(i16* sum, int value) { *sum = static_cast<i16>(*sum + value); }
-
-// Adds one piece's value to its square and its side's line of the report. Only while info->report.
-// Never inlined: a compiler that moves its loads before that test would make other threads read the
-// report while slot 1 writes it.
-[[gnu::noinline, gnu::cold]] inline void ReportPiece(const EvalInfo* info, i16* line, int square,
-                                                     int opening, int ending) {
-    const int value = Blend(info->stage, opening, ending);
-    AddTo(&PBlock.report.squares[square], value);
-    AddTo(line, value);
+constexpr int Blend(int stage, TaperedScore value) {
+    return Blend(stage, value.opening, value.ending);
 }
+
+// What a part of the evaluation does for the report: nothing in a search's call ...
+struct NoReport {
+    static constexpr bool IN_SEARCH = true;
+    void Charge(const EvalInfo*, ReportTerm, int /*side*/, int /*square*/, TaperedScore) const {}
+    void SpecialEnding(int /*side*/, int /*king_square*/, int /*score*/) const {}
+    void Totals(const EvalInfo*, double /*factor*/) const {}
+};
+
+// ... and notes in *report for those who show it. Every part is compiled for either.
+class ReportWriter {
+public:
+    static constexpr bool IN_SEARCH = false;  // who looks on is not counted as a probe
+    explicit ReportWriter(EvalReport* report) : report_(report) {}
+    // The man on `square` adds `value` to its side's line `term`.
+    void Charge(const EvalInfo* info, ReportTerm term, int side, int square,
+                TaperedScore value) const;
+    // A special ending answered: `score`, for the strong side, stands on that side's king.
+    void SpecialEnding(int side, int king_square, int score) const;
+    void Totals(const EvalInfo* info, double factor) const;
+
+private:
+    EvalReport* report_;
+};
+
+// Parts of Evaluate. Each adds to the sums of *info and reads what the parts before it left there.
+
+// Fills the pawn entry, the outposts and the positional sums with everything that pawns are worth.
+// Needs the attack sets of pawns and kings. (pawns.cpp)
+template <typename Report>
+void EvaluatePawns(ThreadBlock* tb, EvalInfo* info, Report report);
+// Needs every attack set, check square and pressure counter of both sides. (king.cpp)
+template <typename Report>
+void EvalKing(EvalInfo* info, int side, Report report);
+void EvalPinnedPieces(EvalInfo* info, int side);  // (king.cpp)

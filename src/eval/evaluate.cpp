@@ -2,11 +2,12 @@
 // queens. Needs the square tables, the keys, InitKPK and InitEval. Each thread works on its own
 // ThreadBlock and reads the shared tables only.
 //
-// Code that differs by colour is a template on the side; what feeds the report is compiled apart
-// (REPORT), so that the search's calls carry none of it.
+// Code that differs by colour is a template on the side; what feeds the report is one on the report
+// (NoReport or ReportWriter), so that the search's calls carry none of it.
 #include "eval/evaluate.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <cstdlib>
 
@@ -56,8 +57,7 @@ constexpr int DRAWISH_FROM = 15;  // smaller scores are never scaled
 struct PieceSums {
     Bitboard attacks;
     Bitboard twice;
-    int opening = 0;
-    int ending = 0;
+    TaperedScore value;
     int mobility = 0;
     int king_attack;
 };
@@ -68,16 +68,8 @@ inline void AddAttacks(PieceSums* s, Bitboard* by_type, Bitboard targets) {
     *by_type |= targets;
 }
 
-template <int US, bool REPORT>
-inline void AddPieceValue(const EvalInfo* info, PieceSums* s, i16* line, int square, int opening,
-                          int ending) {
-    s->opening += opening;
-    s->ending += ending;
-    if constexpr (REPORT) { ReportPiece(info, line + US, square, opening, ending); }
-}
-
-template <int US, bool REPORT>
-inline void EvaluateKnights(EvalInfo* info, PieceSums* s) {
+template <int US, typename Report>
+inline void EvaluateKnights(EvalInfo* info, PieceSums* s, Report report) {
     constexpr int THEM = US ^ 1;
     const Bitboard king_targets = info->king_zone[THEM] | info->knight_checks[THEM];
     const int ending_bonus = knight_by_enemy_pawns[std::min(info->pawns[THEM], MAX_PAWNS)];
@@ -88,21 +80,22 @@ inline void EvaluateKnights(EvalInfo* info, PieceSums* s) {
         AddAttacks(s, &by_knights, targets);
         if (targets & king_targets) { s->king_attack += KING_ATTACK_MINOR; }
         s->mobility += KnightMobility[CountBits(targets & info->mobility_area[US])];
-        int opening = KnightOpening[RelativeSquare<US>(sq)];
+        TaperedScore value = {KnightOpening[RelativeSquare<US>(sq)],
+                              KnightEnding[RelativeSquare<US>(sq)] + ending_bonus};
         if (info->outposts[US] & Bit(sq)) {
-            opening += Personality.knight_outpost;
-            if (info->attacks_by[US][PAWN] & Bit(sq)) { opening += OUTPOST_DEFENDED; }
+            value.opening += Personality.knight_outpost;
+            if (info->attacks_by[US][PAWN] & Bit(sq)) { value.opening += OUTPOST_DEFENDED; }
         } else if (info->outposts[US] & targets) {
-            opening += Personality.knight_outpost / 2;
+            value.opening += Personality.knight_outpost / 2;
         }
-        const int ending = KnightEnding[RelativeSquare<US>(sq)] + ending_bonus;
-        AddPieceValue<US, REPORT>(info, s, PBlock.report.knights, sq, opening, ending);
+        s->value += value;
+        report.Charge(info, KNIGHT_TERM, US, sq, value);
     }
     info->attacks_by[US][KNIGHT] = by_knights;
 }
 
-template <int US, bool REPORT>
-inline void EvaluateBishops(EvalInfo* info, PieceSums* s) {
+template <int US, typename Report>
+inline void EvaluateBishops(EvalInfo* info, PieceSums* s, Report report) {
     constexpr int THEM = US ^ 1;
     const Position* pos = info->pos;
     const Bitboard king_targets = info->king_zone[THEM] | info->bishop_checks[THEM];
@@ -115,17 +108,20 @@ inline void EvaluateBishops(EvalInfo* info, PieceSums* s) {
         if (targets & king_targets) { s->king_attack += KING_ATTACK_MINOR; }
         s->mobility += BishopMobility[CountBits(targets & info->mobility_area[US])] +
                        BISHOP_CENTRE_SQUARE * CountBits(targets & BLOCK_C3_F6);
-        int opening = BishopOpening[RelativeSquare<US>(sq)];
+        TaperedScore value = {BishopOpening[RelativeSquare<US>(sq)],
+                              BishopEnding[RelativeSquare<US>(sq)]};
         const Bitboard ways_out = targets & BLOCK_B2_G7 & ~info->attacks_by[THEM][PAWN];
-        if ((bishop_trap[US] & Bit(sq)) && ways_out == 0) { opening += Personality.bishop_trapped; }
-        const int ending = BishopEnding[RelativeSquare<US>(sq)];
-        AddPieceValue<US, REPORT>(info, s, PBlock.report.bishops, sq, opening, ending);
+        if ((bishop_trap[US] & Bit(sq)) && ways_out == 0) {
+            value.opening += Personality.bishop_trapped;
+        }
+        s->value += value;
+        report.Charge(info, BISHOP_TERM, US, sq, value);
     }
     info->attacks_by[US][BISHOP] = by_bishops;
 }
 
-template <int US, bool REPORT>
-inline void EvaluateRooks(EvalInfo* info, PieceSums* s) {
+template <int US, typename Report>
+inline void EvaluateRooks(EvalInfo* info, PieceSums* s, Report report) {
     constexpr int THEM = US ^ 1;
     const Position* pos = info->pos;
     const Bitboard king_targets = info->king_zone[THEM] | info->rook_checks[THEM];
@@ -142,29 +138,27 @@ inline void EvaluateRooks(EvalInfo* info, PieceSums* s) {
         const int forward = CountBits(targets & FileMask(file) & HOME_HALF[THEM]);
         s->mobility +=
             RookMobility[count] + std::min(ROOK_FORWARD_SQUARE * forward, ROOK_FORWARD_MAX);
-        int opening = RookOpening[RelativeSquare<US>(sq)];
-        int ending = RookEnding[RelativeSquare<US>(sq)];
+        TaperedScore value = {RookOpening[RelativeSquare<US>(sq)],
+                              RookEnding[RelativeSquare<US>(sq)]};
         if (!((own_files >> file) & 1)) {
-            const int bonus = (enemy_files >> file) & 1 ? Personality.rook_half_open_file
-                                                        : Personality.rook_open_file;
-            opening += bonus;
-            ending += bonus;
+            value += BothStages((enemy_files >> file) & 1 ? Personality.rook_half_open_file
+                                                          : Personality.rook_open_file);
         } else if (count < ROOK_TRAPPED_MOBILITY &&
                    ((pos->bb[US][PAWN] | pos->bb[US][KING]) & RankMask(RankOf(sq)) &
                     rook_blocking_files[file])) {
-            opening += Personality.rook_trapped;
+            value.opening += Personality.rook_trapped;
         }
         if (RelativeRank<US>(sq) == 6 && info->back_rank_target[US]) {
-            opening += Personality.rook_rank7;
-            ending += Personality.rook_rank7;
+            value += BothStages(Personality.rook_rank7);
         }
-        AddPieceValue<US, REPORT>(info, s, PBlock.report.rooks, sq, opening, ending);
+        s->value += value;
+        report.Charge(info, ROOK_TERM, US, sq, value);
     }
     info->attacks_by[US][ROOK] = by_rooks;
 }
 
-template <int US, bool REPORT>
-inline void EvaluateQueens(EvalInfo* info, PieceSums* s) {
+template <int US, typename Report>
+inline void EvaluateQueens(EvalInfo* info, PieceSums* s, Report report) {
     constexpr int THEM = US ^ 1;
     const Position* pos = info->pos;
     const Bitboard king_targets =
@@ -189,32 +183,31 @@ inline void EvaluateQueens(EvalInfo* info, PieceSums* s) {
             s->king_attack += KING_ATTACK_XRAY;
         }
         s->mobility += QueenMobility[CountBits(targets & info->mobility_area[US])];
-        int opening = QueenOpening[RelativeSquare<US>(sq)];
-        int ending = QueenEnding[RelativeSquare<US>(sq)];
+        TaperedScore value = {QueenOpening[RelativeSquare<US>(sq)],
+                              QueenEnding[RelativeSquare<US>(sq)]};
         if (RelativeRank<US>(sq) == 6 && info->back_rank_target[US]) {
-            opening += Personality.queen_rank7;
-            ending += Personality.queen_rank7;
+            value += BothStages(Personality.queen_rank7);
         }
-        AddPieceValue<US, REPORT>(info, s, PBlock.report.queens, sq, opening, ending);
+        s->value += value;
+        report.Charge(info, QUEEN_TERM, US, sq, value);
     }
     info->attacks_by[US][QUEEN] = by_queens;
 }
 
-template <int US, bool REPORT>
-void EvaluatePieces(EvalInfo* info) {
+template <int US, typename Report>
+void EvaluatePieces(EvalInfo* info, Report report) {
     PieceSums s;
     s.attacks = info->attacks[US];
     s.twice = info->attacked_twice[US];
     s.king_attack = info->king_attack[US];
-    EvaluateKnights<US, REPORT>(info, &s);
-    EvaluateBishops<US, REPORT>(info, &s);
-    EvaluateRooks<US, REPORT>(info, &s);
-    EvaluateQueens<US, REPORT>(info, &s);
+    EvaluateKnights<US>(info, &s, report);
+    EvaluateBishops<US>(info, &s, report);
+    EvaluateRooks<US>(info, &s, report);
+    EvaluateQueens<US>(info, &s, report);
     info->attacks[US] = s.attacks;
     info->attacked_twice[US] = s.twice;
     info->king_attack[US] = s.king_attack;
-    info->positional_op[US] += s.opening;
-    info->positional_en[US] += s.ending;
+    info->positional[US] += s.value;
     info->mobility[US] = s.mobility;
 }
 
@@ -231,10 +224,9 @@ inline void CountMaterial(EvalInfo* info) {
     info->pieces[US] = n + b + r + q;
     info->phase[US] = std::min(n + b + 2 * r + 4 * q, PHASE_CAP);
     const int valued = std::min(p, MAX_PAWNS);
-    info->material_op[US] =
-        MtlPawnOp[valued] + MtlKnightOp[n] + MtlBishopOp[b] + MtlRookOp[r] + MtlQueenOp[q];
-    info->material_en[US] =
-        MtlPawnEn[valued] + MtlKnightEn[n] + MtlBishopEn[b] + MtlRookEn[r] + MtlQueenEn[q];
+    info->material[US] = {
+        MtlPawnOp[valued] + MtlKnightOp[n] + MtlBishopOp[b] + MtlRookOp[r] + MtlQueenOp[q],
+        MtlPawnEn[valued] + MtlKnightEn[n] + MtlBishopEn[b] + MtlRookEn[r] + MtlQueenEn[q]};
 }
 
 // Attack sets of pawns and king, the zone of the own king, and the enemy's mobility area, which
@@ -293,38 +285,23 @@ inline void EvaluateHanging(EvalInfo* info) {
         ++count;
     } while (hanging != 0);
     info->pd->hanging[US] = static_cast<i16>(value);
-    const int charge = Personality.hung * (2 * count - 1);
-    info->positional_op[US] += charge;
-    info->positional_en[US] += charge;
+    info->positional[US] += BothStages(Personality.hung * (2 * count - 1));
 }
 
 // Mixed difference of both sides' sums, for White.
 inline int BlendedScore(const EvalInfo* info) {
-    const int mobility = info->mobility[WHITE] - info->mobility[BLACK];
-    const int opening = info->positional_op[WHITE] - info->positional_op[BLACK] + mobility +
-                        info->material_op[WHITE] - info->material_op[BLACK];
-    const int ending = info->positional_en[WHITE] - info->positional_en[BLACK] + mobility +
-                       info->material_en[WHITE] - info->material_en[BLACK];
-    return Blend(info->stage, opening, ending);
-}
-
-void ReportTotals(const EvalInfo* info, double factor) {
-    EvalReport& report = PBlock.report;
-    for (int c = WHITE; c <= BLACK; ++c) {
-        report.material[c] =
-            static_cast<i16>(Blend(info->stage, info->material_op[c], info->material_en[c]));
-        report.positional[c] =
-            static_cast<i16>(Blend(info->stage, info->positional_op[c], info->positional_en[c]));
-        report.free_pawn_rank[c] = static_cast<i8>(info->pd->free_pawn_rank[c]);
-    }
-    report.stage = static_cast<i16>(info->stage);
-    report.factor = factor;
-    report.hanging = info->hanging;
-    report.pinned = info->pinned;
+    TaperedScore difference = BothStages(info->mobility[WHITE] - info->mobility[BLACK]);
+    difference += info->positional[WHITE];
+    difference -= info->positional[BLACK];
+    difference += info->material[WHITE];
+    difference -= info->material[BLACK];
+    return Blend(info->stage, difference);
 }
 
 // The general evaluation: everything after the special endings and the cache.
-int EvaluateAllTerms(ThreadBlock* tb, EvalInfo* info, int side, double* factor) {
+template <typename Report>
+int EvaluateAllTerms(ThreadBlock* tb, EvalInfo* info, Report report) {
+    const int side = info->pos->side;
     CountMaterial<WHITE>(info);
     CountMaterial<BLACK>(info);
     info->stage = MAX_STAGE - info->phase[WHITE] - info->phase[BLACK];
@@ -333,47 +310,40 @@ int EvaluateAllTerms(ThreadBlock* tb, EvalInfo* info, int side, double* factor) 
     SetUpKingTargets<WHITE>(info);
     SetUpKingTargets<BLACK>(info);
     info->hanging = info->pinned = 0;
-    EvaluatePawns(tb, info);
-    if (info->report) {
-        EvaluatePieces<WHITE, true>(info);
-        EvaluatePieces<BLACK, true>(info);
-    } else {
-        EvaluatePieces<WHITE, false>(info);
-        EvaluatePieces<BLACK, false>(info);
-    }
-    EvalKing(info, WHITE, info->king_square[WHITE]);
-    EvalKing(info, BLACK, info->king_square[BLACK]);
+    EvaluatePawns(tb, info, report);
+    EvaluatePieces<WHITE>(info, report);
+    EvaluatePieces<BLACK>(info, report);
+    EvalKing(info, WHITE, report);
+    EvalKing(info, BLACK, report);
     EvaluateHanging<WHITE>(info);
     EvaluateHanging<BLACK>(info);
     EvalPinnedPieces(info, WHITE);
     EvalPinnedPieces(info, BLACK);
     // Deliberately one-sided: only the black king above the white one.
     if (info->stage == MAX_STAGE && info->king_square[BLACK] == info->king_square[WHITE] + 16) {
-        info->positional_en[side] -= OPPOSITION;
+        info->positional[side].ending -= OPPOSITION;
     }
     int score = BlendedScore(info);
     if (side == BLACK) { score = -score; }
     score += tempo_bonus[info->stage];
-    *factor = std::abs(score) < DRAWISH_FROM ? 1.0 : DrawishnessFactor(info, side, score);
-    return static_cast<int>(score * *factor);
+    const double factor =
+        std::abs(score) < DRAWISH_FROM ? 1.0 : DrawishnessFactor(info, side, score);
+    report.Totals(info, factor);
+    return static_cast<int>(score * factor);
 }
 
-}  // namespace
-
-int Evaluate(ThreadBlock* tb, int side, int ply, int in_check) {
+// Evaluate, compiled for either kind of report.
+template <typename Report>
+int EvaluatePosition(ThreadBlock* tb, int ply, bool in_check, Report report) {
     PlyData* pd = &tb->ply_data[ply];
     pd->free_pawn_rank[WHITE] = pd->free_pawn_rank[BLACK] = 0;
     pd->hanging[WHITE] = pd->hanging[BLACK] = 0;
     pd->trivial_draw = 0;
-    const Position* pos = &tb->pos;
-    EvalInfo* info = &tb->eval_info;
-    info->report = tb->slot == 1 && ply <= 1;
-    if (info->report) {
-        PBlock.report = EvalReport{};
-        PBlock.report.factor = 1.0;
-    }
     if (in_check) { return NO_SCORE; }
 
+    const Position* pos = &tb->pos;
+    const int side = pos->side;
+    EvalInfo* info = &tb->eval_info;
     info->pos = pos;
     info->pd = pd;
     info->ply = ply;
@@ -382,13 +352,13 @@ int Evaluate(ThreadBlock* tb, int side, int ply, int in_check) {
     info->occupied = Occupied(pos);
     if (PawnCount(pos->sig[WHITE]) + PawnCount(pos->sig[BLACK]) <= 1) {
         int score;
-        if (EvalSpecialEnding(info, side, &score)) { return score; }
+        if (EvalSpecialEnding(info, side, &score, report)) { return score; }
     }
 
-    tb->eval_probes += 1;
+    if (Report::IN_SEARCH) { tb->eval_probes += 1; }
     const u64 key = SearchKey(pos);
     EvalCacheEntry* entry = EvalCacheSlot(tb, key, side);
-    if (entry->key == key && ply >= 2) {
+    if (entry->key == key && ply >= CACHED_FROM_PLY) {
         tb->eval_hits += 1;
         pd->free_pawn_rank[WHITE] = entry->free_pawn_rank[WHITE];
         pd->free_pawn_rank[BLACK] = entry->free_pawn_rank[BLACK];
@@ -397,16 +367,52 @@ int Evaluate(ThreadBlock* tb, int side, int ply, int in_check) {
         return entry->score;
     }
 
-    double factor;
     // Cut to the cache's field here, so that hits and misses agree under any weights.
-    const i16 score = static_cast<i16>(
-        std::clamp(EvaluateAllTerms(tb, info, side, &factor), INT16_MIN, INT16_MAX));
+    const i16 score =
+        static_cast<i16>(std::clamp(EvaluateAllTerms(tb, info, report), INT16_MIN, INT16_MAX));
     *entry = {score,
               {pd->free_pawn_rank[WHITE], pd->free_pawn_rank[BLACK]},
               {pd->hanging[WHITE], pd->hanging[BLACK]},
               key};
-    if (info->report) { ReportTotals(info, factor); }
     return score;
+}
+
+void AddTo(i16* sum, int value) { *sum = static_cast<i16>(*sum + value); }
+
+}  // namespace
+
+void ReportWriter::Charge(const EvalInfo* info, ReportTerm term, int side, int square,
+                          TaperedScore value) const {
+    const int blended = Blend(info->stage, value);
+    AddTo(&report_->squares[square], blended);
+    AddTo(&report_->terms[term][side], blended);
+}
+
+void ReportWriter::SpecialEnding(int side, int king_square, int score) const {
+    report_->squares[king_square] = report_->terms[KING_TERM][side] = static_cast<i16>(score);
+}
+
+void ReportWriter::Totals(const EvalInfo* info, double factor) const {
+    for (int c = WHITE; c <= BLACK; ++c) {
+        report_->material[c] = static_cast<i16>(Blend(info->stage, info->material[c]));
+        report_->positional[c] = static_cast<i16>(Blend(info->stage, info->positional[c]));
+        report_->free_pawn_rank[c] = info->pd->free_pawn_rank[c];
+    }
+    report_->stage = static_cast<i16>(info->stage);
+    report_->factor = factor;
+    report_->hanging = info->hanging;
+    report_->pinned = info->pinned;
+}
+
+int Evaluate(ThreadBlock* tb, int ply, bool in_check) {
+    assert(ply >= 1 && ply < SEARCH_STACK_SIZE);
+    return EvaluatePosition(tb, ply, in_check, NoReport());
+}
+
+int EvaluateWithReport(ThreadBlock* tb, EvalReport* report) {
+    *report = EvalReport{};
+    const bool in_check = InCheck(&tb->pos, tb->pos.side) != 0;
+    return EvaluatePosition(tb, 1, in_check, ReportWriter(report));
 }
 
 double WinProbability(int score) {

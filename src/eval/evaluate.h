@@ -1,6 +1,6 @@
 // Static evaluation of a position, its per-thread scratch record and caches, and the report. Needs
 // the square tables, the keys, InitKPK and InitEval. Each thread evaluates with its own
-// ThreadBlock.
+// ThreadBlock and reads the shared tables only.
 #pragma once
 
 #include "board/plydata.h"
@@ -31,6 +31,51 @@ struct PawnEntry {
     u64 key;              // pawn_hash
 };
 
+// An opening and an ending value in centipawns, which the stage of the game blends.
+struct TaperedScore {
+    int opening = 0;
+    int ending = 0;
+
+    constexpr TaperedScore& operator+=(TaperedScore other) {
+        opening += other.opening;
+        ending += other.ending;
+        return *this;
+    }
+    constexpr TaperedScore& operator-=(TaperedScore other) {
+        opening -= other.opening;
+        ending -= other.ending;
+        return *this;
+    }
+};
+
+// A value that counts alike in the opening and in the ending.
+constexpr TaperedScore BothStages(int value) { return {value, value}; }
+
+// Lines of the report that single men are charged to, in the order in which they are shown.
+enum ReportTerm : u8 {
+    PAWN_TERM,
+    KNIGHT_TERM,
+    BISHOP_TERM,
+    ROOK_TERM,
+    QUEEN_TERM,
+    KING_TERM,
+    PASSER_TERM,
+    REPORT_TERMS
+};
+
+// How the evaluation sees one position. Centipawns, [0] white, [1] black; owned by who shows it.
+struct EvalReport {
+    i16 squares[64];  // blended contribution of the man on each square
+    i16 material[2];
+    i16 positional[2];
+    i16 terms[REPORT_TERMS][2];
+    i16 stage;            // 0..24; 0 when a special ending answered
+    double factor = 1.0;  // drawishness factor, 0..1
+    Bitboard hanging;
+    Bitboard pinned;
+    u8 free_pawn_rank[2];
+};
+
 // Scratch record of one Evaluate call; owned by the thread, lives during the call only. [0] white,
 // [1] black.
 struct EvalInfo {
@@ -39,16 +84,15 @@ struct EvalInfo {
     const PawnEntry* pawn_entry;
     int ply;
     int stage;                 // 0..24
-    bool report;               // this call fills the report
     bool back_rank_target[2];  // enemy king or pawns make the seventh rank worth a visit
     bool king_confined[2];     // the side's king is held on the edge
     int race[2];               // pawn race value
     int pawns[2], knights[2], bishops[2], rooks[2], queens[2];
     int pieces[2];  // knights + bishops + rooks + queens
     int phase[2];   // capped at 12
-    int material_op[2], material_en[2];
+    TaperedScore material[2];
+    TaperedScore positional[2];
     int mobility[2];
-    int positional_op[2], positional_en[2];
     int king_attack[2];  // pressure of the side's men on the enemy king
     int king_safety[2];  // kept, shown nowhere
     int king_square[2];
@@ -67,15 +111,16 @@ struct EvalInfo {
     Bitboard rook_checks[2];
 };
 
-// Score in centipawns for `side`, the side to move; NO_SCORE when in_check. Leaves hanging
-// material, free-pawn ranks and the trivial-draw flag in tb->ply_data[ply]. ply 1 = root: caches
-// are not trusted there, and slot 1 fills PBlock.report.
-int Evaluate(ThreadBlock* tb, int side, int ply, int in_check);
+// Score in centipawns for the side to move; NO_SCORE when in_check, which says whether that side is
+// in check. Leaves hanging material, free-pawn ranks and the trivial-draw flag in
+// tb->ply_data[ply]. From ply 2 on the thread's caches are trusted; ply 1 (the root) computes anew.
+// Called by the thread that owns the block. Requires 1 <= ply < SEARCH_STACK_SIZE and one king a
+// side.
+int Evaluate(ThreadBlock* tb, int ply, bool in_check);
 
-// Parts of Evaluate (pawns.cpp, king.cpp).
-void EvaluatePawns(ThreadBlock* tb, EvalInfo* info);
-void EvalKing(EvalInfo* info, int side, int king_square);
-void EvalPinnedPieces(EvalInfo* info, int side);
+// Evaluate at ply 1 of the block's position that also fills *report: all of it empty when the side
+// to move is in check.
+int EvaluateWithReport(ThreadBlock* tb, EvalReport* report);
 
 // Endgame knowledge (endgame.cpp).
 extern u8 kpk_db[2][32][64][64];
@@ -83,8 +128,9 @@ void InitKPK();                              // fills the bitbase; needs the squ
 int EvalKPK(const Position* pos, int side);  // +-800 or 0; requires exactly one pawn and no pieces
 int EvalMopup(const EvalInfo* info, int side);
 // True, with *score for `side` set, when a special ending answers the position; pd->trivial_draw is
-// set for dead material.
-bool EvalSpecialEnding(EvalInfo* info, int side, int* score);
+// set for dead material. Instantiated for both report types of evalhelpers.h.
+template <typename Report>
+bool EvalSpecialEnding(EvalInfo* info, int side, int* score, Report report);
 // Drawishness factor of a blended score (for `side`, tempo included), 0..1.
 double DrawishnessFactor(const EvalInfo* info, int side, int score);
 

@@ -105,9 +105,10 @@ inline int KingActivity(EvalInfo* info, int k) {
     return value;
 }
 
-template <int US>
-void EvalKingOf(EvalInfo* info, int k) {
+template <int US, typename Report>
+void EvalKingOf(EvalInfo* info, Report report) {
     constexpr int THEM = US ^ 1;
+    const int k = info->king_square[US];
     int opening = KingOpening[RelativeSquare<US>(k)];
     int ending = KingEnding[RelativeSquare<US>(k)];
     info->king_confined[US] = false;
@@ -119,9 +120,9 @@ void EvalKingOf(EvalInfo* info, int k) {
     }
     if (info->queens[THEM] == 0 || info->phase[THEM] < FULL_OP_PHASE) { opening /= 2; }
     if (info->stage > ACTIVITY_STAGE) { ending += KingActivity<US>(info, k); }
-    info->positional_op[US] += opening;
-    info->positional_en[US] += ending;
-    if (info->report) { ReportPiece(info, &PBlock.report.kings[US], k, opening, ending); }
+    const TaperedScore value = {opening, ending};
+    info->positional[US] += value;
+    report.Charge(info, KING_TERM, US, k, value);
 }
 
 // Men that stand alone between `target` and one of the sliders.
@@ -152,21 +153,22 @@ void EvalPinnedOf(EvalInfo* info) {
     }
     const Bitboard pinned = candidates & own[0] & ~own[PAWN];
     if (pinned == 0) { return; }
-    const int charge = Personality.pinned * CountBits(pinned);
-    info->positional_op[US] += charge;
-    info->positional_en[US] += charge;
+    info->positional[US] += BothStages(Personality.pinned * CountBits(pinned));
     info->pinned |= pinned;
 }
 
 }  // namespace
 
-void EvalKing(EvalInfo* info, int side, int king_square) {
+template <typename Report>
+void EvalKing(EvalInfo* info, int side, Report report) {
     if (side == WHITE) {
-        EvalKingOf<WHITE>(info, king_square);
+        EvalKingOf<WHITE>(info, report);
     } else {
-        EvalKingOf<BLACK>(info, king_square);
+        EvalKingOf<BLACK>(info, report);
     }
 }
+template void EvalKing(EvalInfo* info, int side, NoReport report);
+template void EvalKing(EvalInfo* info, int side, ReportWriter report);
 
 void EvalPinnedPieces(EvalInfo* info, int side) {
     if (side == WHITE) {

@@ -58,15 +58,16 @@ bool IsCandidate(const Position* pos, int sq, Bitboard enemy_span) {
 
 // Structure scores, masks and candidates of one side's pawns. Spans and the passed set must be
 // there.
-template <int US>
-void ScoreStructure(const EvalInfo* info, PawnEntry* e) {
+template <int US, typename Report>
+void ScoreStructure(const EvalInfo* info, PawnEntry* e, Report report) {
     constexpr int THEM = US ^ 1;
     const Position* pos = info->pos;
     const Bitboard own = pos->bb[US][PAWN], enemy = pos->bb[THEM][PAWN];
     const Bitboard own_attacks = info->attacks_by[US][PAWN];
     const Bitboard own_span = e->attack_span[US], enemy_span = e->attack_span[THEM];
     const Bitboard unopposed = own & ~AllAhead<THEM>(enemy);
-    int opening_sum = 0, ending_sum = 0, mask = 0;
+    TaperedScore sum;
+    int mask = 0;
     for (Bitboard pawns = own; pawns != 0;) {
         const int sq = PopLSB(&pawns);
         const Bitboard bit = Bit(sq);
@@ -92,18 +93,17 @@ void ScoreStructure(const EvalInfo* info, PawnEntry* e) {
                 e->candidates |= bit;
             }
         }
-        opening += both;
-        const int ending = PawnEnding[RelativeSquare<US>(sq)] + both;
-        opening_sum += opening;
-        ending_sum += ending;
-        if (info->report) { ReportPiece(info, &PBlock.report.pawns[US], sq, opening, ending); }
+        const TaperedScore value = {opening + both, PawnEnding[RelativeSquare<US>(sq)] + both};
+        sum += value;
+        report.Charge(info, PAWN_TERM, US, sq, value);
     }
     e->mask[US] = static_cast<u16>(mask);
-    e->opening[US] = static_cast<i16>(opening_sum);
-    e->ending[US] = static_cast<i16>(ending_sum);
+    e->opening[US] = static_cast<i16>(sum.opening);
+    e->ending[US] = static_cast<i16>(sum.ending);
 }
 
-void BuildPawnEntry(const EvalInfo* info, PawnEntry* e) {
+template <typename Report>
+void BuildPawnEntry(const EvalInfo* info, PawnEntry* e, Report report) {
     const Bitboard white = info->pos->bb[WHITE][PAWN], black = info->pos->bb[BLACK][PAWN];
     const Bitboard white_path = AllAhead<WHITE>(white), black_path = AllAhead<BLACK>(black);
     e->key = info->pos->pawn_hash;
@@ -112,8 +112,8 @@ void BuildPawnEntry(const EvalInfo* info, PawnEntry* e) {
     e->passed = (white & ~(e->attack_span[BLACK] | black_path)) |
                 (black & ~(e->attack_span[WHITE] | white_path));
     e->candidates = 0;
-    ScoreStructure<WHITE>(info, e);
-    ScoreStructure<BLACK>(info, e);
+    ScoreStructure<WHITE>(info, e, report);
+    ScoreStructure<BLACK>(info, e, report);
 }
 
 template <int US>
@@ -122,13 +122,12 @@ inline void ScoreBlocked(EvalInfo* info) {
     const Bitboard blocked = info->pos->bb[US][PAWN] & Ahead<US ^ 1>(info->occupied);
     const int cost = BLOCKED_PAWN * CountBits(blocked) +
                      BLOCKED_CENTRE_PAWN * CountBits(blocked & (Bit(D2) | Bit(D2 + 1)));
-    info->positional_op[US] -= cost;
-    info->positional_en[US] -= cost;
+    info->positional[US] -= BothStages(cost);
 }
 
 // Only the most advanced candidate of a side counts.
-template <int US>
-inline void ScoreCandidate(EvalInfo* info) {
+template <int US, typename Report>
+inline void ScoreCandidate(EvalInfo* info, Report report) {
     const Bitboard candidates = info->pawn_entry->candidates & info->pos->bb[US][PAWN];
     if (candidates == 0) { return; }
     const int sq = US == WHITE ? GetMSB(candidates) : GetLSB(candidates);
@@ -137,8 +136,8 @@ inline void ScoreCandidate(EvalInfo* info) {
     const int ending =
         ((RelativeRank<US>(sq) - 2) * CANDIDATE_RANK_WEIGHT + d * CANDIDATE_KING_WEIGHT) *
         Personality.pawn_candidate / WEIGHT_UNIT;
-    info->positional_en[US] += ending;
-    if (info->report) { ReportPiece(info, &PBlock.report.passers[US], sq, 0, ending); }
+    info->positional[US].ending += ending;
+    report.Charge(info, PASSER_TERM, US, sq, {0, ending});
 }
 
 // True when `square` is attacked by a man of `side`, lines judged over `occupied`.
@@ -171,8 +170,8 @@ int ScanPath(const EvalInfo* info, int sq, int r) {
     return r;
 }
 
-template <int US>
-void ScorePasser(EvalInfo* info, int sq) {
+template <int US, typename Report>
+void ScorePasser(EvalInfo* info, int sq, Report report) {
     constexpr int THEM = US ^ 1;
     const Position* pos = info->pos;
     const Bitboard bit = Bit(sq), own_pawns = pos->bb[US][PAWN];
@@ -215,49 +214,51 @@ void ScorePasser(EvalInfo* info, int sq) {
         ending = v;
         opening = v * PASSER_OPENING_WEIGHT / WEIGHT_UNIT;
     }
-    info->positional_op[US] += opening;
-    info->positional_en[US] += ending;
-    if (info->report) { ReportPiece(info, &PBlock.report.passers[US], sq, opening, ending); }
+    const TaperedScore value = {opening, ending};
+    info->positional[US] += value;
+    report.Charge(info, PASSER_TERM, US, sq, value);
 }
 
-template <int US>
-inline void ScorePassers(EvalInfo* info) {
+template <int US, typename Report>
+inline void ScorePassers(EvalInfo* info, Report report) {
     for (Bitboard b = info->pawn_entry->passed & info->pos->bb[US][PAWN]; b != 0;) {
-        ScorePasser<US>(info, PopLSB(&b));
+        ScorePasser<US>(info, PopLSB(&b), report);
     }
 }
 
 template <int US>
 inline void ScoreRace(EvalInfo* info) {
     const int own = info->race[US], enemy = info->race[US ^ 1];
-    if (own >= enemy + RACE_LEAD && own > RACE_ABOVE) { info->positional_en[US] += RACE_WON; }
+    if (own >= enemy + RACE_LEAD && own > RACE_ABOVE) { info->positional[US].ending += RACE_WON; }
 }
 
 }  // namespace
 
-void EvaluatePawns(ThreadBlock* tb, EvalInfo* info) {
-    tb->pawn_probes += 1;
+template <typename Report>
+void EvaluatePawns(ThreadBlock* tb, EvalInfo* info, Report report) {
+    if (Report::IN_SEARCH) { tb->pawn_probes += 1; }
     PawnEntry* e = PawnCacheSlot(tb, info->pos->pawn_hash);
-    if (e->key == info->pos->pawn_hash && info->ply >= 2) {
+    if (e->key == info->pos->pawn_hash && info->ply >= CACHED_FROM_PLY) {
         tb->pawn_hits += 1;
     } else {
-        BuildPawnEntry(info, e);
+        BuildPawnEntry(info, e, report);
     }
     info->pawn_entry = e;
     for (int c = WHITE; c <= BLACK; ++c) {
-        info->positional_op[c] = e->opening[c];
-        info->positional_en[c] = e->ending[c];
+        info->positional[c] = {e->opening[c], e->ending[c]};
         info->outposts[c] = OUTPOST_AREA[c] & ~e->attack_span[c ^ 1];
         info->race[c] = 0;
     }
     ScoreBlocked<WHITE>(info);
     ScoreBlocked<BLACK>(info);
-    ScoreCandidate<WHITE>(info);
-    ScoreCandidate<BLACK>(info);
+    ScoreCandidate<WHITE>(info, report);
+    ScoreCandidate<BLACK>(info, report);
     if (e->passed != 0) {
-        ScorePassers<WHITE>(info);
-        ScorePassers<BLACK>(info);
+        ScorePassers<WHITE>(info, report);
+        ScorePassers<BLACK>(info, report);
         ScoreRace<WHITE>(info);
         ScoreRace<BLACK>(info);
     }
 }
+template void EvaluatePawns(ThreadBlock* tb, EvalInfo* info, NoReport report);
+template void EvaluatePawns(ThreadBlock* tb, EvalInfo* info, ReportWriter report);

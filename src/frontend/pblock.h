@@ -39,26 +39,6 @@ inline constexpr int STOP_QUIT = 99;    // the pool is being ended
 
 inline constexpr int NO_COMPUTER = 2;  // value of `computer`: the engine plays neither side
 
-// How the evaluation sees one position; written by slot 1's calls at ply 1 or below. Centipawns,
-// [0] white, [1] black.
-struct EvalReport {
-    i16 squares[64];  // blended contribution of the piece on each square
-    i16 material[2];
-    i16 positional[2];
-    i16 pawns[2];
-    i16 knights[2];
-    i16 bishops[2];
-    i16 rooks[2];
-    i16 queens[2];
-    i16 kings[2];
-    i16 passers[2];
-    i16 stage;      // 0..24
-    double factor;  // drawishness factor, 0..1
-    Bitboard hanging;
-    Bitboard pinned;
-    i8 free_pawn_rank[2];
-};
-
 // How far a search may go.
 struct SearchLimits {
     Relaxed<i8> max_depth = MAX_DEPTH;  // plies, 0..66
@@ -238,7 +218,6 @@ struct ProgramBlock {
     SearchProgress progress;
     PublishedResult result;
     ToolState tool;
-    EvalReport report = {};
 
     // Every field as it is at the start of the program. No search may run.
     void Reset() {
@@ -250,7 +229,6 @@ struct ProgramBlock {
         progress = {};
         result.Clear(0);
         tool = {};
-        report = {};
     }
 };
 

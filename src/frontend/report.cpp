@@ -17,6 +17,8 @@
 
 namespace {
 
+constexpr const char* term_name[REPORT_TERMS] = {
+    "pawns=", "knights=", "bishops=", "rooks=", "queens=", "kings=", "passers="};
 constexpr const char* report_piece[2] = {"-PNBRQK", "-onbrqk"};  // by type
 
 __attribute__((format(printf, 2, 3))) void Append(std::string* text, const char* format, ...) {
@@ -50,23 +52,18 @@ void AppendLine(std::string* text, const char* name, const i16 value[2]) {
            value[WHITE] - value[BLACK]);
 }
 
-void AppendTerms(std::string* text, const Position* pos) {
-    const EvalReport& r = PBlock.report;
+void AppendTerms(std::string* text, const Position* pos, const EvalReport& r) {
     *text += "           white    black     diff\n";
     Append(text, "mtl=       %5d    %5d    %5d   (%s :: %s)\n", r.material[WHITE],
            r.material[BLACK], r.material[WHITE] - r.material[BLACK], Surplus(pos, WHITE).c_str(),
            Surplus(pos, BLACK).c_str());
     AppendLine(text, "pos=", r.positional);
-    AppendLine(text, "pawns=", r.pawns);
-    AppendLine(text, "knights=", r.knights);
-    AppendLine(text, "bishops=", r.bishops);
-    AppendLine(text, "rooks=", r.rooks);
-    AppendLine(text, "queens=", r.queens);
-    AppendLine(text, "kings=", r.kings);
-    AppendLine(text, "passers=", r.passers);
+    for (int term = 0; term < REPORT_TERMS; ++term) {
+        AppendLine(text, term_name[term], r.terms[term]);
+    }
 }
 
-void AppendBoard(std::string* text, const Position* pos) {
+void AppendBoard(std::string* text, const Position* pos, const EvalReport& r) {
     for (int rank = 7; rank >= 0; --rank) {
         for (int sq = 8 * rank; sq < 8 * rank + 8; ++sq) {
             const int code = pos->board[sq];
@@ -77,7 +74,7 @@ void AppendBoard(std::string* text, const Position* pos) {
         *text += "    ";
         for (int sq = 8 * rank; sq < 8 * rank + 8; ++sq) {
             if (pos->board[sq] != NO_PIECE) {
-                Append(text, "%4d", PBlock.report.squares[sq]);
+                Append(text, "%4d", r.squares[sq]);
             } else {
                 *text += "    -";
             }
@@ -89,17 +86,16 @@ void AppendBoard(std::string* text, const Position* pos) {
 }  // namespace
 
 void ShowEvalInfo() {
-    PBlock.report = EvalReport{};
-    PBlock.report.factor = 1.0;
     const i8 max_depth = PBlock.limits.max_depth;
     PBlock.limits.max_depth = 0;
     InitSearch();
+    EvalReport r;
+    EvaluateWithReport(ThreadData[1], &r);
     SearchIterations(1);
     PBlock.limits.max_depth = max_depth;
 
     const ThreadBlock* tb = ThreadData[1];
     const Position* pos = game_position;
-    const EvalReport& r = PBlock.report;
     std::string text = "\n";
     Append(&text, "eval= %d, qscore= %d, stage= %d, draw_adj= %0.2f\n\n", tb->root_eval,
            tb->running_score.Get(), r.stage, r.factor);
@@ -109,8 +105,8 @@ void ShowEvalInfo() {
         Append(&text, "free pawn ranks are W: %d, B: %d\n", r.free_pawn_rank[WHITE],
                r.free_pawn_rank[BLACK]);
     }
-    AppendTerms(&text, pos);
-    AppendBoard(&text, pos);
+    AppendTerms(&text, pos, r);
+    AppendBoard(&text, pos, r);
     text += pos->side == WHITE ? "white\n" : "black\n";
     ShowMessage(text.c_str());
 }

@@ -491,7 +491,7 @@ int Search(ThreadBlock* tb, int depth, Window window, int node_type, Move* pv) {
               pv};
     if (pos->fifty > 3 && IsDrawn(n)) { return DrawScore(side); }
 
-    n.eval = Evaluate(tb, side, ply, in_check);
+    n.eval = Evaluate(tb, ply, in_check != 0);
     pd->static_eval = static_cast<i16>(n.eval);
     if (ply > MAX_SEARCH_PLY || !MoveListFits(tb)) { return in_check ? 0 : n.eval; }
     if (!in_check && pd->trivial_draw) { return n.eval; }

@@ -403,7 +403,7 @@ void SearchIterations(int slot) {
     const bool main = IsMain(tb);
     ResetThread(tb);
     const int in_check = InCheck(pos, pos->side);
-    const int eval = Evaluate(tb, pos->side, 1, in_check);
+    const int eval = Evaluate(tb, 1, in_check != 0);
     tb->root_eval = static_cast<i16>(eval);
     tb->running_score = static_cast<i16>(eval);
     tb->ply_data[1].static_eval = static_cast<i16>(eval);

@@ -88,7 +88,7 @@ using EndgameTest = EngineTest;
 
 int Score(const std::string& fen) {
     SetPosition(&ThreadData[1]->pos, fen.c_str());
-    return Evaluate(ThreadData[1], ThreadData[1]->pos.side, 1, 0);
+    return Evaluate(ThreadData[1], 1, false);
 }
 
 TEST_F(EndgameTest, SpecialEndingsScoreByTheirRule) {
@@ -110,8 +110,10 @@ TEST_F(EndgameTest, DeadMaterialIsADrawAndSaysSo) {
 
 TEST_F(EndgameTest, HardWinsAreScaled) {
     for (const auto& row : ReadTable("factors.tsv")) {
-        Score(row[0]);
-        EXPECT_DOUBLE_EQ(PBlock.report.factor, std::stod(row[1])) << row[0] << ' ' << row[2];
+        SetPosition(&ThreadData[1]->pos, row[0].c_str());
+        EvalReport report;
+        EvaluateWithReport(ThreadData[1], &report);
+        EXPECT_DOUBLE_EQ(report.factor, std::stod(row[1])) << row[0] << ' ' << row[2];
     }
 }
 

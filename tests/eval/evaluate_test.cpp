@@ -18,7 +18,7 @@ using EvaluateTest = EngineTest;
 // Score for the side to move, computed anew.
 int Score(const std::string& fen) {
     SetGame(fen);
-    return Evaluate(ThreadData[0], game_position->side, 1, 0);
+    return Evaluate(ThreadData[0], 1, false);
 }
 
 // The same position with the colours exchanged and the board turned over.
@@ -65,7 +65,7 @@ TEST_F(EvaluateTest, InCheckThereIsNoScoreAndTheOutputsAreCleared) {
     pd.hanging[BLACK] = 7;
     pd.free_pawn_rank[WHITE] = 3;
     pd.trivial_draw = 1;
-    EXPECT_EQ(Evaluate(ThreadData[0], WHITE, 2, 1), NO_SCORE);
+    EXPECT_EQ(Evaluate(ThreadData[0], 2, true), NO_SCORE);
     EXPECT_EQ(pd.hanging[BLACK], 0);
     EXPECT_EQ(pd.free_pawn_rank[WHITE], 0);
     EXPECT_EQ(pd.trivial_draw, 0);
@@ -74,55 +74,62 @@ TEST_F(EvaluateTest, InCheckThereIsNoScoreAndTheOutputsAreCleared) {
 TEST_F(EvaluateTest, CachesServeFromPlyTwoOnAndNeverAtTheRoot) {
     ThreadBlock* tb = ThreadData[0];
     SetGame("2r1q2k/1P5p/p1np1P1P/8/1pP2R2/8/PP1Q4/R1KN2r1 b - -");
-    const int score = Evaluate(tb, BLACK, 2, 0);
+    const int score = Evaluate(tb, 2, false);
     const PlyData first = tb->ply_data[2];
     EXPECT_EQ(first.free_pawn_rank[WHITE], 6);
     EXPECT_GT(first.hanging[BLACK], 0);
     EXPECT_EQ(tb->eval_hits, 0u);
 
-    EXPECT_EQ(Evaluate(tb, BLACK, 3, 0), score);
+    EXPECT_EQ(Evaluate(tb, 3, false), score);
     EXPECT_EQ(tb->eval_hits, 1u);
     const PlyData& second = tb->ply_data[3];
     EXPECT_TRUE(std::equal(first.free_pawn_rank, first.free_pawn_rank + 2, second.free_pawn_rank));
     EXPECT_TRUE(std::equal(first.hanging, first.hanging + 2, second.hanging));
     game_position->side = WHITE;  // an entry of its own, the same pawns
-    Evaluate(tb, WHITE, 2, 0);
+    Evaluate(tb, 2, false);
     EXPECT_EQ(tb->eval_hits, 1u);
     EXPECT_EQ(tb->pawn_hits, 1u);
     game_position->side = BLACK;
 
     // Changed weights are not seen through the caches, but at the root.
     Personality.pawn_doubled = -100;
-    EXPECT_EQ(Evaluate(tb, BLACK, 2, 0), score);
-    EXPECT_NE(Evaluate(tb, BLACK, 1, 0), score);
+    EXPECT_EQ(Evaluate(tb, 2, false), score);
+    EXPECT_NE(Evaluate(tb, 1, false), score);
     EXPECT_EQ(tb->pawn_hits, 1u);
     EXPECT_EQ(tb->eval_probes, 5u);
     // InitEval empties both.
     Personality = DefaultPersonality;
     InitEval();
-    EXPECT_EQ(Evaluate(tb, BLACK, 2, 0), score);
+    EXPECT_EQ(Evaluate(tb, 2, false), score);
     EXPECT_EQ(tb->pawn_hits, 1u);
 }
 
-TEST_F(EvaluateTest, OnlyTheFirstSearchThreadReports) {
-    PBlock.report.stage = 77;
-    Score("8/5k2/3p4/8/3P4/8/4K3/R7 w - -");
-    EXPECT_EQ(PBlock.report.stage, 77);
-    SetPosition(&ThreadData[1]->pos, "8/5k2/3p4/8/3P4/8/4K3/R7 w - -");
-    Evaluate(ThreadData[1], WHITE, 2, 0);
-    EXPECT_EQ(PBlock.report.stage, 77);
-    Evaluate(ThreadData[1], WHITE, 1, 0);
-    EXPECT_EQ(PBlock.report.stage, 22);
+// The report tells the same score and counts no probe; in check there is nothing to tell.
+TEST_F(EvaluateTest, TheReportIsOfTheSameEvaluation) {
+    ThreadBlock* tb = ThreadData[0];
+    SetGame("8/5k2/3p4/8/3P4/8/4K3/R7 w - -");
+    const int score = Evaluate(tb, 2, false);
+    EvalReport report;
+    EXPECT_EQ(EvaluateWithReport(tb, &report), score);
+    EXPECT_EQ(report.stage, 22);
+    EXPECT_EQ(tb->eval_probes, 1u);
+    EXPECT_EQ(tb->pawn_probes, 1u);
+    EXPECT_EQ(Evaluate(tb, 2, false), score);
+    EXPECT_EQ(tb->eval_hits, 1u);
+    SetGame("8/5k2/3p4/8/3P4/8/4K3/5R2 b - -");
+    EXPECT_EQ(EvaluateWithReport(tb, &report), NO_SCORE);
+    EXPECT_EQ(report.stage, 0);
+    EXPECT_EQ(report.factor, 1.0);
 }
 
 TEST_F(EvaluateTest, FiftyMoveCounterScalesDownToNothing) {
     SetGame("r5k1/5ppp/8/8/8/8/1Q3PPP/R5K1 w - -");
-    const int full = Evaluate(ThreadData[0], WHITE, 1, 0);
+    const int full = Evaluate(ThreadData[0], 1, false);
     ASSERT_GT(full, 200);
     for (int fifty : {25, 45, 100, 125, 255}) {
         game_position->fifty = static_cast<u8>(fifty);
         const double factor = std::max(0.0, 1.0 - (fifty - 25) * 0.01);
-        EXPECT_EQ(Evaluate(ThreadData[0], WHITE, 1, 0), static_cast<int>(full * factor)) << fifty;
+        EXPECT_EQ(Evaluate(ThreadData[0], 1, false), static_cast<int>(full * factor)) << fifty;
     }
 }
 
@@ -176,8 +183,8 @@ TEST_F(PersonalityTest, ExtremeWeightsAreHarmless) {
         InitEval();
         for (const std::vector<std::string>& row : ReadTable("evaluations.tsv")) {
             SetGame(row[0]);
-            const int fresh = Evaluate(ThreadData[0], game_position->side, 1, 0);
-            EXPECT_EQ(Evaluate(ThreadData[0], game_position->side, 2, 0), fresh) << row[0];
+            const int fresh = Evaluate(ThreadData[0], 1, false);
+            EXPECT_EQ(Evaluate(ThreadData[0], 2, false), fresh) << row[0];
         }
     }
 }

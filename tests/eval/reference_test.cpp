@@ -33,9 +33,10 @@ std::vector<std::string> Evaluated(const std::string& fen) {
     ClearTTable();
     Position* pos = SetGame(fen);
     InitSearch();
+    EvalReport r;
+    EvaluateWithReport(ThreadData[1], &r);
     SearchIterations(1);
     const ThreadBlock* tb = ThreadData[1];
-    const EvalReport& r = PBlock.report;
     char factor[16];
     std::snprintf(factor, sizeof factor, "%.4f", r.factor);
     std::string squares;
@@ -47,10 +48,8 @@ std::vector<std::string> Evaluated(const std::string& fen) {
     std::vector<std::string> line = {fen, std::to_string(tb->root_eval),
                                      std::to_string(tb->running_score), std::to_string(r.stage),
                                      factor};
-    for (const auto* pair : {r.material, r.positional, r.pawns, r.knights, r.bishops, r.rooks,
-                             r.queens, r.kings, r.passers}) {
-        line.push_back(Pair(pair));
-    }
+    for (const auto* pair : {r.material, r.positional}) { line.push_back(Pair(pair)); }
+    for (const auto& term : r.terms) { line.push_back(Pair(term)); }
     for (const std::string& text : {Names(r.hanging), Names(r.pinned), Pair(r.free_pawn_rank)}) {
         line.push_back(text);
     }
