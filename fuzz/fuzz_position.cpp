@@ -14,9 +14,8 @@ void TryMove(Position* pos, Move m) {
     char before[EPD_FIELDS_SIZE], after[EPD_FIELDS_SIZE], text[MOVE_TEXT_SIZE];
     MakeEPD(pos, before);
     Require(MoveIsPseudoLegal(pos, m) == 1);
-    MoveToStr(m, text);
-    Move read = NO_MOVE;
-    Require(IsValidMove(text, &read) == 1 && read == m);
+    MoveToStr(m, text, TextStyle());
+    Require(ReadMove(pos, text).move == m);
     MakeMove(pos, m);
     Require(PositionIsSound(pos) == 1);
     Require(!InCheck(pos, pos->side ^ 1));

@@ -37,11 +37,9 @@ Move RandomMove(Random& random) {
 
 // The text of a move as game files have it.
 std::string GameText(Move m) {
-    char coord[MOVE_TEXT_SIZE], san[MOVE_TEXT_SIZE], file_form[MOVE_TEXT_SIZE],
-        rank_form[MOVE_TEXT_SIZE];
-    GenMoveStrings(game_position, m, coord, san, file_form, rank_form);
-    std::string text = san[0] == 'o' ? file_form : san;
-    return text;
+    MoveForms forms;
+    GenMoveStrings(game_position, m, &forms);
+    return forms.san[0] == 'o' ? forms.file_form : forms.san;
 }
 
 void WriteGame(int number, int longest, Random& random) {
@@ -62,10 +60,9 @@ void WriteGame(int number, int longest, Random& random) {
     for (int ply = 0; ply < longest; ++ply) {
         Move m = NO_MOVE;
         if (at < opening.size()) {
-            char text[MOVE_TEXT_SIZE] = {};
-            std::memcpy(text, &opening[at], 4);
+            m = ReadMove(game_position, opening.substr(at, 4)).move;
             at += 5;
-            if (!IsValidMove(text, &m)) { std::abort(); }
+            if (m == NO_MOVE) { std::abort(); }
         } else {
             m = RandomMove(random);
         }

@@ -26,7 +26,6 @@ namespace {
 constexpr double START_LIMIT_SECONDS = 20;  // for an engine's answer outside its thinking time
 constexpr double GRACE_SECONDS = 5;         // a lost clock is waited out this long for the report
 constexpr std::size_t MAX_GAME_PLIES = 2000;
-constexpr int FIFTY_MOVE_PLIES = 100;
 constexpr std::size_t PGN_LINE_LENGTH = 79;
 
 struct Settings {

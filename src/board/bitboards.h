@@ -24,8 +24,6 @@ extern u32 MSBTable[256];
 extern u8 bitcnt[256];
 extern const std::array<u8, 64> BSFT;  // bit-scan table of GetLSB_2
 extern u8 sq_color[64];                // 1 on dark squares
-inline constexpr int flip_sq[2] = {0,
-                                   56};  // square ^ flip_sq[side] = the square in the mover's view
 extern u8 square_distance[64][64];
 
 void InitBitboards();

@@ -7,8 +7,7 @@
 
 namespace {
 
-constexpr int KING_TAKEN = 9999;      // capturing a king wins everything
-constexpr int SAFE_LOSS_LIMIT = -89;  // a move that loses more than this is not safe
+constexpr int KING_TAKEN = 9999;  // capturing a king wins everything
 
 int LowestSlider(Bitboard candidates, int to, Bitboard occupied) {
     while (candidates) {
@@ -73,5 +72,5 @@ int MoveIsSafe(Position* pos, Move m) {
     *movers ^= Bit(from);
     pos->board[from] = mover;
     pos->board[to] = victim;
-    return piece_value[PieceType(victim)] - loss >= SAFE_LOSS_LIMIT;
+    return piece_value[PieceType(victim)] - loss >= LOSING_EXCHANGE;
 }

@@ -162,10 +162,7 @@ int MoveIsPseudoLegal(const Position* pos, Move m) {
         return 0;
     }
     MoveEntry list[MAX_LIST_SIZE];
-    MoveEntry* end = GeneratePawnCaptures(pos, side, list);
-    end = GeneratePieceCaptures(pos, side, end);
-    end = GeneratePromotions(pos, side, 1, end);
-    end = GenerateNonCaptures(pos, side, end);
+    const MoveEntry* end = GeneratePseudoLegal(pos, side, list);
     for (const MoveEntry* e = list; e != end; ++e) {
         if (e->move == m) { return 1; }
     }

@@ -238,7 +238,7 @@ void TraceMove(Position* pos, Move m) {
         for (int i = 1; i < pos->ply; ++i) { std::fputs("         ", trace_file); }
     }
     char text[MOVE_TEXT_SIZE];
-    MoveToStr(m, text);
+    MoveToStr(m, text, TextStyle());
     std::fprintf(trace_file, "(%2d)%s ", pos->sstack[pos->ply].depth, text);
     traced_ply = pos->ply;
 }

@@ -16,8 +16,6 @@ MoveEntry* Add(MoveEntry* list, int from, int to, int piece, int captured, Move 
     return list + 1;
 }
 
-int RelativeRank(int square, int side) { return RankOf(square ^ flip_sq[side]); }
-
 // The en passant square if an enemy pawn stands behind it: only then is there anything to take.
 Bitboard EnPassantTarget(const Position* pos, int side) {
     const int target = pos->ep_square;
@@ -174,20 +172,23 @@ MoveEntry* GenerateNonCaptures(const Position* pos, int side, MoveEntry* list) {
     return AddCastling(pos, side, list);
 }
 
+MoveEntry* GeneratePseudoLegal(const Position* pos, int side, MoveEntry* list) {
+    list = GeneratePawnCaptures(pos, side, list);
+    list = GeneratePieceCaptures(pos, side, list);
+    list = GeneratePromotions(pos, side, 1, list);
+    return GenerateNonCaptures(pos, side, list);
+}
+
 void GenerateAll(Position* pos) {
     const int side = pos->side;
     PlyData* pd = &pos->sstack[pos->ply];
     MoveEntry* list = pd->list_start;
-    MoveEntry* end = GeneratePawnCaptures(pos, side, list);
-    end = GeneratePieceCaptures(pos, side, end);
-    end = GeneratePromotions(pos, side, 1, end);
-    end = GenerateNonCaptures(pos, side, end);
+    MoveEntry* end = GeneratePseudoLegal(pos, side, list);
     end->move = END_OF_LIST;
     assert(end - list < MAX_LIST_SIZE);
     pd[1].list_start = end + 1;
     pd[2].list_start = end + 2;
     for (MoveEntry* e = list; e != end; ++e) {
-        const int captured = PieceType(e->captured);
-        e->score = static_cast<i16>(captured ? captured * 32 - PieceType(e->piece) + 8 : 0);
+        e->score = e->captured != NO_PIECE ? CaptureOrder(e) : i16{0};
     }
 }

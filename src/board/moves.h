@@ -1,7 +1,9 @@
 // Moves: the 16-bit move word, the move-list entry, and the declarations of generation, make and
 // unmake, legality and exchange tests, and move text. Needs the tables of bitboards.h and
-// zobrist.h. Each thread works on its own Position; IsValidMove belongs to the front-end thread.
+// zobrist.h. Each thread works on its own Position.
 #pragma once
+
+#include <string_view>
 
 #include "board/position.h"
 
@@ -44,6 +46,20 @@ inline constexpr int piece_value[8] = {0,   100, 325,   325,
 inline constexpr int exchange_scale[8] = {0, 1,  3, 3,
                                           5, 10, 0, 0};  // coarse values of the exchange tests
 
+// An exchange below it loses: nearly a pawn, in centipawns.
+inline constexpr int LOSING_EXCHANGE = -89;
+
+// The square on which the last move arrived, NO_SQUARE when there is no last move.
+inline int RecaptureSquare(const Position* pos) {
+    return pos->last_move != NO_MOVE ? MoveTo(pos->last_move) : NO_SQUARE;
+}
+
+// Plain order of captures: the most valuable victim first, then the least valuable mover.
+constexpr i16 CaptureOrder(const MoveEntry* e) {
+    constexpr int per_victim = 32, offset = 8;
+    return static_cast<i16>(PieceType(e->captured) * per_victim - PieceType(e->piece) + offset);
+}
+
 // --- generation (movegen.cpp) ---
 // Write the pseudo-legal moves of `side` at `list` and return the end; entries have score 0, no
 // terminator is written.
@@ -52,6 +68,9 @@ MoveEntry* GeneratePawnCaptures(const Position* pos, int side,
 MoveEntry* GeneratePieceCaptures(const Position* pos, int side, MoveEntry* list);
 MoveEntry* GeneratePromotions(const Position* pos, int side, int underpromote, MoveEntry* list);
 MoveEntry* GenerateNonCaptures(const Position* pos, int side, MoveEntry* list);
+// All of these, in the order of GenerateAll, unscored and without an end mark. Requires room for
+// MAX_LIST_SIZE entries.
+MoveEntry* GeneratePseudoLegal(const Position* pos, int side, MoveEntry* list);
 // The full scored and terminated list of the side to move at the current ply's list start.
 // Requires: pos->sstack[pos->ply].list_start with room for MAX_LIST_SIZE entries.
 void GenerateAll(Position* pos);
@@ -84,9 +103,27 @@ int swapoff1(Position* pos, int side, int from, int to, Bitboard occupied);
 int MoveIsSafe(Position* pos, Move m);
 
 // --- text (movetext.cpp) ---
-void MoveToStr(Move m, char* out);  // at most 7 bytes
-void GenMoveStrings(const Position* pos, Move m, char* coord, char* san, char* file_form,
-                    char* rank_form);
-// 1 and *out when the text names exactly one legal move of the game position, else 0 and *out = 0.
-// Edits the text; requires room for one more character.
-int IsValidMove(char* text, Move* out);
+// The four spellings of one move, each with "+" where it gives check. Empty where a pawn move has
+// none.
+struct MoveForms {
+    char coord[MOVE_TEXT_SIZE];      // "g1f3", "e7e8=Q"
+    char san[MOVE_TEXT_SIZE];        // "Nf3", "exd5", "e8=Q", "o-o"
+    char file_form[MOVE_TEXT_SIZE];  // "Ngf3", "ed", "O-O"
+    char rank_form[MOVE_TEXT_SIZE];  // "N1f3", "0-0"
+};
+
+// What a text says.
+struct MoveReading {
+    Move move = NO_MOVE;             // the one legal move that it names, NO_MOVE when there is none
+    bool ambiguous = false;          // it spells two legal moves
+    char text[MOVE_TEXT_SIZE] = "";  // of a move: the text as it was understood, check sign cut off
+};
+
+// Coordinates of a move ("null" for none) with their NUL, at most MOVE_TEXT_SIZE bytes.
+void MoveToStr(Move m, char* out, MoveStyle style);
+// Requires a pseudo-legal move of the side to move, and both kings.
+void GenMoveStrings(const Position* pos, Move m, MoveForms* forms);
+// Reads a move of the side to move in any of its spellings, with or without check sign; of a piece
+// also without or with full disambiguation when only one can be meant. Nothing is read of a
+// position that cannot be played.
+MoveReading ReadMove(const Position* pos, std::string_view text);

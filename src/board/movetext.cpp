@@ -1,13 +1,13 @@
 // Move text: coordinate notation, the four spellings of one move, and the reader that accepts any
-// of them.
+// of them. Pure functions over the position; any thread may call.
+#include <algorithm>
+#include <cassert>
 #include <cctype>
+#include <cstdlib>
 #include <cstring>
 
 #include "board/bitboards.h"
 #include "board/moves.h"
-#include "board/plydata.h"
-#include "frontend/output.h"
-#include "frontend/pblock.h"
 
 namespace {
 
@@ -19,13 +19,13 @@ struct PromotionText {
 constexpr PromotionText promotion_texts[] = {
     {PROMOTE_QUEEN, 'Q'}, {PROMOTE_KNIGHT, 'N'}, {PROMOTE_BISHOP, 'B'}, {PROMOTE_ROOK, 'R'}};
 
-// The four spellings of one move.
-struct MoveForms {
-    char coord[MOVE_TEXT_SIZE];
-    char san[MOVE_TEXT_SIZE];
-    char file_form[MOVE_TEXT_SIZE];
-    char rank_form[MOVE_TEXT_SIZE];
-};
+constexpr std::size_t LONGEST_CASTLING = 5;    // "o-o-o"
+constexpr std::size_t LONGEST_PIECE_MOVE = 5;  // "Nbxd2"; the full disambiguation is read slowly
+constexpr int SECOND_RANK_START = 8;           // squares a pawn can come from
+constexpr int SEVENTH_RANK_END = 55;
+constexpr int FIRST_RANK = 0;
+constexpr int LAST_RANK = 7;
+constexpr int DOUBLE_STEP_RANK = 3;  // where it ends, as the side sees it
 
 char PromotionLetter(Move m) {
     for (const PromotionText& p : promotion_texts) {
@@ -44,69 +44,178 @@ void AppendChar(char* text, char c) {
 char FileLetter(int square) { return square_name[square][0]; }
 char RankDigit(int square) { return square_name[square][1]; }
 
-// Other men of the mover's kind that reach the target, pinned or not.
-Bitboard Rivals(const Position* pos, int colour, int type, int from, int to) {
+// Pieces of a kind, other than pawns, that reach a square by their move, pinned or not.
+Bitboard PiecesThatReach(const Position* pos, int colour, int type, int to) {
     const Bitboard occupied = Occupied(pos) | Bit(to);
-    Bitboard reach = 0;
-    if (type == KNIGHT) { reach = BB_KnightRays[to]; }
-    if (type == BISHOP || type == QUEEN) { reach |= GenAttacksB(to, occupied); }
-    if (type == ROOK || type == QUEEN) { reach |= GenAttacksR(to, occupied); }
-    return reach & pos->bb[colour][type] & ~Bit(from);
+    Bitboard from = 0;
+    if (type == KNIGHT) { from = BB_KnightRays[to]; }
+    if (type == KING) { from = BB_KingRays[to]; }
+    if (type == BISHOP || type == QUEEN) { from |= GenAttacksB(to, occupied); }
+    if (type == ROOK || type == QUEEN) { from |= GenAttacksR(to, occupied); }
+    return from & pos->bb[colour][type];
 }
 
-void WritePieceForms(const Position* pos, Move m, char* san, char* file_form, char* rank_form) {
+// --- writing ---
+
+void WritePieceForms(const Position* pos, Move m, MoveForms* forms) {
     const int from = MoveFrom(m);
     const int to = MoveTo(m);
     const int type = PieceType(pos->board[from]);
     if (type == KING && IsTwoFileStep(from, to)) {
         const bool king_side = to > from;
-        std::strcpy(san, king_side ? "o-o" : "o-o-o");
-        std::strcpy(file_form, king_side ? "O-O" : "O-O-O");
-        std::strcpy(rank_form, king_side ? "0-0" : "0-0-0");
+        std::strcpy(forms->san, king_side ? "o-o" : "o-o-o");
+        std::strcpy(forms->file_form, king_side ? "O-O" : "O-O-O");
+        std::strcpy(forms->rank_form, king_side ? "0-0" : "0-0-0");
         return;
     }
-    AppendChar(san, wchar[type]);
-    std::strcpy(file_form, san);
-    AppendChar(file_form, FileLetter(from));
-    std::strcpy(rank_form, san);
-    AppendChar(rank_form, RankDigit(from));
-    if (const Bitboard rivals = Rivals(pos, PieceColour(pos->board[from]), type, from, to)) {
-        std::strcpy(san, rivals & FileMask(FileOf(from)) ? rank_form : file_form);
+    AppendChar(forms->san, wchar[type]);
+    std::strcpy(forms->file_form, forms->san);
+    AppendChar(forms->file_form, FileLetter(from));
+    std::strcpy(forms->rank_form, forms->san);
+    AppendChar(forms->rank_form, RankDigit(from));
+    const Bitboard rivals =
+        type == KING ? 0
+                     : PiecesThatReach(pos, PieceColour(pos->board[from]), type, to) & ~Bit(from);
+    if (rivals != 0) {
+        const bool same_file = (rivals & FileMask(FileOf(from))) != 0;
+        std::strcpy(forms->san, same_file ? forms->rank_form : forms->file_form);
     }
-    for (char* form : {san, file_form, rank_form}) {
+    for (char* form : {forms->san, forms->file_form, forms->rank_form}) {
         if (pos->board[to]) { AppendChar(form, 'x'); }
         Append(form, square_name[to]);
     }
 }
 
-void WritePawnForms(const Position* pos, Move m, char* coord, char* san, char* file_form) {
+void WritePawnForms(const Position* pos, Move m, MoveForms* forms) {
     const int from = MoveFrom(m);
     const int to = MoveTo(m);
     if (pos->board[to] || to == pos->ep_square) {
-        AppendChar(san, FileLetter(from));
-        AppendChar(san, 'x');
-        AppendChar(file_form, FileLetter(from));
-        AppendChar(file_form, FileLetter(to));
+        AppendChar(forms->san, FileLetter(from));
+        AppendChar(forms->san, 'x');
+        AppendChar(forms->file_form, FileLetter(from));
+        AppendChar(forms->file_form, FileLetter(to));
     }
-    Append(san, square_name[to]);
+    Append(forms->san, square_name[to]);
     if (!IsPromotion(m)) { return; }
-    coord[4] = '\0';
-    for (char* form : {coord, san, file_form}) {
+    for (char* form : {forms->coord, forms->san, forms->file_form}) {
         AppendChar(form, '=');
         AppendChar(form, PromotionLetter(m));
     }
 }
 
-void CutAtCheckSign(char* text) {
-    if (char* sign = std::strchr(text, '+')) { *sign = '\0'; }
+void WriteCoordinates(Move m, char* out) {
+    std::strcpy(out, square_name[MoveFrom(m)]);
+    Append(out, square_name[MoveTo(m)]);
 }
 
-void MakeForms(const Position* pos, Move m, MoveForms* forms) {
-    GenMoveStrings(pos, m, forms->coord, forms->san, forms->file_form, forms->rank_form);
-    for (char* form : {forms->coord, forms->san, forms->file_form, forms->rank_form}) {
-        CutAtCheckSign(form);
+// The four spellings without check signs.
+void WriteForms(const Position* pos, Move m, MoveForms* forms) {
+    WriteCoordinates(m, forms->coord);
+    forms->san[0] = forms->file_form[0] = forms->rank_form[0] = '\0';
+    if (PieceType(pos->board[MoveFrom(m)]) == PAWN) {
+        WritePawnForms(pos, m, forms);
+    } else {
+        WritePieceForms(pos, m, forms);
     }
 }
+
+// --- reading the usual spellings, without listing the moves of the position ---
+
+// "Nf3", "Nxf3", "Nbd2", "N1xd2": the move, when exactly one piece fits the text, else NO_MOVE.
+Move ReadPieceMove(const Position* pos, std::string_view text) {
+    const int type = PieceTypeOfLetter(text[0]);
+    const int to = SquareOfText(text.substr(text.size() - 2));
+    if (to == NO_SQUARE || (pos->bb[pos->side][0] & Bit(to)) != 0) { return NO_MOVE; }
+    std::string_view middle = text.substr(1, text.size() - 3);  // between letter and square
+    const bool capture = !middle.empty() && middle.back() == 'x';
+    if (capture) { middle.remove_suffix(1); }
+    if (middle.size() > 1 || capture != (pos->board[to] != NO_PIECE)) { return NO_MOVE; }
+    Bitboard from = PiecesThatReach(pos, pos->side, type, to);
+    if (middle.size() == 1) {
+        const char c = middle[0];
+        if (c >= 'a' && c <= 'h') {
+            from &= FileMask(c - 'a');
+        } else if (c >= '1' && c <= '8') {
+            from &= RankMask(c - '1');
+        } else {
+            return NO_MOVE;
+        }
+        if (type == KING) { return NO_MOVE; }
+    }
+    if (from == 0 || (from & (from - 1)) != 0) { return NO_MOVE; }
+    return MakeMoveWord(GetLSB(from), to);
+}
+
+// "e4" and "exd5", without promotions and captures in passing.
+Move ReadPawnMove(const Position* pos, std::string_view text) {
+    const int to = SquareOfText(text.substr(text.size() - 2));
+    if (to == NO_SQUARE || to == pos->ep_square || RankOf(to) == FIRST_RANK ||
+        RankOf(to) == LAST_RANK) {
+        return NO_MOVE;
+    }
+    const int behind = to - pawn_dir[pos->side];
+    if (behind < SECOND_RANK_START || behind > SEVENTH_RANK_END) { return NO_MOVE; }
+    const int pawn = PieceCode(pos->side, PAWN);
+    if (text.size() == 2) {
+        if (pos->board[to] != NO_PIECE) { return NO_MOVE; }
+        if (pos->board[behind] == pawn) { return MakeMoveWord(behind, to); }
+        const int start = behind - pawn_dir[pos->side];
+        const bool double_step = RelativeRank(to, pos->side) == DOUBLE_STEP_RANK;
+        return double_step && pos->board[behind] == NO_PIECE && pos->board[start] == pawn
+                   ? MakeMoveWord(start, to)
+                   : NO_MOVE;
+    }
+    const int file = text[0] - 'a';
+    if (text[1] != 'x' || std::abs(file - FileOf(to)) != 1 ||
+        (pos->bb[pos->side ^ 1][0] & Bit(to)) == 0) {
+        return NO_MOVE;
+    }
+    const int from = behind - FileOf(behind) + file;
+    return pos->board[from] == pawn ? MakeMoveWord(from, to) : NO_MOVE;
+}
+
+// Castling, "o"s in the text already.
+Move ReadCastling(const Position* pos, std::string_view text) {
+    const int king = init_king_sq[pos->side];
+    if (pos->board[king] != PieceCode(pos->side, KING)) { return NO_MOVE; }
+    const bool king_side = text == "o-o";
+    if (!king_side && text != "o-o-o") { return NO_MOVE; }
+    const Move m = MakeMoveWord(king, king_side ? king + 2 : king - 2);
+    return MoveIsPseudoLegal(pos, m) ? m : NO_MOVE;
+}
+
+void LowerCastlingLetters(char* text) {
+    for (; *text; ++text) {
+        if (*text == 'O' || *text == '0') { *text = 'o'; }
+    }
+}
+
+void SetText(MoveReading* reading, std::string_view text) {
+    std::memcpy(reading->text, text.data(), text.size());
+    reading->text[text.size()] = '\0';
+}
+
+// True when the text is one of the usual spellings of a legal move. It then names that move alone:
+// the other spellings of other moves look different.
+bool ReadUsualForm(const Position* pos, std::string_view text, MoveReading* reading) {
+    const char first = text[0];
+    const std::size_t length = text.size();
+    SetText(reading, text);
+    Move m = NO_MOVE;
+    if (length >= 3 && length <= LONGEST_PIECE_MOVE && PieceTypeOfLetter(first) > PAWN) {
+        m = ReadPieceMove(pos, text);
+    } else if ((length == 2 || length == 4) && first >= 'a' && first <= 'h') {
+        m = ReadPawnMove(pos, text);
+    } else if (length <= LONGEST_CASTLING && (first == 'O' || first == 'o' || first == '0')) {
+        LowerCastlingLetters(reading->text);
+        m = ReadCastling(pos, reading->text);
+    }
+    if (m == NO_MOVE || !MoveIsLegal(pos, pos->side, m)) { return false; }
+    reading->move = m;
+    return true;
+}
+
+// --- reading any spelling: every move is written and compared ---
 
 bool IsOneOf(const MoveForms& forms, const char* text) {
     return !std::strcmp(text, forms.coord) || !std::strcmp(text, forms.san) ||
@@ -129,7 +238,6 @@ bool IsLooseForm(const Position* pos, Move m, const char* text) {
 // "e7e8q" -> "e7e8=Q", "e8Q" -> "e8=Q". The text has room for one more character.
 void SpellOutPromotion(char* text) {
     const std::size_t length = std::strlen(text);
-    if (length < 2) { return; }
     const char last = static_cast<char>(std::toupper(static_cast<unsigned char>(text[length - 1])));
     if (std::strchr("BNQR", last) == nullptr) { return; }
     if (text[length - 2] == '=') {
@@ -141,20 +249,13 @@ void SpellOutPromotion(char* text) {
     text[length + 1] = '\0';
 }
 
-void LowerCastlingLetters(char* text) {
-    for (; *text; ++text) {
-        if (*text == 'O' || *text == '0') { *text = 'o'; }
-    }
-}
-
 // The last square named in a text is the target of whatever move it spells; NO_SQUARE when none is
 // named.
-int TargetOfText(const char* text) {
+int TargetOfText(std::string_view text) {
     int target = NO_SQUARE;
-    for (; text[0] && text[1]; ++text) {
-        if (text[0] >= 'a' && text[0] <= 'h' && text[1] >= '1' && text[1] <= '8') {
-            target = 8 * (text[1] - '1') + text[0] - 'a';
-        }
+    for (; text.size() >= 2; text.remove_prefix(1)) {
+        const int square = SquareOfText(text);
+        if (square != NO_SQUARE) { target = square; }
     }
     return target;
 }
@@ -177,69 +278,28 @@ struct Matches {
     }
 };
 
-}  // namespace
-
-void MoveToStr(Move m, char* out) {
-    if (m == NO_MOVE) {
-        std::strcpy(out, "null");
-        return;
-    }
-    std::strcpy(out, square_name[MoveFrom(m)]);
-    Append(out, square_name[MoveTo(m)]);
-    const char letter = PromotionLetter(m);
-    if (letter == '\0') { return; }
-    if (PBlock.options.protocol == PROTOCOL_UCI) {
-        AppendChar(out, static_cast<char>(std::tolower(letter)));
-    } else {
-        AppendChar(out, '=');
-        AppendChar(out, letter);
-    }
-}
-
-void GenMoveStrings(const Position* pos, Move m, char* coord, char* san, char* file_form,
-                    char* rank_form) {
-    MoveToStr(m, coord);
-    for (char* form : {san, file_form, rank_form}) { form[0] = '\0'; }
-    const u8 mover = pos->board[MoveFrom(m)];
-    if (PieceType(mover) == PAWN) {
-        WritePawnForms(pos, m, coord, san, file_form);
-    } else {
-        WritePieceForms(pos, m, san, file_form, rank_form);
-    }
-    const MoveEntry entry = {m, mover, pos->board[MoveTo(m)], 0};
-    if (MoveGivesCheck(pos, pos->side, &entry)) {
-        for (char* form : {coord, san, file_form, rank_form}) { AppendChar(form, '+'); }
-    }
-}
-
-int IsValidMove(char* text, Move* out) {
-    *out = NO_MOVE;
-    CutAtCheckSign(text);
-    const std::size_t length = std::strlen(text);
-    // The longest spelling is "e7e8=Q"; a longer text cannot match and would not fit the copy
-    // below.
-    if (length < 2 || length >= MOVE_TEXT_SIZE - 1) { return 0; }
-    char before[MOVE_TEXT_SIZE];  // as it stands before a promotion is spelt out: "ab" is a pawn
-                                  // capture
-    std::strcpy(before, text);
-    SpellOutPromotion(text);
-    LowerCastlingLetters(text);
+MoveReading ReadAnyForm(const Position* pos, std::string_view text) {
+    MoveReading reading;
+    SetText(&reading, text);
+    // As it stands before a promotion is spelt out: "ab" is a pawn capture.
+    char before[MOVE_TEXT_SIZE];
+    std::strcpy(before, reading.text);
+    SpellOutPromotion(reading.text);
+    LowerCastlingLetters(reading.text);
     LowerCastlingLetters(before);
-
-    Position* pos = game_position;
-    if (WhyUnplayable(pos) != nullptr) { return 0; }
-    GenerateAll(pos);
-    const int target = TargetOfText(text);
+    const int target = TargetOfText(reading.text);
     Matches exact;
     Matches loose;
     bool matched_before = false;
-    for (const MoveEntry* e = pos->sstack[pos->ply].list_start; e->move != END_OF_LIST; ++e) {
+    MoveEntry list[MAX_LIST_SIZE];
+    const MoveEntry* const end = GeneratePseudoLegal(pos, pos->side, list);
+    for (const MoveEntry* e = list; e != end; ++e) {
         if (!MaySpell(pos, e->move, target)) { continue; }
         MoveForms forms;
-        MakeForms(pos, e->move, &forms);
+        WriteForms(pos, e->move, &forms);
         const bool as_typed = IsOneOf(forms, before);
-        const bool fits = as_typed || IsOneOf(forms, text);
-        const bool fits_loosely = !fits && IsLooseForm(pos, e->move, text);
+        const bool fits = as_typed || IsOneOf(forms, reading.text);
+        const bool fits_loosely = !fits && IsLooseForm(pos, e->move, reading.text);
         if ((!fits && !fits_loosely) || !MoveIsLegal(pos, pos->side, e->move)) { continue; }
         if (fits) {
             exact.Add(e->move);
@@ -248,15 +308,54 @@ int IsValidMove(char* text, Move* out) {
             loose.Add(e->move);
         }
     }
-    if (matched_before) { std::strcpy(text, before); }
-    if (exact.count == 2) { ShowMessage("ambiguous move"); }
+    if (matched_before) { std::strcpy(reading.text, before); }
+    reading.ambiguous = exact.count == 2;
     if (exact.count == 1) {
-        *out = exact.move;
-        return 1;
+        reading.move = exact.move;
+    } else if (exact.count == 0 && loose.count == 1) {
+        reading.move = loose.move;
     }
-    if (exact.count == 0 && loose.count == 1) {
-        *out = loose.move;
-        return 1;
+    return reading;
+}
+
+}  // namespace
+
+void MoveToStr(Move m, char* out, MoveStyle style) {
+    if (m == NO_MOVE) {
+        std::strcpy(out, "null");
+        return;
     }
-    return 0;
+    WriteCoordinates(m, out);
+    const char letter = PromotionLetter(m);
+    if (letter == '\0') { return; }
+    if (style == MoveStyle::Uci) {
+        AppendChar(out, static_cast<char>(std::tolower(letter)));
+    } else {
+        AppendChar(out, '=');
+        AppendChar(out, letter);
+    }
+}
+
+void GenMoveStrings(const Position* pos, Move m, MoveForms* forms) {
+    assert(m != NO_MOVE && pos->board[MoveFrom(m)] != NO_PIECE);
+    WriteForms(pos, m, forms);
+    const int from = MoveFrom(m);
+    const int to = MoveTo(m);
+    const MoveEntry entry = {m, pos->board[from], pos->board[to], 0};
+    if (MoveGivesCheck(pos, pos->side, &entry)) {
+        for (char* form : {forms->coord, forms->san, forms->file_form, forms->rank_form}) {
+            AppendChar(form, '+');
+        }
+    }
+}
+
+MoveReading ReadMove(const Position* pos, std::string_view text) {
+    text = text.substr(0, text.find('\0'));
+    text = text.substr(0, text.find('+'));
+    // The longest spelling is "e7e8=Q"; a longer text matches nothing.
+    if (text.size() < 2 || text.size() >= MOVE_TEXT_SIZE - 1) { return {}; }
+    if (WhyUnplayable(pos) != nullptr) { return {}; }
+    MoveReading reading;
+    if (ReadUsualForm(pos, text, &reading)) { return reading; }
+    return ReadAnyForm(pos, text);
 }

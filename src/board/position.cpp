@@ -2,6 +2,7 @@
 // the record.
 #include "board/position.h"
 
+#include <algorithm>
 #include <cassert>
 #include <cstring>
 
@@ -23,6 +24,7 @@ const char square_name[64][3] = {
 namespace {
 
 constexpr int FIRST_FEN_SQUARE = 56;  // a8
+constexpr int SHORTEST_CYCLE = 4;     // plies until a position can come back
 
 void ClearBoard(Position* pos) {
     std::memset(pos->board, 0, sizeof pos->board);
@@ -36,14 +38,6 @@ void ClearBoard(Position* pos) {
     }
 }
 
-int PieceOfLetter(char letter, int* colour) {
-    for (int type = PAWN; type <= KING; ++type) {
-        *colour = letter == wchar[type] ? WHITE : BLACK;
-        if (letter == wchar[type] || letter == bchar[type]) { return type; }
-    }
-    return NO_PIECE;
-}
-
 int ListLength(const Position* pos, int colour, int type) {
     int n = 0;
     while (pos->plist[colour][type][n] != NO_SQUARE) { ++n; }
@@ -53,7 +47,7 @@ int ListLength(const Position* pos, int colour, int type) {
 // Adds a piece of the text unless the record has no room for it.
 void AddPieceOfText(Position* pos, char letter, int square) {
     int colour = WHITE;
-    const int type = PieceOfLetter(letter, &colour);
+    const int type = PieceTypeOfLetter(letter, &colour);
     if (type == NO_PIECE || pos->board[square] != 0) { return; }
     if (ListLength(pos, colour, type) >= MAX_PIECES_OF_A_KIND) { return; }
     AddPiece(pos, colour, type, square);
@@ -169,6 +163,19 @@ bool ListsAreSound(const Position* pos, const DerivedFields& d) {
 
 }  // namespace
 
+int PieceTypeOfLetter(char letter) {
+    for (int type = PAWN; type <= KING; ++type) {
+        if (letter == wchar[type]) { return type; }
+    }
+    return NO_PIECE;
+}
+
+int PieceTypeOfLetter(char letter, int* colour) {
+    const bool small = letter >= 'a' && letter <= 'z';
+    *colour = small ? BLACK : WHITE;
+    return PieceTypeOfLetter(small ? static_cast<char>(letter - 'a' + 'A') : letter);
+}
+
 void AddPiece(Position* pos, int colour, int type, int square) {
     const int n = ListLength(pos, colour, type);
     assert(n < MAX_PIECES_OF_A_KIND);
@@ -280,4 +287,13 @@ const char* WhyUnplayable(const Position* pos) {
     if (pawns & (RankMask(0) | RankMask(7))) { return "a pawn stands on the first or last rank"; }
     if (InCheck(pos, pos->side ^ 1)) { return "the side that is not to move is in check"; }
     return nullptr;
+}
+
+int CountRepetitions(const Position* pos, int limit) {
+    const int oldest = std::max(pos->hist_count - pos->fifty, 0);
+    int count = 0;
+    for (int i = pos->hist_count - SHORTEST_CYCLE; i >= oldest && count < limit; i -= 2) {
+        if (pos->undo[i].hash == pos->hash) { ++count; }
+    }
+    return count;
 }

@@ -4,6 +4,8 @@
 // edits only the one of slot 0.
 #pragma once
 
+#include <string_view>
+
 #include "board/types.h"
 
 // Piece types; a piece code is colour * 8 + type, 0 = empty square.
@@ -27,6 +29,11 @@ constexpr int PieceType(int code) { return code & 7; }
 constexpr int PieceColour(int code) { return code >> 3; }
 constexpr int FileOf(int square) { return square & 7; }
 constexpr int RankOf(int square) { return square >> 3; }
+// square ^ flip_sq[side] is the square as the side sees it: Black's board is turned over.
+inline constexpr int flip_sq[2] = {0, 56};
+constexpr int RelativeSquare(int square, int side) { return square ^ flip_sq[side]; }
+// 0 the side's back rank.
+constexpr int RelativeRank(int square, int side) { return RankOf(RelativeSquare(square, side)); }
 
 // Limits of the records.
 inline constexpr int MAX_UNDO_RECORDS = 800;  // game history plus search depth
@@ -34,6 +41,7 @@ inline constexpr int MAX_UNDO_RECORDS = 800;  // game history plus search depth
 inline constexpr int GAME_HISTORY_LIMIT = 720;
 inline constexpr int GAME_HISTORY_KEPT = 200;   // what stays of it then
 inline constexpr int MAX_PIECES_OF_A_KIND = 9;  // room of a piece list without its end mark
+inline constexpr int FIFTY_MOVE_PLIES = 100;    // reversible plies beyond which the game is drawn
 inline constexpr int FIFTY_LIMIT = 255;         // where the fifty-move counter stops counting
 inline constexpr int EPD_FIELDS_SIZE = 82;      // longest text of MakeEPD with its NUL
 
@@ -84,6 +92,18 @@ extern const char bchar[8];
 extern const char* const fen_opn;
 extern const char square_name[64][3];
 
+// The square that a text begins with ("e4"), NO_SQUARE when it begins with none.
+constexpr int SquareOfText(std::string_view text) {
+    if (text.size() < 2 || text[0] < 'a' || text[0] > 'h' || text[1] < '1' || text[1] > '8') {
+        return NO_SQUARE;
+    }
+    return (text[1] - '1') * 8 + (text[0] - 'a');
+}
+// The type of a piece letter, NO_PIECE when it is none: upper case, as in move texts; or either
+// case with *colour set, as in a FEN.
+int PieceTypeOfLetter(char letter);
+int PieceTypeOfLetter(char letter, int* colour);
+
 inline Bitboard Occupied(const Position* pos) { return pos->bb[WHITE][0] | pos->bb[BLACK][0]; }
 inline int KingSquare(const Position* pos, int colour) { return pos->plist[colour][KING][0]; }
 
@@ -101,6 +121,10 @@ void MakeEPD(const Position* pos, char* out);
 // are. AddPiece requires fewer than nine pieces of the kind.
 void AddPiece(Position* pos, int colour, int type, int square);
 void RemovePiece(Position* pos, int square);
+
+// Number of earlier positions of the game and path, same side to move, equal to this one, within
+// the last fifty-counter plies; counting stops at `limit`.
+int CountRepetitions(const Position* pos, int limit);
 
 // Recomputes both keys from the board.
 void SetHash(Position* pos);

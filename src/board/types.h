@@ -9,6 +9,12 @@ using Bitboard = u64;  // bit n = square n, a1 = 0, h8 = 63
 
 struct Position;
 
+// How a move's text tells a promotion.
+enum class MoveStyle : u8 {
+    Plain,  // "e7e8=Q"
+    Uci,    // "e7e8q"
+};
+
 // Colours.
 inline constexpr int WHITE = 0;
 inline constexpr int BLACK = 1;

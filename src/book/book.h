@@ -60,7 +60,3 @@ inline constexpr int DRAWN_OR_UNKNOWN = 2;  // result of a game; else the colour
 // The result that a tag line, or a part of it, names.
 int ResultOfText(const char* text);
 inline bool IsLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
-
-// IsValidMove for the texts of game files: the same result and the same edits of the text for every
-// text, but the usual spellings are resolved without listing the moves of the position.
-int ReadGameMove(char* text, Move* out);

@@ -9,6 +9,7 @@
 
 #include "board/moves.h"
 #include "book/book.h"
+#include "book/gamemove.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
 #include "platform/interrupt.h"
@@ -297,15 +298,8 @@ const char* MoveTextStart(const char* word) {
 // Plays and records the move of a word that is neither comment nor variation. False when it names
 // no move.
 bool ReadMoveWord(BookBuild* build, const char* start) {
-    char text[MOVE_TEXT_SIZE + 1];
-    const std::size_t length = std::strcspn(start, "+");  // nothing behind the sign is read
-    if (length >= MOVE_TEXT_SIZE) {
-        return false;  // no move is longer
-    }
-    std::memcpy(text, start, length);
-    text[length] = '\0';
     Move m;
-    if (!ReadGameMove(text, &m)) { return false; }
+    if (!IsValidMove(start, &m)) { return false; }
     const int mover = game_position->side;
     PlayGameMove(game_position, m);
     CreditPosition(build, mover);

@@ -206,13 +206,13 @@ Move ChooseBookMove(Position* pos, int verbose) {
             chosen = m;
         }
         if (verbose) {
-            MoveToStr(m, text);
+            MoveToStr(m, text, TextStyle());
             ShowMessageF("%s   %5d - %5d - %5d   %0.3f  %0.3f\n", text, r->prev_wins, r->stm_wins,
                          r->draws, share, value);
         }
     }
     if (verbose && chosen != NO_MOVE) {
-        MoveToStr(chosen, text);
+        MoveToStr(chosen, text, TextStyle());
         ShowMessageF("book move is %s\n", text);
     }
     return chosen;

@@ -1,5 +1,5 @@
-// Reading of game files: move texts, and the scanner that turns the games of engines, with the
-// scores in their comments, into annotated games or labelled positions. Front-end thread only.
+// The scanner that turns the games of engines, with the scores in their comments, into annotated
+// games or labelled positions. Front-end thread only.
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
@@ -10,6 +10,7 @@
 #include "board/bitboards.h"
 #include "board/moves.h"
 #include "book/book.h"
+#include "book/gamemove.h"
 #include "eval/evaluate.h"
 #include "eval/personality.h"
 #include "frontend/output.h"
@@ -17,120 +18,9 @@
 #include "platform/interrupt.h"
 #include "platform/textlines.h"
 
-// --- results and move texts ---
-
 int ResultOfText(const char* text) {
     if (std::strstr(text, "1-0") != nullptr) { return WHITE; }
     return std::strstr(text, "0-1") != nullptr ? BLACK : DRAWN_OR_UNKNOWN;
-}
-
-namespace {
-
-int SquareOfText(const char* text) {
-    const unsigned file = static_cast<unsigned>(text[0] - 'a');
-    const unsigned rank = static_cast<unsigned>(text[1] - '1');
-    return file < 8 && rank < 8 ? static_cast<int>(rank * 8 + file) : NO_SQUARE;
-}
-
-// The pieces of the side to move, of one type, that reach a square.
-Bitboard PiecesThatReach(const Position* pos, int type, int to) {
-    const Bitboard occupied = Occupied(pos);
-    Bitboard from = 0;
-    if (type == KNIGHT) { from = BB_KnightRays[to]; }
-    if (type == KING) { from = BB_KingRays[to]; }
-    if (type == BISHOP || type == QUEEN) { from |= GenAttacksB(to, occupied); }
-    if (type == ROOK || type == QUEEN) { from |= GenAttacksR(to, occupied); }
-    return from & pos->bb[pos->side][type];
-}
-
-// "Nf3", "Nxf3", "Nbd2", "N1xd2": the move, when exactly one piece fits the text, else NO_MOVE.
-Move ReadPieceMove(const Position* pos, const char* text, std::size_t length) {
-    constexpr const char* letters = " PNBRQK";
-    const int type = static_cast<int>(std::strchr(letters, text[0]) - letters);
-    const int to = SquareOfText(text + length - 2);
-    if (to == NO_SQUARE || (pos->bb[pos->side][0] & Bit(to)) != 0) { return NO_MOVE; }
-    std::size_t middle = length - 3;  // characters between the letter and the square
-    const bool capture = middle > 0 && text[middle] == 'x';
-    if (capture) { --middle; }
-    if (middle > 1 || capture != (pos->board[to] != NO_PIECE)) { return NO_MOVE; }
-    Bitboard from = PiecesThatReach(pos, type, to);
-    if (middle == 1) {
-        if (text[1] >= 'a' && text[1] <= 'h') {
-            from &= FileMask(text[1] - 'a');
-        } else if (text[1] >= '1' && text[1] <= '8') {
-            from &= RankMask(text[1] - '1');
-        } else {
-            return NO_MOVE;
-        }
-        if (type == KING) { return NO_MOVE; }
-    }
-    if (from == 0 || (from & (from - 1)) != 0) { return NO_MOVE; }
-    return MakeMoveWord(GetLSB(from), to);
-}
-
-// "e4" and "exd5", without promotions and captures in passing.
-Move ReadPawnMove(const Position* pos, const char* text, std::size_t length) {
-    const int to = SquareOfText(text + length - 2);
-    if (to == NO_SQUARE || to == pos->ep_square || RankOf(to) == 0 || RankOf(to) == 7) {
-        return NO_MOVE;
-    }
-    const int behind = to - pawn_dir[pos->side];
-    if (behind < 8 || behind > 55) { return NO_MOVE; }
-    const int pawn = PieceCode(pos->side, PAWN);
-    if (length == 2) {
-        if (pos->board[to] != NO_PIECE) { return NO_MOVE; }
-        if (pos->board[behind] == pawn) { return MakeMoveWord(behind, to); }
-        const int start = behind - pawn_dir[pos->side];
-        const bool double_step = RankOf(to) == (pos->side == WHITE ? 3 : 4);
-        return double_step && pos->board[behind] == NO_PIECE && pos->board[start] == pawn
-                   ? MakeMoveWord(start, to)
-                   : NO_MOVE;
-    }
-    const int file = text[0] - 'a';
-    if (length != 4 || text[1] != 'x' || std::abs(file - FileOf(to)) != 1 ||
-        (pos->bb[pos->side ^ 1][0] & Bit(to)) == 0) {
-        return NO_MOVE;
-    }
-    const int from = behind - FileOf(behind) + file;
-    return pos->board[from] == pawn ? MakeMoveWord(from, to) : NO_MOVE;
-}
-
-// Castling in letters or zeros, "o"s in the text already.
-Move ReadCastling(const Position* pos, const char* text) {
-    const int king = init_king_sq[pos->side];
-    if (pos->board[king] != PieceCode(pos->side, KING)) { return NO_MOVE; }
-    const bool king_side = std::strcmp(text, "o-o") == 0;
-    if (!king_side && std::strcmp(text, "o-o-o") != 0) { return NO_MOVE; }
-    const Move m = MakeMoveWord(king, king_side ? king + 2 : king - 2);
-    return MoveIsPseudoLegal(pos, m) ? m : NO_MOVE;
-}
-
-}  // namespace
-
-int ReadGameMove(char* text, Move* out) {
-    const Position* pos = game_position;
-    const std::size_t length = std::strcspn(text, "+");
-    const char first = text[0];
-    Move m = NO_MOVE;
-    if (length >= 3 && length <= 5 && first != 'P' && first != '\0' &&
-        std::strchr("NBRQK", first) != nullptr) {
-        m = ReadPieceMove(pos, text, length);
-    } else if ((length == 2 || length == 4) && first >= 'a' && first <= 'h') {
-        m = ReadPawnMove(pos, text, length);
-    } else if ((length == 3 || length == 5) && std::strchr("Oo0", first) != nullptr) {
-        char castling[6];
-        std::memcpy(castling, text, length);
-        castling[length] = '\0';
-        for (std::size_t i = 0; i < length; ++i) {
-            if (castling[i] == 'O' || castling[i] == '0') { castling[i] = 'o'; }
-        }
-        m = ReadCastling(pos, castling);
-        if (m != NO_MOVE && MoveIsLegal(pos, pos->side, m)) { std::memcpy(text, castling, length); }
-    }
-    if (m == NO_MOVE || !MoveIsLegal(pos, pos->side, m)) { return IsValidMove(text, out); }
-    text[length] = '\0';
-    *out = m;
-    return 1;
 }
 
 // --- the scanner ---
@@ -281,8 +171,9 @@ void ProcessGame(std::FILE* out, ScannedMove* moves, int count, int mode, int re
     PBlock.options.hash_mode = 0;
     *positions = 0;
     for (int i = 0; i < count; ++i) {
-        Move m;
-        if (!ReadGameMove(moves[i].text, &m)) { break; }
+        const MoveReading reading = ReadGameMove(moves[i].text);
+        if (reading.move == NO_MOVE) { break; }
+        std::memcpy(moves[i].text, reading.text, sizeof reading.text);
         const int side = game_position->side;
         const double target = result == DRAWN_OR_UNKNOWN ? 0.5 : result == side ? 1.0 : 0.0;
         if (mode == 1) {
@@ -294,7 +185,7 @@ void ProcessGame(std::FILE* out, ScannedMove* moves, int count, int mode, int re
         } else {
             *positions += WriteRookEnding(out, moves[i], target);
         }
-        PlayGameMove(game_position, m);
+        PlayGameMove(game_position, reading.move);
         if (mode == 3 && !Within(moves[i].score, DECIDED_SCORE)) { break; }
     }
     if (mode == 1) { std::putc('\n', out); }

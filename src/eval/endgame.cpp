@@ -154,7 +154,7 @@ int EvalPieceAgainstPawn(const EvalInfo* info, int strong) {
     const Position* pos = info->pos;
     const int owner = strong ^ 1;
     const int pawn = SoleSquare(pos->bb[owner][PAWN]);
-    const int r = RankOf(pawn ^ flip_sq[owner]);
+    const int r = RelativeRank(pawn, owner);
     const int weak_distance = distance(info->king_square[owner], pawn);
     const int strong_distance = distance(info->king_square[strong], pawn);
     const int score =

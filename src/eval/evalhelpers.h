@@ -33,15 +33,6 @@ constexpr Bitboard PawnAttacks(Bitboard pawns) {
     return Ahead<US>(Sideways(pawns));
 }
 
-template <int US>
-constexpr int RelativeSquare(int square) {
-    return square ^ flip_sq[US];
-}
-template <int US>
-constexpr int RelativeRank(int square) {
-    return RankOf(square ^ flip_sq[US]);
-}
-
 // Caches are trusted from this ply on: the root computes anew.
 inline constexpr int CACHED_FROM_PLY = 2;
 

@@ -80,8 +80,8 @@ inline void EvaluateKnights(EvalInfo* info, PieceSums* s, Report report) {
         AddAttacks(s, &by_knights, targets);
         if (targets & king_targets) { s->king_attack += KING_ATTACK_MINOR; }
         s->mobility += KnightMobility[CountBits(targets & info->mobility_area[US])];
-        TaperedScore value = {KnightOpening[RelativeSquare<US>(sq)],
-                              KnightEnding[RelativeSquare<US>(sq)] + ending_bonus};
+        TaperedScore value = {KnightOpening[RelativeSquare(sq, US)],
+                              KnightEnding[RelativeSquare(sq, US)] + ending_bonus};
         if (info->outposts[US] & Bit(sq)) {
             value.opening += Personality.knight_outpost;
             if (info->attacks_by[US][PAWN] & Bit(sq)) { value.opening += OUTPOST_DEFENDED; }
@@ -108,8 +108,8 @@ inline void EvaluateBishops(EvalInfo* info, PieceSums* s, Report report) {
         if (targets & king_targets) { s->king_attack += KING_ATTACK_MINOR; }
         s->mobility += BishopMobility[CountBits(targets & info->mobility_area[US])] +
                        BISHOP_CENTRE_SQUARE * CountBits(targets & BLOCK_C3_F6);
-        TaperedScore value = {BishopOpening[RelativeSquare<US>(sq)],
-                              BishopEnding[RelativeSquare<US>(sq)]};
+        TaperedScore value = {BishopOpening[RelativeSquare(sq, US)],
+                              BishopEnding[RelativeSquare(sq, US)]};
         const Bitboard ways_out = targets & BLOCK_B2_G7 & ~info->attacks_by[THEM][PAWN];
         if ((bishop_trap[US] & Bit(sq)) && ways_out == 0) {
             value.opening += Personality.bishop_trapped;
@@ -138,8 +138,8 @@ inline void EvaluateRooks(EvalInfo* info, PieceSums* s, Report report) {
         const int forward = CountBits(targets & FileMask(file) & HOME_HALF[THEM]);
         s->mobility +=
             RookMobility[count] + std::min(ROOK_FORWARD_SQUARE * forward, ROOK_FORWARD_MAX);
-        TaperedScore value = {RookOpening[RelativeSquare<US>(sq)],
-                              RookEnding[RelativeSquare<US>(sq)]};
+        TaperedScore value = {RookOpening[RelativeSquare(sq, US)],
+                              RookEnding[RelativeSquare(sq, US)]};
         if (!((own_files >> file) & 1)) {
             value += BothStages((enemy_files >> file) & 1 ? Personality.rook_half_open_file
                                                           : Personality.rook_open_file);
@@ -148,7 +148,7 @@ inline void EvaluateRooks(EvalInfo* info, PieceSums* s, Report report) {
                     rook_blocking_files[file])) {
             value.opening += Personality.rook_trapped;
         }
-        if (RelativeRank<US>(sq) == 6 && info->back_rank_target[US]) {
+        if (RelativeRank(sq, US) == 6 && info->back_rank_target[US]) {
             value += BothStages(Personality.rook_rank7);
         }
         s->value += value;
@@ -183,9 +183,9 @@ inline void EvaluateQueens(EvalInfo* info, PieceSums* s, Report report) {
             s->king_attack += KING_ATTACK_XRAY;
         }
         s->mobility += QueenMobility[CountBits(targets & info->mobility_area[US])];
-        TaperedScore value = {QueenOpening[RelativeSquare<US>(sq)],
-                              QueenEnding[RelativeSquare<US>(sq)]};
-        if (RelativeRank<US>(sq) == 6 && info->back_rank_target[US]) {
+        TaperedScore value = {QueenOpening[RelativeSquare(sq, US)],
+                              QueenEnding[RelativeSquare(sq, US)]};
+        if (RelativeRank(sq, US) == 6 && info->back_rank_target[US]) {
             value += BothStages(Personality.queen_rank7);
         }
         s->value += value;

@@ -57,7 +57,7 @@ inline void KingPressure(EvalInfo* info, int k, int holes, int* opening, int* en
     const Bitboard by_pieces = own[PAWN] | own[KNIGHT] | own[BISHOP] | own[ROOK] | own[QUEEN];
     const Bitboard zone = info->king_zone[US];
     int index =
-        info->king_attack[THEM] + holes + ((SHELTERED >> RelativeSquare<US>(k)) & 1 ? 0 : 1);
+        info->king_attack[THEM] + holes + ((SHELTERED >> RelativeSquare(k, US)) & 1 ? 0 : 1);
     index += CountBits(enemy[KNIGHT] & zone & ~own[PAWN]);
     index += CountBits(enemy[BISHOP] & zone & ~own[PAWN]);
     index += CountBits(enemy[ROOK] & zone & ~(own[PAWN] | own[KNIGHT] | own[BISHOP]));
@@ -101,7 +101,7 @@ inline int KingActivity(EvalInfo* info, int k) {
         const int away = std::max(leftbit[files] - FileOf(k), FileOf(k) - rightbit[files]);
         if (away > 0) { value -= PAWN_FILE_DISTANCE * away; }
     }
-    if (pos->bb[THEM][PAWN] & HOME_HALF[THEM]) { value += king_advance[RelativeRank<US>(k)]; }
+    if (pos->bb[THEM][PAWN] & HOME_HALF[THEM]) { value += king_advance[RelativeRank(k, US)]; }
     return value;
 }
 
@@ -109,8 +109,8 @@ template <int US, typename Report>
 void EvalKingOf(EvalInfo* info, Report report) {
     constexpr int THEM = US ^ 1;
     const int k = info->king_square[US];
-    int opening = KingOpening[RelativeSquare<US>(k)];
-    int ending = KingEnding[RelativeSquare<US>(k)];
+    int opening = KingOpening[RelativeSquare(k, US)];
+    int ending = KingEnding[RelativeSquare(k, US)];
     info->king_confined[US] = false;
     if (info->phase[THEM] >= ATTACK_PHASE) {
         int holes;

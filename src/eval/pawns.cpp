@@ -71,9 +71,9 @@ void ScoreStructure(const EvalInfo* info, PawnEntry* e, Report report) {
     for (Bitboard pawns = own; pawns != 0;) {
         const int sq = PopLSB(&pawns);
         const Bitboard bit = Bit(sq);
-        const int file = FileOf(sq), r = RelativeRank<US>(sq);
+        const int file = FileOf(sq), r = RelativeRank(sq, US);
         mask |= 1 << file | 256 << RankOf(sq);
-        int opening = PawnOpening[RelativeSquare<US>(sq)];
+        int opening = PawnOpening[RelativeSquare(sq, US)];
         int both = 0;
         if (own & FileMask(file) & ~bit) { both += Personality.pawn_doubled; }
         if ((Ahead<US>(bit) & own_span) == 0) {
@@ -93,7 +93,7 @@ void ScoreStructure(const EvalInfo* info, PawnEntry* e, Report report) {
                 e->candidates |= bit;
             }
         }
-        const TaperedScore value = {opening + both, PawnEnding[RelativeSquare<US>(sq)] + both};
+        const TaperedScore value = {opening + both, PawnEnding[RelativeSquare(sq, US)] + both};
         sum += value;
         report.Charge(info, PAWN_TERM, US, sq, value);
     }
@@ -134,7 +134,7 @@ inline void ScoreCandidate(EvalInfo* info, Report report) {
     const int two_ahead = (sq + 2 * pawn_dir[US]) & 63;
     const int d = distance(info->king_square[US ^ 1], two_ahead);
     const int ending =
-        ((RelativeRank<US>(sq) - 2) * CANDIDATE_RANK_WEIGHT + d * CANDIDATE_KING_WEIGHT) *
+        ((RelativeRank(sq, US) - 2) * CANDIDATE_RANK_WEIGHT + d * CANDIDATE_KING_WEIGHT) *
         Personality.pawn_candidate / WEIGHT_UNIT;
     info->positional[US].ending += ending;
     report.Charge(info, PASSER_TERM, US, sq, {0, ending});
@@ -175,7 +175,7 @@ void ScorePasser(EvalInfo* info, int sq, Report report) {
     constexpr int THEM = US ^ 1;
     const Position* pos = info->pos;
     const Bitboard bit = Bit(sq), own_pawns = pos->bb[US][PAWN];
-    const int r = RelativeRank<US>(sq);
+    const int r = RelativeRank(sq, US);
     int opening, ending;
     if (AllAhead<US>(bit) & own_pawns) {  // the rear one of doubled passers
         opening = ending = PP_BONUS[r] / 3;

@@ -18,7 +18,6 @@
 namespace {
 
 constexpr int LOOP_WAIT_MS = 5;
-constexpr int FIFTY_MOVE_LIMIT = 100;  // plies; beyond it no search runs
 constexpr double ENDLESS_SECONDS =
     99999.0;  // a move with so much time is limited by something else
 
@@ -88,7 +87,7 @@ void BeginSearch() {
             ShowMessage(UciMode() ? "info string book move" : "book move");
             PBlock.result.PublishScore(0);
             PBlock.control.stop = STOP_FINISH;
-        } else if (game_position->fifty <= FIFTY_MOVE_LIMIT) {
+        } else if (game_position->fifty <= FIFTY_MOVE_PLIES) {
             StartSearch();
         }
     }
@@ -107,13 +106,13 @@ Move FirstLegalMove(Position* pos) {
 void ReportToGui() {
     ResultSnapshot result = PBlock.result.Snapshot();
     if (result.pv[1] == NO_MOVE && PBlock.limits.max_depth == 0 &&
-        game_position->fifty <= FIFTY_MOVE_LIMIT) {
+        game_position->fifty <= FIFTY_MOVE_PLIES) {
         result.pv[1] = FirstLegalMove(game_position);
     }
     char best[MOVE_TEXT_SIZE];
     char reply[MOVE_TEXT_SIZE];
-    MoveToStr(result.pv[1], best);
-    MoveToStr(result.pv[2], reply);
+    MoveToStr(result.pv[1], best, TextStyle());
+    MoveToStr(result.pv[2], reply, TextStyle());
     if (result.pv[1] != NO_MOVE && result.pv[2] != NO_MOVE) {
         ShowMessageF("bestmove %s ponder %s", best, reply);
     } else {
@@ -127,7 +126,7 @@ double HitRate(u64 hits, u64 probes) {
 
 void ReportToConsole() {
     char best[MOVE_TEXT_SIZE];
-    MoveToStr(PBlock.result.SnapshotMove(), best);
+    MoveToStr(PBlock.result.SnapshotMove(), best, TextStyle());
     const double nodes = static_cast<double>(sstats.nodes);
     ShowMessageF("move= %s, time= %0.3f, score= %d, nodes= %0.0f, nps= %0.0fK ebf= %0.2f", best,
                  PBlock.time.elapsed.Get(), PBlock.result.Score(), nodes,

@@ -21,6 +21,7 @@
 #include "board/position.h"
 #include "board/zobrist.h"
 #include "book/book.h"
+#include "book/gamemove.h"
 #include "eval/evaluate.h"
 #include "eval/personality.h"
 #include "eval/threadblock.h"
@@ -216,7 +217,7 @@ void RedoCommand(const Command&) {
     const Move m = NextRecordedMove();
     if (m != NO_MOVE) {
         char text[MOVE_TEXT_SIZE];
-        MoveToStr(m, text);
+        MoveToStr(m, text, TextStyle());
         ShowMessageF("%d. move %s", MoveNumber(), text);
         PlayGameMove(game_position, m);
     }
@@ -238,10 +239,8 @@ void JumpCommand(const Command& c) {
 // A word of the user that should be a move.
 void EnterMove(const char* typed) {
     if (typed[0] == '\0' || WhyUnplayable(game_position) != nullptr) { return; }
-    char text[WORD_SIZE + 2];
-    std::snprintf(text, sizeof text, "%s", typed);
     Move m;
-    if (!IsValidMove(text, &m)) { return; }
+    if (!IsValidMove(typed, &m)) { return; }
     LeaveGame();
     FinishSearch();
     ShowMessageF("%d. move %s", MoveNumber(), typed);
@@ -292,15 +291,12 @@ void ClearEditedBoard() {
 
 // Puts the piece of one word ("Pa2") on its square; false when that lies off the board.
 bool PlaceEditedPiece(int colour, const char* word) {
-    const int file = word[1] == '\0' ? -1 : word[1] - 'a';
-    const int rank = file < 0 || word[2] == '\0' ? -1 : word[2] - '1';
-    if (file < 0 || file > 7 || rank < 0 || rank > 7) { return false; }
+    const int square = SquareOfText(word + 1);
+    if (square == NO_SQUARE) { return false; }
     Position* pos = game_position;
-    const int letter = std::toupper(static_cast<unsigned char>(word[0]));
-    int type = PAWN;
-    while (type <= KING && wchar[type] != letter) { ++type; }
-    if (type > KING) { return true; }
-    const int square = rank * 8 + file;
+    int any_colour = WHITE;
+    const int type = PieceTypeOfLetter(word[0], &any_colour);
+    if (type == NO_PIECE) { return true; }
     if (pos->board[square] != NO_PIECE) { RemovePiece(pos, square); }
     if (CountBits(pos->bb[colour][type]) < MAX_PIECES_OF_A_KIND) {
         AddPiece(pos, colour, type, square);
@@ -549,10 +545,9 @@ void LineCommand(const Command&) {
         if (m == NO_MOVE || !MoveIsPseudoLegal(pos, m) || !MoveIsLegal(pos, pos->side, m)) {
             break;
         }
-        char coord[MOVE_TEXT_SIZE], san[MOVE_TEXT_SIZE], file_form[MOVE_TEXT_SIZE],
-            rank_form[MOVE_TEXT_SIZE];
-        GenMoveStrings(pos, m, coord, san, file_form, rank_form);
-        text += san;
+        MoveForms forms;
+        GenMoveStrings(pos, m, &forms);
+        text += forms.san;
         text += ' ';
         MakeMove(pos, m);
         ++made;
@@ -642,10 +637,8 @@ bool PlayGameWord(const std::string& word) {
     if (letter == word.end()) { return true; }
     const std::string text(letter,
                            letter + std::min<std::ptrdiff_t>(word.end() - letter, PGN_MOVE_LENGTH));
-    char edited[PGN_MOVE_LENGTH + 2];
-    std::snprintf(edited, sizeof edited, "%s", text.c_str());
     Move m;
-    if (IsValidMove(edited, &m)) {
+    if (IsValidMove(text, &m)) {
         PlayGameMove(game_position, m);
         return true;
     }
@@ -711,10 +704,9 @@ void SaveCommand(const Command&) {
     std::fputs("[Event \"Unknown\"]\n", out);
     for (int i = 1; i <= moves; ++i) {
         const Move m = pos->undo[pos->hist_count].move;
-        char coord[MOVE_TEXT_SIZE], san[MOVE_TEXT_SIZE], file_form[MOVE_TEXT_SIZE],
-            rank_form[MOVE_TEXT_SIZE];
-        GenMoveStrings(pos, m, coord, san, file_form, rank_form);
-        std::fprintf(out, i % SAVED_MOVES_PER_LINE == 0 ? "%s \n" : "%s ", san);
+        MoveForms forms;
+        GenMoveStrings(pos, m, &forms);
+        std::fprintf(out, i % SAVED_MOVES_PER_LINE == 0 ? "%s \n" : "%s ", forms.san);
         PlayGameMove(pos, m);
     }
     std::fputs("\n\n", out);

@@ -9,10 +9,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <vector>
 
 #include "board/epdline.h"
 #include "board/moves.h"
+#include "book/gamemove.h"
 #include "eval/personality.h"
 #include "eval/threadblock.h"
 #include "frontend/frontend.h"
@@ -44,12 +44,9 @@ struct EpdTotals {
     double error = 0.0;
 };
 
-// IsValidMove on a copy, which it may edit and lengthen.
 int MoveOfText(const char* first, const char* last) {
-    std::vector<char> text(first, last);
-    text.resize(text.size() + 2, '\0');
     Move m;
-    return IsValidMove(text.data(), &m) ? m : 0;
+    return IsValidMove({first, last}, &m) ? m : NO_MOVE;
 }
 
 bool SearchIsBrief() {
@@ -124,7 +121,7 @@ void EpdRun::ShowResult(int score) const {
     const ResultSnapshot result = PBlock.result.Snapshot();
     DisplaySearchInfo(0, 0, result.depth_done, score, result.pv);
     char move[MOVE_TEXT_SIZE];
-    MoveToStr(result.pv[1], move);
+    MoveToStr(result.pv[1], move, TextStyle());
     const double elapsed = PBlock.time.elapsed;
     const double nodes = static_cast<double>(sstats.nodes);
     ShowMessageF("move= %s, time= %0.3f, score= %d, nodes= %0.0f, %0.0fK nps\n", move, elapsed,

@@ -29,7 +29,6 @@ constexpr std::size_t GAME_RECORD_PLIES = 700;  // a longer game is a draw; fits
 constexpr int BOOK_PLIES = 12;                  // the book is asked while fewer moves are made
 constexpr unsigned INPUT_INTERVAL = 16;         // plies between two looks at the input
 constexpr int DECIDED_SCORE = 900;              // centipawns; beyond it the game is over
-constexpr int FIFTY_MOVES = 100;                // plies
 constexpr int REPEATABLE = 3;                   // fewer reversible plies repeat nothing
 constexpr int GAMES_BEFORE_MARK = 200;          // before them no result is called significant
 constexpr double SECONDS_PER_MOVE = 1.0;
@@ -60,7 +59,7 @@ struct Match {
 bool DrawnWithoutSearch() {
     Position* pos = game_position;
     if (pos->fifty <= REPEATABLE) { return false; }
-    if (pos->fifty > FIFTY_MOVES && IsMate(ThreadData[0], InCheck(pos, pos->side)) != 1) {
+    if (pos->fifty > FIFTY_MOVE_PLIES && IsMate(ThreadData[0], InCheck(pos, pos->side)) != 1) {
         return true;
     }
     return CountRepetitions(pos, 2) >= 2;
@@ -89,7 +88,7 @@ Outcome Judge() {
     const int score = PBlock.result.Score();
     if (score < -DECIDED_SCORE) { return white_moves ? BLACK_WINS : WHITE_WINS; }
     if (score > DECIDED_SCORE) { return white_moves ? WHITE_WINS : BLACK_WINS; }
-    if (game_position->fifty > FIFTY_MOVES || PBlock.result.SnapshotMove() == NO_MOVE) {
+    if (game_position->fifty > FIFTY_MOVE_PLIES || PBlock.result.SnapshotMove() == NO_MOVE) {
         return DRAWN;
     }
     return GAME_GOES_ON;

@@ -234,6 +234,11 @@ struct ProgramBlock {
 
 inline ProgramBlock PBlock;
 
+// The style in which moves are shown now.
+inline MoveStyle TextStyle() {
+    return PBlock.options.protocol == PROTOCOL_UCI ? MoveStyle::Uci : MoveStyle::Plain;
+}
+
 // The position of slot 0 that the front end plays the game on; set at start-up (and by tests),
 // never null afterwards. Front-end thread only.
 inline Position* game_position = nullptr;

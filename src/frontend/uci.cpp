@@ -104,14 +104,9 @@ void SetOptionCommand(const char* rest) {
 
 // The move of a word such as "e7e8q", NO_MOVE when it is not one.
 Move MoveOfWord(const std::string& word) {
-    const auto square = [&word](std::size_t at) {
-        const int file = word[at] - 'a';
-        const int rank = word[at + 1] - '1';
-        return file >= 0 && file < 8 && rank >= 0 && rank < 8 ? 8 * rank + file : NO_SQUARE;
-    };
     if (word.size() != 4 && word.size() != 5) { return NO_MOVE; }
-    const int from = square(0);
-    const int to = square(2);
+    const int from = SquareOfText(word);
+    const int to = SquareOfText(std::string_view(word).substr(2));
     if (from == NO_SQUARE || to == NO_SQUARE) { return NO_MOVE; }
     if (word.size() == 4) { return MakeMoveWord(from, to); }
     switch (word[4]) {

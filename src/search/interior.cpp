@@ -64,7 +64,7 @@ int DrawScore(int side) { return PBlock.root.draw_score[side]; }
 bool IsDrawn(const Node& n) {
     const int h = n.pos->fifty;
     int limit = n.ply < 5 ? 2 : 1;
-    if (h > 100) {
+    if (h > FIFTY_MOVE_PLIES) {
         if (n.ply <= 2) {
             limit = 2;
         } else if (!MoveListFits(n.tb) || IsMate(n.tb, n.in_check) == 0) {
@@ -188,8 +188,6 @@ void FractionalExtension(const Node& n) {
 
 // --- the move loop ---
 
-int RelativeRank(Move m, int side) { return RankOf(MoveTo(m) ^ flip_sq[side]); }
-
 bool HasFreeSpan(const Position* pos, int side, Move m) {
     return (BB_PawnSpan[side][MoveTo(m)] & pos->bb[side ^ 1][PAWN]) == 0;
 }
@@ -198,13 +196,13 @@ bool HasFreeSpan(const Position* pos, int side, Move m) {
 // sixth without an opposing pawn in its forward span.
 bool IsAdvancedPawnMove(const Position* pos, int side, const MoveEntry* e) {
     if (PieceType(e->piece) != PAWN) { return false; }
-    const int rank = RelativeRank(e->move, side);
+    const int rank = RelativeRank(MoveTo(e->move), side);
     return rank >= 6 || (rank >= 4 && HasFreeSpan(pos, side, e->move));
 }
 
 bool IsPawnMoveExemptFromPruning(const Position* pos, int side, const MoveEntry* e) {
     if (PieceType(e->piece) != PAWN) { return false; }
-    const int rank = RelativeRank(e->move, side);
+    const int rank = RelativeRank(MoveTo(e->move), side);
     return rank >= 6 || (rank == 5 && HasFreeSpan(pos, side, e->move));
 }
 
@@ -298,15 +296,6 @@ void StoreResult(const ThreadBlock* tb, int depth, Window window) {
 
 }  // namespace
 
-int CountRepetitions(const Position* pos, int limit) {
-    const int oldest = std::max(pos->hist_count - pos->fifty, 0);
-    int count = 0;
-    for (int i = pos->hist_count - 4; i >= oldest && count < limit; i -= 2) {
-        if (pos->undo[i].hash == pos->hash) { ++count; }
-    }
-    return count;
-}
-
 u8 MoveFlags(const Position* pos, int side, const MoveEntry* e) {
     u8 flags = 0;
     const int check = MoveGivesCheck(pos, side, e);
@@ -314,7 +303,7 @@ u8 MoveFlags(const Position* pos, int side, const MoveEntry* e) {
     if (check == 2) { flags |= FLAG_DISCOVERED; }
     if (e->captured) { flags |= FLAG_CAPTURE; }
     if (PieceType(e->piece) == PAWN) {
-        if (RelativeRank(e->move, side) == 6) { flags |= FLAG_SEVENTH_RANK_PAWN; }
+        if (RelativeRank(MoveTo(e->move), side) == 6) { flags |= FLAG_SEVENTH_RANK_PAWN; }
         if (e->move & PROMOTE_QUEEN) { flags |= FLAG_QUEEN_PROMOTION; }
         if (FileOf(MoveFrom(e->move)) != FileOf(MoveTo(e->move))) { flags |= FLAG_CAPTURE; }
     }
@@ -341,9 +330,7 @@ int ProbCut(ThreadBlock* tb, int depth, int bound) {
     MoveEntry* end = GeneratePawnCaptures(pos, side, first);
     end = GeneratePieceCaptures(pos, side, end);
     TerminateList(pd, end);
-    for (MoveEntry* e = first; e != end; ++e) {
-        e->score = static_cast<i16>(32 * PieceType(e->captured) - PieceType(e->piece) + 8);
-    }
+    for (MoveEntry* e = first; e != end; ++e) { e->score = CaptureOrder(e); }
     Move line[PV_SIZE];
     for (MoveEntry* e = first; e != end; ++e) {
         PickNextMove(e);

@@ -33,7 +33,6 @@ constexpr int EVASION_COUNTER_SCORE = 70;
 constexpr int QUIET_SCORE = 1;
 constexpr int SORT_SCORE_LIMIT = 3;   // at or below it sorting no longer pays
 constexpr int SORT_MOVES_LIMIT = 15;  // likewise after this many searched moves
-constexpr int LOSING_EXCHANGE = -89;
 constexpr int HISTORY_SCALE = 128;
 constexpr int HISTORY_GAIN = 64;
 constexpr int HISTORY_DECAY = 128;
@@ -44,10 +43,6 @@ int ListBound(const Position* pos) {
     const u32 s = pos->sig[pos->side];
     return 12 * PawnCount(s) + 8 * KnightCount(s) + 13 * BishopCount(s) + 14 * RookCount(s) +
            27 * QueenCount(s) + 8 * CountBits(pos->bb[pos->side][KING]) + LIST_BOUND_SLACK;
-}
-
-int RecaptureSquare(const Position* pos) {
-    return pos->last_move ? MoveTo(pos->last_move) : NO_SQUARE;
 }
 
 int TacticalScore(Position* pos, const MoveEntry* e, int recapture, Bitboard occupied) {

@@ -20,11 +20,6 @@ constexpr int RECAPTURE_BONUS = 6;
 constexpr int DELTA_MARGIN = 150;       // what a capture may gain beyond its victim
 constexpr int WIDE_DELTA_MARGIN = 250;  // at PV nodes and above the horizon
 constexpr int RECAPTURES_ONLY_BELOW = -4;
-constexpr int LOSING_EXCHANGE = -89;
-
-int RecaptureSquare(const Position* pos) {
-    return pos->last_move ? MoveTo(pos->last_move) : NO_SQUARE;
-}
 
 MoveEntry* AddQuiet(MoveEntry* list, int from, int to, int piece) {
     *list = {MakeMoveWord(from, to), static_cast<u8>(piece), 0, 0};
@@ -135,7 +130,7 @@ bool IsLateEndgameCapture(const Position* pos, const MoveEntry* e) {
 }
 
 bool IsPawnToLastRanks(const Position* pos, const MoveEntry* e) {
-    return PieceType(e->piece) == PAWN && RankOf(MoveTo(e->move) ^ flip_sq[pos->side]) >= 6;
+    return PieceType(e->piece) == PAWN && RelativeRank(MoveTo(e->move), pos->side) >= 6;
 }
 
 // Is the move left out? `stand` + victim + `margin` is the most that a capture without check

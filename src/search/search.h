@@ -36,9 +36,6 @@ int Q_Search(ThreadBlock* tb, int depth, Window window, int node_type, Move* pv)
 int SNMP(ThreadBlock* tb, int static_eval, int beta);
 // 1 when a safe capture, searched to depth - 1, reaches the bound, else 0.
 int ProbCut(ThreadBlock* tb, int depth, int bound);
-// Number of earlier positions of the game and path, same side to move, equal to this one, within
-// the last fifty-counter plies; counting stops at `limit`.
-int CountRepetitions(const Position* pos, int limit);
 // Flags (FLAG_...) of a move of a side that is not in check.
 u8 MoveFlags(const Position* pos, int side, const MoveEntry* e);
 

@@ -33,7 +33,7 @@ std::string Format(const char* format, ...) {
 
 std::string MoveText(Move m) {
     char text[MOVE_TEXT_SIZE];
-    MoveToStr(m, text);
+    MoveToStr(m, text, TextStyle());
     return text;
 }
 

@@ -69,13 +69,13 @@ bool LineRepeats(const Position* pos, int ply) {
     const int h = pos->fifty;
     if (h <= 3) { return false; }
     int limit = ply < 5 ? 2 : 1;
-    if (h > 100 && ply <= 2) { limit = 2; }
+    if (h > FIFTY_MOVE_PLIES && ply <= 2) { limit = 2; }
     return CountRepetitions(pos, limit) >= limit;
 }
 
 // A line ends where the fifty-move counter has run out, unless the side to move is mated.
 bool LineEndsByFiftyMoves(ThreadBlock* tb, int ply) {
-    if (tb->pos.fifty <= 100 || ply <= 2) { return false; }
+    if (tb->pos.fifty <= FIFTY_MOVE_PLIES || ply <= 2) { return false; }
     PlyData* pd = CurrentPly(tb);
     pd->list_start = tb->ply_data[1].list_start;
     pd->hash_move = NO_MOVE;

@@ -28,9 +28,12 @@ void ExpectRow(const std::vector<std::string>& row, Position* pos, const MoveEnt
         EXPECT_EQ(std::to_string(values[i]), row[3 + i]) << where;
     }
     EXPECT_EQ(MoveIsLegalNonZero(pos, side, e->move), MoveIsLegal(pos, side, e->move)) << where;
-    char text[4][MOVE_TEXT_SIZE];
-    GenMoveStrings(pos, e->move, text[0], text[1], text[2], text[3]);
-    for (std::size_t i = 0; i < 4; ++i) { EXPECT_EQ(text[i], row[10 + i]) << where; }
+    MoveForms forms;
+    GenMoveStrings(pos, e->move, &forms);
+    std::size_t column = 10;
+    for (const char* text : {forms.coord, forms.san, forms.file_form, forms.rank_form}) {
+        EXPECT_EQ(text, row[column++]) << where;
+    }
 }
 
 TEST_F(MoveGenTest, EveryListAgreesWithTheTableInOrderAndJudgement) {
@@ -88,50 +91,6 @@ TEST_F(MoveGenTest, PseudoLegalityAgreesWithTheGeneratorsForEveryMoveWord) {
             }
         }
     }
-}
-
-// Reads `text` in the game position: the move it names, which must be legal, or 0.
-Move Read(const std::string& text) {
-    std::vector<char> buffer(text.begin(), text.end());
-    buffer.resize(text.size() + 2);  // the NUL and one more character, no byte beyond
-    Move m = 1234;
-    const int valid = IsValidMove(buffer.data(), &m);
-    EXPECT_EQ(valid != 0, m != NO_MOVE) << text;
-    EXPECT_EQ(valid, MoveIsLegal(game_position, game_position->side, m)) << text;
-    return m;
-}
-
-TEST(MoveTextTest, AcceptedAndRefusedSpellings) {
-    ResetEngine();
-    for (const auto& row : ReadTable("movetexts.tsv")) {
-        SetGame(row[0]);
-        testing::internal::CaptureStdout();
-        const Move m = Read(row[1]);
-        EXPECT_EQ(m == NO_MOVE ? "" : MoveText(m), row[2]) << row[0] << ' ' << row[1];
-        const std::string output = testing::internal::GetCapturedStdout();
-        EXPECT_EQ(output.empty(), row[3].empty()) << row[0] << ' ' << row[1] << ": " << output;
-        EXPECT_THAT(output, testing::HasSubstr(row[3])) << row[0] << ' ' << row[1];
-    }
-    EXPECT_EQ(MoveText(NO_MOVE), "null");
-    PBlock.options.protocol = PROTOCOL_CONSOLE;
-    EXPECT_EQ(MoveText(MakeMoveWord(8, 1, PROMOTE_ROOK)), "a2b1=R");
-}
-
-TEST(MoveTextTest, RandomTextNamesNothingAndHarmsNothing) {
-    ResetEngine();
-    std::mt19937 random(7);
-    const std::string letters = "abcdefgh12345678NBRQK=+-xoO0qnbr#";
-    testing::internal::CaptureStdout();
-    for (int i = 0; i < 3000; ++i) {
-        SetGame(SamplePositions()[random() % SamplePositions().size()]);
-        std::string text;
-        for (unsigned n = random() % 10 == 0 ? 300 : random() % 8; n > 0; --n) {
-            text += random() % 9 ? letters[random() % letters.size()]
-                                 : static_cast<char>(random() % 255 + 1);
-        }
-        Read(text);
-    }
-    testing::internal::GetCapturedStdout();
 }
 
 }  // namespace

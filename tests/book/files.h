@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "book/book.h"
+#include "book/gamemove.h"
 #include "frontend/pblock.h"
 #include "support/engine.h"
 
@@ -52,9 +53,8 @@ inline void PlayFromStart(const std::string& moves) {
     SetGame(fen_opn);
     std::istringstream words(moves);
     for (std::string word; words >> word;) {
-        word.resize(MOVE_TEXT_SIZE);
         Move m = NO_MOVE;
-        EXPECT_EQ(IsValidMove(word.data(), &m), 1) << moves;
+        EXPECT_EQ(IsValidMove(word, &m), 1) << moves;
         PlayGameMove(game_position, m);
     }
     UpdatePosHash(game_position);

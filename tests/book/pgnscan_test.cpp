@@ -82,47 +82,5 @@ TEST_F(PgnScan, AMissingInputCreatesNoOutput) {
 }
 
 // Result and edited text of a reader.
-std::string Read(int (*reader)(char*, Move*), const std::string& word) {
-    char text[64] = {};
-    word.copy(text, 40);
-    Move m = 12345;
-    const int found = reader(text, &m);
-    return std::to_string(found) + " " + std::to_string(m) + (found ? text : "");
-}
-
-TEST_F(PgnScan, TheQuickMoveReaderAgreesWithTheFullOne) {
-    std::istringstream words(FileContent(DataFile("dortmund.pgn")));
-    int games = 0, compared = 0;
-    testing::internal::CaptureStdout();  // "ambiguous move"
-    for (std::string word; games < 40 && words >> word;) {
-        if (word.find("[Result") != std::string::npos) {
-            ++games;
-            SetGame(fen_opn);
-        }
-        if (!std::isalpha(static_cast<unsigned char>(word[0]))) { continue; }
-        Move m;
-        std::string text = word;
-        text.resize(64);
-        if (!IsValidMove(text.data(), &m)) { continue; }
-        const int from = MoveFrom(m);
-        const std::string piece = word.substr(0, 1);
-        const std::string target = square_name[MoveTo(m)];
-        std::string variants = "exd5 O-O 0-0-0 o-o e8Q ed " + word + " " + word + "+ " + target;
-        const std::string square = square_name[from];
-        for (const std::string& prefix : std::vector<std::string>{
-                 piece, piece + "x", piece + word[1], piece + square[0], piece + square[1] + "x",
-                 piece + square, square, "N", "Q", "K", "Rx"}) {
-            variants += " " + prefix + target;
-        }
-        std::istringstream spellings(variants);
-        for (std::string variant; spellings >> variant;) {
-            EXPECT_EQ(Read(ReadGameMove, variant), Read(IsValidMove, variant)) << variant;
-            ++compared;
-        }
-        PlayGameMove(game_position, m);
-    }
-    testing::internal::GetCapturedStdout();
-    EXPECT_GT(compared, 20000);
-}
 
 }  // namespace

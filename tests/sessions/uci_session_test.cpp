@@ -22,11 +22,7 @@ std::string BestMove(const std::string& line, const std::string& fen = BUSY_FEN)
     std::smatch match;
     EXPECT_TRUE(std::regex_match(line, match, form)) << line;
     const std::string move = match[1];
-    char text[MOVE_TEXT_SIZE] = {};
-    move.copy(text, sizeof text - 1);
-    Move m;
-    SetGame(fen);
-    EXPECT_TRUE(IsValidMove(text, &m)) << line;
+    EXPECT_NE(ReadMove(SetGame(fen), move).move, NO_MOVE) << line;
     return move;
 }
 

@@ -43,7 +43,7 @@ Position* SetGame(const std::string& fen) {
 
 std::string MoveText(Move m) {
     char text[MOVE_TEXT_SIZE];
-    MoveToStr(m, text);
+    MoveToStr(m, text, TextStyle());
     return text;
 }
 
