@@ -1,27 +1,16 @@
-// Playing moves and taking them back with incremental keys and material, and the trace of moves
-// that can be written while doing so. A thread plays only on its own position; the trace file is
-// shared under a lock.
+// Playing moves and taking them back with incremental keys and material. A thread plays only on its
+// own position.
 #include <array>
 #include <cassert>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
-#include <mutex>
 
 #include "board/bitboards.h"
 #include "board/moves.h"
-#include "board/plydata.h"
+#include "board/trace.h"
 #include "board/zobrist.h"
 #include "frontend/pblock.h"
 
 namespace {
-
-constexpr int NOTHING_TRACED = -1;
-
-std::mutex trace_lock;
-std::FILE* trace_file = nullptr;
-int traced_ply = 0;
-int traced_depth = NOTHING_TRACED;
 
 // Castling rights lost when a move starts or ends on a square.
 constexpr std::array<u8, 64> MakeCastlingBits() {
@@ -219,34 +208,4 @@ void PlayGameMove(Position* pos, Move m) {
 void TakeBackGameMove(Position* pos) {
     UnmakeMove(pos);
     pos->ply = 1;
-}
-
-void TraceMove(Position* pos, Move m) {
-    if (pos->ply > PBlock.options.trace) { return; }
-    const std::lock_guard<std::mutex> lock(trace_lock);
-    if (trace_file == nullptr) {
-        trace_file = std::fopen("trace.txt", "w");
-        if (trace_file == nullptr) { std::exit(0); }
-    }
-    const int iteration = pos->sstack[0].depth;
-    if (iteration > traced_depth) {
-        std::fprintf(trace_file, "\n\nSEARCH DEPTH= %d\n", iteration);
-        traced_depth = iteration;
-    }
-    if (pos->ply <= traced_ply) {
-        std::fputc('\n', trace_file);
-        for (int i = 1; i < pos->ply; ++i) { std::fputs("         ", trace_file); }
-    }
-    char text[MOVE_TEXT_SIZE];
-    MoveToStr(m, text, TextStyle());
-    std::fprintf(trace_file, "(%2d)%s ", pos->sstack[pos->ply].depth, text);
-    traced_ply = pos->ply;
-}
-
-void ResetTrace() {
-    const std::lock_guard<std::mutex> lock(trace_lock);
-    if (trace_file != nullptr) { std::fclose(trace_file); }
-    trace_file = nullptr;
-    traced_ply = 0;
-    traced_depth = NOTHING_TRACED;
 }

@@ -85,10 +85,6 @@ void UnmakeNullMove(Position* pos);
 // first drops its oldest part.
 void PlayGameMove(Position* pos, Move m);
 void TakeBackGameMove(Position* pos);
-// Writes one move to "trace.txt" (0 = null move). Called by MakeMove while tracing is on.
-void TraceMove(Position* pos, Move m);
-// Forgets what was traced last and closes the file.
-void ResetTrace();
 
 // --- legality, checks, exchanges (legality.cpp, exchange.cpp) ---
 int MoveIsLegal(const Position* pos, int side, Move m);         // 0 also for the move 0

@@ -19,6 +19,7 @@
 #include "board/bitboards.h"
 #include "board/moves.h"
 #include "board/position.h"
+#include "board/trace.h"
 #include "board/zobrist.h"
 #include "book/book.h"
 #include "book/gamemove.h"
@@ -434,7 +435,10 @@ void HashCommand(const Command& c) {
     PBlock.options.hash_mode = static_cast<u8>(WholeNumber(c.word[1], 0, UCHAR_MAX));
 }
 
-void TraceCommand(const Command& c) { PBlock.options.trace = SmallNumber(c.word[1]); }
+void TraceCommand(const Command& c) {
+    SetTraceStyle(TextStyle());
+    PBlock.options.trace = SmallNumber(c.word[1]);
+}
 
 // ---- selectivity and parameters ----
 

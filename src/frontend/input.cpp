@@ -7,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "board/trace.h"
 #include "frontend/frontend.h"
 #include "frontend/output.h"
 #include "platform/input.h"
@@ -92,7 +93,7 @@ void HandleLine(const std::string& line) {
 }  // namespace
 
 void UserInput() {
-    if (InterruptSeen()) {
+    if (InterruptSeen() || TraceFailed()) {
         PBlock.control.stop = STOP_ABANDON;
         PBlock.control.quit = 1;
         return;

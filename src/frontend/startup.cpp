@@ -4,6 +4,7 @@
 #include <cstdlib>
 
 #include "board/bitboards.h"
+#include "board/trace.h"
 #include "book/book.h"
 #include "eval/evaluate.h"
 #include "eval/personality.h"

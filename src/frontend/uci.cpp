@@ -7,6 +7,7 @@
 #include <optional>
 #include <string>
 
+#include "board/trace.h"
 #include "eval/threadblock.h"
 #include "frontend/frontend.h"
 #include "frontend/output.h"
@@ -176,6 +177,7 @@ void IdentifyCommand() {
     PBlock.options.own_book = 0;
     ShowMessage("uciok");
     PBlock.options.protocol = PROTOCOL_UCI;
+    SetTraceStyle(TextStyle());
     PBlock.control.selfplay = 0;
     DropWaitingRequests();
 }

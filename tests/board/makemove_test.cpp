@@ -1,8 +1,5 @@
-// Make and unmake, null moves, the game history and its guard, and the move trace.
+// Make and unmake, null moves, the game history and its guard.
 #include <gtest/gtest.h>
-
-#include <fstream>
-#include <iterator>
 
 #include "board/reference.h"
 #include "eval/threadblock.h"
@@ -79,27 +76,6 @@ TEST_F(MakeMoveTest, FiftyStopsAtItsLimitAndAVeryLongGameStaysWithinTheHistory) 
         ASSERT_TRUE(PositionIsSound(pos));
         ASSERT_EQ(pos->last_move, pos->hist_count ? moves[(5999 - taken) % 4] : NO_MOVE);
     }
-}
-
-TEST_F(MakeMoveTest, TraceWritesTheTreeUpToItsLimit) {
-    ScratchFolder folder;
-    Position* pos = SetGame(fen_opn);
-    ThreadData[0]->iteration_depth = 5;
-    pos->sstack[0].depth = 5;
-    for (i16 ply = 1; ply < 5; ++ply) { pos->sstack[ply].depth = static_cast<i16>(6 - ply); }
-    PBlock.options.trace = 2;
-    ResetTrace();
-    Play(pos, "e2e4 e7e5 g1f3 - - d7d5 - null - - d2d4 -");  // ply 3 is beyond the limit
-    ThreadData[0]->iteration_depth = 12;
-    pos->sstack[0].depth = pos->sstack[1].depth = 12;
-    Play(pos, "c2c4");
-    PBlock.options.trace = 0;
-    ResetTrace();
-    std::ifstream in("trace.txt");
-    const std::string text((std::istreambuf_iterator<char>(in)), {});
-    EXPECT_EQ(text,
-              "\n\nSEARCH DEPTH= 5\n( 5)e2e4 ( 4)e7e5 \n         ( 4)d7d5 \n         ( 4)null "
-              "\n( 5)d2d4 \n\nSEARCH DEPTH= 12\n\n(12)c2c4 ");
 }
 
 }  // namespace

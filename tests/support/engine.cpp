@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "board/bitboards.h"
+#include "board/trace.h"
 #include "board/zobrist.h"
 #include "eval/personality.h"
 #include "frontend/frontend.h"
