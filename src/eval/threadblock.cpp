@@ -35,7 +35,6 @@ ThreadBlock* NewThreadBlock(int slot) {
     tb->pos.ply = 1;
     tb->ply_data[0].list_start = tb->move_buffer;
     tb->ply_data[1].list_start = tb->move_buffer;
-    AlertCreate(&tb->alert);  // without one the thread still polls
     ThreadData[slot] = tb;
     return tb;
 }
@@ -45,7 +44,6 @@ void FreeThreadBlock(int slot) {
     ThreadBlock* tb = ThreadData[slot];
     if (tb == nullptr) { return; }
     ThreadData[slot] = nullptr;
-    AlertDestroy(&tb->alert);
     tb->~ThreadBlock();
     FreeLargeBlock(tb, BLOCK_BYTES);
 }

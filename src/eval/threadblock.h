@@ -11,7 +11,6 @@
 #include "board/position.h"
 #include "eval/evaluate.h"
 #include "platform/atomics.h"
-#include "platform/sleep.h"
 
 inline constexpr int THREAD_SLOTS = 65;  // slot 0 holds the game position, 1..64 search
 
@@ -39,8 +38,9 @@ struct ThreadBlock {
     EvalInfo eval_info;
 
     u8 slot;
-    std::atomic<u8>
-        command;  // release by the writer, acquire by the reader: it hands the block over
+    // Release by the writer, acquire by the reader: it hands the block over. The idle thread
+    // sleeps on it.
+    std::atomic<u8> command;
     Relaxed<u8> root_status;
     Relaxed<i8> iteration_depth;
     i16 best_depth;  // iteration of the running best move
@@ -57,7 +57,6 @@ struct ThreadBlock {
     Relaxed<i16> best_score_by_depth[PV_SIZE];
     Move pv[PV_SIZE];         // [1] = root move
     Relaxed<Move> root_move;  // copy of pv[1] for other threads
-    Alert alert;              // raised when the command byte is written
 };
 
 extern ThreadBlock* ThreadData[THREAD_SLOTS];

@@ -62,7 +62,6 @@ void SearchPosition(const char* fen) {
         WaitForToolSearch(NeverEager);
     }
     GetElapsedTime(0);
-    Collect();
     PBlock.progress.hash_fill = HashFill();
 }
 
@@ -92,7 +91,7 @@ void RunBenchmark(int positions) {
         SearchPosition(benchmark_positions[i]);
         ClearStatus();
         seconds += PBlock.time.elapsed;
-        nodes += static_cast<double>(sstats.nodes);
+        nodes += static_cast<double>(Collect().nodes);
         ShowMessageF("pos %2d: %6.2f seconds", i, PBlock.time.elapsed.Get());
     }
     ShowMessageF("total time= %0.2f seconds, nodes= %.0f, nps= %.0f", seconds, nodes,

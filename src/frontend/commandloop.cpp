@@ -127,14 +127,15 @@ double HitRate(u64 hits, u64 probes) {
 void ReportToConsole() {
     char best[MOVE_TEXT_SIZE];
     MoveToStr(PBlock.result.SnapshotMove(), best, TextStyle());
-    const double nodes = static_cast<double>(sstats.nodes);
+    const SearchStats totals = Collect();
+    const double nodes = static_cast<double>(totals.nodes);
     ShowMessageF("move= %s, time= %0.3f, score= %d, nodes= %0.0f, nps= %0.0fK ebf= %0.2f", best,
                  PBlock.time.elapsed.Get(), PBlock.result.Score(), nodes,
                  nodes / (PBlock.time.elapsed + 0.001) / 1000.0, EffectiveBranchingFactor());
     ShowMessageF("Hash fill= %.1f%%, Hash hits: main= %0.1f%%, pawn= %0.1f%%, eval= %0.1f%%",
-                 100.0 * PBlock.progress.hash_fill, HitRate(sstats.tt_hits, sstats.tt_probes),
-                 HitRate(sstats.pawn_hits, sstats.pawn_probes),
-                 HitRate(sstats.eval_hits, sstats.eval_probes));
+                 100.0 * PBlock.progress.hash_fill, HitRate(totals.tt_hits, totals.tt_probes),
+                 HitRate(totals.pawn_hits, totals.pawn_probes),
+                 HitRate(totals.eval_hits, totals.eval_probes));
     const i32* counts = PBlock.progress.ncnt;
     if (i64{counts[0]} + counts[1] + counts[2] + counts[3] != 0) {
         ShowMessageF("ncnt1= %d, ncnt2= %d, ncnt3= %d, ncnt4= %d", counts[0], counts[1], counts[2],
@@ -175,7 +176,6 @@ void GoOnWithSelfPlay(bool cut_short) {
 
 // The one place where the end of a search is reported. Requires idle search threads.
 void ReportSearch(bool cut_short) {
-    Collect();
     PBlock.progress.hash_fill = HashFill();
     const ResultSnapshot result = PBlock.result.Snapshot();
     DisplaySearchInfo(0, 0, result.depth_done, result.score, result.pv);

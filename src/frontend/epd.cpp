@@ -123,7 +123,7 @@ void EpdRun::ShowResult(int score) const {
     char move[MOVE_TEXT_SIZE];
     MoveToStr(result.pv[1], move, TextStyle());
     const double elapsed = PBlock.time.elapsed;
-    const double nodes = static_cast<double>(sstats.nodes);
+    const double nodes = static_cast<double>(Collect().nodes);
     ShowMessageF("move= %s, time= %0.3f, score= %d, nodes= %0.0f, %0.0fK nps\n", move, elapsed,
                  score, nodes, nodes / (elapsed + 0.001) / 1000);
 }
@@ -155,9 +155,8 @@ void EpdRun::Analyze(const std::string& line, const EpdRecord& record) {
 
     const int score = Search();
     GetElapsedTime(0);
-    Collect();
     totals_.seconds += PBlock.time.elapsed;
-    totals_.nodes += sstats.nodes;
+    totals_.nodes += Collect().nodes;
     totals_.depth += PBlock.result.DepthDone();
     totals_.branching += EffectiveBranchingFactor();
     if (PBlock.tool.expected_move > 0 &&

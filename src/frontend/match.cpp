@@ -108,7 +108,6 @@ Outcome PlayGame(Match* match) {
             if (PBlock.control.quit) { return GAME_GOES_ON; }
         }
         ChooseMove(match);
-        Collect();
         const Outcome outcome = Judge();
         match->plies.push_back(
             {PBlock.result.SnapshotMove(), PBlock.result.Score(), PBlock.result.DepthDone()});

@@ -60,9 +60,11 @@ int StartUp(int argc, char** argv, StartOptions* options) {
     if (options->mode == RunMode::Nothing) { return 0; }
     if (InitTTable() != 0) { return FAILED; }
     if (InitBook() != 0) { ShowMessage("Not enough memory!"); }
-    if (SpinLockCreate(&spinlock1) != 0 || SpinLockCreate(&spinlock2) != 0) { return FAILED; }
     AlertCreate(&front_end_alert);  // without one the loop still wakes every few milliseconds
-    if (CreateThreadPool(PBlock.options.threads) != 0) { return FAILED; }
+    if (const int error = CreateThreadPool(PBlock.options.threads)) {
+        options->mode = RunMode::Nothing;
+        return error == NO_THREAD_RECORD ? 0 : FAILED;
+    }
     SetTimerResolution();
     return 0;
 }
@@ -71,8 +73,6 @@ void CleanUp() {
     FreeBook();
     KillThreadPool(PBlock.options.threads);
     AlertDestroy(&front_end_alert);
-    SpinLockDestroy(&spinlock1);
-    SpinLockDestroy(&spinlock2);
     if (wTimerRes != 0) { timeEndPeriod(wTimerRes); }
     FreeTTable();
     for (int slot = 0; slot < THREAD_SLOTS; ++slot) { FreeThreadBlock(slot); }

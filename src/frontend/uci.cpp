@@ -34,10 +34,10 @@ const char* AfterBlanks(const char* text) {
 }
 
 // Ends the process at once: search threads may be running, so nothing is torn down around them.
-[[noreturn]] void GiveUp(const char* what) {
+[[noreturn]] void GiveUp(const char* what, int status) {
     ShowMessageF("info string not enough memory for %s", what);
     CloseLog();
-    std::_Exit(FAILED_RESIZE_STATUS);
+    std::_Exit(status);
 }
 
 // --- options ---
@@ -45,7 +45,7 @@ const char* AfterBlanks(const char* text) {
 void SetHashSize(const char* value) {
     FinishSearch();
     PBlock.options.hash_mb = static_cast<u16>(WholeNumber(value, 0, MAX_HASH_MB));
-    if (InitTTable() != 0) { GiveUp("the hash table"); }
+    if (InitTTable() != 0) { GiveUp("the hash table", FAILED_RESIZE_STATUS); }
     ShowMessageF("info string Hash size set to %dM bytes", PBlock.options.hash_mb);
 }
 
@@ -55,7 +55,10 @@ void SetThreads(const char* value) {
     if (n != PBlock.options.threads) {
         KillThreadPool(PBlock.options.threads);
         PBlock.options.threads = static_cast<u8>(n);
-        if (CreateThreadPool(n) != 0) { GiveUp("the search threads"); }
+        if (const int error = CreateThreadPool(n)) {
+            GiveUp("the search threads",
+                   error == NO_THREAD_RECORD ? EXIT_SUCCESS : FAILED_RESIZE_STATUS);
+        }
     }
     ShowMessageF("info string Threads set to %d", PBlock.options.threads);
 }

@@ -1,9 +1,10 @@
-// The writers of search information. spinlock2 keeps a line together with the statistics that it
-// shows.
+// The writers of search information. One lock keeps the lines in the order of the totals that they
+// show.
 #include "search/searchinfo.h"
 
 #include <cstdarg>
 #include <cstdio>
+#include <mutex>
 #include <string>
 
 #include "board/moves.h"
@@ -14,12 +15,26 @@
 
 namespace {
 
-constexpr int MAX_LINE_MOVES = 66;            // moves of a principal variation that are shown
-constexpr int CONSOLE_MOVES_RUNNING = 8;      // the same in console form while the search runs
-constexpr int CONSOLE_MOVES_FINISHED = 32;    // and once it was told to stop
-constexpr int CONSOLE_MOVES_PER_LINE = 8;     // then a new line starts below the first move
+constexpr int MAX_LINE_MOVES = 66;          // moves of a principal variation that are shown
+constexpr int CONSOLE_MOVES_RUNNING = 8;    // the same in console form while the search runs
+constexpr int CONSOLE_MOVES_FINISHED = 32;  // and once it was told to stop
+constexpr int CONSOLE_MOVES_PER_LINE = 8;   // then a new line starts below the first move
+constexpr double MS_PER_SECOND = 1000.0;
+constexpr double NODES_PER_KILONODE = 1000.0;
+constexpr double PER_MILLE = 1000.0;          // of the table's fill
 constexpr std::size_t CONSOLE_INDENT = 30;    // width of what stands before the first move
 constexpr double SHORTEST_RATE_TIME = 0.001;  // seconds below which no node rate is shown
+
+std::mutex info_mutex;  // held from the gathering of the totals until the line is written
+
+// What one line shows; the fields are the arguments of DisplaySearchInfo.
+struct SearchLine {
+    int thread;
+    int line_index;
+    int depth;
+    int score;
+    const Move* pv;
+};
 
 std::string Format(const char* format, ...) __attribute__((format(printf, 1, 2)));
 std::string Format(const char* format, ...) {
@@ -52,30 +67,33 @@ std::string LineText(const Move* pv, int limit, int moves_per_line) {
     return text;
 }
 
-double NodesPerSecond(double seconds) {
-    return seconds > SHORTEST_RATE_TIME ? static_cast<double>(sstats.nodes) / seconds : 0.0;
+double NodesPerSecond(double nodes, double seconds) {
+    return seconds > SHORTEST_RATE_TIME ? nodes / seconds : 0.0;
 }
 
-std::string UciSearchLine(int thread, int line_index, int depth, int score, const Move* pv) {
+std::string UciSearchLine(const SearchLine& line, double nodes) {
     const double seconds = PBlock.time.elapsed;
     std::string prefix = "info";
     if (PBlock.options.uci_extra) {
-        prefix = Format("info [%02d%c]", thread, line_index >= 0 ? '.' : ' ');
+        prefix = Format("info [%02d%c]", line.thread, line.line_index >= 0 ? '.' : ' ');
     } else if (PBlock.options.multipv != 1) {
-        prefix = Format("info multipv %d", line_index + 1);
+        prefix = Format("info multipv %d", line.line_index + 1);
     }
     return Format("%s depth %d time %.0f score cp %d nodes %.0f nps %.0f pv %s", prefix.c_str(),
-                  depth, seconds * 1000.0, score, static_cast<double>(sstats.nodes),
-                  NodesPerSecond(seconds), LineText(pv, MAX_LINE_MOVES, 0).c_str());
+                  line.depth, seconds * MS_PER_SECOND, line.score, nodes,
+                  NodesPerSecond(nodes, seconds), LineText(line.pv, MAX_LINE_MOVES, 0).c_str());
 }
 
-std::string ConsoleSearchLine(int thread, int line_index, int depth, int score, const Move* pv) {
+std::string ConsoleSearchLine(const SearchLine& line, double nodes) {
     const int limit =
         PBlock.control.stop == STOP_NONE ? CONSOLE_MOVES_RUNNING : CONSOLE_MOVES_FINISHED;
-    return Format("%02d] %02d%c %5.1f %7.0fK %5d  %s", thread, depth, line_index >= 0 ? '.' : ' ',
-                  PBlock.time.elapsed.Get(), static_cast<double>(sstats.nodes) / 1000.0, score,
-                  LineText(pv, limit, CONSOLE_MOVES_PER_LINE).c_str());
+    return Format("%02d] %02d%c %5.1f %7.0fK %5d  %s", line.thread, line.depth,
+                  line.line_index >= 0 ? '.' : ' ', PBlock.time.elapsed.Get(),
+                  nodes / NODES_PER_KILONODE, line.score,
+                  LineText(line.pv, limit, CONSOLE_MOVES_PER_LINE).c_str());
 }
+
+double CollectedNodes() { return static_cast<double>(Collect().nodes); }
 
 }  // namespace
 
@@ -87,26 +105,24 @@ bool SearchInfoWanted() {
 
 void DisplaySearchInfo(int thread, int line_index, int depth, int score, const Move* pv) {
     if (!SearchInfoWanted() || depth == 0 || pv[1] == NO_MOVE) { return; }
-    const SpinGuard guard(&spinlock2);
-    Collect();
-    ShowMessage((PBlock.options.protocol == PROTOCOL_UCI
-                     ? UciSearchLine(thread, line_index, depth, score, pv)
-                     : ConsoleSearchLine(thread, line_index, depth, score, pv))
+    const SearchLine line = {thread, line_index, depth, score, pv};
+    const std::lock_guard<std::mutex> guard(info_mutex);
+    const double nodes = CollectedNodes();
+    ShowMessage((PBlock.options.protocol == PROTOCOL_UCI ? UciSearchLine(line, nodes)
+                                                         : ConsoleSearchLine(line, nodes))
                     .c_str());
 }
 
 void DisplayIterationStart(int depth) {
-    const SpinGuard guard(&spinlock2);
-    Collect();
+    const std::lock_guard<std::mutex> guard(info_mutex);
+    const double nodes = CollectedNodes();
     const double seconds = PBlock.time.elapsed;
     ShowMessageF("info depth %d time %.0f nodes %.0f nps %.0f hashfull %.0f", depth,
-                 seconds * 1000.0, static_cast<double>(sstats.nodes), NodesPerSecond(seconds),
-                 1000.0 * HashFill());
+                 seconds * MS_PER_SECOND, nodes, NodesPerSecond(nodes, seconds),
+                 PER_MILLE * HashFill());
 }
 
 void DisplayCurrentMove(Move m, int number) {
-    const SpinGuard guard(&spinlock2);
-    Collect();
     ShowMessageF("info currmove %s%s currmovenumber %d", square_name[MoveFrom(m)],
                  square_name[MoveTo(m)], number);
 }

@@ -1,5 +1,5 @@
-// Search information lines: what a search tells while it runs and at its end. Any thread may call;
-// each line is gathered and written under spinlock2.
+// Search information lines: what a search tells while it runs and at its end. Each line is gathered
+// and written whole; any thread may call.
 #pragma once
 
 #include "board/types.h"
@@ -11,6 +11,7 @@ void DisplaySearchInfo(int thread, int line_index, int depth, int score, const M
 // True when a search information line may be printed now.
 bool SearchInfoWanted();
 
-// UCI progress of the root search. Take spinlock2 and gather the statistics themselves.
+// UCI progress of the root search, whatever `noise` says: the start of iteration `depth` (plies)
+// with the totals so far, and the root move that is searched now, numbered from 1.
 void DisplayIterationStart(int depth);
 void DisplayCurrentMove(Move m, int number);

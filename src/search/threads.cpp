@@ -3,27 +3,36 @@
 #include "search/threads.h"
 
 #include <atomic>
-#include <cstdlib>
+#include <cassert>
 #include <cstring>
+#include <system_error>
 
 #include "frontend/pblock.h"
 #include "platform/clock.h"
 #include "platform/sleep.h"
 #include "search/search.h"
 
-SearchStats sstats = {};
-SpinLock spinlock1;
-SpinLock spinlock2;
 Alert front_end_alert;
 
 namespace {
 
-constexpr int IDLE_POLL_MS = 1;
-constexpr int HEAD_START_MS = 5;  // of the main search thread over the others
+constexpr int BUSY_POLL_MS = 1;               // between looks at threads that shall become idle
+constexpr double HEAD_START_SECONDS = 0.005;  // of the main search thread over the others
 
-ThreadHandle thread[THREAD_SLOTS];
-int th_num[THREAD_SLOTS];
-std::atomic<bool> ready[THREAD_SLOTS];  // the slot's new thread has published its block
+// How far a new thread has come.
+enum class Birth : u8 { Starting, Ready, NoRecord };
+
+// The thread of a slot. `thread` belongs to the front end; `birth` is written by the thread, once.
+struct PoolThread {
+    std::thread thread;
+    std::atomic<Birth> birth = Birth::Starting;
+
+    // A program that ends without KillThreadPool leaves its threads to the system.
+    ~PoolThread() {
+        if (thread.joinable()) { thread.detach(); }
+    }
+};
+PoolThread pool[THREAD_SLOTS];  // slot 0 stays empty
 
 u8 CommandOf(int slot) {
     return ThreadData[slot] == nullptr ? COMMAND_IDLE
@@ -34,17 +43,23 @@ void SendCommand(int slot, u8 command) {
     ThreadBlock* tb = ThreadData[slot];
     if (tb == nullptr) { return; }
     tb->command.store(command, std::memory_order_release);
-    AlertRaise(&tb->alert);
+    tb->command.notify_one();
 }
 
-// Body of a search thread; `argument` points to its slot number. After the command byte goes back
-// to idle the front end owns the block, so that store is the last access of a search.
-void* SearchThreadFunc(void* argument) {
-    const int slot = *static_cast<const int*>(argument);
+void SetBirth(int slot, Birth birth) {
+    pool[slot].birth.store(birth, std::memory_order_release);
+    pool[slot].birth.notify_one();
+}
+
+// Body of a search thread. After the command byte goes back to idle the front end owns the block,
+// so that store is the last access of a search.
+void SearchThreadFunc(int slot) {
     ThreadBlock* tb = NewThreadBlock(slot);
-    if (tb == nullptr) { std::exit(EXIT_SUCCESS); }
-    ready[slot].store(true, std::memory_order_release);
-    AlertRaise(&front_end_alert);
+    if (tb == nullptr) {
+        SetBirth(slot, Birth::NoRecord);
+        return;
+    }
+    SetBirth(slot, Birth::Ready);
     for (;;) {
         const u8 command = tb->command.load(std::memory_order_acquire);
         if (command == COMMAND_QUIT) { break; }
@@ -57,19 +72,18 @@ void* SearchThreadFunc(void* argument) {
             tb->command.store(COMMAND_IDLE, std::memory_order_release);
             AlertRaise(&front_end_alert);
         } else {
-            SleepEx(IDLE_POLL_MS, &tb->alert);
+            tb->command.wait(command, std::memory_order_acquire);
         }
     }
     tb->command.store(COMMAND_IDLE, std::memory_order_release);
-    return nullptr;
 }
 
 // Waits until the main search thread has had its head start or has already finished; an old raise
 // of the alert must not cut the wait short.
 void GiveHeadStart() {
-    const double end = MonotonicSeconds() + HEAD_START_MS * 0.001;
+    const double end = MonotonicSeconds() + HEAD_START_SECONDS;
     while (CommandOf(1) != COMMAND_IDLE && MonotonicSeconds() < end) {
-        SleepEx(IDLE_POLL_MS, &front_end_alert);
+        SleepEx(BUSY_POLL_MS, &front_end_alert);
     }
 }
 
@@ -103,15 +117,16 @@ void CopyPosition(ThreadBlock* to, const ThreadBlock* from) {
 }  // namespace
 
 int CreateThreadPool(int n) {
+    assert(n >= 1 && n <= MAX_THREADS);
     for (int slot = 1; slot <= n; ++slot) {
-        th_num[slot] = slot;
-        ready[slot].store(false, std::memory_order_relaxed);
-        const int error = StartDetachedThread(&thread[slot], SearchThreadFunc, &th_num[slot]);
+        pool[slot].birth.store(Birth::Starting, std::memory_order_relaxed);
+        const int error = StartThread(&pool[slot].thread, SearchThreadFunc, slot);
         if (error != 0) { return error; }
     }
     for (int slot = 1; slot <= n; ++slot) {
-        while (!ready[slot].load(std::memory_order_acquire)) {
-            SleepEx(IDLE_POLL_MS, &front_end_alert);
+        pool[slot].birth.wait(Birth::Starting, std::memory_order_acquire);
+        if (pool[slot].birth.load(std::memory_order_acquire) == Birth::NoRecord) {
+            return NO_THREAD_RECORD;
         }
     }
     return 0;
@@ -120,8 +135,12 @@ int CreateThreadPool(int n) {
 void KillThreadPool(int n) {
     PBlock.control.stop = STOP_QUIT;
     WaitUntilIdle();
-    for (int slot = 1; slot <= n; ++slot) { SendCommand(slot, COMMAND_QUIT); }
-    WaitUntilIdle();
+    for (int slot = 1; slot <= n; ++slot) {
+        if (pool[slot].thread.joinable()) { SendCommand(slot, COMMAND_QUIT); }
+    }
+    for (int slot = 1; slot <= n; ++slot) {
+        if (pool[slot].thread.joinable()) { pool[slot].thread.join(); }
+    }
 }
 
 void StartSearch() {
@@ -131,19 +150,20 @@ void StartSearch() {
     }
 }
 
-void Collect() {
-    sstats = {};
+SearchStats Collect() {
+    SearchStats totals = {};
     for (int slot = 1; slot <= PBlock.options.threads; ++slot) {
         const ThreadBlock* tb = ThreadData[slot];
         if (tb == nullptr) { continue; }
-        sstats.nodes += tb->nodes;
-        sstats.eval_probes += tb->eval_probes;
-        sstats.eval_hits += tb->eval_hits;
-        sstats.tt_probes += tb->tt_probes;
-        sstats.tt_hits += tb->tt_hits;
-        sstats.pawn_probes += tb->pawn_probes;
-        sstats.pawn_hits += tb->pawn_hits;
+        totals.nodes += tb->nodes;
+        totals.eval_probes += tb->eval_probes;
+        totals.eval_hits += tb->eval_hits;
+        totals.tt_probes += tb->tt_probes;
+        totals.tt_hits += tb->tt_hits;
+        totals.pawn_probes += tb->pawn_probes;
+        totals.pawn_hits += tb->pawn_hits;
     }
+    return totals;
 }
 
 int BusyThreads() {
@@ -155,7 +175,7 @@ int BusyThreads() {
 }
 
 void WaitUntilIdle() {
-    while (BusyThreads() > 0) { SleepEx(IDLE_POLL_MS, &front_end_alert); }
+    while (BusyThreads() > 0) { SleepEx(BUSY_POLL_MS, &front_end_alert); }
 }
 
 void CopyGamePosition() {
@@ -166,4 +186,12 @@ void CopyGamePosition() {
         if (slot > 0) { CopyPosition(tb, game); }
         ResetCounters(tb);
     }
+}
+
+int StartThread(std::thread* thread, void (*body)(int), int slot) {
+    assert(!thread->joinable());
+    try {
+        *thread = std::thread(body, slot);
+    } catch (const std::system_error& error) { return error.code().value(); }
+    return 0;
 }

@@ -1,28 +1,46 @@
-// The pool of search threads and the statistics they gather. Called by the front-end thread.
+// The pool of search threads and the totals of what they count. All functions belong to the
+// front-end thread, but for Collect and StartThread, which any thread may call.
 #pragma once
 
-#include "eval/threadblock.h"
-#include "platform/threads.h"
+#include <thread>
 
-// Totals over slots 1..threads.
+#include "eval/threadblock.h"
+#include "platform/sleep.h"
+
+// Totals over slots 1..threads, counted since the start of the search.
 struct SearchStats {
     u64 nodes, eval_probes, eval_hits, tt_probes, tt_hits, pawn_probes, pawn_hits;
 };
-extern SearchStats sstats;  // written under spinlock2 while a search runs
 
-extern SpinLock spinlock1;  // published best move, score, depth and line of PBlock
-extern SpinLock spinlock2;  // search output and the statistics it shows
-
-// Raised when a search thread becomes idle; the command loop sleeps on it.
+// Raised when a search thread becomes idle; the command loop sleeps on it. The program creates and
+// destroys it; without one the loop wakes by its time limit alone.
 extern Alert front_end_alert;
 
-int CreateThreadPool(int n);  // 0, else the system's error code
+// CreateThreadPool: a new thread found no memory for its record.
+inline constexpr int NO_THREAD_RECORD = -1;
+
+// Starts an idle search thread with a fresh record on each of the slots 1..n and waits until all
+// are ready. Returns 0, else NO_THREAD_RECORD or the system's error code of the first thread that
+// could not be started; the threads that were started then stay. Requires 1 <= n <= MAX_THREADS
+// and no pool.
+[[nodiscard]] int CreateThreadPool(int n);
+// Ends a running search and the threads of slots 1..n, and waits for both. Their records stay. Sets
+// `stop` to STOP_QUIT. Slots without a thread are passed over.
 void KillThreadPool(int n);
+
+// Starts a search on every slot 1..threads, the main search thread some milliseconds before the
+// others. Returns without waiting for the end. Requires InitSearch and idle search threads.
 void StartSearch();
-void Collect();
+// What the search threads have counted so far; exact once they are idle.
+SearchStats Collect();
 // Number of slots 1..threads that are not idle.
 int BusyThreads();
-// Waits, in 1 ms sleeps, until none is busy.
+// Waits until none is busy. Does not end a search.
 void WaitUntilIdle();
-// Resets the per-thread counters and copies the game position to every search slot.
+// Resets the counters of every slot 0..threads and copies the game position to the search slots.
+// Part of InitSearch. Requires idle search threads.
 void CopyGamePosition();
+
+// Starts body(slot) on a thread of its own. Returns 0, else the system's error code; `thread` is
+// then unchanged. Requires that `thread` runs nothing.
+[[nodiscard]] int StartThread(std::thread* thread, void (*body)(int), int slot);

@@ -23,8 +23,8 @@
 #include "frontend/pblock.h"
 #include "platform/clock.h"
 #include "platform/interrupt.h"
-#include "platform/threads.h"
 #include "search/search.h"
+#include "search/threads.h"
 #include "search/toolsearch.h"
 
 namespace {
@@ -61,7 +61,6 @@ PositionSet set;
 // What the threads of a pass share.
 const std::vector<u32>* pass_list;
 std::atomic<std::size_t> pass_next;
-std::atomic<int> pass_workers;
 std::atomic<bool> pass_broken;  // the user wants to end
 
 // What the status line shows.
@@ -185,11 +184,7 @@ void ScoreChunks(int slot, bool show) {
     }
 }
 
-void* WorkerBody(void* argument) {
-    ScoreChunks(*static_cast<const int*>(argument), false);
-    if (pass_workers.fetch_sub(1) == 1) { pass_workers.notify_one(); }
-    return nullptr;
-}
+void WorkerBody(int slot) { ScoreChunks(slot, false); }
 
 // Prepares the shared fields of PBlock for the position's side and scores the position.
 int ScorePosition(u32 index) {
@@ -209,15 +204,14 @@ void ScoreList(const std::vector<u32>& list) {
     ScorePosition(list[0]);
     pass_list = &list;
     pass_next = 0;
-    for (std::size_t i = 1; i < slots.size() && list.size() >= MIN_SHARED; ++i) {
-        ++pass_workers;
-        ThreadHandle handle;
-        if (StartDetachedThread(&handle, WorkerBody, const_cast<int*>(&slots[i])) != 0) {
-            --pass_workers;
-        }
+    std::vector<std::thread> workers(list.size() < MIN_SHARED ? 0 : slots.size() - 1);
+    std::size_t started = 0;  // fewer than wanted do the work too
+    while (started < workers.size() &&
+           StartThread(&workers[started], WorkerBody, slots[started + 1]) == 0) {
+        ++started;
     }
     ScoreChunks(slots[0], true);
-    for (int n = pass_workers; n != 0; n = pass_workers) { pass_workers.wait(n); }
+    for (std::size_t i = 0; i < started; ++i) { workers[i].join(); }
 }
 
 // Average error of the current weights over the set: what the EPD analysis at depth 0 returns.

@@ -2,6 +2,9 @@
 #include "search/threads.h"
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <cerrno>
 
 #include "board/reference.h"
 #include "frontend/pblock.h"
@@ -14,16 +17,12 @@ protected:
     void SetUp() override {
         ResetEngine(1);
         SetGame(SamplePositions()[1]);
-        SpinLockCreate(&spinlock1);
-        SpinLockCreate(&spinlock2);
         AlertCreate(&front_end_alert);
     }
 
     void TearDown() override {
         KillThreadPool(PBlock.options.threads);
         AlertDestroy(&front_end_alert);
-        SpinLockDestroy(&spinlock2);
-        SpinLockDestroy(&spinlock1);
     }
 
     void Resize(int n) {
@@ -58,7 +57,7 @@ TEST_F(PoolTest, SearchesOnOneFourAndTwoThreadsPublishALegalMoveAndTheirTotals) 
         EXPECT_EQ(PBlock.result.DepthDone(), 8);
         EXPECT_TRUE(MoveIsLegal(game_position, WHITE, PBlock.result.SnapshotMove()));
         ThreadData[0]->nodes = 1u << 30;  // never part of the totals
-        Collect();
+        const SearchStats totals = Collect();
         u64 nodes = 0, hits = 0;
         for (int slot = 1; slot <= n; ++slot) {
             nodes += ThreadData[slot]->nodes;
@@ -66,8 +65,8 @@ TEST_F(PoolTest, SearchesOnOneFourAndTwoThreadsPublishALegalMoveAndTheirTotals) 
             EXPECT_EQ(ThreadData[slot]->pos.hash, game_position->hash);
         }
         EXPECT_GT(ThreadData[1]->nodes, 0u);
-        EXPECT_EQ(sstats.nodes, nodes);
-        EXPECT_EQ(sstats.eval_hits, hits);
+        EXPECT_EQ(totals.nodes, nodes);
+        EXPECT_EQ(totals.eval_hits, hits);
     }
 }
 
@@ -87,5 +86,26 @@ TEST_F(PoolTest, EndingThePoolStopsARunningSearchFirst) {
     WaitUntilIdle();
     EXPECT_EQ(PBlock.result.DepthDone(), 2);
 }
+
+// The system gives neither memory nor threads; what has started is ended like any pool.
+#ifndef VESK_INSTRUMENTED
+TEST_F(PoolTest, MemoryAndThreadsThatCannotBeHadAreReported) {
+    Resize(1);  // its stack stays cached
+    KillThreadPool(1);
+    FreeThreadBlock(1);
+    rlimit before{};
+    ASSERT_EQ(getrlimit(RLIMIT_AS, &before), 0);
+    const rlimit tight = {0, before.rlim_max};
+    ASSERT_EQ(setrlimit(RLIMIT_AS, &tight), 0);
+    const int without_memory = CreateThreadPool(1);
+    KillThreadPool(1);
+    const int without_threads = CreateThreadPool(8);
+    KillThreadPool(8);
+    setrlimit(RLIMIT_AS, &before);
+    EXPECT_EQ(without_memory, NO_THREAD_RECORD);
+    EXPECT_EQ(without_threads, EAGAIN);
+    ASSERT_EQ(CreateThreadPool(1), 0);
+}
+#endif
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Alerts, spin locks and detached threads together.
+// Alertable sleeps: raises by other threads, by the sleeper itself and by signal handlers.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -9,7 +9,6 @@
 
 #include "platform/clock.h"
 #include "platform/sleep.h"
-#include "platform/threads.h"
 
 namespace {
 
@@ -19,12 +18,10 @@ struct Meeting {
     Alert question, answer;
     std::atomic<int> asked{0};
     std::atomic<bool> done{false};
-    std::atomic<bool> left{false};
 };
 
 // Answers every question; with a raise lost it would sleep for a minute.
-void* AnswerQuestions(void* argument) {
-    auto* meeting = static_cast<Meeting*>(argument);
+void AnswerQuestions(Meeting* meeting) {
     int answered = 0;
     while (!meeting->done || answered < meeting->asked) {
         while (answered < meeting->asked) {
@@ -33,8 +30,6 @@ void* AnswerQuestions(void* argument) {
         }
         if (!meeting->done) { SleepEx(60000, &meeting->question); }
     }
-    meeting->left = true;
-    return nullptr;
 }
 
 double SecondsAsleep(int milliseconds, Alert* alert) {
@@ -47,8 +42,7 @@ TEST(Alerts, NoRaiseBetweenThreadsIsLost) {
     Meeting meeting;
     ASSERT_EQ(AlertCreate(&meeting.question), 0);
     ASSERT_EQ(AlertCreate(&meeting.answer), 0);
-    ThreadHandle handle;
-    ASSERT_EQ(StartDetachedThread(&handle, AnswerQuestions, &meeting), 0);
+    std::thread other(AnswerQuestions, &meeting);
     const double start = MonotonicSeconds();
     for (int i = 0; i < 1000; ++i) {
         ++meeting.asked;
@@ -57,8 +51,7 @@ TEST(Alerts, NoRaiseBetweenThreadsIsLost) {
     }
     meeting.done = true;
     AlertRaise(&meeting.question);
-    while (!meeting.left && MonotonicSeconds() - start < 50) { SleepEx(1, nullptr); }
-    EXPECT_TRUE(meeting.left);
+    other.join();
     EXPECT_LT(MonotonicSeconds() - start, 50);
     AlertDestroy(&meeting.question);
     AlertDestroy(&meeting.answer);
@@ -88,29 +81,6 @@ TEST(Alerts, SignalHandlerWakesTheSleeper) {
     EXPECT_LT(SecondsAsleep(60000, &signal_alert), 50);
     std::signal(SIGALRM, before);
     AlertDestroy(&signal_alert);
-}
-
-TEST(SpinLocks, KeepThreadsApart) {
-    SpinLock lock;
-    SpinLockAcquire(&lock);  // does not exist yet: passed through
-    SpinLockRelease(&lock);
-    ASSERT_EQ(SpinLockCreate(&lock), 0);
-    int value = 0;
-    const auto count_up = [&lock, &value] {
-        for (int i = 0; i < 200000; ++i) {
-            const SpinGuard guard(&lock);
-            const int before = value;
-            if (i % 10000 == 0) {
-                std::this_thread::yield();  // invites the other one in
-            }
-            value = before + 1;
-        }
-    };
-    std::thread other(count_up);
-    count_up();
-    other.join();
-    EXPECT_EQ(value, 400000);
-    SpinLockDestroy(&lock);
 }
 
 }  // namespace
