@@ -7,6 +7,7 @@
 #include <cstring>
 
 #include "eval/personality.h"
+#include "eval/weights.h"
 #include "frontend/output.h"
 
 namespace {
@@ -14,93 +15,6 @@ namespace {
 constexpr int MAX_LINE = 254;   // characters of a line, without its end
 constexpr int MAX_TEXT = 79;    // characters of a setting without leading and trailing spaces
 constexpr int SHOWN_TEXT = 40;  // characters of the file that a message repeats at most
-
-// A field of the record that a key sets. A width of 1 or 2 bytes takes the low bits of the value;
-// TABLE marks a piece-square row of 64 values.
-enum class Field : u8 { BYTE, WORD, TABLE };
-struct Parameter {
-    const char* key;
-    std::size_t offset;  // into PersonalityRecord
-    Field kind;
-};
-
-#define VESK_WORD(name) \
-    { #name, offsetof(PersonalityRecord, name), Field::WORD }
-#define VESK_BYTE(name) \
-    { #name, offsetof(PersonalityRecord, name), Field::BYTE }
-#define VESK_ENTRY(key, member, kind) \
-    { key, offsetof(PersonalityRecord, member), Field::kind }
-constexpr Parameter parameters[] = {
-    VESK_BYTE(NMP_depth),
-    VESK_BYTE(LMR_depth),
-    VESK_BYTE(LMR_strength),
-    VESK_ENTRY("CNP_margin_depth1", CNP_margin[1], WORD),
-    VESK_ENTRY("CNP_margin_depth2", CNP_margin[2], WORD),
-    VESK_ENTRY("CNP_margin_depth3", CNP_margin[3], WORD),
-    VESK_ENTRY("CNP_margin_depth4", CNP_margin[4], WORD),
-    VESK_ENTRY("CNP_margin_depth5", CNP_margin[5], WORD),
-    VESK_ENTRY("FP_margin_depth1", FP_margin[1], WORD),
-    VESK_ENTRY("FP_margin_depth2", FP_margin[2], WORD),
-    VESK_ENTRY("FP_margin_depth3", FP_margin[3], WORD),
-    VESK_ENTRY("LMP_count_depth1", LMP_count[1], BYTE),
-    VESK_ENTRY("LMP_count_depth2", LMP_count[2], BYTE),
-    VESK_ENTRY("LMP_count_depth3", LMP_count[3], BYTE),
-    VESK_ENTRY("LMP_count_depth4", LMP_count[4], BYTE),
-    VESK_ENTRY("LMP_count_depth5", LMP_count[5], BYTE),
-    VESK_WORD(draw_score),
-    VESK_WORD(pawn_value_op),
-    VESK_WORD(pawn_value_en),
-    VESK_WORD(knight_value_op),
-    VESK_WORD(knight_value_en),
-    VESK_WORD(bishop_value_op),
-    VESK_WORD(bishop_value_en),
-    VESK_WORD(rook_value_op),
-    VESK_WORD(rook_value_en),
-    VESK_WORD(queen_value_op),
-    VESK_WORD(queen_value_en),
-    VESK_WORD(bishop_pair),
-    VESK_WORD(knight_mobility),
-    VESK_WORD(bishop_mobility),
-    VESK_WORD(rook_mobility),
-    VESK_WORD(queen_mobility),
-    VESK_ENTRY("passed_pawn_rank2", passed_pawn_rank[0], WORD),
-    VESK_ENTRY("passed_pawn_rank3", passed_pawn_rank[1], WORD),
-    VESK_ENTRY("passed_pawn_rank4", passed_pawn_rank[2], WORD),
-    VESK_ENTRY("passed_pawn_rank5", passed_pawn_rank[3], WORD),
-    VESK_ENTRY("passed_pawn_rank6", passed_pawn_rank[4], WORD),
-    VESK_ENTRY("passed_pawn_rank7", passed_pawn_rank[5], WORD),
-    VESK_WORD(pawn_doubled),
-    VESK_WORD(pawn_backward),
-    VESK_WORD(pawn_isolated),
-    VESK_WORD(pawn_weak),
-    VESK_WORD(pawn_candidate),
-    VESK_WORD(knight_outpost),
-    VESK_WORD(rook_open_file),
-    VESK_WORD(rook_half_open_file),
-    VESK_WORD(rook_rank7),
-    VESK_WORD(rook_trapped),
-    VESK_WORD(queen_rank7),
-    VESK_WORD(king_safety),
-    VESK_WORD(pawn_shield),
-    VESK_WORD(pawn_storm),
-    VESK_WORD(hung),
-    VESK_WORD(pinned),
-    VESK_ENTRY("PST_pawn_op", PST_op[PAWN], TABLE),
-    VESK_ENTRY("PST_knight_op", PST_op[KNIGHT], TABLE),
-    VESK_ENTRY("PST_bishop_op", PST_op[BISHOP], TABLE),
-    VESK_ENTRY("PST_rook_op", PST_op[ROOK], TABLE),
-    VESK_ENTRY("PST_queen_op", PST_op[QUEEN], TABLE),
-    VESK_ENTRY("PST_king_op", PST_op[KING], TABLE),
-    VESK_ENTRY("PST_pawn_en", PST_en[PAWN], TABLE),
-    VESK_ENTRY("PST_knight_en", PST_en[KNIGHT], TABLE),
-    VESK_ENTRY("PST_bishop_en", PST_en[BISHOP], TABLE),
-    VESK_ENTRY("PST_rook_en", PST_en[ROOK], TABLE),
-    VESK_ENTRY("PST_queen_en", PST_en[QUEEN], TABLE),
-    VESK_ENTRY("PST_king_en", PST_en[KING], TABLE),
-};
-#undef VESK_WORD
-#undef VESK_BYTE
-#undef VESK_ENTRY
 
 // The file being read and the line read last.
 // Invariants: 1. `text` is NUL-terminated and holds neither the line's leading spaces nor its end.
@@ -164,8 +78,8 @@ struct NumberFaults {
 
 // Leading integer of a text: white space, a sign, digits; 0 without digits. Only the low bits
 // matter, so that it wraps instead of overflowing. A fault is noted, none is ever taken back.
-u32 LeadingInteger(const char* text, Field kind, NumberFaults* faults) {
-    const bool byte = kind == Field::BYTE;
+u32 LeadingInteger(const char* text, WeightKind kind, NumberFaults* faults) {
+    const bool byte = kind == WeightKind::BYTE;
     text += std::strspn(text, " \t\r\v\f");
     const bool negative = *text == '-';
     const i64 limit = byte ? (negative ? 0 : UINT8_MAX) : (negative ? -i64{INT16_MIN} : INT16_MAX);
@@ -220,7 +134,7 @@ void ReadRow(ParameterFile* file, i16* row) {
     const char* text = comment ? "" : file->text;
     for (; *text != '\0';
          text += std::strcspn(text, " "), text += std::strspn(text, " "), ++count) {
-        if (count < 8) { values[count] = Word(LeadingInteger(text, Field::WORD, &faults)); }
+        if (count < 8) { values[count] = Word(LeadingInteger(text, WeightKind::WORD, &faults)); }
     }
     std::memcpy(row, values, sizeof values);
     if (count != 8) {
@@ -230,17 +144,8 @@ void ReadRow(ParameterFile* file, i16* row) {
     }
 }
 
-const Parameter* FindParameter(const char* key, std::size_t length) {
-    for (const Parameter& p : parameters) {
-        if (std::strlen(p.key) == length && std::memcmp(p.key, key, length) == 0) { return &p; }
-    }
-    return nullptr;
-}
-
-// The parameter that a line sets, nullptr when it begins with no known key.
-const Parameter* ParameterOfLine(const char* text) {
-    return FindParameter(text, std::strcspn(text, " ="));
-}
+// The weight that a line sets, nullptr when it begins with no known key.
+const Weight* WeightOfLine(const char* text) { return FindKey({text, std::strcspn(text, " =")}); }
 
 // Reads the eight lines that follow into a row of 64 values, rank 8 first. Stops at the end of the
 // file, or at a setting, which is then read as such; what is not reached stays.
@@ -250,7 +155,7 @@ void LoadPST(i16* row, ParameterFile* file) {
             ShowFault(file, "the file ends inside a piece-square table", "");
             return;
         }
-        if (ParameterOfLine(file->text) != nullptr) {
+        if (WeightOfLine(file->text) != nullptr) {
             ShowFault(file, "a piece-square table needs eight lines", file->text);
             file->pending = true;
             return;
@@ -272,10 +177,10 @@ void ReadSetting(ParameterFile* file, PersonalityRecord* record) {
         return;
     }
     const std::size_t key_length = std::strcspn(text, " =");
-    const Parameter* p = ParameterOfLine(text);
-    if (p == nullptr) {
+    const Weight* weight = WeightOfLine(text);
+    if (weight == nullptr) {
         const std::size_t tab = std::strcspn(text, "\t");
-        if (tab < key_length && FindParameter(text, tab) != nullptr) {
+        if (tab < key_length && FindKey({text, tab}) != nullptr) {
             ShowFault(file, "a tab does not separate key and value", text);
         }
         return;
@@ -284,23 +189,22 @@ void ReadSetting(ParameterFile* file, PersonalityRecord* record) {
         ShowFault(file, "key without a value", text);
         return;
     }
-    char* field = reinterpret_cast<char*>(record) + p->offset;
-    if (p->kind == Field::TABLE) {
-        LoadPST(reinterpret_cast<i16*>(field), file);
+    if (weight->kind == WeightKind::SQUARES) {
+        LoadPST(WordField(*weight, record), file);
         return;
     }
     const char* value_text = text + key_length + std::strspn(text + key_length, " =");
     NumberFaults faults;
-    const u32 value = LeadingInteger(value_text, p->kind, &faults);
+    const u32 value = LeadingInteger(value_text, weight->kind, &faults);
     if (*value_text == '\0') {
         ShowFault(file, "no value, 0 is used", text);
     } else {
         ShowNumberFaults(file, faults);
     }
-    if (p->kind == Field::BYTE) {
-        *reinterpret_cast<u8*>(field) = static_cast<u8>(value);
+    if (weight->kind == WeightKind::BYTE) {
+        *ByteField(*weight, record) = static_cast<u8>(value);
     } else {
-        *reinterpret_cast<i16*>(field) = Word(value);
+        *WordField(*weight, record) = Word(value);
     }
 }
 

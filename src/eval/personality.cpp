@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "eval/threadblock.h"
+#include "eval/weights.h"
 
 PersonalityRecord Personality;
 PersonalityRecord DefaultPersonality;
@@ -185,62 +186,20 @@ u8 WholePlies(double x) { return x < 0 ? u8{0} : static_cast<u8>(std::lround(x))
 }  // namespace
 
 void SetPersonalityDefaults(PersonalityRecord* record) {
-    PersonalityRecord p{};
-    p.draw_score = 0;
-    p.CNP_depth = 3;
-    p.NMP_depth = 3;
-    p.FP_depth = 2;
-    p.LMP_depth = 4;
-    p.LMR_depth = 3;
-    p.LMR_strength = 100;
-    constexpr i16 cnp_margin[] = {0, 75, 150, 225, 20000, 20000, 20000, 20000};
-    constexpr i16 fp_margin[] = {100, 200, 300, 20000, 20000, 20000, 20000, 20000};
-    constexpr u8 lmp_count[] = {1, 4, 7, 10, 13, 255, 255, 255};
-    constexpr i16 passed_pawn_rank[] = {6, 6, 16, 36, 66, 106};
-    static_assert(sizeof cnp_margin == sizeof p.CNP_margin);
-    static_assert(sizeof fp_margin == sizeof p.FP_margin);
-    static_assert(sizeof lmp_count == sizeof p.LMP_count);
-    static_assert(sizeof passed_pawn_rank == sizeof p.passed_pawn_rank);
-    std::copy(std::begin(cnp_margin), std::end(cnp_margin), p.CNP_margin);
-    std::copy(std::begin(fp_margin), std::end(fp_margin), p.FP_margin);
-    std::copy(std::begin(lmp_count), std::end(lmp_count), p.LMP_count);
-    std::copy(std::begin(passed_pawn_rank), std::end(passed_pawn_rank), p.passed_pawn_rank);
-    p.pawn_value_op = 80, p.pawn_value_en = 102;
-    p.knight_value_op = 335, p.knight_value_en = 325;
-    p.bishop_value_op = 335, p.bishop_value_en = 330;
-    p.rook_value_op = 470, p.rook_value_en = 550;
-    p.queen_value_op = 1000, p.queen_value_en = 1080;
-    p.bishop_pair = 36;
-    p.pawn_isolated = -8;
-    p.pawn_backward = -4;
-    p.pawn_doubled = -5;
-    p.pawn_weak = -7;
-    p.pawn_candidate = 70;
-    p.knight_mobility = 65;
-    p.knight_outpost = 15;
-    p.bishop_mobility = 48;
-    p.bishop_trapped = -100;
-    p.rook_mobility = 40;
-    p.rook_open_file = 14;
-    p.rook_half_open_file = 5;
-    p.rook_rank7 = 15;
-    p.rook_trapped = -25;
-    p.queen_mobility = 30;
-    p.queen_rank7 = 6;
-    p.pawn_shield = 10;
-    p.pawn_storm = -12;
-    p.king_safety = 100;
-    p.hung = -22;
-    p.pinned = -15;
-    p.PST_P_op = 50, p.PST_P_en = 20;
-    p.PST_N_op = 60, p.PST_N_en = 50;
-    p.PST_B_op = 19, p.PST_B_en = 19;
-    p.PST_R_op = 24, p.PST_R_en = 0;
-    p.PST_Q_op = 13, p.PST_Q_en = 32;
-    p.PST_K_op = 165, p.PST_K_en = 100;
-    std::fill(&p.PST_op[0][0], &p.PST_op[0][0] + 7 * 64, NO_PST_VALUE);
-    std::fill(&p.PST_en[0][0], &p.PST_en[0][0] + 7 * 64, NO_PST_VALUE);
-    *record = p;
+    *record = {};
+    for (const Weight& weight : AllWeights()) {
+        switch (weight.kind) {
+            case WeightKind::BYTE:
+                *ByteField(weight, record) = static_cast<u8>(weight.initial);
+                break;
+            case WeightKind::WORD:
+                *WordField(weight, record) = weight.initial;
+                break;
+            case WeightKind::SQUARES:
+                std::fill_n(WordField(weight, record), 64, weight.initial);
+                break;
+        }
+    }
 }
 
 void DeriveDepthLimits(PersonalityRecord* record) {

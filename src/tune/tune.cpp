@@ -19,6 +19,7 @@
 #include "board/epdline.h"
 #include "eval/personality.h"
 #include "eval/threadblock.h"
+#include "eval/weights.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
 #include "platform/clock.h"
@@ -240,71 +241,6 @@ double MeasureError(const char* name, int trial) {
     return status.error;
 }
 
-// --- names and schedule ---
-
-struct TunedWeight {
-    const char* name;
-    i16 PersonalityRecord::*field;
-    int range;  // in the schedule, 0 = not part of it
-};
-
-// In the order of the schedule; ranks of passed pawns follow below.
-constexpr TunedWeight tuned_weights[] = {
-    {"pawn_value_op", &PersonalityRecord::pawn_value_op, 20},
-    {"pawn_value_en", &PersonalityRecord::pawn_value_en, 20},
-    {"knight_value_op", &PersonalityRecord::knight_value_op, 30},
-    {"knight_value_en", &PersonalityRecord::knight_value_en, 30},
-    {"bishop_value_op", &PersonalityRecord::bishop_value_op, 30},
-    {"bishop_value_en", &PersonalityRecord::bishop_value_en, 30},
-    {"rook_value_op", &PersonalityRecord::rook_value_op, 50},
-    {"rook_value_en", &PersonalityRecord::rook_value_en, 50},
-    {"queen_value_op", &PersonalityRecord::queen_value_op, 80},
-    {"queen_value_en", &PersonalityRecord::queen_value_en, 80},
-    {"bishop_pair", &PersonalityRecord::bishop_pair, 20},
-    {"knight_mobility", &PersonalityRecord::knight_mobility, 20},
-    {"bishop_mobility", &PersonalityRecord::bishop_mobility, 20},
-    {"rook_mobility", &PersonalityRecord::rook_mobility, 20},
-    {"queen_mobility", &PersonalityRecord::queen_mobility, 20},
-    {"ppawn_r7", nullptr, 30},
-    {"ppawn_r6", nullptr, 20},
-    {"ppawn_r5", nullptr, 20},
-    {"ppawn_r4", nullptr, 10},
-    {"pawn_doubled", &PersonalityRecord::pawn_doubled, 6},
-    {"pawn_backward", &PersonalityRecord::pawn_backward, 6},
-    {"pawn_isolated", &PersonalityRecord::pawn_isolated, 6},
-    {"pawn_weak", &PersonalityRecord::pawn_weak, 6},
-    {"pawn_candidate", &PersonalityRecord::pawn_candidate, 30},
-    {"knight_outpost", &PersonalityRecord::knight_outpost, 8},
-    {"bishop_trapped", &PersonalityRecord::bishop_trapped, 0},
-    {"rook_open_file", &PersonalityRecord::rook_open_file, 10},
-    {"rook_half_open_file", &PersonalityRecord::rook_half_open_file, 8},
-    {"rook_rank7", &PersonalityRecord::rook_rank7, 10},
-    {"rook_trapped", &PersonalityRecord::rook_trapped, 14},
-    {"queen_rank7", &PersonalityRecord::queen_rank7, 10},
-    {"king_safety", &PersonalityRecord::king_safety, 30},
-    {"pawn_shield", &PersonalityRecord::pawn_shield, 10},
-    {"pawn_storm", &PersonalityRecord::pawn_storm, 6},
-    {"PST_P_op", &PersonalityRecord::PST_P_op, 0},
-    {"PST_P_en", &PersonalityRecord::PST_P_en, 0},
-    {"PST_N_op", &PersonalityRecord::PST_N_op, 0},
-    {"PST_N_en", &PersonalityRecord::PST_N_en, 0},
-    {"PST_B_op", &PersonalityRecord::PST_B_op, 0},
-    {"PST_B_en", &PersonalityRecord::PST_B_en, 0},
-    {"PST_R_op", &PersonalityRecord::PST_R_op, 0},
-    {"PST_Q_op", &PersonalityRecord::PST_Q_op, 0},
-    {"PST_Q_en", &PersonalityRecord::PST_Q_en, 0},
-    {"PST_K_op", &PersonalityRecord::PST_K_op, 0},
-    {"PST_K_en", &PersonalityRecord::PST_K_en, 0},
-    {"hung", &PersonalityRecord::hung, 10},
-    {"pinned", &PersonalityRecord::pinned, 10},
-};
-
-// The field of a row. Rows without a field are "ppawn_r<rank>".
-i16* WeightOf(const TunedWeight& w) {
-    if (w.field != nullptr) { return &(Personality.*w.field); }
-    return &Personality.passed_pawn_rank[w.name[7] - '2'];
-}
-
 void SetTuningFields() {
     PBlock.limits.max_depth = 0;
     std::strcpy(PBlock.tool.epd_file, POSITIONS_NAME);
@@ -351,22 +287,14 @@ int PTune(const char* name, i16* weight, int range, std::FILE* log) {
     return best;
 }
 
-i16* TuneWeight(const char* name) {
-    for (const TunedWeight& w : tuned_weights) {
-        const bool schedule_only = w.field == nullptr && std::strcmp(w.name, "ppawn_r7") != 0;
-        if (!schedule_only && std::strcmp(name, w.name) == 0) { return WeightOf(w); }
-    }
-    return nullptr;
-}
-
 void TuneCommand(const char* name, const char* range) {
     if (name[0] == '\0' || range[0] == '\0') { return; }
     SetTuningFields();
     PrintDirect("tuning %s\n", name);
     const long value =
         std::clamp(std::strtol(range, nullptr, 10), -long{MAX_RANGE}, long{MAX_RANGE});
-    if (i16* weight = TuneWeight(name); weight != nullptr) {
-        PTune(name, weight, static_cast<int>(value), nullptr);
+    if (const Weight* weight = FindTuningWord(name); weight != nullptr) {
+        PTune(name, WordField(*weight, &Personality), static_cast<int>(value), nullptr);
     }
     PrintDirect("done!\n");
 }
@@ -377,8 +305,9 @@ void RunTuneSchedule() {
     SetTuningFields();
     {
         const TuneRun run;
-        for (const TunedWeight& w : tuned_weights) {
-            if (w.range != 0 && !InterruptSeen()) { PTune(w.name, WeightOf(w), w.range, log); }
+        for (const Weight& w : AllWeights()) {
+            if (w.tuning_range == 0 || InterruptSeen()) { continue; }
+            PTune(TuningWord(w), WordField(w, &Personality), w.tuning_range, log);
         }
     }
     const bool bad = std::ferror(log) != 0;

@@ -9,8 +9,6 @@
 // to `log` when it is not null, restores the weight. Returns the best value. The positions are
 // those of PBlock.tool.epd_file; an interrupt ends the search early, without a line in the log.
 int PTune(const char* name, i16* weight, int range, std::FILE* log);
-// The weight of a console name, or nullptr.
-i16* TuneWeight(const char* name);
 // Console "tune" (both words non-empty) and option "-tune".
 void TuneCommand(const char* name, const char* range);
 void RunTuneSchedule();

@@ -6,7 +6,6 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <set>
 #include <sstream>
 
 #include "eval/personality.h"
@@ -98,33 +97,34 @@ TEST_F(Tuner, WithoutPositionsTheWeightStays) {
         EXPECT_NE(Tune("bishop_pair", range).find("done!"), std::string::npos) << range;
     }
     EXPECT_EQ(Tune("no_such_weight", "10"), "tuning no_such_weight\ndone!\n");
-    EXPECT_EQ(Tune("ppawn_r6", "10"), "tuning ppawn_r6\ndone!\n") << "only in the schedule";
+    for (const std::string name : {"ppawn_r6", "PST_R_en", "passed_pawn_rank7", "draw_score"}) {
+        EXPECT_EQ(Tune(name, "10"), "tuning " + name + "\ndone!\n");
+    }
+    const std::string best = "best= " + std::to_string(Personality.passed_pawn_rank[5]) + ",";
+    EXPECT_NE(Tune("ppawn_r7", "0").find(best), std::string::npos);
     EXPECT_EQ(Tune("bishop_pair", ""), "");
 }
 
-TEST_F(Tuner, TheScheduleLogsEveryWeightOnce) {
+// Each weight is searched from its default within its range, in a fixed order, and logged.
+TEST_F(Tuner, TheScheduleTakesTheWeightsInTheirOrder) {
     std::ofstream("tune.epd") << "# nothing here\n";
-    testing::internal::CaptureStdout();
-    RunTuneSchedule();
-    testing::internal::GetCapturedStdout();
+    const std::string output = OutputOf(RunTuneSchedule);
     std::istringstream log(FileContent("tune.log"));
-    std::vector<std::string> lines;
-    for (std::string line; std::getline(log, line);) { lines.push_back(line); }
-    ASSERT_EQ(lines.size(), 35u);
-    char expected[64];
-    std::snprintf(expected, sizeof expected, "%-24s  %4d  %0.5f", "pawn_value_op",
-                  Personality.pawn_value_op, 0.0);
-    EXPECT_EQ(lines[0], expected);
-    EXPECT_EQ(lines[16].compare(0, 8, "ppawn_r6"), 0) << lines[16];
-    EXPECT_EQ(lines[34].compare(0, 6, "pinned"), 0);
-    // Names and fields belong together, each field once.
-    std::set<i16*> fields;
-    for (const std::string& line : lines) {
-        i16* weight = TuneWeight(line.substr(0, line.find(' ')).c_str());
-        EXPECT_TRUE(weight == nullptr || fields.insert(weight).second) << line;
+    std::size_t at = 0;
+    std::string line;
+    for (const auto& row : ReadTable("schedule.tsv")) {
+        ASSERT_TRUE(std::getline(log, line));
+        const int start = std::stoi(line.substr(24)), range = std::stoi(row[1]);
+        char expected[64];
+        std::snprintf(expected, sizeof expected, "%-24s  %4d  %0.5f", row[0].c_str(), start, 0.0);
+        EXPECT_EQ(line, expected);
+        const std::string first = "best= " + std::to_string(start) +
+                                  ", err= 0.00000e+00, min= " + std::to_string(start - range) +
+                                  ", max= " + std::to_string(start + range) + "\n";
+        at = output.find(first, at);
+        ASSERT_NE(at, std::string::npos) << row[0] << ": " << first;
     }
-    EXPECT_EQ(TuneWeight("ppawn_r7"), &Personality.passed_pawn_rank[5]);
-    EXPECT_EQ(TuneWeight("PST_R_en"), nullptr);
+    EXPECT_FALSE(std::getline(log, line)) << line;
 }
 
 }  // namespace
