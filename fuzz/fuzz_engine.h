@@ -10,7 +10,6 @@
 #include "eval/evaluate.h"
 #include "eval/personality.h"
 #include "eval/threadblock.h"
-#include "frontend/frontend.h"
 #include "frontend/pblock.h"
 #include "search/ttable.h"
 

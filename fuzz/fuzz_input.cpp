@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include "board/moves.h"
+#include "frontend/input.h"
 #include "frontend/pblock.h"
 #include "fuzz_engine.h"
 

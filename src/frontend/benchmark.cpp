@@ -1,9 +1,10 @@
-// The benchmark and the search service of the tools. The benchmark: fixed positions, searched one
+// The benchmark: fixed positions, searched one
 // after the other; with one thread and the default depth the node total is the engine's signature.
 // Everything of start-up must have run. Front-end thread only.
+#include "frontend/benchmark.h"
 
 #include "eval/personality.h"
-#include "frontend/frontend.h"
+#include "frontend/input.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
 #include "frontend/toolwait.h"
@@ -66,14 +67,6 @@ void SearchPosition(const char* fen) {
 }
 
 }  // namespace
-
-void WaitForToolSearch(bool (*eager)()) {
-    while (BusyThreads() > 0) {
-        SearchTimeout();
-        UserInput();
-        if (!eager()) { SleepEx(1, &front_end_alert); }
-    }
-}
 
 void RunBenchmark(int positions) {
     PBlock.time.base_time = SECONDS_PER_POSITION;

@@ -1,11 +1,12 @@
 // The command line. PBlock must hold its defaults; messages about unusable options go out as
 // ordinary lines. Front-end thread, once, before anything that the options size is built.
+#include "frontend/commandline.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
 
-#include "frontend/frontend.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
 #include "platform/words.h"

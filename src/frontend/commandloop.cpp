@@ -1,11 +1,13 @@
 // The command loop: takes input, starts searches, watches them, reports their end. Requires StartUp
 // (tables, pool, transposition table). Front-end thread only; it never blocks on input.
+#include "frontend/commandloop.h"
+
 #include <deque>
 
 #include "board/zobrist.h"
 #include "book/book.h"
 #include "eval/personality.h"
-#include "frontend/frontend.h"
+#include "frontend/input.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
 #include "frontend/report.h"

@@ -1,7 +1,6 @@
 // EPD suites: one search per line of the file, how often the best move was found and how well the
 // scores predict the labelled results. Everything of start-up must have run. Front-end thread only;
 // deep searches use the search threads, shallow ones run on the calling thread with slot 1.
-
 #include "frontend/epd.h"
 
 #include <algorithm>
@@ -15,7 +14,7 @@
 #include "book/gamemove.h"
 #include "eval/personality.h"
 #include "eval/threadblock.h"
-#include "frontend/frontend.h"
+#include "frontend/input.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
 #include "frontend/report.h"

@@ -2,14 +2,18 @@
 // call; a line has no fixed length and may hold any bytes but the two that end it, line feed and
 // NUL. Input that has not been asked for yet stays where it comes from, so memory holds one line
 // and one read at most. A terminal hands over whole lines, so it is polled like a pipe.
+#include "frontend/input.h"
+
 #include <algorithm>
 #include <cstring>
 #include <string>
 #include <string_view>
 
 #include "board/trace.h"
-#include "frontend/frontend.h"
+#include "frontend/console.h"
 #include "frontend/output.h"
+#include "frontend/pblock.h"
+#include "frontend/uci.h"
 #include "platform/input.h"
 #include "platform/interrupt.h"
 #include "platform/sleep.h"
@@ -83,9 +87,9 @@ bool IsHarmless(const std::string& whole_line) {
 }
 
 void HandleLine(const std::string& line) {
-    if (PBlock.options.protocol == PROTOCOL_UCI || line == "uci") {
+    if (PBlock.options.protocol == PROTOCOL_UCI) {
         ProcessUCI(line.c_str());
-    } else if (!line.empty()) {
+    } else {
         ConsoleCommand(line.c_str());
     }
 }

@@ -3,9 +3,14 @@
 #include <cstdio>
 
 #include "book/book.h"
-#include "frontend/frontend.h"
+#include "frontend/benchmark.h"
+#include "frontend/commandloop.h"
+#include "frontend/epd.h"
+#include "frontend/input.h"
+#include "frontend/match.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
+#include "frontend/startup.h"
 #include "platform/input.h"
 #include "platform/interrupt.h"
 #include "search/threads.h"

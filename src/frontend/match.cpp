@@ -2,6 +2,7 @@
 // over it, player 2 the default set. Fast games of a fixed node count, searched on the calling
 // thread without a transposition table; only the opening book makes one game differ from the next.
 // Everything of start-up must have run. Front-end thread only.
+#include "frontend/match.h"
 
 #include <cmath>
 #include <cstdio>
@@ -13,7 +14,7 @@
 #include "book/book.h"
 #include "eval/personality.h"
 #include "eval/threadblock.h"
-#include "frontend/frontend.h"
+#include "frontend/input.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
 #include "search/perft.h"

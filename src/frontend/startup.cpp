@@ -1,5 +1,7 @@
 // Start-up and clean-up of the program. The order matters: each step may use what the steps before
 // it have filled. Front-end thread, once each.
+#include "frontend/startup.h"
+
 #include <algorithm>
 #include <cstdlib>
 
@@ -9,7 +11,6 @@
 #include "eval/evaluate.h"
 #include "eval/personality.h"
 #include "eval/threadblock.h"
-#include "frontend/frontend.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
 #include "platform/clock.h"

@@ -1,4 +1,4 @@
-// Waiting for a search of a tool mode. Front-end thread only. (Body in benchmark.cpp.)
+// Waiting for a search of a tool mode. Front-end thread only.
 #pragma once
 
 // Checks the clock and the input while the search threads work, until all are idle, with a pause of

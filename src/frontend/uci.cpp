@@ -1,6 +1,8 @@
 // The UCI protocol: one line at a time is turned into changes of the game position, of PBlock's
 // options and time control, and into requests that the command loop serves. Front-end thread;
 // whatever replaces memory that search threads use ends their search first.
+#include "frontend/uci.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
@@ -9,7 +11,7 @@
 
 #include "board/trace.h"
 #include "eval/threadblock.h"
-#include "frontend/frontend.h"
+#include "frontend/commandloop.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
 #include "platform/words.h"

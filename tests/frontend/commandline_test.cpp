@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "frontend/frontend.h"
+#include "frontend/commandline.h"
 #include "frontend/pblock.h"
 #include "support/engine.h"
 

@@ -6,7 +6,8 @@
 #include <sstream>
 #include <string>
 
-#include "frontend/frontend.h"
+#include "frontend/console.h"
+#include "frontend/consolecommands.h"
 #include "frontend/pblock.h"
 #include "support/engine.h"
 
@@ -64,6 +65,15 @@ TEST_F(Console, NumbersAreTakenWithinTheirLimits) {
     EXPECT_EQ(PBlock.control.start_request, SEARCH_ANALYSE);
     EXPECT_EQ(PBlock.time.base_time, 99999.0);
     EXPECT_EQ(PBlock.time.moves_per_control, 1);
+}
+
+TEST_F(Console, EveryCommandIsDocumentedWithItsArguments) {
+    const std::string page = FileContent(DataFile("../../docs/console.md"));
+    for (const ConsoleWord& w : ConsoleWords()) {
+        const std::string arguments = w.arguments;
+        const std::string usage = w.name + (arguments.empty() ? "" : " " + arguments);
+        EXPECT_NE(page.find("`" + usage + "`"), std::string::npos) << usage;
+    }
 }
 
 TEST_F(Console, ToolsLeaveTheWaitingRequestAlone) {

@@ -10,7 +10,7 @@
 #include <iterator>
 #include <string>
 
-#include "frontend/frontend.h"
+#include "frontend/input.h"
 #include "frontend/pblock.h"
 #include "support/engine.h"
 

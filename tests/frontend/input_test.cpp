@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "frontend/frontend.h"
+#include "frontend/input.h"
 #include "frontend/pblock.h"
 #include "support/engine.h"
 

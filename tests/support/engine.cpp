@@ -10,7 +10,7 @@
 #include "board/trace.h"
 #include "board/zobrist.h"
 #include "eval/personality.h"
-#include "frontend/frontend.h"
+#include "frontend/input.h"
 #include "frontend/pblock.h"
 #include "search/threads.h"
 #include "search/ttable.h"

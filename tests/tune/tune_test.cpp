@@ -10,7 +10,6 @@
 
 #include "eval/personality.h"
 #include "frontend/epd.h"
-#include "frontend/frontend.h"
 #include "frontend/pblock.h"
 #include "support/engine.h"
 

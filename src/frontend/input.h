@@ -1,0 +1,25 @@
+// What the user types: bytes from standard input, handed on as lines. Front-end thread only.
+#pragma once
+
+// Takes what has arrived, without waiting, and handles at most one complete line. While a tool mode
+// runs, only "quit", "stop", "." and "isready" are handled. After an interrupt it abandons the
+// search and asks the running mode to end instead.
+void UserInput();
+
+// True: a tool mode owns the game position from now on, and other lines than those four are
+// dropped.
+void SetToolInput(bool tool_mode_runs);
+
+// The end of the input was seen; lines may still be pending.
+bool InputEnded();
+// At least one complete line that is not empty waits.
+bool InputPending();
+
+// Takes the next complete line without handling it, waiting for it; what goes beyond `size` - 1
+// bytes is dropped. False at the end of the input and after an interrupt. Requires size > 0.
+[[nodiscard]] bool ReadInputLine(char* buffer, int size);
+
+// For tests and fuzzing: forgets everything, and bytes as if they had arrived, after which standard
+// input is not read any more.
+void ResetInput();
+void FeedInput(const char* bytes, int count);
