@@ -4,6 +4,7 @@
 
 #include "board/bitboards.h"
 #include "eval/evaluate.h"
+#include "eval/personality.h"
 
 // Squares named by rectangle, from White's point of view.
 inline constexpr Bitboard BLOCK_B2_G7 = 0x007E7E7E7E7E7E00u;

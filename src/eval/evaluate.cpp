@@ -79,9 +79,9 @@ inline void EvaluateKnights(EvalInfo* info, PieceSums* s, Report report) {
         const Bitboard targets = BB_KnightRays[sq];
         AddAttacks(s, &by_knights, targets);
         if (targets & king_targets) { s->king_attack += KING_ATTACK_MINOR; }
-        s->mobility += KnightMobility[CountBits(targets & info->mobility_area[US])];
-        TaperedScore value = {KnightOpening[RelativeSquare(sq, US)],
-                              KnightEnding[RelativeSquare(sq, US)] + ending_bonus};
+        s->mobility += eval_tables.KnightMobility[CountBits(targets & info->mobility_area[US])];
+        TaperedScore value = {eval_tables.KnightOpening[RelativeSquare(sq, US)],
+                              eval_tables.KnightEnding[RelativeSquare(sq, US)] + ending_bonus};
         if (info->outposts[US] & Bit(sq)) {
             value.opening += Personality.knight_outpost;
             if (info->attacks_by[US][PAWN] & Bit(sq)) { value.opening += OUTPOST_DEFENDED; }
@@ -106,10 +106,10 @@ inline void EvaluateBishops(EvalInfo* info, PieceSums* s, Report report) {
         const Bitboard targets = GenAttacksB(sq, occupied);
         AddAttacks(s, &by_bishops, targets);
         if (targets & king_targets) { s->king_attack += KING_ATTACK_MINOR; }
-        s->mobility += BishopMobility[CountBits(targets & info->mobility_area[US])] +
+        s->mobility += eval_tables.BishopMobility[CountBits(targets & info->mobility_area[US])] +
                        BISHOP_CENTRE_SQUARE * CountBits(targets & BLOCK_C3_F6);
-        TaperedScore value = {BishopOpening[RelativeSquare(sq, US)],
-                              BishopEnding[RelativeSquare(sq, US)]};
+        TaperedScore value = {eval_tables.BishopOpening[RelativeSquare(sq, US)],
+                              eval_tables.BishopEnding[RelativeSquare(sq, US)]};
         const Bitboard ways_out = targets & BLOCK_B2_G7 & ~info->attacks_by[THEM][PAWN];
         if ((bishop_trap[US] & Bit(sq)) && ways_out == 0) {
             value.opening += Personality.bishop_trapped;
@@ -136,10 +136,10 @@ inline void EvaluateRooks(EvalInfo* info, PieceSums* s, Report report) {
         if (targets & king_targets) { s->king_attack += KING_ATTACK_MAJOR; }
         const int count = CountBits(targets & info->mobility_area[US]);
         const int forward = CountBits(targets & FileMask(file) & HOME_HALF[THEM]);
-        s->mobility +=
-            RookMobility[count] + std::min(ROOK_FORWARD_SQUARE * forward, ROOK_FORWARD_MAX);
-        TaperedScore value = {RookOpening[RelativeSquare(sq, US)],
-                              RookEnding[RelativeSquare(sq, US)]};
+        s->mobility += eval_tables.RookMobility[count] +
+                       std::min(ROOK_FORWARD_SQUARE * forward, ROOK_FORWARD_MAX);
+        TaperedScore value = {eval_tables.RookOpening[RelativeSquare(sq, US)],
+                              eval_tables.RookEnding[RelativeSquare(sq, US)]};
         if (!((own_files >> file) & 1)) {
             value += BothStages((enemy_files >> file) & 1 ? Personality.rook_half_open_file
                                                           : Personality.rook_open_file);
@@ -182,9 +182,9 @@ inline void EvaluateQueens(EvalInfo* info, PieceSums* s, Report report) {
         } else if (behind & king_targets) {
             s->king_attack += KING_ATTACK_XRAY;
         }
-        s->mobility += QueenMobility[CountBits(targets & info->mobility_area[US])];
-        TaperedScore value = {QueenOpening[RelativeSquare(sq, US)],
-                              QueenEnding[RelativeSquare(sq, US)]};
+        s->mobility += eval_tables.QueenMobility[CountBits(targets & info->mobility_area[US])];
+        TaperedScore value = {eval_tables.QueenOpening[RelativeSquare(sq, US)],
+                              eval_tables.QueenEnding[RelativeSquare(sq, US)]};
         if (RelativeRank(sq, US) == 6 && info->back_rank_target[US]) {
             value += BothStages(Personality.queen_rank7);
         }
@@ -225,8 +225,10 @@ inline void CountMaterial(EvalInfo* info) {
     info->phase[US] = std::min(n + b + 2 * r + 4 * q, PHASE_CAP);
     const int valued = std::min(p, MAX_PAWNS);
     info->material[US] = {
-        MtlPawnOp[valued] + MtlKnightOp[n] + MtlBishopOp[b] + MtlRookOp[r] + MtlQueenOp[q],
-        MtlPawnEn[valued] + MtlKnightEn[n] + MtlBishopEn[b] + MtlRookEn[r] + MtlQueenEn[q]};
+        eval_tables.MtlPawnOp[valued] + eval_tables.MtlKnightOp[n] + eval_tables.MtlBishopOp[b] +
+            eval_tables.MtlRookOp[r] + eval_tables.MtlQueenOp[q],
+        eval_tables.MtlPawnEn[valued] + eval_tables.MtlKnightEn[n] + eval_tables.MtlBishopEn[b] +
+            eval_tables.MtlRookEn[r] + eval_tables.MtlQueenEn[q]};
 }
 
 // Attack sets of pawns and king, the zone of the own king, and the enemy's mobility area, which
@@ -325,7 +327,7 @@ int EvaluateAllTerms(ThreadBlock* tb, EvalInfo* info, Report report) {
     }
     int score = BlendedScore(info);
     if (side == BLACK) { score = -score; }
-    score += tempo_bonus[info->stage];
+    score += eval_tables.tempo_bonus[info->stage];
     const double factor =
         std::abs(score) < DRAWISH_FROM ? 1.0 : DrawishnessFactor(info, side, score);
     report.Totals(info, factor);

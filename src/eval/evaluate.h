@@ -10,7 +10,6 @@ struct ThreadBlock;
 
 inline constexpr int EVAL_CACHE_SIZE = 16384;  // entries per thread
 inline constexpr int PAWN_CACHE_SIZE = 8192;
-inline constexpr int MAX_STAGE = 24;
 inline constexpr int QUEEN_CONTACT_DANGER = 5000;  // added to hanging material: danger of mate
 
 struct EvalCacheEntry {

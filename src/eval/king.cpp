@@ -1,6 +1,8 @@
 // King safety, king activity in the ending, and pins. Called once per side after all piece terms,
 // so that every attack set, check square and pressure counter of the EvalInfo is complete.
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <cstdlib>
 
 #include "eval/evalhelpers.h"
@@ -13,6 +15,24 @@ constexpr u8 shield_centre_file[8] = {1, 1, 2, 3, 4, 5, 6, 6};  // by king file
 constexpr Bitboard shield_ranks[2] = {RankMask(1) | RankMask(2), RankMask(6) | RankMask(5)};
 constexpr Bitboard SHELTERED = Bit(0) | Bit(1) | Bit(6) | Bit(7);  // a1, b1, g1, h1 of the side
 constexpr int king_advance[8] = {0, 0, 5, 10, 15, 20, 20, 20};     // ending, by relative rank
+
+// By a mask of files: its first and its last file. No file at all is beyond the board.
+constexpr std::array<i8, 256> leftbit = [] {
+    std::array<i8, 256> table{};
+    for (unsigned mask = 0; mask < table.size(); ++mask) {
+        table[mask] = static_cast<i8>(mask == 0 ? 8 : std::countr_zero(mask));
+    }
+    return table;
+}();
+constexpr std::array<i8, 256> rightbit = [] {
+    std::array<i8, 256> table{};
+    for (unsigned mask = 0; mask < table.size(); ++mask) {
+        table[mask] = static_cast<i8>(std::bit_width(mask) - 1);
+    }
+    return table;
+}();
+static_assert(leftbit[0] == 8 && leftbit[0x24] == 2);
+static_assert(rightbit[0] == -1 && rightbit[0x24] == 5);
 
 constexpr int ATTACK_PHASE = 3;   // the enemy needs this much phase to attack a king at all
 constexpr int FULL_OP_PHASE = 4;  // and this much, with a queen, for the full opening value
@@ -77,7 +97,7 @@ inline void KingPressure(EvalInfo* info, int k, int holes, int* opening, int* en
         info->pd->hanging[US] = static_cast<i16>(info->pd->hanging[US] + QUEEN_CONTACT_DANGER);
     }
     if (info->pos->side == US) { --index; }
-    *opening -= SAFE_CHECK * checks + KingDanger[std::clamp(index, 0, DANGER_MAX)];
+    *opening -= SAFE_CHECK * checks + eval_tables.KingDanger[std::clamp(index, 0, DANGER_MAX)];
     *ending -= SAFE_CHECK * checks;
 }
 
@@ -96,7 +116,7 @@ inline int KingActivity(EvalInfo* info, int k) {
         value -= CONFINED;
         info->king_confined[US] = true;
     }
-    const int files = (info->pawn_entry->mask[WHITE] | info->pawn_entry->mask[BLACK]) & 255;
+    const unsigned files = (info->pawn_entry->mask[WHITE] | info->pawn_entry->mask[BLACK]) & 255u;
     if (files != 0) {
         const int away = std::max(leftbit[files] - FileOf(k), FileOf(k) - rightbit[files]);
         if (away > 0) { value -= PAWN_FILE_DISTANCE * away; }
@@ -109,8 +129,8 @@ template <int US, typename Report>
 void EvalKingOf(EvalInfo* info, Report report) {
     constexpr int THEM = US ^ 1;
     const int k = info->king_square[US];
-    int opening = KingOpening[RelativeSquare(k, US)];
-    int ending = KingEnding[RelativeSquare(k, US)];
+    int opening = eval_tables.KingOpening[RelativeSquare(k, US)];
+    int ending = eval_tables.KingEnding[RelativeSquare(k, US)];
     info->king_confined[US] = false;
     if (info->phase[THEM] >= ATTACK_PHASE) {
         int holes;

@@ -73,7 +73,7 @@ void ScoreStructure(const EvalInfo* info, PawnEntry* e, Report report) {
         const Bitboard bit = Bit(sq);
         const int file = FileOf(sq), r = RelativeRank(sq, US);
         mask |= 1 << file | 256 << RankOf(sq);
-        int opening = PawnOpening[RelativeSquare(sq, US)];
+        int opening = eval_tables.PawnOpening[RelativeSquare(sq, US)];
         int both = 0;
         if (own & FileMask(file) & ~bit) { both += Personality.pawn_doubled; }
         if ((Ahead<US>(bit) & own_span) == 0) {
@@ -93,7 +93,8 @@ void ScoreStructure(const EvalInfo* info, PawnEntry* e, Report report) {
                 e->candidates |= bit;
             }
         }
-        const TaperedScore value = {opening + both, PawnEnding[RelativeSquare(sq, US)] + both};
+        const TaperedScore value = {opening + both,
+                                    eval_tables.PawnEnding[RelativeSquare(sq, US)] + both};
         sum += value;
         report.Charge(info, PAWN_TERM, US, sq, value);
     }
@@ -178,7 +179,7 @@ void ScorePasser(EvalInfo* info, int sq, Report report) {
     const int r = RelativeRank(sq, US);
     int opening, ending;
     if (AllAhead<US>(bit) & own_pawns) {  // the rear one of doubled passers
-        opening = ending = PP_BONUS[r] / 3;
+        opening = ending = eval_tables.PP_BONUS[r] / 3;
     } else {
         const int wtm = pos->side == US ? 1 : 0;
         const int own_king = info->king_square[US], enemy_king = info->king_square[THEM];
@@ -189,8 +190,8 @@ void ScorePasser(EvalInfo* info, int sq, Report report) {
         const int reached = ScanPath<US>(info, sq, r);
         const bool free =
             reached == 7 || (r == SEVENTH && (BB_PawnRays[US][sq] & pos->bb[THEM][0]));
-        int b = PP_BONUS[r];
-        if (free || (reached > r && reached > 3)) { b += PP_BONUS2[r]; }
+        int b = eval_tables.PP_BONUS[r];
+        if (free || (reached > r && reached > 3)) { b += eval_tables.PP_BONUS2[r]; }
         int v = b;
         if (free) {
             v += 4 + b / 4;

@@ -12,18 +12,7 @@
 
 PersonalityRecord Personality;
 PersonalityRecord DefaultPersonality;
-
-i16 MtlPawnOp[16], MtlPawnEn[16];
-i16 MtlKnightOp[16], MtlKnightEn[16], MtlBishopOp[16], MtlBishopEn[16];
-i16 MtlRookOp[16], MtlRookEn[16], MtlQueenOp[16], MtlQueenEn[16];
-i16 PawnOpening[64], PawnEnding[64], KnightOpening[64], KnightEnding[64];
-i16 BishopOpening[64], BishopEnding[64], RookOpening[64], RookEnding[64];
-i16 QueenOpening[64], QueenEnding[64], KingOpening[64], KingEnding[64];
-i16 KnightMobility[16], BishopMobility[16], RookMobility[16], QueenMobility[32];
-i16 KingDanger[64];
-i16 PP_BONUS[8], PP_BONUS2[8];
-i16 tempo_bonus[25];
-i8 leftbit[256], rightbit[256];
+EvalTables eval_tables;
 
 namespace {
 
@@ -79,19 +68,19 @@ constexpr int TEMPO_ENDING = 6;
 // Nearest integer, halves away from zero.
 i16 Rounded(double value) { return static_cast<i16>(std::lround(value)); }
 
-void BuildMaterial(const PersonalityRecord& p) {
+void BuildMaterial(const PersonalityRecord& p, EvalTables* t) {
     for (int n = 0; n < 16; ++n) {
         const int pair = n >= 2 ? p.bishop_pair : 0;
-        MtlPawnOp[n] = static_cast<i16>(n * p.pawn_value_op);
-        MtlPawnEn[n] = static_cast<i16>(n * p.pawn_value_en);
-        MtlKnightOp[n] = static_cast<i16>(n * p.knight_value_op);
-        MtlKnightEn[n] = static_cast<i16>(n * p.knight_value_en);
-        MtlBishopOp[n] = static_cast<i16>(n * p.bishop_value_op + pair);
-        MtlBishopEn[n] = static_cast<i16>(n * p.bishop_value_en + pair);
-        MtlRookOp[n] = static_cast<i16>(n * p.rook_value_op);
-        MtlRookEn[n] = static_cast<i16>(n * p.rook_value_en);
-        MtlQueenOp[n] = static_cast<i16>(n * p.queen_value_op);
-        MtlQueenEn[n] = static_cast<i16>(n * p.queen_value_en);
+        t->MtlPawnOp[n] = static_cast<i16>(n * p.pawn_value_op);
+        t->MtlPawnEn[n] = static_cast<i16>(n * p.pawn_value_en);
+        t->MtlKnightOp[n] = static_cast<i16>(n * p.knight_value_op);
+        t->MtlKnightEn[n] = static_cast<i16>(n * p.knight_value_en);
+        t->MtlBishopOp[n] = static_cast<i16>(n * p.bishop_value_op + pair);
+        t->MtlBishopEn[n] = static_cast<i16>(n * p.bishop_value_en + pair);
+        t->MtlRookOp[n] = static_cast<i16>(n * p.rook_value_op);
+        t->MtlRookEn[n] = static_cast<i16>(n * p.rook_value_en);
+        t->MtlQueenOp[n] = static_cast<i16>(n * p.queen_value_op);
+        t->MtlQueenEn[n] = static_cast<i16>(n * p.queen_value_en);
     }
 }
 
@@ -100,74 +89,68 @@ i16 SquareValue(i16 own, int shape, int weight) {
     return own > NO_PST_VALUE ? own : static_cast<i16>(shape * weight / PST_UNIT);
 }
 
-void BuildSquareTables(const PersonalityRecord& p) {
+void BuildSquareTables(const PersonalityRecord& p, EvalTables* t) {
     for (int sq = 0; sq < 64; ++sq) {
         const int r = RankOf(sq), f = FileOf(sq);
         const int centred = centre[r] + centre[f];
         const int king_op = king_opening_rank[r] + king_opening_file[f];
         const int king_en = king_ending[r] + king_ending[f];
-        PawnOpening[sq] = SquareValue(p.PST_op[PAWN][sq], pawn_opening[sq], p.PST_P_op);
-        PawnEnding[sq] = SquareValue(p.PST_en[PAWN][sq], pawn_ending_rank[r], p.PST_P_en);
-        KnightOpening[sq] = SquareValue(p.PST_op[KNIGHT][sq], centred, p.PST_N_op);
-        KnightEnding[sq] = SquareValue(p.PST_en[KNIGHT][sq], centred, p.PST_N_en);
-        BishopOpening[sq] = SquareValue(p.PST_op[BISHOP][sq], centred, p.PST_B_op);
-        BishopEnding[sq] = SquareValue(p.PST_en[BISHOP][sq], centred, p.PST_B_en);
-        RookOpening[sq] = SquareValue(p.PST_op[ROOK][sq], centre[f], p.PST_R_op);
-        RookEnding[sq] = SquareValue(p.PST_en[ROOK][sq], centre[f], p.PST_R_en);
-        QueenOpening[sq] = SquareValue(p.PST_op[QUEEN][sq], centred, p.PST_Q_op);
-        QueenEnding[sq] = SquareValue(p.PST_en[QUEEN][sq], centred, p.PST_Q_en);
-        KingOpening[sq] = SquareValue(p.PST_op[KING][sq], king_op, p.PST_K_op);
-        KingEnding[sq] = SquareValue(p.PST_en[KING][sq], king_en, p.PST_K_en);
+        t->PawnOpening[sq] = SquareValue(p.PST_op[PAWN][sq], pawn_opening[sq], p.PST_P_op);
+        t->PawnEnding[sq] = SquareValue(p.PST_en[PAWN][sq], pawn_ending_rank[r], p.PST_P_en);
+        t->KnightOpening[sq] = SquareValue(p.PST_op[KNIGHT][sq], centred, p.PST_N_op);
+        t->KnightEnding[sq] = SquareValue(p.PST_en[KNIGHT][sq], centred, p.PST_N_en);
+        t->BishopOpening[sq] = SquareValue(p.PST_op[BISHOP][sq], centred, p.PST_B_op);
+        t->BishopEnding[sq] = SquareValue(p.PST_en[BISHOP][sq], centred, p.PST_B_en);
+        t->RookOpening[sq] = SquareValue(p.PST_op[ROOK][sq], centre[f], p.PST_R_op);
+        t->RookEnding[sq] = SquareValue(p.PST_en[ROOK][sq], centre[f], p.PST_R_en);
+        t->QueenOpening[sq] = SquareValue(p.PST_op[QUEEN][sq], centred, p.PST_Q_op);
+        t->QueenEnding[sq] = SquareValue(p.PST_en[QUEEN][sq], centred, p.PST_Q_en);
+        t->KingOpening[sq] = SquareValue(p.PST_op[KING][sq], king_op, p.PST_K_op);
+        t->KingEnding[sq] = SquareValue(p.PST_en[KING][sq], king_en, p.PST_K_en);
     }
 }
 
-void BuildPasserBonus(const PersonalityRecord& p) {
-    PP_BONUS[0] = PP_BONUS[7] = 0;
-    std::copy(std::begin(p.passed_pawn_rank), std::end(p.passed_pawn_rank), PP_BONUS + 1);
-    PP_BONUS2[0] = PP_BONUS2[7] = 0;
+void BuildPasserBonus(const PersonalityRecord& p, EvalTables* t) {
+    t->PP_BONUS[0] = t->PP_BONUS[7] = 0;
+    std::copy(std::begin(p.passed_pawn_rank), std::end(p.passed_pawn_rank), t->PP_BONUS + 1);
+    t->PP_BONUS2[0] = t->PP_BONUS2[7] = 0;
     for (int r = 2; r <= 5; ++r) {
-        PP_BONUS2[r] = Rounded(PASSER_STEP_SHARE * (PP_BONUS[r + 1] - PP_BONUS[r]));
+        t->PP_BONUS2[r] = Rounded(PASSER_STEP_SHARE * (t->PP_BONUS[r + 1] - t->PP_BONUS[r]));
     }
-    PP_BONUS2[1] = PP_BONUS2[2];
-    PP_BONUS2[6] = PASSER_STEP_RANK7;
+    t->PP_BONUS2[1] = t->PP_BONUS2[2];
+    t->PP_BONUS2[6] = PASSER_STEP_RANK7;
 }
 
-void BuildMobility(const PersonalityRecord& p) {
+void BuildMobility(const PersonalityRecord& p, EvalTables* t) {
     for (int n = 0; n < 16; ++n) {
         const double e = std::exp(MOBILITY_DECAY * n);
-        const double t = MOBILITY_UNIT * e * (n - SLIDER_MOBILITY_ZERO);
-        KnightMobility[n] =
+        const double slider = MOBILITY_UNIT * e * (n - SLIDER_MOBILITY_ZERO);
+        t->KnightMobility[n] =
             Rounded(MOBILITY_UNIT * e * (n - KNIGHT_MOBILITY_ZERO) * p.knight_mobility);
-        BishopMobility[n] = Rounded(t * p.bishop_mobility);
-        RookMobility[n] = Rounded(t * p.rook_mobility);
-        QueenMobility[n] = Rounded(t * p.queen_mobility);
+        t->BishopMobility[n] = Rounded(slider * p.bishop_mobility);
+        t->RookMobility[n] = Rounded(slider * p.rook_mobility);
+        t->QueenMobility[n] = Rounded(slider * p.queen_mobility);
     }
-    std::fill(QueenMobility + 16, QueenMobility + 32, QueenMobility[15]);
+    std::fill(t->QueenMobility + 16, t->QueenMobility + 32, t->QueenMobility[15]);
 }
 
-void BuildKingDanger(const PersonalityRecord& p) {
-    std::fill(std::begin(KingDanger), std::end(KingDanger), i16{0});
+void BuildKingDanger(const PersonalityRecord& p, EvalTables* t) {
+    std::fill(std::begin(t->KingDanger), std::end(t->KingDanger), i16{0});
     for (int n = 1; n < DANGER_ENTRIES; ++n) {
         const int value =
             n <= DANGER_FREE
                 ? 0
                 : static_cast<int>(std::lround(std::pow(n - DANGER_FREE, DANGER_POWER) *
                                                p.king_safety * 0.01 * DANGER_SCALE));
-        KingDanger[n] =
-            static_cast<i16>(std::min(std::max(value, 0), KingDanger[n - 1] + DANGER_STEP - n));
+        t->KingDanger[n] =
+            static_cast<i16>(std::min(std::max(value, 0), t->KingDanger[n - 1] + DANGER_STEP - n));
     }
 }
 
-void BuildFileMasks() {
-    for (int m = 0; m < 256; ++m) {
-        leftbit[m] = 8;
-        rightbit[m] = -1;
-        for (int f = 7; f >= 0; --f) {
-            if ((m >> f) & 1) { leftbit[m] = static_cast<i8>(f); }
-        }
-        for (int f = 0; f < 8; ++f) {
-            if ((m >> f) & 1) { rightbit[m] = static_cast<i8>(f); }
-        }
+void BuildTempo(EvalTables* t) {
+    for (int i = 0; i <= MAX_STAGE; ++i) {
+        t->tempo_bonus[i] = Rounded(
+            static_cast<double>(TEMPO_OPENING * (MAX_STAGE - i) + TEMPO_ENDING * i) / MAX_STAGE);
     }
 }
 
@@ -230,15 +213,11 @@ void InitPersonality(const char* path) {
 }
 
 void InitEval() {
-    BuildMaterial(Personality);
-    BuildSquareTables(Personality);
-    BuildPasserBonus(Personality);
-    BuildMobility(Personality);
-    BuildKingDanger(Personality);
-    for (int i = 0; i <= MAX_STAGE; ++i) {
-        tempo_bonus[i] = Rounded(
-            static_cast<double>(TEMPO_OPENING * (MAX_STAGE - i) + TEMPO_ENDING * i) / MAX_STAGE);
-    }
-    BuildFileMasks();
+    BuildMaterial(Personality, &eval_tables);
+    BuildSquareTables(Personality, &eval_tables);
+    BuildPasserBonus(Personality, &eval_tables);
+    BuildMobility(Personality, &eval_tables);
+    BuildKingDanger(Personality, &eval_tables);
+    BuildTempo(&eval_tables);
     ClearEvalCaches();
 }

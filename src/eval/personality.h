@@ -5,6 +5,9 @@
 
 #include "board/plydata.h"
 
+// Stage of the game: 0 with the opening's material, 24 with pawns and kings only.
+inline constexpr int MAX_STAGE = 24;
+
 inline constexpr int LMR_DEPTHS = 70;
 inline constexpr int LMR_MOVES = 32;
 inline constexpr int SELECTIVITY_DEPTHS = 8;  // entries of the margin and count tables
@@ -66,18 +69,29 @@ struct PersonalityRecord {
 extern PersonalityRecord Personality;
 extern PersonalityRecord DefaultPersonality;
 
-// Derived tables. Square tables from White's point of view.
-extern i16 MtlPawnOp[16], MtlPawnEn[16];
-extern i16 MtlKnightOp[16], MtlKnightEn[16], MtlBishopOp[16], MtlBishopEn[16];
-extern i16 MtlRookOp[16], MtlRookEn[16], MtlQueenOp[16], MtlQueenEn[16];
-extern i16 PawnOpening[64], PawnEnding[64], KnightOpening[64], KnightEnding[64];
-extern i16 BishopOpening[64], BishopEnding[64], RookOpening[64], RookEnding[64];
-extern i16 QueenOpening[64], QueenEnding[64], KingOpening[64], KingEnding[64];
-extern i16 KnightMobility[16], BishopMobility[16], RookMobility[16], QueenMobility[32];
-extern i16 KingDanger[64];
-extern i16 PP_BONUS[8], PP_BONUS2[8];
-extern i16 tempo_bonus[25];
-extern i8 leftbit[256], rightbit[256];
+// What InitEval derives from the record, in centipawns. Written while no search runs; then any
+// thread may read it.
+struct EvalTables {
+    // By the number of men of one side; two or more bishops include the pair.
+    i16 MtlPawnOp[16], MtlPawnEn[16];
+    i16 MtlKnightOp[16], MtlKnightEn[16];
+    i16 MtlBishopOp[16], MtlBishopEn[16];
+    i16 MtlRookOp[16], MtlRookEn[16];
+    i16 MtlQueenOp[16], MtlQueenEn[16];
+    // By square, from White's point of view.
+    i16 PawnOpening[64], PawnEnding[64];
+    i16 KnightOpening[64], KnightEnding[64];
+    i16 BishopOpening[64], BishopEnding[64];
+    i16 RookOpening[64], RookEnding[64];
+    i16 QueenOpening[64], QueenEnding[64];
+    i16 KingOpening[64], KingEnding[64];
+    // By the number of target squares.
+    i16 KnightMobility[16], BishopMobility[16], RookMobility[16], QueenMobility[32];
+    i16 KingDanger[64];              // by attack count; from 32 on 0 and never asked
+    i16 PP_BONUS[8], PP_BONUS2[8];   // passed pawns, by relative rank 0..7
+    i16 tempo_bonus[MAX_STAGE + 1];  // by stage
+};
+extern EvalTables eval_tables;
 
 // Stores every built-in default; LMR_table is left to BuildReductionTable.
 void SetPersonalityDefaults(PersonalityRecord* record);
@@ -90,7 +104,7 @@ void BuildReductionTable(PersonalityRecord* record);
 // DefaultPersonality.
 void InitPersonality(const char* path);
 
-// Rebuilds every derived evaluation table from Personality and empties the evaluation and pawn
+// Rebuilds eval_tables from Personality and empties the evaluation and pawn
 // caches of every thread record. Requires that no search runs.
 void InitEval();
 

@@ -202,12 +202,12 @@ struct SquareTable {
     const char* title;
 };
 constexpr SquareTable square_tables[] = {
-    {PawnOpening, "PawnOpening"},     {PawnEnding, "PawnEnding"},
-    {KnightOpening, "KnightOpening"}, {KnightEnding, "KnightEnding"},
-    {BishopOpening, "BishopOpening"}, {BishopEnding, "BishopEnding"},
-    {RookOpening, "RookOpening"},     {RookEnding, "RookEnding"},
-    {QueenOpening, "QueenOpening"},   {QueenEnding, "QueenEnding"},
-    {KingOpening, "KingOpening"},     {KingEnding, "KingEnding"},
+    {eval_tables.PawnOpening, "PawnOpening"},     {eval_tables.PawnEnding, "PawnEnding"},
+    {eval_tables.KnightOpening, "KnightOpening"}, {eval_tables.KnightEnding, "KnightEnding"},
+    {eval_tables.BishopOpening, "BishopOpening"}, {eval_tables.BishopEnding, "BishopEnding"},
+    {eval_tables.RookOpening, "RookOpening"},     {eval_tables.RookEnding, "RookEnding"},
+    {eval_tables.QueenOpening, "QueenOpening"},   {eval_tables.QueenEnding, "QueenEnding"},
+    {eval_tables.KingOpening, "KingOpening"},     {eval_tables.KingEnding, "KingEnding"},
 };
 
 }  // namespace
@@ -215,18 +215,20 @@ constexpr SquareTable square_tables[] = {
 void ParametersCommand(const Command&) {
     constexpr int SHOWN_DANGERS = 32;
     constexpr int SHOWN_MOBILITIES = 15;
-    PrintDirect("piece values=  %d/%d  %d/%d  %d/%d  %d/%d  %d/%d\n", MtlPawnOp[1], MtlPawnEn[1],
-                MtlKnightOp[1], MtlKnightEn[1], MtlBishopOp[1], MtlBishopEn[1], MtlRookOp[1],
-                MtlRookEn[1], MtlQueenOp[1], MtlQueenEn[1]);
+    const EvalTables& tables = eval_tables;
+    PrintDirect("piece values=  %d/%d  %d/%d  %d/%d  %d/%d  %d/%d\n", tables.MtlPawnOp[1],
+                tables.MtlPawnEn[1], tables.MtlKnightOp[1], tables.MtlKnightEn[1],
+                tables.MtlBishopOp[1], tables.MtlBishopEn[1], tables.MtlRookOp[1],
+                tables.MtlRookEn[1], tables.MtlQueenOp[1], tables.MtlQueenEn[1]);
     for (int i = 0; i < SHOWN_DANGERS; ++i) {
-        PrintDirect("i=%2d, kdngr= %3d\n", i, KingDanger[i]);
+        PrintDirect("i=%2d, kdngr= %3d\n", i, tables.KingDanger[i]);
     }
     for (int i = 0; i < SHOWN_MOBILITIES; ++i) {
-        PrintDirect("%3d  nmob= %3d  bmob=%3d  rmob=%3d  qmob= %3d\n", i, KnightMobility[i],
-                    BishopMobility[i], RookMobility[i], QueenMobility[i]);
+        PrintDirect("%3d  nmob= %3d  bmob=%3d  rmob=%3d  qmob= %3d\n", i, tables.KnightMobility[i],
+                    tables.BishopMobility[i], tables.RookMobility[i], tables.QueenMobility[i]);
     }
     for (int rank = 1; rank <= 8; ++rank) {
-        PrintDirect("rank=%d,  ppadv=%3d\n", rank, PP_BONUS[rank - 1]);
+        PrintDirect("rank=%d,  ppadv=%3d\n", rank, tables.PP_BONUS[rank - 1]);
     }
     PrintDirect("pawn_shield= %d\n", Personality.pawn_shield);
     PrintDirect("pawn_storm= %d\n", Personality.pawn_storm);

