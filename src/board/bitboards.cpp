@@ -1,113 +1,193 @@
-// Fills the square tables and holds the table forms of the bit scans and sliding attacks.
+// The square tables, all constants, and the table forms of the bit scans and sliding attacks.
 #include "board/bitboards.h"
 
 #include <algorithm>
-#include <cstdlib>
-
-Bitboard BB_RayN[64], BB_RayS[64], BB_RayE[64], BB_RayW[64];
-Bitboard BB_RayNE[64], BB_RayNW[64], BB_RaySE[64], BB_RaySW[64];
-Bitboard BB_RookRays[64], BB_BishopRays[64], BB_KingRays[64], BB_KnightRays[64];
-Bitboard BB_PawnRays[2][64];
-Bitboard BB_Between[64][64];
-Bitboard BB_PawnSpan[2][64];
-Bitboard BB_AdjacentFiles[8], BB_AdjacentSquares[64];
-Bitboard BB_North[8], BB_South[8];
-u32 MSBTable[256];
-u8 bitcnt[256];
-u8 sq_color[64];
-u8 square_distance[64][64];
 
 namespace {
 
 constexpr u32 BIT_SCAN_FACTOR = 0x783A9B23u;
+constexpr int BIT_SCAN_SHIFT = 26;  // leaves six bits, a slot of the table
+constexpr int HALF_BITS = 32;       // of a bitboard
+constexpr int BYTE_BITS = 8;
+constexpr int BYTE_VALUES = 256;
 
-// Slot of the bit-scan table that belongs to the lowest set bit of `b`.
-constexpr u32 BitScanIndex(Bitboard b) {
-    const Bitboard m = b ^ (b - 1);
-    const u32 fold = static_cast<u32>(m) ^ static_cast<u32>(m >> 32);
-    return (fold * BIT_SCAN_FACTOR) >> 26;
+// A direction on the board, or a jump.
+struct Step {
+    int files;
+    int ranks;
+};
+constexpr Step N{0, 1}, S{0, -1}, E{1, 0}, W{-1, 0}, NE{1, 1}, NW{-1, 1}, SE{1, -1}, SW{-1, -1};
+constexpr Step rook_steps[] = {N, S, E, W};
+constexpr Step bishop_steps[] = {NE, NW, SE, SW};
+constexpr Step king_steps[] = {N, S, E, W, NE, NW, SE, SW};
+constexpr Step knight_steps[] = {{1, 2},   {2, 1},   {2, -1}, {1, -2},
+                                 {-1, -2}, {-2, -1}, {-2, 1}, {-1, 2}};
+constexpr Step side_steps[] = {E, W};
+constexpr Step pawn_steps[2][2] = {{NW, NE}, {SW, SE}};
+
+// The square one step on, NO_SQUARE beyond the edge.
+constexpr int StepFrom(int square, Step step) {
+    const int file = FileOf(square) + step.files;
+    const int rank = RankOf(square) + step.ranks;
+    if (file < 0 || file >= FILE_COUNT || rank < 0 || rank >= RANK_COUNT) { return NO_SQUARE; }
+    return SquareOf(file, rank);
 }
 
-constexpr std::array<u8, 64> MakeBitScanTable() {
-    std::array<u8, 64> table{};
-    for (int i = 0; i < 64; ++i) { table[BitScanIndex(Bitboard{1} << i)] = static_cast<u8>(i); }
-    return table;
-}
-
-bool OnBoard(int file, int rank) { return file >= 0 && file < 8 && rank >= 0 && rank < 8; }
-
-Bitboard SquareBit(int file, int rank) { return OnBoard(file, rank) ? Bit(rank * 8 + file) : 0; }
-
-Bitboard Ray(int square, int file_step, int rank_step) {
+constexpr Bitboard Ray(int square, Step step) {
     Bitboard ray = 0;
-    int file = FileOf(square) + file_step;
-    int rank = RankOf(square) + rank_step;
-    for (; OnBoard(file, rank); file += file_step, rank += rank_step) {
-        ray |= SquareBit(file, rank);
-    }
+    for (int s = StepFrom(square, step); s != NO_SQUARE; s = StepFrom(s, step)) { ray |= Bit(s); }
     return ray;
 }
 
-void FillByteTables() {
-    for (unsigned value = 0; value < 256; ++value) {
-        bitcnt[value] = static_cast<u8>(std::popcount(value));
-        MSBTable[value] = value ? static_cast<u32>(std::bit_width(value) - 1) : 0;
-    }
+// A table of what `set` gives for each square.
+template <typename Set>
+constexpr SquareSets MakeSets(Set set) {
+    SquareSets sets{};
+    for (int s = 0; s < SQUARE_COUNT; ++s) { sets[s] = set(s); }
+    return sets;
 }
 
-void FillRankAndFileTables() {
-    for (int i = 0; i < 8; ++i) {
-        BB_North[i] = 0;
-        BB_South[i] = 0;
-        for (int rank = 0; rank < 8; ++rank) {
-            if (rank > i) { BB_North[i] |= RankMask(rank); }
-            if (rank < i) { BB_South[i] |= RankMask(rank); }
+constexpr SquareSets MakeRays(Step step) {
+    return MakeSets([step](int s) { return Ray(s, step); });
+}
+
+template <int COUNT>
+constexpr SquareSets MakeJumps(const Step (&steps)[COUNT]) {
+    return MakeSets([&steps](int s) {
+        Bitboard reached = 0;
+        for (const Step& step : steps) {
+            if (const int to = StepFrom(s, step); to != NO_SQUARE) { reached |= Bit(to); }
         }
-        BB_AdjacentFiles[i] = (i > 0 ? FileMask(i - 1) : 0) | (i < 7 ? FileMask(i + 1) : 0);
-    }
+        return reached;
+    });
 }
 
-void FillSquare(int s) {
-    const int file = FileOf(s);
-    const int rank = RankOf(s);
-    BB_RayN[s] = Ray(s, 0, 1);
-    BB_RayS[s] = Ray(s, 0, -1);
-    BB_RayE[s] = Ray(s, 1, 0);
-    BB_RayW[s] = Ray(s, -1, 0);
-    BB_RayNE[s] = Ray(s, 1, 1);
-    BB_RayNW[s] = Ray(s, -1, 1);
-    BB_RaySE[s] = Ray(s, 1, -1);
-    BB_RaySW[s] = Ray(s, -1, -1);
-    BB_RookRays[s] = BB_RayN[s] | BB_RayS[s] | BB_RayE[s] | BB_RayW[s];
-    BB_BishopRays[s] = BB_RayNE[s] | BB_RayNW[s] | BB_RaySE[s] | BB_RaySW[s];
-    BB_KingRays[s] = 0;
-    BB_KnightRays[s] = 0;
-    for (int df = -2; df <= 2; ++df) {
-        for (int dr = -2; dr <= 2; ++dr) {
-            const int larger = std::max(std::abs(df), std::abs(dr));
-            if (larger == 1) { BB_KingRays[s] |= SquareBit(file + df, rank + dr); }
-            if (std::abs(df * dr) == 2) { BB_KnightRays[s] |= SquareBit(file + df, rank + dr); }
+template <int COUNT>
+constexpr SquareSets MakeLines(const Step (&steps)[COUNT]) {
+    return MakeSets([&steps](int s) {
+        Bitboard reached = 0;
+        for (const Step& step : steps) { reached |= Ray(s, step); }
+        return reached;
+    });
+}
+
+constexpr auto MakeBetween() {
+    LookupTable<SquareSets, SQUARE_COUNT> between{};
+    for (int from = 0; from < SQUARE_COUNT; ++from) {
+        for (const Step& step : king_steps) {
+            Bitboard passed = 0;
+            for (int s = StepFrom(from, step); s != NO_SQUARE; s = StepFrom(s, step)) {
+                between[from][s] = passed;
+                passed |= Bit(s);
+            }
         }
     }
-    BB_AdjacentSquares[s] = SquareBit(file - 1, rank) | SquareBit(file + 1, rank);
-    BB_PawnRays[WHITE][s] = SquareBit(file - 1, rank + 1) | SquareBit(file + 1, rank + 1);
-    BB_PawnRays[BLACK][s] = SquareBit(file - 1, rank - 1) | SquareBit(file + 1, rank - 1);
-    const Bitboard files = FileMask(file) | BB_AdjacentFiles[file];
-    BB_PawnSpan[WHITE][s] = files & BB_North[rank];
-    BB_PawnSpan[BLACK][s] = files & BB_South[rank];
-    sq_color[s] = (file + rank) % 2 == 0;
+    return between;
 }
 
-void FillPair(int a, int b) {
-    const int df = FileOf(b) - FileOf(a);
-    const int dr = RankOf(b) - RankOf(a);
-    square_distance[a][b] = static_cast<u8>(std::max(std::abs(df), std::abs(dr)));
-    BB_Between[a][b] = 0;
-    if (a == b || (df != 0 && dr != 0 && std::abs(df) != std::abs(dr))) { return; }
-    const int file_step = (df > 0) - (df < 0);
-    const int rank_step = (dr > 0) - (dr < 0);
-    BB_Between[a][b] = Ray(a, file_step, rank_step) & Ray(b, -file_step, -rank_step);
+constexpr auto MakeNorth() {
+    LookupTable<Bitboard, RANK_COUNT> north{};
+    for (int rank = LAST_RANK; rank > FIRST_RANK; --rank) {
+        north[rank - 1] = north[rank] | RankMask(rank);
+    }
+    return north;
 }
+
+constexpr auto MakeSouth() {
+    LookupTable<Bitboard, RANK_COUNT> south{};
+    for (int rank = FIRST_RANK; rank < LAST_RANK; ++rank) {
+        south[rank + 1] = south[rank] | RankMask(rank);
+    }
+    return south;
+}
+
+constexpr auto MakeAdjacentFiles() {
+    LookupTable<Bitboard, FILE_COUNT> files{};
+    for (int file = 0; file < FILE_COUNT; ++file) {
+        if (file > 0) { files[file] |= FileMask(file - 1); }
+        if (file < LAST_FILE) { files[file] |= FileMask(file + 1); }
+    }
+    return files;
+}
+
+constexpr auto MakeDistances() {
+    LookupTable<LookupTable<u8, SQUARE_COUNT>, SQUARE_COUNT> distances{};
+    for (int a = 0; a < SQUARE_COUNT; ++a) {
+        for (int b = 0; b < SQUARE_COUNT; ++b) {
+            const int files = FileOf(a) - FileOf(b);
+            const int ranks = RankOf(a) - RankOf(b);
+            distances[a][b] = static_cast<u8>(std::max({files, -files, ranks, -ranks}));
+        }
+    }
+    return distances;
+}
+
+constexpr auto MakeColours() {
+    LookupTable<u8, SQUARE_COUNT> dark{};
+    for (int s = 0; s < SQUARE_COUNT; ++s) { dark[s] = (FileOf(s) + RankOf(s)) % 2 == 0; }
+    return dark;
+}
+
+constexpr auto MakeHighestBits() {
+    LookupTable<u32, BYTE_VALUES> highest{};
+    for (int value = 2; value < BYTE_VALUES; ++value) { highest[value] = highest[value / 2] + 1; }
+    return highest;
+}
+
+constexpr auto MakeBitCounts() {
+    LookupTable<u8, BYTE_VALUES> counts{};
+    for (int value = 1; value < BYTE_VALUES; ++value) {
+        counts[value] = static_cast<u8>(counts[value / 2] + value % 2);
+    }
+    return counts;
+}
+
+// Slot of the bit-scan table that belongs to the lowest set bit of `b`.
+constexpr int BitScanIndex(Bitboard b) {
+    const Bitboard m = b ^ (b - 1);
+    const u32 fold = static_cast<u32>(m) ^ static_cast<u32>(m >> HALF_BITS);
+    return static_cast<int>((fold * BIT_SCAN_FACTOR) >> BIT_SCAN_SHIFT);
+}
+
+constexpr auto MakeBitScanTable() {
+    LookupTable<u8, SQUARE_COUNT> table{};
+    for (int s = 0; s < SQUARE_COUNT; ++s) { table[BitScanIndex(Bit(s))] = static_cast<u8>(s); }
+    return table;
+}
+
+}  // namespace
+
+constexpr SquareSets BB_RayN = MakeRays(N), BB_RayS = MakeRays(S);
+constexpr SquareSets BB_RayE = MakeRays(E), BB_RayW = MakeRays(W);
+constexpr SquareSets BB_RayNE = MakeRays(NE), BB_RayNW = MakeRays(NW);
+constexpr SquareSets BB_RaySE = MakeRays(SE), BB_RaySW = MakeRays(SW);
+constexpr SquareSets BB_RookRays = MakeLines(rook_steps);
+constexpr SquareSets BB_BishopRays = MakeLines(bishop_steps);
+constexpr SquareSets BB_KingRays = MakeJumps(king_steps);
+constexpr SquareSets BB_KnightRays = MakeJumps(knight_steps);
+constexpr LookupTable<SquareSets, 2> BB_PawnRays = {
+    {MakeJumps(pawn_steps[WHITE]), MakeJumps(pawn_steps[BLACK])}};
+constexpr LookupTable<SquareSets, SQUARE_COUNT> BB_Between = MakeBetween();
+constexpr SquareSets BB_AdjacentSquares = MakeJumps(side_steps);
+constexpr LookupTable<Bitboard, FILE_COUNT> BB_AdjacentFiles = MakeAdjacentFiles();
+constexpr LookupTable<Bitboard, RANK_COUNT> BB_North = MakeNorth(), BB_South = MakeSouth();
+constexpr LookupTable<SquareSets, 2> BB_PawnSpan = {
+    {MakeSets([](int s) {
+         return (FileMask(FileOf(s)) | BB_AdjacentFiles[FileOf(s)]) & BB_North[RankOf(s)];
+     }),
+     MakeSets([](int s) {
+         return (FileMask(FileOf(s)) | BB_AdjacentFiles[FileOf(s)]) & BB_South[RankOf(s)];
+     })}};
+constexpr LookupTable<LookupTable<u8, SQUARE_COUNT>, SQUARE_COUNT> square_distance =
+    MakeDistances();
+constexpr LookupTable<u8, SQUARE_COUNT> sq_color = MakeColours();
+constexpr LookupTable<u32, BYTE_VALUES> MSBTable = MakeHighestBits();
+constexpr LookupTable<u8, BYTE_VALUES> bitcnt = MakeBitCounts();
+constexpr LookupTable<u8, SQUARE_COUNT> BSFT = MakeBitScanTable();
+static_assert(BSFT[0] == 63 && BSFT[1] == 30 && BSFT[2] == 3 && BSFT[3] == 32 && BSFT[4] == 25 &&
+              BSFT[5] == 41 && BSFT[6] == 22 && BSFT[7] == 33);
+
+namespace {
 
 #if defined(__BMI2__)
 
@@ -116,89 +196,77 @@ constexpr int BISHOP_PATTERNS = 5248;
 Bitboard rook_attacks[ROOK_PATTERNS];
 Bitboard bishop_attacks[BISHOP_PATTERNS];
 
-// Squares of a ray whose occupation can change the attack set: all but the last.
-Bitboard Relevant(Bitboard ray, int square, int file_step, int rank_step) {
-    Bitboard last = 0;
-    int file = FileOf(square) + file_step;
-    int rank = RankOf(square) + rank_step;
-    for (; OnBoard(file, rank); file += file_step, rank += rank_step) {
-        last = SquareBit(file, rank);
+// Squares whose occupation can change the attack set along some lines: all but the last of each.
+template <int COUNT>
+Bitboard Relevant(int square, const Step (&steps)[COUNT]) {
+    Bitboard relevant = 0;
+    for (const Step& step : steps) {
+        int last = square;
+        while (StepFrom(last, step) != NO_SQUARE) { last = StepFrom(last, step); }
+        relevant |= BB_Between[square][last];
     }
-    return ray & ~last;
+    return relevant;
 }
 
-Bitboard* FillLookup(SlidingLookup* lookup, Bitboard* attacks, Bitboard relevant, int square,
+// Fills the part of a table that begins at `attacks` for one square; returns its end.
+Bitboard* FillLookup(SlidingLookup* lookup, Bitboard* attacks, int square,
                      Bitboard (*generate)(int, Bitboard)) {
-    lookup->mask = relevant;
     lookup->attacks = attacks;
     Bitboard subset = 0;
     do {
-        attacks[_pext_u64(subset, relevant)] = generate(square, subset);
-        subset = (subset - relevant) & relevant;
+        attacks[_pext_u64(subset, lookup->mask)] = generate(square, subset);
+        subset = (subset - lookup->mask) & lookup->mask;
     } while (subset != 0);
-    return attacks + (std::size_t{1} << std::popcount(relevant));
+    return attacks + (std::size_t{1} << std::popcount(lookup->mask));
 }
 
 void FillSlidingLookups() {
     Bitboard* rook = rook_attacks;
     Bitboard* bishop = bishop_attacks;
-    for (int s = 0; s < 64; ++s) {
-        const Bitboard lines = Relevant(BB_RayN[s], s, 0, 1) | Relevant(BB_RayS[s], s, 0, -1) |
-                               Relevant(BB_RayE[s], s, 1, 0) | Relevant(BB_RayW[s], s, -1, 0);
-        const Bitboard diagonals =
-            Relevant(BB_RayNE[s], s, 1, 1) | Relevant(BB_RayNW[s], s, -1, 1) |
-            Relevant(BB_RaySE[s], s, 1, -1) | Relevant(BB_RaySW[s], s, -1, -1);
-        rook = FillLookup(&RookLookup[s], rook, lines, s, GenAttacksR_2);
-        bishop = FillLookup(&BishopLookup[s], bishop, diagonals, s, GenAttacksB_2);
+    for (int s = 0; s < SQUARE_COUNT; ++s) {
+        RookLookup[s].mask = Relevant(s, rook_steps);
+        rook = FillLookup(&RookLookup[s], rook, s, GenAttacksR_2);
+        BishopLookup[s].mask = Relevant(s, bishop_steps);
+        bishop = FillLookup(&BishopLookup[s], bishop, s, GenAttacksB_2);
     }
+    assert(rook == std::end(rook_attacks) && bishop == std::end(bishop_attacks));
 }
 
 #endif
 
 // The part of a ray up to its nearest blocker, the blocker included.
-Bitboard TrimIncreasing(const Bitboard* rays, int square, Bitboard occupied) {
+Bitboard TrimIncreasing(const SquareSets& rays, int square, Bitboard occupied) {
     const Bitboard blockers = rays[square] & occupied;
     return blockers ? rays[square] ^ rays[GetLSB(blockers)] : rays[square];
 }
 
-Bitboard TrimDecreasing(const Bitboard* rays, int square, Bitboard occupied) {
+Bitboard TrimDecreasing(const SquareSets& rays, int square, Bitboard occupied) {
     const Bitboard blockers = rays[square] & occupied;
     return blockers ? rays[square] ^ rays[GetMSB(blockers)] : rays[square];
 }
 
 }  // namespace
 
-constexpr std::array<u8, 64> BSFT = MakeBitScanTable();
-static_assert(BSFT[0] == 63 && BSFT[1] == 30 && BSFT[2] == 3 && BSFT[3] == 32 && BSFT[4] == 25 &&
-              BSFT[5] == 41 && BSFT[6] == 22 && BSFT[7] == 33);
-
 #if defined(__BMI2__)
-SlidingLookup RookLookup[64], BishopLookup[64];
+LookupTable<SlidingLookup, SQUARE_COUNT> RookLookup, BishopLookup;
 #endif
 
 int GetLSB_2(Bitboard b) { return BSFT[BitScanIndex(b)]; }
 
 int GetMSB_2(Bitboard b) {
-    u32 half = static_cast<u32>(b >> 32);
-    int base = 32;
-    if (half == 0) {
-        half = static_cast<u32>(b);
-        base = 0;
+    int base = 0;
+    for (int bits = HALF_BITS; bits >= BYTE_BITS; bits /= 2) {
+        if (b >> bits) {
+            b >>= bits;
+            base += bits;
+        }
     }
-    if (half > 0xFFFF) {
-        half >>= 16;
-        base += 16;
-    }
-    if (half > 0xFF) {
-        half >>= 8;
-        base += 8;
-    }
-    return base + static_cast<int>(MSBTable[half]);
+    return base + static_cast<int>(MSBTable[static_cast<int>(b)]);
 }
 
 int CountBits_2(Bitboard b) {
     int count = 0;
-    for (; b != 0; b >>= 8) { count += bitcnt[b & 0xFF]; }
+    for (; b != 0; b >>= BYTE_BITS) { count += bitcnt[static_cast<int>(b % BYTE_VALUES)]; }
     return count;
 }
 
@@ -230,12 +298,6 @@ int SqAtakd(const Position* pos, int square, int side) {
 }
 
 void InitBitboards() {
-    FillByteTables();
-    FillRankAndFileTables();
-    for (int square = 0; square < 64; ++square) { FillSquare(square); }
-    for (int a = 0; a < 64; ++a) {
-        for (int b = 0; b < 64; ++b) { FillPair(a, b); }
-    }
 #if defined(__BMI2__)
     FillSlidingLookups();
 #endif

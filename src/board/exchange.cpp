@@ -1,6 +1,7 @@
 // Static exchange evaluation. The position is changed on the board and in single bitboards and
 // restored before return.
 #include <algorithm>
+#include <cassert>
 
 #include "board/bitboards.h"
 #include "board/moves.h"
@@ -41,6 +42,7 @@ int swapoff1(Position* pos, int side, int from, int to, Bitboard occupied) {
         from = LeastAttacker(pos, side, to, occupied);
         if (from == NO_SQUARE) { return 0; }
     }
+    assert(OwnPieceOn(pos, side, from));
     const u8 victim = pos->board[to];
     if (PieceType(victim) == KING) { return KING_TAKEN; }
     const u8 attacker = pos->board[from];
@@ -60,6 +62,7 @@ int MoveIsSafe(Position* pos, Move m) {
     const int side = pos->side;
     const int from = MoveFrom(m);
     const int to = MoveTo(m);
+    assert(OwnPieceOn(pos, side, from));
     const u8 mover = pos->board[from];
     const u8 victim = pos->board[to];
     if (PieceType(victim) == KING) { return 1; }

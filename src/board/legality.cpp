@@ -1,5 +1,7 @@
 // Legality and check tests on the unchanged position: bits are flipped where the position after the
 // move is needed and restored before return.
+#include <cassert>
+
 #include "board/bitboards.h"
 #include "board/moves.h"
 #include "board/plydata.h"
@@ -15,8 +17,8 @@ bool CastlingPathIsSafe(const Position* pos, int side, int from, int to) {
            !SqAtakd(pos, (from + to) / 2, enemy);
 }
 
-// 1 when `attacker` does not attack `square` after the move: own men of `side` moved, the victim
-// taken off. Works on the few words that the attack test reads.
+// 1 when no enemy attacks `square` after the move: its man stands on `to`, the victim is off the
+// board. Works on the few words that the attack test reads.
 int SafeAfterMove(const Position* pos, int side, int from, int to, int square) {
     const int enemy = side ^ 1;
     Bitboard victim = 0;
@@ -52,11 +54,7 @@ bool LineIsOpen(Bitboard candidates, int king, Bitboard occupied) {
 }
 
 int ArrivingType(const MoveEntry* e) {
-    if (e->move & PROMOTE_BISHOP) { return BISHOP; }
-    if (e->move & PROMOTE_KNIGHT) { return KNIGHT; }
-    if (e->move & PROMOTE_QUEEN) { return QUEEN; }
-    if (e->move & PROMOTE_ROOK) { return ROOK; }
-    return PieceType(e->piece);
+    return IsPromotion(e->move) ? PromotedType(e->move) : PieceType(e->piece);
 }
 
 bool AttacksFromSquare(int type, int side, int to, int king, Bitboard occupied) {
@@ -77,27 +75,36 @@ bool AttacksFromSquare(int type, int side, int to, int king, Bitboard occupied) 
     return (lines & target) && (BB_Between[to][king] & occupied) == 0;
 }
 
-// Would another man of the side attack `square` with the mover lifted off `from`?
-bool AttackedWithout(const Position* pos, int side, int type, int from, int square) {
-    Position* p =
-        const_cast<Position*>(pos);  // restored below; the record itself is the thread's own
-    p->bb[side][type] ^= Bit(from);
-    p->bb[side][0] ^= Bit(from);
-    const int attacked = SqAtakd(p, square, side);
-    p->bb[side][type] ^= Bit(from);
-    p->bb[side][0] ^= Bit(from);
+// A line piece of the side to move on its way.
+struct SlidingMove {
+    int type;
+    int from;
+    int to;
+};
+
+// Would another man of the side attack `square` with the mover lifted off its square?
+bool AttackedWithout(const Position* pos, const SlidingMove& mover, int square) {
+    // Restored below; the record itself is the thread's own.
+    auto* p = const_cast<Position*>(pos);
+    Bitboard* men = p->bb[p->side];
+    men[mover.type] ^= Bit(mover.from);
+    men[0] ^= Bit(mover.from);
+    const int attacked = SqAtakd(p, square, p->side);
+    men[mover.type] ^= Bit(mover.from);
+    men[0] ^= Bit(mover.from);
     return attacked != 0;
 }
 
-bool NewlyAttacks(const Position* pos, int type, int from, int to, Bitboard area,
-                  const Bitboard* rays, int partner) {
-    const int side = pos->side;
-    Bitboard targets = rays[to] & area & ~(rays[from] | Bit(from));
-    const Bitboard blockers = Occupied(pos) & ~(pos->bb[side][partner] | pos->bb[side][QUEEN]);
+// The test along one kind of line. Own men of the type `partner`, which move on the same lines, and
+// queens let the attack through.
+bool NewlyAttacks(const Position* pos, const SlidingMove& mover, Bitboard area,
+                  const SquareSets& rays, int partner) {
+    const Bitboard* men = pos->bb[pos->side];
+    const Bitboard blockers = Occupied(pos) & ~(men[partner] | men[QUEEN]);
+    Bitboard targets = rays[mover.to] & area & ~(rays[mover.from] | Bit(mover.from));
     while (targets) {
         const int target = PopLSB(&targets);
-        if ((BB_Between[to][target] & blockers) == 0 &&
-            AttackedWithout(pos, side, type, from, target)) {
+        if ((BB_Between[mover.to][target] & blockers) == 0 && AttackedWithout(pos, mover, target)) {
             return true;
         }
     }
@@ -109,6 +116,7 @@ bool NewlyAttacks(const Position* pos, int type, int from, int to, Bitboard area
 int MoveIsLegalNonZero(const Position* pos, int side, Move m) {
     const int from = MoveFrom(m);
     const int to = MoveTo(m);
+    assert(m != NO_MOVE && OwnPieceOn(pos, side, from));
     int king = KingSquare(pos, side);
     if (PieceType(pos->board[from]) == KING) {
         if (IsTwoFileStep(from, to)) { return CastlingPathIsSafe(pos, side, from, to); }
@@ -124,6 +132,7 @@ int MoveIsLegal(const Position* pos, int side, Move m) {
 int MoveGivesCheck(const Position* pos, int side, const MoveEntry* e) {
     const int from = MoveFrom(e->move);
     const int to = MoveTo(e->move);
+    assert(OwnPieceOn(pos, side, from) && pos->board[from] == e->piece);
     const int king = KingSquare(pos, side ^ 1);
     const Bitboard occupied = Occupied(pos);
     if (AttacksFromSquare(ArrivingType(e), side, to, king, occupied)) { return 1; }
@@ -143,12 +152,13 @@ int MoveGivesCheck(const Position* pos, int side, const MoveEntry* e) {
 }
 
 int MoveAttacksKingArea(const Position* pos, int type, int from, int to, Bitboard area) {
-    if ((type == ROOK || type == QUEEN) &&
-        NewlyAttacks(pos, type, from, to, area, BB_RookRays, ROOK)) {
+    assert(pos->board[from] == PieceCode(pos->side, type));
+    const SlidingMove mover{type, from, to};
+    if ((type == ROOK || type == QUEEN) && NewlyAttacks(pos, mover, area, BB_RookRays, ROOK)) {
         return 1;
     }
     if ((type == BISHOP || type == QUEEN) &&
-        NewlyAttacks(pos, type, from, to, area, BB_BishopRays, BISHOP)) {
+        NewlyAttacks(pos, mover, area, BB_BishopRays, BISHOP)) {
         return 1;
     }
     return 0;
@@ -157,10 +167,7 @@ int MoveAttacksKingArea(const Position* pos, int type, int from, int to, Bitboar
 int MoveIsPseudoLegal(const Position* pos, Move m) {
     const int from = MoveFrom(m);
     const int side = pos->side;
-    if (m == NO_MOVE || m == END_OF_LIST || pos->board[from] == 0 ||
-        PieceColour(pos->board[from]) != side) {
-        return 0;
-    }
+    if (m == NO_MOVE || m == END_OF_LIST || !OwnPieceOn(pos, side, from)) { return 0; }
     MoveEntry list[MAX_LIST_SIZE];
     const MoveEntry* end = GeneratePseudoLegal(pos, side, list);
     for (const MoveEntry* e = list; e != end; ++e) {

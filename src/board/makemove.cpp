@@ -1,6 +1,4 @@
-// Playing moves and taking them back with incremental keys and material. A thread plays only on its
-// own position.
-#include <array>
+// Playing moves and taking them back with incremental keys and material.
 #include <cassert>
 #include <cstring>
 
@@ -13,17 +11,17 @@
 namespace {
 
 // Castling rights lost when a move starts or ends on a square.
-constexpr std::array<u8, 64> MakeCastlingBits() {
-    std::array<u8, 64> bits{};
-    bits[0] = WHITE_QUEEN_SIDE;
-    bits[4] = WHITE_KING_SIDE | WHITE_QUEEN_SIDE;
-    bits[7] = WHITE_KING_SIDE;
-    bits[56] = BLACK_QUEEN_SIDE;
-    bits[60] = BLACK_KING_SIDE | BLACK_QUEEN_SIDE;
-    bits[63] = BLACK_KING_SIDE;
+constexpr LookupTable<u8, SQUARE_COUNT> MakeCastlingBits() {
+    LookupTable<u8, SQUARE_COUNT> bits{};
+    bits[SquareOfText("a1")] = WHITE_QUEEN_SIDE;
+    bits[SquareOfText("e1")] = WHITE_KING_SIDE | WHITE_QUEEN_SIDE;
+    bits[SquareOfText("h1")] = WHITE_KING_SIDE;
+    bits[SquareOfText("a8")] = BLACK_QUEEN_SIDE;
+    bits[SquareOfText("e8")] = BLACK_KING_SIDE | BLACK_QUEEN_SIDE;
+    bits[SquareOfText("h8")] = BLACK_KING_SIDE;
     return bits;
 }
-constexpr std::array<u8, 64> csbits = MakeCastlingBits();
+constexpr LookupTable<u8, SQUARE_COUNT> csbits = MakeCastlingBits();
 
 void ReplaceInList(u8* entry, int from, int to) {
     while (*entry != from) { ++entry; }
@@ -41,15 +39,10 @@ void ShiftPiece(Position* pos, int side, int code, int from, int to) {
     pos->bb[side][type] ^= both;
 }
 
-int PromotedType(Move m) {
-    if (m & PROMOTE_KNIGHT) { return KNIGHT; }
-    if (m & PROMOTE_BISHOP) { return BISHOP; }
-    if (m & PROMOTE_ROOK) { return ROOK; }
-    return QUEEN;
-}
-
-// What a pawn's arrival on `to` brings beyond the move itself.
-void FinishPawnMove(Position* pos, int side, int from, int to, Move m, const UndoRecord* r) {
+// What is left of a pawn's move, whose record is `r`, once the pawn stands on its new square.
+void FinishPawnMove(Position* pos, int side, const UndoRecord* r) {
+    const int from = MoveFrom(r->move);
+    const int to = MoveTo(r->move);
     const int code = PieceCode(side, PAWN);
     pos->pawn_hash ^= rtable[code][from] ^ rtable[code][to];
     pos->hash ^= rtable[code][to];
@@ -57,14 +50,14 @@ void FinishPawnMove(Position* pos, int side, int from, int to, Move m, const Und
     const int behind = to - pawn_dir[side];
     if (to == from + 2 * pawn_dir[side]) {
         pos->ep_square = static_cast<u8>(behind);
-    } else if (to == r->ep && FileOf(from) != FileOf(to) && r->captured == 0) {
+    } else if (to == r->ep && FileOf(from) != FileOf(to) && r->captured == NO_PIECE) {
         const int enemy_pawn = PieceCode(side ^ 1, PAWN);
         assert(pos->board[behind] == enemy_pawn);
         RemovePiece(pos, behind);
         pos->hash ^= rtable[enemy_pawn][behind];
         pos->pawn_hash ^= rtable[enemy_pawn][behind];
-    } else if (IsPromotion(m)) {
-        const int type = PromotedType(m);
+    } else if (IsPromotion(r->move)) {
+        const int type = PromotedType(r->move);
         RemovePiece(pos, to);
         AddPiece(pos, side, type, to);
         pos->hash ^= rtable[code][to] ^ rtable[PieceCode(side, type)][to];
@@ -78,8 +71,8 @@ struct RookMove {
     int to;
 };
 RookMove CastlingRook(int king_from, int king_to) {
-    return king_to > king_from ? RookMove{king_from + 3, king_from + 1}
-                               : RookMove{king_from - 4, king_from - 1};
+    return king_to > king_from ? RookMove{king_from + KING_SIDE_ROOK, king_from + EAST}
+                               : RookMove{king_from + QUEEN_SIDE_ROOK, king_from - EAST};
 }
 
 void MoveCastlingRook(Position* pos, int side, int from, int to) {
@@ -119,10 +112,11 @@ const UndoRecord* PopRecord(Position* pos) {
 }  // namespace
 
 void MakeMove(Position* pos, Move m) {
-    if (PBlock.options.trace != 0) { TraceMove(pos, m); }
     const int side = pos->side;
     const int from = MoveFrom(m);
     const int to = MoveTo(m);
+    assert(OwnPieceOn(pos, side, from) && !OwnPieceOn(pos, side, to));
+    if (PBlock.options.trace != 0) { TraceMove(pos, m); }
     UndoRecord* r = PushRecord(pos);
     const int captured = PieceType(pos->board[to]);
     r->move = m;
@@ -131,9 +125,8 @@ void MakeMove(Position* pos, Move m) {
 
     pos->ep_square = NO_SQUARE;
     pos->last_move = m;
-    if (pos->fifty < FIFTY_LIMIT) { ++pos->fifty; }
-    pos->castle = static_cast<u8>(
-        pos->castle & ~(csbits[static_cast<unsigned>(from)] | csbits[static_cast<unsigned>(to)]));
+    if (pos->fifty < FIFTY_COUNTER_MAX) { ++pos->fifty; }
+    pos->castle = static_cast<u8>(pos->castle & ~(csbits[from] | csbits[to]));
     pos->side ^= 1;
 
     if (captured) {
@@ -147,18 +140,20 @@ void MakeMove(Position* pos, Move m) {
     ShiftPiece(pos, side, code, from, to);
     pos->hash ^= rtable[code][from];
     if (PieceType(code) == PAWN) {
-        FinishPawnMove(pos, side, from, to, m, r);
-        return;
+        FinishPawnMove(pos, side, r);
+    } else {
+        pos->hash ^= rtable[code][to];
     }
-    pos->hash ^= rtable[code][to];
     if (PieceType(code) == KING && IsTwoFileStep(from, to)) {
         MoveCastlingRook(pos, side, from, to);
         pos->fifty = 0;
     }
+    assert(PositionIsSound(pos));
 }
 
 void UnmakeMove(Position* pos) {
     const UndoRecord* r = PopRecord(pos);
+    assert(r->move != NO_MOVE);
     pos->pawn_hash = r->pawn_hash;
     const int side = pos->side;
     const int from = MoveFrom(r->move);
@@ -180,6 +175,7 @@ void UnmakeMove(Position* pos) {
         RemovePiece(pos, from);
         AddPiece(pos, side, PAWN, from);
     }
+    assert(PositionIsSound(pos));
 }
 
 void MakeNullMove(Position* pos) {
@@ -191,9 +187,14 @@ void MakeNullMove(Position* pos) {
     pos->ep_square = NO_SQUARE;
     pos->side ^= 1;
     pos->last_move = NO_MOVE;
+    assert(PositionIsSound(pos));
 }
 
-void UnmakeNullMove(Position* pos) { PopRecord(pos); }
+void UnmakeNullMove(Position* pos) {
+    [[maybe_unused]] const UndoRecord* r = PopRecord(pos);
+    assert(r->move == NO_MOVE);
+    assert(PositionIsSound(pos));
+}
 
 void PlayGameMove(Position* pos, Move m) {
     if (pos->hist_count >= GAME_HISTORY_LIMIT) {

@@ -8,11 +8,8 @@
 
 namespace {
 
-MoveEntry* Add(MoveEntry* list, int from, int to, int piece, int captured, Move flag = 0) {
-    list->move = MakeMoveWord(from, to, flag);
-    list->piece = static_cast<u8>(piece);
-    list->captured = static_cast<u8>(captured);
-    list->score = 0;
+MoveEntry* Add(MoveEntry* list, Move m, int piece, int captured) {
+    *list = {m, static_cast<u8>(piece), static_cast<u8>(captured), 0};
     return list + 1;
 }
 
@@ -21,7 +18,7 @@ Bitboard EnPassantTarget(const Position* pos, int side) {
     const int target = pos->ep_square;
     if (target == NO_SQUARE || pos->board[target] != 0) { return 0; }
     const int victim = target - pawn_dir[side];
-    if (victim < 0 || victim > 63) { return 0; }
+    if (victim < 0 || victim > LAST_SQUARE) { return 0; }
     return pos->board[victim] == PieceCode(side ^ 1, PAWN) ? Bit(target) : 0;
 }
 
@@ -30,7 +27,7 @@ MoveEntry* AddPawnSweep(const Position* pos, int side, Bitboard targets, int ste
                         MoveEntry* list) {
     while (targets) {
         const int to = PopLSB(&targets);
-        list = Add(list, to - step, to, PieceCode(side, PAWN), pos->board[to]);
+        list = Add(list, MakeMoveWord(to - step, to), PieceCode(side, PAWN), pos->board[to]);
     }
     return list;
 }
@@ -56,7 +53,7 @@ MoveEntry* AddPieceMoves(const Position* pos, int side, Bitboard targets, MoveEn
         Bitboard reached = AttacksFrom<TYPE>(from, occupied) & targets;
         while (reached) {
             const int to = PopLSB(&reached);
-            list = Add(list, from, to, PieceCode(side, TYPE), pos->board[to]);
+            list = Add(list, MakeMoveWord(from, to), PieceCode(side, TYPE), pos->board[to]);
         }
     }
     return list;
@@ -68,6 +65,10 @@ MoveEntry* AddAllPieceMoves(const Position* pos, int side, Bitboard targets, Mov
     list = AddPieceMoves<ROOK>(pos, side, targets, list);
     list = AddPieceMoves<QUEEN>(pos, side, targets, list);
     return AddPieceMoves<KING>(pos, side, targets, list);
+}
+
+Bitboard SeventhRank(int side) {
+    return side == WHITE ? RankMask(SEVENTH_RANK) : RankMask(LAST_RANK - SEVENTH_RANK);
 }
 
 struct PromotionKind {
@@ -86,11 +87,12 @@ bool HasRoomFor(const Position* pos, int side, int type) {
     return CountBits(pos->bb[side][type]) < MAX_PIECES_OF_A_KIND;
 }
 
-MoveEntry* AddPromotion(const Position* pos, int side, int from, int to, int underpromote,
-                        MoveEntry* list) {
+// The promotions of a pawn by one of its steps.
+MoveEntry* AddPromotion(const Position* pos, Move step, int underpromote, MoveEntry* list) {
+    const int pawn = pos->board[MoveFrom(step)];
     for (const PromotionKind& kind : promotion_kinds) {
-        if (HasRoomFor(pos, side, kind.type)) {
-            list = Add(list, from, to, PieceCode(side, PAWN), pos->board[to], kind.flag);
+        if (HasRoomFor(pos, PieceColour(pawn), kind.type)) {
+            list = Add(list, step | kind.flag, pawn, pos->board[MoveTo(step)]);
         }
         if (!underpromote) { break; }
     }
@@ -99,31 +101,35 @@ MoveEntry* AddPromotion(const Position* pos, int side, int from, int to, int und
 
 MoveEntry* AddPawnPushes(const Position* pos, int side, MoveEntry* list) {
     const int step = pawn_dir[side];
-    for (const u8* pawn = pos->plist[side][PAWN]; *pawn != NO_SQUARE; ++pawn) {
-        const int from = *pawn;
+    const int pawn = PieceCode(side, PAWN);
+    for (const u8* square = pos->plist[side][PAWN]; *square != NO_SQUARE; ++square) {
+        const int from = *square;
         const int rank = RelativeRank(from, side);
         // A pawn on the last rank can only be set up; it has no square ahead.
-        if (rank >= 6 || pos->board[from + step] != 0) { continue; }
-        list = Add(list, from, from + step, PieceCode(side, PAWN), 0);
-        if (rank == 1 && pos->board[from + 2 * step] == 0) {
-            list = Add(list, from, from + 2 * step, PieceCode(side, PAWN), 0);
+        if (rank >= SEVENTH_RANK || pos->board[from + step] != 0) { continue; }
+        list = Add(list, MakeMoveWord(from, from + step), pawn, 0);
+        if (rank == SECOND_RANK && pos->board[from + 2 * step] == 0) {
+            list = Add(list, MakeMoveWord(from, from + 2 * step), pawn, 0);
         }
     }
     return list;
 }
 
+bool CanCastle(const Position* pos, int side, int right, int rook_square) {
+    return (pos->castle & (right << 2 * side)) != 0 &&
+           pos->board[rook_square] == PieceCode(side, ROOK) &&
+           (BB_Between[init_king_sq[side]][rook_square] & Occupied(pos)) == 0;
+}
+
 MoveEntry* AddCastling(const Position* pos, int side, MoveEntry* list) {
-    const int king = KingSquare(pos, side);
-    if (king != init_king_sq[side]) { return list; }
-    const int rook = PieceCode(side, ROOK);
-    const u8* board = pos->board;
-    if ((pos->castle & (WHITE_KING_SIDE << 2 * side)) && !board[king + 1] && !board[king + 2] &&
-        board[king + 3] == rook) {
-        list = Add(list, king, king + 2, PieceCode(side, KING), 0);
+    const int king = init_king_sq[side];
+    if (KingSquare(pos, side) != king) { return list; }
+    const int code = PieceCode(side, KING);
+    if (CanCastle(pos, side, WHITE_KING_SIDE, king + KING_SIDE_ROOK)) {
+        list = Add(list, MakeMoveWord(king, king + CASTLING_STEP), code, 0);
     }
-    if ((pos->castle & (WHITE_QUEEN_SIDE << 2 * side)) && !board[king - 1] && !board[king - 2] &&
-        !board[king - 3] && board[king - 4] == rook) {
-        list = Add(list, king, king - 2, PieceCode(side, KING), 0);
+    if (CanCastle(pos, side, WHITE_QUEEN_SIDE, king + QUEEN_SIDE_ROOK)) {
+        list = Add(list, MakeMoveWord(king, king - CASTLING_STEP), code, 0);
     }
     return list;
 }
@@ -131,15 +137,17 @@ MoveEntry* AddCastling(const Position* pos, int side, MoveEntry* list) {
 }  // namespace
 
 MoveEntry* GeneratePawnCaptures(const Position* pos, int side, MoveEntry* list) {
+    // Pawns on their seventh rank promote; those on the outer ranks can only be set up.
+    constexpr Bitboard inner = ~(RankMask(FIRST_RANK) | RankMask(LAST_RANK));
+    constexpr int left = NORTH - EAST, right = NORTH + EAST;
     const Bitboard targets = pos->bb[side ^ 1][0] | EnPassantTarget(pos, side);
+    const Bitboard pawns = pos->bb[side][PAWN] & inner & ~SeventhRank(side);
     if (side == WHITE) {
-        const Bitboard pawns = pos->bb[WHITE][PAWN] & BB_South[6] & BB_North[0];
-        list = AddPawnSweep(pos, side, ((pawns & ~FILE_A) << 7) & targets, 7, list);
-        return AddPawnSweep(pos, side, ((pawns & ~FILE_H) << 9) & targets, 9, list);
+        list = AddPawnSweep(pos, side, ((pawns & ~FILE_A) << left) & targets, left, list);
+        return AddPawnSweep(pos, side, ((pawns & ~FILE_H) << right) & targets, right, list);
     }
-    const Bitboard pawns = pos->bb[BLACK][PAWN] & BB_North[1] & BB_South[7];
-    list = AddPawnSweep(pos, side, ((pawns & ~FILE_H) >> 7) & targets, -7, list);
-    return AddPawnSweep(pos, side, ((pawns & ~FILE_A) >> 9) & targets, -9, list);
+    list = AddPawnSweep(pos, side, ((pawns & ~FILE_H) >> left) & targets, -left, list);
+    return AddPawnSweep(pos, side, ((pawns & ~FILE_A) >> right) & targets, -right, list);
 }
 
 MoveEntry* GeneratePieceCaptures(const Position* pos, int side, MoveEntry* list) {
@@ -147,20 +155,17 @@ MoveEntry* GeneratePieceCaptures(const Position* pos, int side, MoveEntry* list)
 }
 
 MoveEntry* GeneratePromotions(const Position* pos, int side, int underpromote, MoveEntry* list) {
-    const Bitboard seventh = RankMask(side == WHITE ? 6 : 1);
     const Bitboard enemy = pos->bb[side ^ 1][0];
-    Bitboard pawns = pos->bb[side][PAWN] & seventh;
+    Bitboard pawns = pos->bb[side][PAWN] & SeventhRank(side);
     while (pawns) {
         const int from = PopLSB(&pawns);
         const int ahead = from + pawn_dir[side];
         if (pos->board[ahead] == 0) {
-            list = AddPromotion(pos, side, from, ahead, underpromote, list);
+            list = AddPromotion(pos, MakeMoveWord(from, ahead), underpromote, list);
         }
-        if (FileOf(from) > 0 && (enemy & Bit(ahead - 1))) {
-            list = AddPromotion(pos, side, from, ahead - 1, underpromote, list);
-        }
-        if (FileOf(from) < 7 && (enemy & Bit(ahead + 1))) {
-            list = AddPromotion(pos, side, from, ahead + 1, underpromote, list);
+        Bitboard victims = BB_PawnRays[side][from] & enemy;
+        while (victims) {
+            list = AddPromotion(pos, MakeMoveWord(from, PopLSB(&victims)), underpromote, list);
         }
     }
     return list;
@@ -173,10 +178,12 @@ MoveEntry* GenerateNonCaptures(const Position* pos, int side, MoveEntry* list) {
 }
 
 MoveEntry* GeneratePseudoLegal(const Position* pos, int side, MoveEntry* list) {
-    list = GeneratePawnCaptures(pos, side, list);
-    list = GeneratePieceCaptures(pos, side, list);
-    list = GeneratePromotions(pos, side, 1, list);
-    return GenerateNonCaptures(pos, side, list);
+    MoveEntry* end = GeneratePawnCaptures(pos, side, list);
+    end = GeneratePieceCaptures(pos, side, end);
+    end = GeneratePromotions(pos, side, 1, end);
+    end = GenerateNonCaptures(pos, side, end);
+    assert(end - list < MAX_LIST_SIZE);
+    return end;
 }
 
 void GenerateAll(Position* pos) {
@@ -185,7 +192,6 @@ void GenerateAll(Position* pos) {
     MoveEntry* list = pd->list_start;
     MoveEntry* end = GeneratePseudoLegal(pos, side, list);
     end->move = END_OF_LIST;
-    assert(end - list < MAX_LIST_SIZE);
     pd[1].list_start = end + 1;
     pd[2].list_start = end + 2;
     for (MoveEntry* e = list; e != end; ++e) {

@@ -1,8 +1,10 @@
 // Moves: the 16-bit move word, the move-list entry, and the declarations of generation, make and
 // unmake, legality and exchange tests, and move text. Needs the tables of bitboards.h and
-// zobrist.h. Each thread works on its own Position.
+// zobrist.h. Whoever owns a Position may call these for it; they touch nothing else but its
+// history, its search stack and, while moves are traced, the trace.
 #pragma once
 
+#include <cassert>
 #include <string_view>
 
 #include "board/position.h"
@@ -16,13 +18,26 @@ inline constexpr Move PROMOTE_BISHOP = 0x4000;
 inline constexpr Move PROMOTE_ROOK = 0x8000;
 inline constexpr Move PROMOTION_FLAGS = 0xC0C0;
 
+// Squares of a move, 0..63.
 constexpr int MoveTo(Move m) { return m & 63; }
 constexpr int MoveFrom(Move m) { return (m >> 8) & 63; }
 // A king's step by two files is castling.
 constexpr bool IsTwoFileStep(int from, int to) { return to - from == 2 || from - to == 2; }
 constexpr bool IsPromotion(Move m) { return (m & PROMOTION_FLAGS) != 0; }
+// Requires: two squares and one promotion flag at most.
 constexpr Move MakeMoveWord(int from, int to, Move flag = 0) {
+    assert(from >= 0 && from < SQUARE_COUNT && to >= 0 && to < SQUARE_COUNT);
+    assert((flag & PROMOTION_FLAGS) == flag && (flag & (flag - 1)) == 0);
     return static_cast<Move>((from << 8) | to | flag);
+}
+
+// The type that a promotion puts on the board. Requires: IsPromotion(m).
+constexpr int PromotedType(Move m) {
+    assert(IsPromotion(m));
+    if (m & PROMOTE_KNIGHT) { return KNIGHT; }
+    if (m & PROMOTE_BISHOP) { return BISHOP; }
+    if (m & PROMOTE_ROOK) { return ROOK; }
+    return QUEEN;
 }
 
 // One entry of a move list.
@@ -35,16 +50,24 @@ struct MoveEntry {
 static_assert(sizeof(MoveEntry) == 6);
 
 inline constexpr int MOVE_BUFFER_SIZE = 4000;  // entries of a thread's move-list area
-inline constexpr int MAX_LIST_SIZE =
-    700;  // no list of any set-up position, nine of each kind included, is longer
+// No list of any set-up position, nine of each kind included, is as long.
+inline constexpr int MAX_LIST_SIZE = 700;
 inline constexpr int MOVE_TEXT_SIZE = 16;  // room for any text of a single move
 
-inline constexpr int pawn_dir[2] = {8, -8};
-inline constexpr int init_king_sq[2] = {4, 60};
-inline constexpr int piece_value[8] = {0,   100, 325,   325,
-                                       515, 990, 10000, 0};  // exchange values, centipawns
-inline constexpr int exchange_scale[8] = {0, 1,  3, 3,
-                                          5, 10, 0, 0};  // coarse values of the exchange tests
+// Distances between squares: a rank up, a file to the right.
+inline constexpr int NORTH = FILE_COUNT;
+inline constexpr int EAST = 1;
+
+inline constexpr int pawn_dir[2] = {NORTH, -NORTH};
+inline constexpr int init_king_sq[2] = {SquareOfText("e1"), SquareOfText("e8")};
+// Where a castling rook stands, and where the king goes, as seen from the king's square.
+inline constexpr int KING_SIDE_ROOK = 3 * EAST;
+inline constexpr int QUEEN_SIDE_ROOK = -4 * EAST;
+inline constexpr int CASTLING_STEP = 2 * EAST;
+
+// By piece type: exchange values in centipawns, and the coarse ones of MoveIsSafe.
+inline constexpr int piece_value[8] = {0, 100, 325, 325, 515, 990, 10000, 0};
+inline constexpr int exchange_scale[8] = {0, 1, 3, 3, 5, 10, 0, 0};
 
 // An exchange below it loses: nearly a pawn, in centipawns.
 inline constexpr int LOSING_EXCHANGE = -89;
@@ -61,41 +84,64 @@ constexpr i16 CaptureOrder(const MoveEntry* e) {
 }
 
 // --- generation (movegen.cpp) ---
-// Write the pseudo-legal moves of `side` at `list` and return the end; entries have score 0, no
-// terminator is written.
-MoveEntry* GeneratePawnCaptures(const Position* pos, int side,
-                                MoveEntry* list);  // no promotions; en passant included
+// Write pseudo-legal moves of `side` at `list` and return the end: entries have score 0, no
+// terminator is written. Require: room for the moves, MAX_LIST_SIZE entries at most.
+
+// Captures by pawns, en passant included, without promotions.
+MoveEntry* GeneratePawnCaptures(const Position* pos, int side, MoveEntry* list);
 MoveEntry* GeneratePieceCaptures(const Position* pos, int side, MoveEntry* list);
+// Promotions with and without capture: to a queen only, or with `underpromote` to all four.
 MoveEntry* GeneratePromotions(const Position* pos, int side, int underpromote, MoveEntry* list);
+// All other moves to empty squares, castling included.
 MoveEntry* GenerateNonCaptures(const Position* pos, int side, MoveEntry* list);
-// All of these, in the order of GenerateAll, unscored and without an end mark. Requires room for
-// MAX_LIST_SIZE entries.
+// All of these in this order.
 MoveEntry* GeneratePseudoLegal(const Position* pos, int side, MoveEntry* list);
-// The full scored and terminated list of the side to move at the current ply's list start.
-// Requires: pos->sstack[pos->ply].list_start with room for MAX_LIST_SIZE entries.
+
+// The same for the side to move at the start of the current ply's list, with an end mark; captures
+// are scored by CaptureOrder, and the lists of the next two plies start after it. Requires:
+// pos->sstack[pos->ply].list_start with room for MAX_LIST_SIZE entries and two more.
 void GenerateAll(Position* pos);
 
 // --- make and unmake (makemove.cpp) ---
-// Play a pseudo-legal move (or pass) and take it back. Require room in the history.
+// Play a move or pass. Require: room in the history; MakeMove a pseudo-legal move of the side to
+// move.
 void MakeMove(Position* pos, Move m);
-void UnmakeMove(Position* pos);
 void MakeNullMove(Position* pos);
+// Take back the last move, which was made by MakeMove or by MakeNullMove respectively. A piece that
+// comes back stands last in its list.
+void UnmakeMove(Position* pos);
 void UnmakeNullMove(Position* pos);
 // The same for moves of the game itself: the root ply stays 1, and a history close to its limit
 // first drops its oldest part.
 void PlayGameMove(Position* pos, Move m);
 void TakeBackGameMove(Position* pos);
 
-// --- legality, checks, exchanges (legality.cpp, exchange.cpp) ---
-int MoveIsLegal(const Position* pos, int side, Move m);         // 0 also for the move 0
-int MoveIsLegalNonZero(const Position* pos, int side, Move m);  // requires m != 0
-// 1 when m could have come from the generators for the side to move: for moves from outside.
+// --- legality and checks (legality.cpp) ---
+// 1 when the pseudo-legal move leaves the king of `side`, which makes it, out of attack, else 0.
+// Requires: that king; m != NO_MOVE.
+int MoveIsLegalNonZero(const Position* pos, int side, Move m);
+// The same, and 0 for NO_MOVE.
+int MoveIsLegal(const Position* pos, int side, Move m);
+// 1 when m, any 16 bits, could have come from the generators for the side to move, else 0.
 int MoveIsPseudoLegal(const Position* pos, Move m);
-int MoveGivesCheck(const Position* pos, int side,
-                   const MoveEntry* e);  // 0 no, 1 direct, 2 discovered
+// 1 when the moved or promoted piece gives check, 2 when only the line that it leaves does, else 0:
+// also where castling's rook gives check or a pawn taken en passant uncovers one. Requires: a
+// pseudo-legal move of `side`, an enemy king.
+int MoveGivesCheck(const Position* pos, int side, const MoveEntry* e);
+// 1 when a bishop, rook or queen (0 for any other type) of the side to move that goes from `from`
+// to `to` newly attacks a square of `area` that another of its side attacks too. Requires: that
+// piece on `from`.
 int MoveAttacksKingArea(const Position* pos, int type, int from, int to, Bitboard area);
-// Exchange on `to` for `side` in centipawns; from = 64: least valuable attacker, may decline.
+
+// --- exchanges (exchange.cpp) ---
+// The position is changed while these work and is the same again when they return.
+
+// What `side` gains in centipawns, -9999..10000, when both sides take on `to` as long as it pays,
+// over the occupancy `occupied`. With from = NO_SQUARE `side` begins with its least valuable
+// attacker or declines (>= 0); else its piece on `from` goes to `to` whatever comes of it.
 int swapoff1(Position* pos, int side, int from, int to, Bitboard occupied);
+// 1 when the piece of the side to move that m moves is not lost on its square by more than
+// -LOSING_EXCHANGE, else 0. Requires: a piece on the move's square.
 int MoveIsSafe(Position* pos, Move m);
 
 // --- text (movetext.cpp) ---

@@ -9,22 +9,19 @@
 #include "board/bitboards.h"
 #include "board/zobrist.h"
 
-const char wchar[8] = " PNBRQK";
-const char bchar[8] = " pnbrqk";
-const char* const fen_opn = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -";
-
-// clang-format off
-const char square_name[64][3] = {
-    "a1", "b1", "c1", "d1", "e1", "f1", "g1", "h1", "a2", "b2", "c2", "d2", "e2", "f2", "g2", "h2",
-    "a3", "b3", "c3", "d3", "e3", "f3", "g3", "h3", "a4", "b4", "c4", "d4", "e4", "f4", "g4", "h4",
-    "a5", "b5", "c5", "d5", "e5", "f5", "g5", "h5", "a6", "b6", "c6", "d6", "e6", "f6", "g6", "h6",
-    "a7", "b7", "c7", "d7", "e7", "f7", "g7", "h7", "a8", "b8", "c8", "d8", "e8", "f8", "g8", "h8"};
-// clang-format on
-
 namespace {
 
-constexpr int FIRST_FEN_SQUARE = 56;  // a8
-constexpr int SHORTEST_CYCLE = 4;     // plies until a position can come back
+constexpr int FIRST_FEN_SQUARE = SquareOfText("a8");
+constexpr int SHORTEST_CYCLE = 4;   // plies until a position can come back
+constexpr int CLEARED_RECORDS = 2;  // of the history; the one before the first move tells no move
+
+constexpr struct {
+    u8 right;
+    char letter;
+} castling_letters[] = {{WHITE_KING_SIDE, 'K'},
+                        {WHITE_QUEEN_SIDE, 'Q'},
+                        {BLACK_KING_SIDE, 'k'},
+                        {BLACK_QUEEN_SIDE, 'q'}};
 
 void ClearBoard(Position* pos) {
     std::memset(pos->board, 0, sizeof pos->board);
@@ -32,7 +29,7 @@ void ClearBoard(Position* pos) {
     for (auto& colour : pos->plist) {
         for (auto& list : colour) { list[0] = NO_SQUARE; }
     }
-    for (int colour = 0; colour < 2; ++colour) {
+    for (const int colour : {WHITE, BLACK}) {
         pos->sig[colour] = 0;
         pos->npm[colour] = 0;
     }
@@ -57,13 +54,13 @@ void AddPieceOfText(Position* pos, char letter, int square) {
 const char* ReadBoardField(Position* pos, const char* text) {
     int cursor = FIRST_FEN_SQUARE;
     for (; *text != '\0' && *text != ' '; ++text) {
-        const int last_of_rank = cursor | 7;
+        const int rank = RankOf(cursor);
+        const int last_of_rank = SquareOf(LAST_FILE, rank);
         if (*text >= '0' && *text <= '9') {
-            const int next = cursor + (*text - '0');
-            cursor = next <= last_of_rank ? next : last_of_rank;
+            cursor = std::min(cursor + (*text - '0'), last_of_rank);
         } else if (*text == '/') {
             // Surplus ranks stay on the first rank, where the cursor stands.
-            if (cursor >= 8) { cursor = (cursor & ~7) - 8; }
+            if (rank != FIRST_RANK) { cursor = SquareOf(0, rank - 1); }
         } else {
             AddPieceOfText(pos, *text, cursor);
             if (cursor != last_of_rank) { ++cursor; }
@@ -80,10 +77,9 @@ const char* SkipBlanks(const char* text) {
 const char* ReadCastlingField(Position* pos, const char* text) {
     pos->castle = 0;
     for (text = SkipBlanks(text); *text != '\0' && *text != ' '; ++text) {
-        if (*text == 'K') { pos->castle |= WHITE_KING_SIDE; }
-        if (*text == 'Q') { pos->castle |= WHITE_QUEEN_SIDE; }
-        if (*text == 'k') { pos->castle |= BLACK_KING_SIDE; }
-        if (*text == 'q') { pos->castle |= BLACK_QUEEN_SIDE; }
+        for (const auto& [right, letter] : castling_letters) {
+            if (*text == letter) { pos->castle |= right; }
+        }
     }
     return text;
 }
@@ -96,13 +92,13 @@ void ReadEnPassantField(Position* pos, const char* text) {
             square = *text - 'a';
             has_file = true;
         } else if (*text >= '1' && *text <= '8' && square < NO_SQUARE) {
-            square += 8 * (*text - '1');
+            square += FILE_COUNT * (*text - '1');
         }
     }
     pos->ep_square = static_cast<u8>(has_file && square < NO_SQUARE ? square : NO_SQUARE);
 }
 
-// The fields that are derived from the board, recomputed square by square.
+// The fields that are derived from the board, recomputed square by square. Requires: sound codes.
 struct DerivedFields {
     Bitboard bb[2][8] = {};
     u32 sig[2] = {};
@@ -114,25 +110,25 @@ struct DerivedFields {
 
 DerivedFields Derive(const Position* pos) {
     DerivedFields d;
-    for (int square = 0; square < 64; ++square) {
+    for (int square = 0; square < SQUARE_COUNT; ++square) {
         const int code = pos->board[square];
         if (code == 0) { continue; }
-        const int colour = PieceColour(code) & 1;
+        const int colour = PieceColour(code);
         const int type = PieceType(code);
         d.bb[colour][0] |= Bit(square);
         d.bb[colour][type] |= Bit(square);
         d.sig[colour] += msig[type];
         d.npm[colour] += npv[type];
         ++d.count[colour][type];
-        d.hash ^= rtable[code & 15][square];
-        if (type == PAWN) { d.pawn_hash ^= rtable[code & 15][square]; }
+        d.hash ^= rtable[code][square];
+        if (type == PAWN) { d.pawn_hash ^= rtable[code][square]; }
     }
     return d;
 }
 
 bool BoardCodesAreSound(const Position* pos) {
     if (pos->board[NO_SQUARE] != 0) { return false; }
-    for (int square = 0; square < 64; ++square) {
+    for (int square = 0; square < SQUARE_COUNT; ++square) {
         const int code = pos->board[square];
         if (code == 0) { continue; }
         if (PieceColour(code) > 1 || PieceType(code) < PAWN || PieceType(code) > KING) {
@@ -143,8 +139,8 @@ bool BoardCodesAreSound(const Position* pos) {
 }
 
 bool ListsAreSound(const Position* pos, const DerivedFields& d) {
-    for (int colour = 0; colour < 2; ++colour) {
-        for (int type = 0; type < 8; ++type) {
+    for (const int colour : {WHITE, BLACK}) {
+        for (int type = 0; type < PIECE_TYPES; ++type) {
             const u8* list = pos->plist[colour][type];
             Bitboard seen = 0;
             int n = 0;
@@ -177,12 +173,15 @@ int PieceTypeOfLetter(char letter, int* colour) {
 }
 
 void AddPiece(Position* pos, int colour, int type, int square) {
+    assert(colour == WHITE || colour == BLACK);
+    assert(type >= PAWN && type <= KING);
+    assert(square >= 0 && square < SQUARE_COUNT && pos->board[square] == NO_PIECE);
     const int n = ListLength(pos, colour, type);
     assert(n < MAX_PIECES_OF_A_KIND);
     u8* list = pos->plist[colour][type];
     list[n] = static_cast<u8>(square);
     list[n + 1] = NO_SQUARE;
-    pos->board[square] = static_cast<u8>(PieceCode(colour, type & 7));
+    pos->board[square] = static_cast<u8>(PieceCode(colour, type));
     pos->npm[colour] = static_cast<i16>(pos->npm[colour] + npv[type]);
     pos->sig[colour] += msig[type];
     pos->bb[colour][0] |= Bit(square);
@@ -190,8 +189,9 @@ void AddPiece(Position* pos, int colour, int type, int square) {
 }
 
 void RemovePiece(Position* pos, int square) {
+    assert(square >= 0 && square < SQUARE_COUNT);
     const int code = pos->board[square];
-    assert(code != 0);
+    assert(code != NO_PIECE);
     const int colour = PieceColour(code);
     const int type = PieceType(code);
     pos->board[square] = 0;
@@ -211,6 +211,7 @@ void SetHash(Position* pos) {
 }
 
 void SetPosition(Position* pos, const char* fen) {
+    assert(pos->undo != nullptr);
     ClearBoard(pos);
     pos->castle = 0;
     pos->ep_square = NO_SQUARE;
@@ -226,14 +227,14 @@ void SetPosition(Position* pos, const char* fen) {
     text = ReadCastlingField(pos, text);
     ReadEnPassantField(pos, text);
     SetHash(pos);
-    std::memset(pos->undo, 0, 2 * sizeof pos->undo[0]);
+    std::memset(pos->undo, 0, CLEARED_RECORDS * sizeof pos->undo[0]);
 }
 
 void MakeEPD(const Position* pos, char* out) {
-    for (int rank = 7; rank >= 0; --rank) {
+    for (int rank = LAST_RANK; rank >= FIRST_RANK; --rank) {
         int empty = 0;
-        for (int file = 0; file < 8; ++file) {
-            const int code = pos->board[rank * 8 + file];
+        for (int file = 0; file < FILE_COUNT; ++file) {
+            const int code = pos->board[SquareOf(file, rank)];
             if (code == 0) {
                 ++empty;
                 continue;
@@ -243,16 +244,16 @@ void MakeEPD(const Position* pos, char* out) {
             *out++ = PieceColour(code) == WHITE ? wchar[PieceType(code)] : bchar[PieceType(code)];
         }
         if (empty) { *out++ = static_cast<char>('0' + empty); }
-        if (rank > 0) { *out++ = '/'; }
+        if (rank != FIRST_RANK) { *out++ = '/'; }
     }
     *out++ = ' ';
     *out++ = pos->side == WHITE ? 'w' : 'b';
     *out++ = ' ';
-    if (pos->castle & WHITE_KING_SIDE) { *out++ = 'K'; }
-    if (pos->castle & WHITE_QUEEN_SIDE) { *out++ = 'Q'; }
-    if (pos->castle & BLACK_KING_SIDE) { *out++ = 'k'; }
-    if (pos->castle & BLACK_QUEEN_SIDE) { *out++ = 'q'; }
-    if ((pos->castle & 15) == 0) { *out++ = '-'; }
+    const char* const rights = out;
+    for (const auto& [right, letter] : castling_letters) {
+        if (pos->castle & right) { *out++ = letter; }
+    }
+    if (out == rights) { *out++ = '-'; }
     *out++ = ' ';
     if (pos->ep_square < NO_SQUARE) {
         *out++ = square_name[pos->ep_square][0];
@@ -266,7 +267,7 @@ void MakeEPD(const Position* pos, char* out) {
 int PositionIsSound(const Position* pos) {
     if (!BoardCodesAreSound(pos)) { return 0; }
     const DerivedFields d = Derive(pos);
-    for (int colour = 0; colour < 2; ++colour) {
+    for (const int colour : {WHITE, BLACK}) {
         if (std::memcmp(pos->bb[colour], d.bb[colour], sizeof d.bb[colour]) != 0) { return 0; }
         if (pos->sig[colour] != d.sig[colour] || pos->npm[colour] != d.npm[colour]) { return 0; }
     }
@@ -278,18 +279,21 @@ const char* WhyUnplayable(const Position* pos) {
     static const char* const no_king[2] = {"white has no king", "black has no king"};
     static const char* const kings[2] = {"white has more than one king",
                                          "black has more than one king"};
-    for (int colour = 0; colour < 2; ++colour) {
+    for (const int colour : {WHITE, BLACK}) {
         const int n = CountBits_1(pos->bb[colour][KING]);
         if (n == 0) { return no_king[colour]; }
         if (n > 1) { return kings[colour]; }
     }
     const Bitboard pawns = pos->bb[WHITE][PAWN] | pos->bb[BLACK][PAWN];
-    if (pawns & (RankMask(0) | RankMask(7))) { return "a pawn stands on the first or last rank"; }
+    if (pawns & (RankMask(FIRST_RANK) | RankMask(LAST_RANK))) {
+        return "a pawn stands on the first or last rank";
+    }
     if (InCheck(pos, pos->side ^ 1)) { return "the side that is not to move is in check"; }
     return nullptr;
 }
 
 int CountRepetitions(const Position* pos, int limit) {
+    assert(limit > 0);
     const int oldest = std::max(pos->hist_count - pos->fifty, 0);
     int count = 0;
     for (int i = pos->hist_count - SHORTEST_CYCLE; i >= oldest && count < limit; i -= 2) {

@@ -207,7 +207,7 @@ bool IsPawnMoveExemptFromPruning(const Position* pos, int side, const MoveEntry*
 }
 
 // Does a slider newly see one of `prey` along a free line of `rays`?
-bool SeesAlongLine(const Position* pos, const Bitboard* rays, Move m, Bitboard prey) {
+bool SeesAlongLine(const Position* pos, const SquareSets& rays, Move m, Bitboard prey) {
     Bitboard targets = rays[MoveTo(m)] & prey & ~rays[MoveFrom(m)];
     while (targets) {
         if ((BB_Between[MoveTo(m)][PopLSB(&targets)] & Occupied(pos)) == 0) { return true; }

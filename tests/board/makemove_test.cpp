@@ -61,7 +61,7 @@ TEST_F(MakeMoveTest, FiftyStopsAtItsLimitAndAVeryLongGameStaysWithinTheHistory) 
     const Move moves[] = {Word("g1f3"), Word("g8f6"), Word("f3g1"), Word("f6g8")};
     for (int i = 0; i < 6001; ++i) {
         PlayGameMove(pos, moves[i % 4]);
-        ASSERT_EQ(pos->fifty, std::min(i + 1, FIFTY_LIMIT));
+        ASSERT_EQ(pos->fifty, std::min(i + 1, FIFTY_COUNTER_MAX));
         ASSERT_LE(pos->hist_count, GAME_HISTORY_LIMIT);
         ASSERT_GE(pos->hist_count, std::min(i + 1, GAME_HISTORY_KEPT));
         ASSERT_EQ(pos->ply, 1);
