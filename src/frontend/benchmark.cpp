@@ -69,8 +69,7 @@ void SearchPosition(const char* fen) {
 }  // namespace
 
 void RunBenchmark(int positions) {
-    PBlock.time.base_time = SECONDS_PER_POSITION;
-    PBlock.time.moves_per_control = 1;
+    PBlock.time.SetTimePerMove(SECONDS_PER_POSITION);
     PBlock.options.noise = NOISE_NEVER;
     if (PBlock.limits.max_depth > DEEPEST_WANTED) { PBlock.limits.max_depth = DEFAULT_DEPTH; }
     const int count = PBlock.tool.profile ? PROFILE_POSITIONS : positions;

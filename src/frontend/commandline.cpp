@@ -3,9 +3,7 @@
 #include "frontend/commandline.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <cstring>
-#include <iterator>
 
 #include "frontend/output.h"
 #include "frontend/pblock.h"
@@ -13,20 +11,12 @@
 
 namespace {
 
-constexpr double FIXED_DEPTH_SECONDS = 10000.0;  // time of a move that "-d" limits by depth
-constexpr int BENCHMARK_POSITIONS = 10;
-constexpr int LONG_BENCHMARK_POSITIONS = 20;
-constexpr int PROFILE_POSITIONS = 5;
+constexpr double DEPTH_OPTION_SECONDS = 10000.0;  // time of a move that "-d" limits by depth
+constexpr int BENCH_POSITIONS = 10;
+constexpr int LONG_BENCH_POSITIONS = 20;
+constexpr int PROFILE_BENCH_POSITIONS = 5;
 
-// The modes that were asked for; the first in this order runs.
-struct ModeWishes {
-    bool epd = false;
-    bool scan = false;
-    bool match = false;
-    bool benchmark = false;
-    bool tune = false;
-    bool nothing = false;  // a mode was asked for that cannot run
-};
+void Wish(StartOptions* start, RunMode mode) { start->mode = std::min(start->mode, mode); }
 
 void CopyFileName(char (&to)[FILE_NAME_SIZE], const char* from) {
     const std::size_t length = std::strlen(from);
@@ -38,127 +28,146 @@ void CopyFileName(char (&to)[FILE_NAME_SIZE], const char* from) {
     to[kept] = '\0';
 }
 
-void FixedTime(double seconds) {
-    PBlock.time.base_time = seconds;
-    PBlock.time.moves_per_control = 1;
+// --- what the options do: `value` is the word after the option, `number` the one of its row ---
+
+void SetProtocol(StartOptions*, const char*, int protocol) {
+    PBlock.options.protocol = static_cast<u16>(protocol);
 }
 
-// Options without a value. False when the word is none of them.
-bool PlainOption(const char* word, StartOptions* options, ModeWishes* wishes) {
-    const auto is = [word](const char* name) { return std::strcmp(word, name) == 0; };
-    const auto benchmark = [&](int positions, int profiled) {
-        options->benchmark_positions = positions;
-        PBlock.tool.profile = profiled;
-        wishes->benchmark = true;
-    };
-    if (is("-uci")) {
-        PBlock.options.protocol = PROTOCOL_UCI;
-    } else if (is("-c")) {
-        PBlock.options.protocol = PROTOCOL_CONSOLE;
-    } else if (is("-nolog")) {
-        PBlock.options.log = 0;
-    } else if (is("-quiet")) {
-        PBlock.options.log = 0;
-        PBlock.options.noise = NOISE_NEVER;
-    } else if (is("-uci_extra")) {
-        PBlock.options.uci_extra = 1;
-    } else if (is("-bench")) {
-        benchmark(BENCHMARK_POSITIONS, 0);
-    } else if (is("-bench2")) {
-        benchmark(LONG_BENCHMARK_POSITIONS, 0);
-    } else if (is("-pbench")) {
-        benchmark(PROFILE_POSITIONS, 1);
-    } else {
-        return false;
-    }
-    return true;
+void LogNothing(StartOptions*, const char*, int) { PBlock.options.log = 0; }
+
+void SayNothing(StartOptions*, const char*, int) {
+    PBlock.options.log = 0;
+    PBlock.options.noise = NOISE_NEVER;
 }
 
-bool IsScanOption(const char* word) { return std::strstr(word, "-scan_pgn") != nullptr; }
-bool IsModeOption(const char* word) {
-    return IsScanOption(word) || std::strcmp(word, "-anepd") == 0 ||
-           std::strcmp(word, "-match") == 0 || std::strcmp(word, "-tune") == 0;
+void ShowThreadNumbers(StartOptions*, const char*, int) { PBlock.options.uci_extra = 1; }
+
+void SetNoise(StartOptions*, const char* value, int) {
+    PBlock.options.noise = DecimalNumber(value);
 }
 
-bool TakesValue(const char* word) {
-    static const char* const names[] = {"-noise", "-d", "-t", "-hash", "-threads"};
-    return IsModeOption(word) ||
-           std::any_of(std::begin(names), std::end(names),
-                       [=](const char* n) { return std::strcmp(word, n) == 0; });
+void SetDepth(StartOptions*, const char* value, int) {
+    PBlock.limits.max_depth = static_cast<i8>(WholeNumber(value, 0, MAX_DEPTH));
+    PBlock.time.SetTimePerMove(DEPTH_OPTION_SECONDS);
 }
 
-void ScanOption(const char* word, const char* value, StartOptions* options, ModeWishes* wishes) {
-    CopyFileName(options->scan_file, value);
-    const std::size_t stem = std::strlen("-scan_pgn");
-    if (std::strncmp(word, "-scan_pgn", stem) == 0 && word[stem] >= '1' && word[stem] <= '4' &&
-        word[stem + 1] == '\0') {
-        options->scan_mode = word[stem] - '0';
-        wishes->scan = true;
-    }
+void SetSeconds(StartOptions*, const char* value, int) {
+    PBlock.time.SetTimePerMove(DecimalNumber(value));
 }
 
-void ValueOption(const char* word, const char* value, StartOptions* options, ModeWishes* wishes) {
-    const auto is = [word](const char* name) { return std::strcmp(word, name) == 0; };
-    if (is("-noise")) {
-        PBlock.options.noise = DecimalNumber(value);
-    } else if (is("-d")) {
-        PBlock.limits.max_depth = static_cast<i8>(WholeNumber(value, 0, MAX_DEPTH));
-        FixedTime(FIXED_DEPTH_SECONDS);
-    } else if (is("-t")) {
-        FixedTime(DecimalNumber(value));
-    } else if (is("-hash")) {
-        PBlock.options.hash_mb = static_cast<u16>(WholeNumber(value, 0, MAX_HASH_MB));
-    } else if (is("-threads")) {
-        PBlock.options.threads = static_cast<u8>(WholeNumber(value, 1, MAX_THREADS));
-    } else if (is("-anepd")) {
-        CopyFileName(PBlock.tool.epd_file, value);
-        wishes->epd = true;
-    } else if (is("-match")) {
-        CopyFileName(PBlock.tool.match_file, value);
-        wishes->match = true;
-    } else if (is("-tune")) {
-        CopyFileName(PBlock.tool.epd_file, value);
-        wishes->tune = true;
-    } else {
-        ScanOption(word, value, options, wishes);
-    }
+void SetHash(StartOptions*, const char* value, int) {
+    PBlock.options.hash_mb = static_cast<u16>(WholeNumber(value, 0, MAX_HASH_MB));
 }
 
-RunMode ChosenMode(const ModeWishes& wishes) {
-    if (wishes.epd) { return RunMode::EpdAnalysis; }
-    if (wishes.scan) { return RunMode::PgnScan; }
-    if (wishes.match) { return RunMode::Match; }
-    if (wishes.benchmark) { return RunMode::Benchmark; }
-    if (wishes.tune) { return RunMode::Tune; }
-    return wishes.nothing ? RunMode::Nothing : RunMode::CommandLoop;
+void SetThreads(StartOptions*, const char* value, int) {
+    PBlock.options.threads = static_cast<u8>(WholeNumber(value, 1, MAX_THREADS));
+}
+
+void WishEpdRun(StartOptions* start, const char* value, int) {
+    CopyFileName(PBlock.tool.epd_file, value);
+    Wish(start, RunMode::EpdAnalysis);
+}
+
+void WishMatch(StartOptions* start, const char* value, int) {
+    CopyFileName(PBlock.tool.match_file, value);
+    Wish(start, RunMode::Match);
+}
+
+void WishTuning(StartOptions* start, const char* value, int) {
+    CopyFileName(PBlock.tool.epd_file, value);
+    Wish(start, RunMode::Tune);
+}
+
+void WishBenchmark(StartOptions* start, const char*, int positions) {
+    start->benchmark_positions = positions;
+    PBlock.tool.profile = positions == PROFILE_BENCH_POSITIONS;
+    Wish(start, RunMode::Benchmark);
+}
+
+// Without a mode the file's name is taken and nothing else.
+void WishScan(StartOptions* start, const char* value, int mode) {
+    CopyFileName(start->scan_file, value);
+    if (mode == 0) { return; }
+    start->scan_mode = mode;
+    Wish(start, RunMode::PgnScan);
+}
+
+// --- the table ---
+
+enum class OptionValue { None, Number, File };  // what has to come after the option
+
+struct CommandLineOption {
+    const char* name;
+    OptionValue value;
+    void (*apply)(StartOptions* start, const char* value, int number);
+    int number = 0;
+    bool anywhere = false;  // the name may stand anywhere in the word
+};
+
+constexpr const char* SCAN_OPTION = "-scan_pgn";
+
+// In the order in which they are tried. Those that take a file choose a mode.
+constexpr CommandLineOption command_line_options[] = {
+    {"-uci", OptionValue::None, SetProtocol, PROTOCOL_UCI},
+    {"-c", OptionValue::None, SetProtocol, PROTOCOL_CONSOLE},
+    {"-nolog", OptionValue::None, LogNothing},
+    {"-quiet", OptionValue::None, SayNothing},
+    {"-uci_extra", OptionValue::None, ShowThreadNumbers},
+    {"-noise", OptionValue::Number, SetNoise},
+    {"-d", OptionValue::Number, SetDepth},
+    {"-t", OptionValue::Number, SetSeconds},
+    {"-hash", OptionValue::Number, SetHash},
+    {"-threads", OptionValue::Number, SetThreads},
+    {"-bench", OptionValue::None, WishBenchmark, BENCH_POSITIONS},
+    {"-bench2", OptionValue::None, WishBenchmark, LONG_BENCH_POSITIONS},
+    {"-pbench", OptionValue::None, WishBenchmark, PROFILE_BENCH_POSITIONS},
+    {"-anepd", OptionValue::File, WishEpdRun},
+    {"-match", OptionValue::File, WishMatch},
+    {"-tune", OptionValue::File, WishTuning},
+    {"-scan_pgn1", OptionValue::File, WishScan, 1},
+    {"-scan_pgn2", OptionValue::File, WishScan, 2},
+    {"-scan_pgn3", OptionValue::File, WishScan, 3},
+    {"-scan_pgn4", OptionValue::File, WishScan, 4},
+    {SCAN_OPTION, OptionValue::File, WishScan, 0, true},
+};
+
+// The row of a word, nullptr when it is no option.
+const CommandLineOption* FindOption(const char* word) {
+    const auto* row = std::find_if(std::begin(command_line_options), std::end(command_line_options),
+                                   [word](const CommandLineOption& o) {
+                                       return o.anywhere ? std::strstr(word, o.name) != nullptr
+                                                         : std::strcmp(word, o.name) == 0;
+                                   });
+    return row == std::end(command_line_options) ? nullptr : row;
 }
 
 }  // namespace
 
 void ReadCommandLine(int argc, char** argv, StartOptions* options) {
-    ModeWishes wishes;
-    bool plain_scan = false;
+    bool scan_without_mode = false;
     for (int i = 1; i < argc; ++i) {
         const char* word = argv[i];
-        if (PlainOption(word, options, &wishes) || !TakesValue(word)) { continue; }
-        if (std::strcmp(word, "-scan_pgn") == 0) { plain_scan = true; }
-        if (++i < argc) {
-            ValueOption(word, argv[i], options, &wishes);
-        } else if (IsModeOption(word)) {
-            wishes.nothing = true;
-            if (!plain_scan) { ShowMessageF("option %s needs a file name after it", word); }
+        const CommandLineOption* o = FindOption(word);
+        if (o == nullptr) { continue; }
+        scan_without_mode |= std::strcmp(word, SCAN_OPTION) == 0;
+        if (o->value == OptionValue::None) {
+            o->apply(options, nullptr, o->number);
+        } else if (++i < argc) {
+            o->apply(options, argv[i], o->number);
+        } else if (o->value == OptionValue::File) {
+            Wish(options, RunMode::Nothing);
+            if (!scan_without_mode) { ShowMessageF("option %s needs a file name after it", word); }
         } else {
             ShowMessageF("option %s needs a number after it and is ignored", word);
         }
     }
-    if (plain_scan && !wishes.scan) {
-        wishes.nothing = true;
+    if (scan_without_mode && options->scan_mode == 0) {
+        Wish(options, RunMode::Nothing);
         ShowMessage(
             "-scan_pgn comes in four modes: -scan_pgn1 annotates the games, -scan_pgn2 writes "
-            "tuning "
-            "positions, -scan_pgn3 test positions, -scan_pgn4 rook endings");
+            "tuning positions, -scan_pgn3 test positions, -scan_pgn4 rook endings");
     }
-    options->mode = ChosenMode(wishes);
     PBlock.options.go_limits.max_depth = PBlock.limits.max_depth;
     PBlock.options.go_limits.node_limit = PBlock.limits.node_limit;
 }

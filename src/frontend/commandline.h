@@ -3,9 +3,9 @@
 
 #include "frontend/pblock.h"
 
-// Which mode main runs; the command line chooses. Nothing: the command line asked for something
-// that cannot be run, and has said so.
-enum class RunMode { CommandLoop, EpdAnalysis, PgnScan, Match, Benchmark, Tune, Nothing };
+// Which mode main runs: of those that the command line asks for the first in this order. Nothing:
+// it asked for something that cannot be run, and has been told so.
+enum class RunMode { EpdAnalysis, PgnScan, Match, Benchmark, Tune, Nothing, CommandLoop };
 
 // What the command line asks of the program beyond the options in PBlock.
 struct StartOptions {
@@ -15,7 +15,7 @@ struct StartOptions {
     char scan_file[FILE_NAME_SIZE] = "";  // the file to scan
 };
 
-// Stores the options in PBlock, their numbers within their limits, and chooses the mode: of several
-// modes the first in the order of RunMode from EpdAnalysis on. Words that are no options are
-// skipped; an option without its value says so in one line. Requires the defaults in PBlock.
+// Stores the options in PBlock, their numbers within their limits, and chooses the mode. Of an
+// option that comes twice the last one holds. Words that are no options are skipped; an option
+// without its value says so in one line. Requires the defaults in PBlock and in *options.
 void ReadCommandLine(int argc, char** argv, StartOptions* options);

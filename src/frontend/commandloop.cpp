@@ -65,8 +65,7 @@ bool BookMoveFound() {
 // Requires that no search runs.
 void AcceptRequest(const SearchRequest& request) {
     if (request.kind == SEARCH_ANALYSE) {
-        PBlock.time.moves_per_control = 1;
-        PBlock.time.base_time = ENDLESS_SECONDS;
+        PBlock.time.SetTimePerMove(ENDLESS_SECONDS);
         PBlock.limits.max_depth = request.max_depth;
         if (PBlock.options.hash_mode <= 1) { ClearTTable(); }
     }

@@ -105,8 +105,6 @@ void ShowEvaluation();
 // A command changes the game: the search that runs is abandoned, and a self-play game does not go
 // on from there.
 void LeaveGame();
-// Both clocks get the time of the time control.
-void ResetClocks();
 // False, and one line that says why, when the game position cannot be searched or evaluated.
 [[nodiscard]] bool PositionIsPlayable();
 

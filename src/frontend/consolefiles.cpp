@@ -136,7 +136,7 @@ void LoadCommand(const Command& c) {
         EndGameRecord();
         ShowBoard(game_position);
     }
-    ResetClocks();
+    PBlock.time.ResetClocks();
 }
 
 void SaveCommand(const Command&) {

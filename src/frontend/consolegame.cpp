@@ -76,7 +76,7 @@ void NewCommand(const Command&) {
     LeaveGame();
     NewGamePosition(fen_opn);
     PBlock.control.computer = NO_COMPUTER;
-    ResetClocks();
+    PBlock.time.ResetClocks();
     ShowBoard(game_position);
 }
 

@@ -102,8 +102,6 @@ void SelfPlayCommand(const Command&) {
     RequestSearch({.kind = SEARCH_THINK, .selfplay = true});
 }
 
-void ResetClocks() { PBlock.time.clock[WHITE] = PBlock.time.clock[BLACK] = PBlock.time.base_time; }
-
 namespace {
 
 u16 SmallNumber(const std::string& word) {
@@ -125,7 +123,7 @@ void LevelCommand(const Command& c) {
     PBlock.time.moves_per_control = static_cast<u8>(AnyNumber(c.word[1]));
     PBlock.time.base_time = SecondsOfText(c.word[2]);
     PBlock.time.increment = DecimalNumber(c.word[3].c_str());
-    ResetClocks();
+    PBlock.time.ResetClocks();
     ShowMessageF("set level to %d moves in %0.2f seconds, inc %0.2f", PBlock.time.moves_per_control,
                  PBlock.time.base_time, PBlock.time.increment);
 }

@@ -162,9 +162,8 @@ void ShowScore(const Match& match) {
 void SetLimits() {
     PBlock.options.book_weight = MATCH_BOOK_WEIGHT;
     PBlock.options.noise = NOISE_NEVER;
-    PBlock.time.moves_per_control = 1;
-    PBlock.time.base_time = SECONDS_PER_MOVE;
-    PBlock.time.clock[WHITE] = PBlock.time.clock[BLACK] = SECONDS_PER_MOVE;
+    PBlock.time.SetTimePerMove(SECONDS_PER_MOVE);
+    PBlock.time.ResetClocks();
     PBlock.limits.node_limit = static_cast<u64>(std::rand() % 11 + 95) * 200;
 }
 

@@ -77,6 +77,14 @@ struct TimeControl {
     u16 moves_to_go = 0;
     double target_time = 0.0;       // seconds planned for this move
     Relaxed<double> elapsed = 0.0;  // seconds since the search started
+
+    // Every move gets this much time.
+    void SetTimePerMove(double seconds) {
+        moves_per_control = 1;
+        base_time = seconds;
+    }
+    // Both sides get the time of a control.
+    void ResetClocks() { clock[WHITE] = clock[BLACK] = base_time; }
 };
 
 // What the position at the root gives its search. Written by the front end before a search.

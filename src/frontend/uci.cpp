@@ -14,8 +14,8 @@
 #include "frontend/commandloop.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
+#include "frontend/ucioptions.h"
 #include "platform/words.h"
-#include "search/threads.h"
 #include "search/ttable.h"
 
 const char* const version = "Vesk 3.0";
@@ -23,75 +23,17 @@ const char* const version = "Vesk 3.0";
 namespace {
 
 constexpr double NEW_GAME_SECONDS = 60.0;
-constexpr double FIXED_DEPTH_SECONDS = 360000.0;  // time of a move that is limited by depth
+constexpr double DEPTH_LIMIT_SECONDS = 360000.0;  // time of a move that is limited by depth
 constexpr double UNLIMITED_SECONDS = 10000000.0;  // and of one limited by nodes, or by nothing
 constexpr double SECONDS_PER_MS = 0.001;
 constexpr u8 MOVES_PER_CONTROL = 40;  // any number above 1: the moves to go come with each "go"
-constexpr int MAX_OVERHEAD_MS = 5000;
-constexpr int FAILED_RESIZE_STATUS = -1;
 
 const char* AfterBlanks(const char* text) {
     while (*text == ' ') { ++text; }
     return text;
 }
 
-// Ends the process at once: search threads may be running, so nothing is torn down around them.
-[[noreturn]] void GiveUp(const char* what, int status) {
-    ShowMessageF("info string not enough memory for %s", what);
-    CloseLog();
-    std::_Exit(status);
-}
-
 // --- options ---
-
-void SetHashSize(const char* value) {
-    FinishSearch();
-    PBlock.options.hash_mb = static_cast<u16>(WholeNumber(value, 0, MAX_HASH_MB));
-    if (InitTTable() != 0) { GiveUp("the hash table", FAILED_RESIZE_STATUS); }
-    ShowMessageF("info string Hash size set to %dM bytes", PBlock.options.hash_mb);
-}
-
-void SetThreads(const char* value) {
-    FinishSearch();
-    const int n = WholeNumber(value, 1, MAX_THREADS);
-    if (n != PBlock.options.threads) {
-        KillThreadPool(PBlock.options.threads);
-        PBlock.options.threads = static_cast<u8>(n);
-        if (const int error = CreateThreadPool(n)) {
-            GiveUp("the search threads",
-                   error == NO_THREAD_RECORD ? EXIT_SUCCESS : FAILED_RESIZE_STATUS);
-        }
-    }
-    ShowMessageF("info string Threads set to %d", PBlock.options.threads);
-}
-
-void SetOption(const std::string& name, const char* value) {
-    const bool is_true = std::strcmp(value, "true") == 0;
-    if (name == "Hash") {
-        SetHashSize(value);
-    } else if (name == "Threads") {
-        SetThreads(value);
-    } else if (name == "Communication Overhead") {
-        const int ms = WholeNumber(value, 0, MAX_OVERHEAD_MS);
-        PBlock.options.comm_overhead = ms * SECONDS_PER_MS;
-        ShowMessageF("info string Communication Overhead set to %d", ms);
-    } else if (name == "Ponder") {
-        PBlock.options.ponder = is_true;
-    } else if (name == "MultiPV") {
-        PBlock.options.multipv = static_cast<u16>(WholeNumber(value, 1, MAX_MULTIPV));
-        ShowMessageF("info string MultiPV set to %d", PBlock.options.multipv.Get());
-    } else if (name == "OwnBook") {
-        PBlock.options.own_book = is_true;
-        ShowMessageF("info string OwnBook set to %d", PBlock.options.own_book);
-    } else if (name == "Log") {
-        PBlock.options.log = std::strstr(value, "true") != nullptr;
-        ShowMessageF("info string Log set to %d", PBlock.options.log.Get());
-    } else if (name == "Clear Hash") {
-        FinishSearch();
-        if (PBlock.options.hash_mode != 0) { ClearTTable(); }
-        ShowMessage("Hash table cleared");
-    }
-}
 
 void SetOptionCommand(const char* rest) {
     const char* name_word = std::strstr(rest, "name");
@@ -103,7 +45,7 @@ void SetOptionCommand(const char* rest) {
     const std::string name(begin, std::max(begin, end));
     const std::string value =
         value_word != nullptr ? GetWord(value_word + std::strlen("value")) : "";
-    SetOption(name, value.c_str());
+    SetUciOption(name, value);
 }
 
 // --- position ---
@@ -170,14 +112,7 @@ bool PositionCommand(const char* rest) {
 void IdentifyCommand() {
     ShowMessageF("id name %s", version);
     ShowMessage("id author Dorin Kael");
-    ShowMessage("option name Hash type spin default 64 min 0 max 8192");
-    ShowMessage("option name Threads type spin default 1 min 1 max 64");
-    ShowMessage("option name Ponder type check default true");
-    ShowMessage("option name MultiPV type spin default 1 min 1 max 20");
-    ShowMessage("option name Clear Hash type button");
-    ShowMessage("option name Communication Overhead type spin default 25 min 0 max 5000");
-    ShowMessage("option name OwnBook type check default false");
-    ShowMessage("option name Log type check default false");
+    ShowUciOptions();
     PBlock.options.log = 0;
     PBlock.options.own_book = 0;
     ShowMessage("uciok");
@@ -190,7 +125,7 @@ void IdentifyCommand() {
 void NewGameCommand() {
     FinishSearch();
     PBlock.time.base_time = NEW_GAME_SECONDS;
-    PBlock.time.clock[WHITE] = PBlock.time.clock[BLACK] = NEW_GAME_SECONDS;
+    PBlock.time.ResetClocks();
     PBlock.time.increment = 0.0;
     PBlock.time.moves_per_control = 0;
     PBlock.control.stop = STOP_ABANDON;
@@ -231,11 +166,6 @@ std::optional<std::string> KeywordValue(const char* text, const char* keyword) {
 
 double NotNegative(double value) { return std::max(value, 0.0); }
 
-void FixedMove(double seconds) {
-    PBlock.time.base_time = seconds;
-    PBlock.time.moves_per_control = 1;
-}
-
 u64 NodeCount(const char* text) {
     return static_cast<u64>(std::max(0LL, std::strtoll(text, nullptr, 10)));
 }
@@ -259,19 +189,19 @@ void ReadLimits(const char* text) {
         PBlock.limits.node_limit = 0;
     }
     if (const auto value = KeywordValue(text, "depth")) {
-        FixedMove(FIXED_DEPTH_SECONDS);
+        PBlock.time.SetTimePerMove(DEPTH_LIMIT_SECONDS);
         PBlock.limits.max_depth = static_cast<i8>(WholeNumber(value->c_str(), 0, MAX_DEPTH));
     }
     if (const auto value = KeywordValue(text, "nodes")) {
         PBlock.limits.node_limit = NodeCount(value->c_str());
-        FixedMove(UNLIMITED_SECONDS);
+        PBlock.time.SetTimePerMove(UNLIMITED_SECONDS);
     }
     if (const auto value = KeywordValue(text, "movetime")) {
-        FixedMove(DecimalNumber(value->c_str()) * SECONDS_PER_MS);
+        PBlock.time.SetTimePerMove(DecimalNumber(value->c_str()) * SECONDS_PER_MS);
         PBlock.time.increment = 0.0;
     }
     if (KeywordValue(text, "infinite")) {
-        FixedMove(UNLIMITED_SECONDS);
+        PBlock.time.SetTimePerMove(UNLIMITED_SECONDS);
         PBlock.limits.max_depth = MAX_DEPTH;
         PBlock.limits.node_limit = 0;
         PBlock.time.increment = 0.0;

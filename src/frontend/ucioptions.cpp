@@ -1,0 +1,115 @@
+// The options of the UCI protocol: one row of a table each. What is announced and how a value is
+// read come from the same row.
+#include "frontend/ucioptions.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "frontend/commandloop.h"
+#include "frontend/output.h"
+#include "frontend/pblock.h"
+#include "platform/words.h"
+#include "search/threads.h"
+#include "search/ttable.h"
+
+namespace {
+
+constexpr double SECONDS_PER_MS = 0.001;
+constexpr int MAX_OVERHEAD_MS = 5000;
+constexpr int NO_MEMORY_STATUS = -1;  // exit status
+
+// Ends the process at once: search threads may be running, so nothing is torn down around them.
+[[noreturn]] void GiveUp(const char* what) {
+    ShowMessageF("info string not enough memory for %s", what);
+    CloseLog();
+    std::_Exit(NO_MEMORY_STATUS);
+}
+
+// --- setters: what the value of an option changes ---
+
+void SetHashSize(int megabytes) {
+    FinishSearch();
+    PBlock.options.hash_mb = static_cast<u16>(megabytes);
+    if (InitTTable() != 0) { GiveUp("the hash table"); }
+    ShowMessageF("info string Hash size set to %dM bytes", megabytes);
+}
+
+void SetThreads(int n) {
+    FinishSearch();
+    if (n == PBlock.options.threads) { return; }
+    KillThreadPool(PBlock.options.threads);
+    PBlock.options.threads = static_cast<u8>(n);
+    if (CreateThreadPool(n) != 0) { GiveUp("the search threads"); }
+}
+
+void SetPonder(int on) { PBlock.options.ponder = static_cast<u16>(on); }
+void SetMultiPv(int lines) { PBlock.options.multipv = static_cast<u16>(lines); }
+void SetOverhead(int ms) { PBlock.options.comm_overhead = ms * SECONDS_PER_MS; }
+void SetOwnBook(int on) { PBlock.options.own_book = static_cast<u8>(on); }
+void SetLog(int on) { PBlock.options.log = static_cast<u16>(on); }
+
+void ClearHash(int) {
+    FinishSearch();
+    if (PBlock.options.hash_mode != 0) { ClearTTable(); }
+    ShowMessage("Hash table cleared");
+}
+
+// --- the table ---
+
+enum class OptionType { Spin, Check, Button };
+
+struct UciOption {
+    const char* name;
+    OptionType type;
+    int initial, low, high;  // of a number; a switch is 0 or 1
+    void (*set)(int value);
+    bool confirmed;                 // by the usual line
+    bool true_in_the_word = false;  // a switch that is on also when "true" is a part of the value
+};
+
+// clang-format off
+constexpr UciOption uci_options[] = {
+    {"Hash", OptionType::Spin, 64, 0, MAX_HASH_MB, SetHashSize, false},
+    {"Threads", OptionType::Spin, 1, 1, MAX_THREADS, SetThreads, true},
+    {"Ponder", OptionType::Check, 1, 0, 1, SetPonder, false},
+    {"MultiPV", OptionType::Spin, 1, 1, MAX_MULTIPV, SetMultiPv, true},
+    {"Clear Hash", OptionType::Button, 0, 0, 0, ClearHash, false},
+    {"Communication Overhead", OptionType::Spin, 25, 0, MAX_OVERHEAD_MS, SetOverhead, true},
+    {"OwnBook", OptionType::Check, 0, 0, 1, SetOwnBook, true},
+    {"Log", OptionType::Check, 0, 0, 1, SetLog, true, true},
+};
+// clang-format on
+
+int ValueOfText(const UciOption& o, const std::string& text) {
+    if (o.type == OptionType::Spin) { return WholeNumber(text.c_str(), o.low, o.high); }
+    return text == "true" || (o.true_in_the_word && text.find("true") != std::string::npos);
+}
+
+}  // namespace
+
+void ShowUciOptions() {
+    for (const UciOption& o : uci_options) {
+        switch (o.type) {
+            case OptionType::Spin:
+                ShowMessageF("option name %s type spin default %d min %d max %d", o.name, o.initial,
+                             o.low, o.high);
+                break;
+            case OptionType::Check:
+                ShowMessageF("option name %s type check default %s", o.name,
+                             o.initial != 0 ? "true" : "false");
+                break;
+            case OptionType::Button:
+                ShowMessageF("option name %s type button", o.name);
+                break;
+        }
+    }
+}
+
+void SetUciOption(const std::string& name, const std::string& value) {
+    const auto* o = std::find_if(std::begin(uci_options), std::end(uci_options),
+                                 [&name](const UciOption& row) { return name == row.name; });
+    if (o == std::end(uci_options)) { return; }
+    const int number = ValueOfText(*o, value);
+    o->set(number);
+    if (o->confirmed) { ShowMessageF("info string %s set to %d", o->name, number); }
+}
