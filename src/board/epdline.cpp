@@ -5,17 +5,23 @@
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <string_view>
 
 namespace {
+
+constexpr std::string_view BEST_MOVE_WORD = "bm ";
+constexpr std::string_view RESULT_WORD = "tune ";
+constexpr const char* COMMENT_STARTS = " #;";
 
 constexpr std::size_t SHORTEST_POSITION = 10;  // characters
 constexpr std::size_t RESULT_LENGTH = 7;       // characters of a "tune" label
 constexpr double NO_RESULT = 0.5;
 
 double ReadResult(const std::string& line) {
-    const std::size_t at = line.find("tune ");
+    const std::size_t at = line.find(RESULT_WORD);
     if (at == std::string::npos) { return NO_RESULT; }
-    const double value = std::strtod(line.substr(at + 5, RESULT_LENGTH).c_str(), nullptr);
+    const double value =
+        std::strtod(line.substr(at + RESULT_WORD.size(), RESULT_LENGTH).c_str(), nullptr);
     return std::isfinite(value) ? value : NO_RESULT;
 }
 
@@ -24,13 +30,15 @@ double ReadResult(const std::string& line) {
 bool ParseEpdLine(const std::string& line, EpdRecord* record) {
     std::size_t length = line.size();
     while (length > 0 && (line[length - 1] == '\r' || line[length - 1] == '\0')) { --length; }
-    if (length < SHORTEST_POSITION || std::strchr(" #;", line[0]) != nullptr) { return false; }
+    if (length < SHORTEST_POSITION || std::strchr(COMMENT_STARTS, line[0]) != nullptr) {
+        return false;
+    }
     record->position.assign(line, 0, length);
     record->result = ReadResult(record->position);
     record->best_move.clear();
-    const std::size_t at = record->position.find("bm ");
+    const std::size_t at = record->position.find(BEST_MOVE_WORD);
     if (at != std::string::npos) {
-        const std::size_t start = at + 3;
+        const std::size_t start = at + BEST_MOVE_WORD.size();
         const std::size_t end = std::min(record->position.find(';', start), length);
         record->best_move.assign(record->position, start, end - start);
     }

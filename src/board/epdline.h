@@ -1,5 +1,5 @@
-// EPD lines as the analysis and the tuner use them: a position, its best move, its label. Any
-// thread may call; a reader belongs to one thread.
+// EPD lines as the analysis and the tuner use them: a position, its best move, its label. Nothing
+// has to be initialised. Any thread may call; a reader belongs to one thread.
 #pragma once
 
 #include <string>
@@ -9,14 +9,17 @@
 // One usable line of an EPD file: "<position> bm <move>; tune <result>; ...".
 struct EpdRecord {
     std::string position;   // the whole line without its end, as SetPosition takes it
-    std::string best_move;  // text of "bm", empty when there is none
-    double result = 0.5;    // label of "tune", 0..1
+    std::string best_move;  // the text after "bm" up to ";" or the end; empty when there is none
+    double result = 0.5;    // label of "tune", the expected score of the side to move: 0..1 in good
+                            // files, finite in any; 0.5 when there is none
 };
 
-// Takes a line apart. False when the line is no position: shorter than ten characters, or a
-// comment.
-bool ParseEpdLine(const std::string& line, EpdRecord* record);
+// Takes a line apart; carriage returns and NULs at its end are no part of it. False, with the
+// record unchanged, when the line is no position: shorter than ten characters, or a comment (it
+// begins with a blank, "#", ";" or a NUL).
+[[nodiscard]] bool ParseEpdLine(const std::string& line, EpdRecord* record);
 
-// Reads on up to the next usable line, which is kept unchanged in `line`. False at the end. Of a
-// line that is longer than the reader's buffer only the first part counts.
-bool NextEpdRecord(LineReader* reader, std::string* line, EpdRecord* record);
+// Reads on up to the next usable line, which is kept unchanged in `line`. False at the end of the
+// file. Of a line that is longer than the reader's buffer only the first part counts. Requires: an
+// open reader.
+[[nodiscard]] bool NextEpdRecord(LineReader* reader, std::string* line, EpdRecord* record);

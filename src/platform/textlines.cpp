@@ -1,6 +1,7 @@
 // Line reader over the C library's files, with a buffer of its own.
 #include "platform/textlines.h"
 
+#include <cassert>
 #include <climits>
 #include <cstdlib>
 #include <cstring>
@@ -8,6 +9,9 @@
 #include "platform/interrupt.h"
 
 namespace {
+
+constexpr char BYTE_ORDER_MARK[] = "\xEF\xBB\xBF";
+constexpr std::size_t MARK_LENGTH = sizeof BYTE_ORDER_MARK - 1;
 
 // Fills the free end of the buffer; the bytes not handed out move to its front.
 void Refill(LineReader* reader) {
@@ -22,30 +26,32 @@ void Refill(LineReader* reader) {
 
 }  // namespace
 
-int OpenLines(LineReader* reader, const char* path) {
-    constexpr std::size_t mark_length = 3;
+bool OpenLines(LineReader* reader, const char* path) {
     *reader = {};
     reader->file = std::fopen(path, "rb");
-    if (reader->file == nullptr) { return 0; }
+    if (reader->file == nullptr) { return false; }
     reader->buffer = static_cast<char*>(std::malloc(LINE_BUFFER_SIZE + 1));
     if (reader->buffer == nullptr) {
         std::fclose(reader->file);
-        return 0;
+        *reader = {};
+        return false;
     }
     std::setvbuf(reader->file, nullptr, _IONBF, 0);
     Refill(reader);
-    if (reader->end >= mark_length &&
-        std::memcmp(reader->buffer, "\xEF\xBB\xBF", mark_length) == 0) {
-        reader->begin = reader->offset = mark_length;
+    if (reader->end >= MARK_LENGTH &&
+        std::memcmp(reader->buffer, BYTE_ORDER_MARK, MARK_LENGTH) == 0) {
+        reader->begin = reader->offset = MARK_LENGTH;
     }
-    return 1;
+    return true;
 }
 
-int ReadLine(LineReader* reader, TextLine* line) {
+bool ReadLine(LineReader* reader, TextLine* line) {
+    assert(reader->file != nullptr);
+    assert(reader->begin <= reader->end && reader->end <= LINE_BUFFER_SIZE);
     std::size_t length = 0;  // of the line, as far as it has been looked at
     char* feed = nullptr;
     for (;;) {
-        if (InterruptSeen()) { return 0; }
+        if (InterruptSeen()) { return false; }
         char* from = reader->buffer + reader->begin + length;
         feed = static_cast<char*>(std::memchr(from, '\n', reader->end - reader->begin - length));
         length = feed != nullptr ? static_cast<std::size_t>(feed - reader->buffer) - reader->begin
@@ -53,7 +59,7 @@ int ReadLine(LineReader* reader, TextLine* line) {
         if (feed != nullptr || reader->at_end || length == LINE_BUFFER_SIZE) { break; }
         Refill(reader);
     }
-    if (feed == nullptr && length == 0) { return 0; }
+    if (feed == nullptr && length == 0) { return false; }
     std::size_t taken = length;
     if (feed != nullptr) {
         ++taken;
@@ -73,20 +79,22 @@ int ReadLine(LineReader* reader, TextLine* line) {
     reader->continued = feed == nullptr;
     reader->begin += taken;
     reader->offset += taken;
-    return 1;
+    return true;
 }
 
-int SeekLine(LineReader* reader, u64 offset) {
+bool SeekLine(LineReader* reader, u64 offset) {
+    assert(reader->file != nullptr);
     if (offset > LONG_MAX || std::fseek(reader->file, static_cast<long>(offset), SEEK_SET) != 0) {
-        return 0;
+        return false;
     }
     reader->begin = reader->end = 0;
     reader->offset = offset;
     reader->at_end = reader->continued = false;
-    return 1;
+    return true;
 }
 
 void CloseLines(LineReader* reader) {
+    assert(reader->file != nullptr);
     std::fclose(reader->file);
     std::free(reader->buffer);
     *reader = {};

@@ -2,6 +2,7 @@
 #include "platform/words.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -47,6 +48,7 @@ const char* GameWords::NextWord() {
 }
 
 int WholeNumber(const char* text, int low, int high) {
+    assert(low <= high);
     return static_cast<int>(std::clamp<long>(std::strtol(text, nullptr, 10), low, high));
 }
 

@@ -102,7 +102,7 @@ void LoadPositions() {
     set = PositionSet{};
     set.loaded = true;
     LineReader reader;
-    set.opened = OpenLines(&reader, PBlock.tool.epd_file) != 0;
+    set.opened = OpenLines(&reader, PBlock.tool.epd_file);
     if (set.opened) {
         std::string line;
         EpdRecord record;
