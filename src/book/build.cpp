@@ -3,6 +3,7 @@
 // rename "book.opn" is what it was. Memory is bounded whatever the size of the collection.
 // Front-end thread only.
 #include <algorithm>
+#include <cassert>
 #include <cerrno>
 #include <cstring>
 #include <vector>
@@ -27,11 +28,12 @@ constexpr const char* OUTPUT_NAME = "tmp__0.opn";  // whatever is being written
 constexpr const char* SPILL_NAME = "tmp__1.opn";   // spilled since the last merge
 constexpr const char* MERGED_NAME = "tmp__2.opn";  // all before
 
-constexpr int BOOK_PLIES = 50;  // plies of a game that enter the book
+constexpr int RECORDED_PLIES = 50;  // plies of a game that enter the book
 constexpr int GAMES_PER_SPILL = 200;
 constexpr int GAMES_PER_MERGE = 5000;
-constexpr int BUILD_RECORDS = 20000;  // room between spills: at most 200 * 50 records are used
-constexpr int KEEP_ABOVE = 5;         // records with 2 * wins + draws above it stay
+constexpr std::size_t SPILL_RECORDS =
+    GAMES_PER_SPILL * RECORDED_PLIES;  // the most between two spills
+constexpr int KEEP_ABOVE = 5;          // half points of the side to move; a record with more stays
 constexpr std::size_t STREAM_RECORDS = 4096;
 
 // One pass over records in descending order, from a file or from memory.
@@ -63,32 +65,34 @@ struct BookBuild {
     bool skip = false;  // the game's move text could not be read further
 };
 
-// Prints the one line that a failed run ends with. Returns -1.
-int Fail(BookBuild* build, const char* what, const char* name, const char* why) {
+// Prints the one line that a failed run ends with. Returns false, for the caller to return.
+bool Fail(BookBuild* build, const char* what, const char* name, const char* why) {
     PrintDirect("%scannot %s %s: %s; %s is unchanged\n", build->progress_line ? "\n" : "", what,
                 name, why, BOOK_NAME);
     build->progress_line = false;
-    return -1;
+    return false;
 }
 
-int FailSystem(BookBuild* build, const char* what, const char* name) {
+// The same; what the system says of its last error is the reason.
+bool FailSystem(BookBuild* build, const char* what, const char* name) {
     return Fail(build, what, name, std::strerror(errno != 0 ? errno : EIO));
 }
 
 // --- sources and sinks ---
 
-// A missing file is an empty source. Returns 0, or -1 when there is a file that does not open.
-int OpenSource(BookBuild* build, RecordSource* s, const char* name) {
+// Opens the file of a source; one that is missing is an empty source. False when there is a file
+// that does not open.
+[[nodiscard]] bool OpenSource(BookBuild* build, RecordSource* s, const char* name) {
     s->name = name;
     s->file = std::fopen(name, "rb");
-    if (s->file == nullptr) { return errno == ENOENT ? 0 : FailSystem(build, "open", name); }
+    if (s->file == nullptr) { return errno == ENOENT || FailSystem(build, "open", name); }
     s->bytes.resize(STREAM_RECORDS * BOOK_RECORD_SIZE);
-    return 0;
+    return true;
 }
 
-// Steps to the next record. Returns 0, or -1 when the file is unreadable or not in order: merging
-// it would lose records, or never end.
-int Advance(BookBuild* build, RecordSource* s) {
+// Steps to the next record, or past the last. False when the file is unreadable or not in order:
+// merging it would lose records, or never end.
+[[nodiscard]] bool Advance(BookBuild* build, RecordSource* s) {
     const u64 before = BookOrder(s->record);
     const bool first = !s->has;
     if (s->next == s->count && s->file != nullptr) {
@@ -98,14 +102,14 @@ int Advance(BookBuild* build, RecordSource* s) {
         if (std::ferror(s->file)) { return FailSystem(build, "read", s->name); }
     }
     s->has = s->next < s->count;
-    if (!s->has) { return 0; }
+    if (!s->has) { return true; }
     s->record = s->file != nullptr ? DecodeBookRecord(&s->bytes[s->next * BOOK_RECORD_SIZE])
                                    : s->memory[s->next];
     ++s->next;
     if (!first && BookOrder(s->record) >= before) {
         return Fail(build, "use", s->name, "its records are out of order");
     }
-    return 0;
+    return true;
 }
 
 void CloseSource(RecordSource* s) {
@@ -113,44 +117,45 @@ void CloseSource(RecordSource* s) {
     s->file = nullptr;
 }
 
-int OpenSink(BookBuild* build, RecordSink* sink) {
+// Opens the output. What is written goes to the file in whole blocks.
+[[nodiscard]] bool OpenSink(BookBuild* build, RecordSink* sink) {
     sink->file = std::fopen(OUTPUT_NAME, "wb");
     if (sink->file == nullptr) { return FailSystem(build, "write", OUTPUT_NAME); }
     std::setvbuf(sink->file, nullptr, _IONBF, 0);
     sink->bytes.reserve(STREAM_RECORDS * BOOK_RECORD_SIZE);
-    return 0;
+    return true;
 }
 
-int FlushSink(BookBuild* build, RecordSink* sink) {
+[[nodiscard]] bool FlushSink(BookBuild* build, RecordSink* sink) {
     errno = 0;
     const std::size_t size = sink->bytes.size();
     if (std::fwrite(sink->bytes.data(), 1, size, sink->file) != size) {
         return FailSystem(build, "write", OUTPUT_NAME);
     }
     sink->bytes.clear();
-    return 0;
+    return true;
 }
 
-int WriteRecord(BookBuild* build, RecordSink* sink, const BookRecord& record) {
+[[nodiscard]] bool WriteRecord(BookBuild* build, RecordSink* sink, const BookRecord& record) {
     const std::size_t at = sink->bytes.size();
     sink->bytes.resize(at + BOOK_RECORD_SIZE);
     EncodeBookRecord(record, &sink->bytes[at]);
-    return at + BOOK_RECORD_SIZE < STREAM_RECORDS * BOOK_RECORD_SIZE ? 0 : FlushSink(build, sink);
+    return sink->bytes.size() < STREAM_RECORDS * BOOK_RECORD_SIZE || FlushSink(build, sink);
 }
 
-// Ends the output and gives it its name; `status` is that of the writing so far.
-int FinishSink(BookBuild* build, RecordSink* sink, int status, const char* name) {
-    if (sink->file == nullptr) { return -1; }
-    if (status == 0) { status = FlushSink(build, sink); }
+// Ends the output and gives it its name, unless the writing failed before: then it is removed.
+[[nodiscard]] bool FinishSink(BookBuild* build, RecordSink* sink, bool written, const char* name) {
+    if (sink->file == nullptr) { return false; }
+    if (written) { written = FlushSink(build, sink); }
     errno = 0;
-    if (std::fclose(sink->file) != 0 && status == 0) {
-        status = FailSystem(build, "write", OUTPUT_NAME);
+    if (std::fclose(sink->file) != 0 && written) {
+        written = FailSystem(build, "write", OUTPUT_NAME);
     }
-    if (status == 0 && std::rename(OUTPUT_NAME, name) != 0) {
-        status = FailSystem(build, "replace", name);
+    if (written && std::rename(OUTPUT_NAME, name) != 0) {
+        written = FailSystem(build, "replace", name);
     }
-    if (status != 0) { std::remove(OUTPUT_NAME); }
-    return status;
+    if (!written) { std::remove(OUTPUT_NAME); }
+    return written;
 }
 
 void AddCounter(u16* sum, u16 more) {
@@ -164,29 +169,29 @@ void AddCounters(BookRecord* sum, const BookRecord& more) {
 }
 
 // Writes the records of both sources in descending order, equal keys as one record.
-int MergeSources(BookBuild* build, RecordSource* a, RecordSource* b, RecordSink* sink) {
-    if (Advance(build, a) != 0 || Advance(build, b) != 0) { return -1; }
+[[nodiscard]] bool MergeSources(BookBuild* build, RecordSource* a, RecordSource* b,
+                                RecordSink* sink) {
+    if (!Advance(build, a) || !Advance(build, b)) { return false; }
     while (a->has || b->has) {
         const bool take_a = a->has && (!b->has || BookOrder(a->record) >= BookOrder(b->record));
         const bool take_b = b->has && (!a->has || BookOrder(b->record) >= BookOrder(a->record));
         BookRecord record = take_a ? a->record : b->record;
         record.reserved = 0;
         if (take_a && take_b) { AddCounters(&record, b->record); }
-        if (WriteRecord(build, sink, record) != 0) { return -1; }
-        if (take_a && Advance(build, a) != 0) { return -1; }
-        if (take_b && Advance(build, b) != 0) { return -1; }
+        if (!WriteRecord(build, sink, record)) { return false; }
+        if (take_a && !Advance(build, a)) { return false; }
+        if (take_b && !Advance(build, b)) { return false; }
     }
-    return 0;
+    return true;
 }
 
-// Merges two opened sources into a file of the given name.
-int MergeInto(BookBuild* build, RecordSource* a, RecordSource* b, const char* name) {
+// Merges two opened sources into a file of the given name, and closes them.
+[[nodiscard]] bool MergeInto(BookBuild* build, RecordSource* a, RecordSource* b, const char* name) {
     RecordSink sink;
-    int status = OpenSink(build, &sink);
-    if (status == 0) { status = MergeSources(build, a, b, &sink); }
+    const bool written = OpenSink(build, &sink) && MergeSources(build, a, b, &sink);
     CloseSource(a);
     CloseSource(b);
-    return FinishSink(build, &sink, status, name);
+    return FinishSink(build, &sink, written, name);
 }
 
 // --- the three steps over whole files ---
@@ -208,60 +213,58 @@ void SortRecords(std::vector<BookRecord>* records) {
 
 // Moves the collected records into the spill file. The first spill takes in the records that were
 // left over from another build.
-int WriteBook(BookBuild* build) {
+[[nodiscard]] bool WriteBook(BookBuild* build) {
     SortRecords(&build->records);
     RecordSource a, b;
     b.memory = build->records.data();
     b.count = build->records.size();
-    if (OpenSource(build, &a, build->left_pending ? LEFT_NAME : SPILL_NAME) != 0 ||
-        MergeInto(build, &a, &b, SPILL_NAME) != 0) {
-        return -1;
+    if (!OpenSource(build, &a, build->left_pending ? LEFT_NAME : SPILL_NAME) ||
+        !MergeInto(build, &a, &b, SPILL_NAME)) {
+        return false;
     }
     build->left_pending = false;
     build->records.clear();
     PrintDirect(".");
     build->progress_line = true;
-    return 0;
+    return true;
 }
 
 // Moves the spill file into the merged file.
-int MergeBook(BookBuild* build) {
+[[nodiscard]] bool MergeBook(BookBuild* build) {
     PrintDirect("\nmerging...");
     build->progress_line = true;
     RecordSource a, b;
-    if (OpenSource(build, &a, MERGED_NAME) != 0) { return -1; }
-    if (OpenSource(build, &b, SPILL_NAME) != 0) {
+    if (!OpenSource(build, &a, MERGED_NAME)) { return false; }
+    if (!OpenSource(build, &b, SPILL_NAME)) {
         CloseSource(&a);
-        return -1;
+        return false;
     }
-    if (MergeInto(build, &a, &b, MERGED_NAME) != 0) { return -1; }
+    if (!MergeInto(build, &a, &b, MERGED_NAME)) { return false; }
     std::remove(SPILL_NAME);
     PrintDirect("\n");
     build->progress_line = false;
-    return 0;
+    return true;
 }
 
+bool IsKept(const BookRecord& record) { return 2 * record.stm_wins + record.draws > KEEP_ABOVE; }
+
 // Writes the records that were met often enough as the new book.
-int PruneBook(BookBuild* build) {
+[[nodiscard]] bool PruneBook(BookBuild* build) {
     PrintDirect("pruning...");
     build->progress_line = true;
     RecordSource a;
     RecordSink sink;
-    if (OpenSource(build, &a, MERGED_NAME) != 0) { return -1; }
-    int status = OpenSink(build, &sink);
-    if (status == 0) { status = Advance(build, &a); }
-    while (status == 0 && a.has) {
-        if (2 * a.record.stm_wins + a.record.draws > KEEP_ABOVE) {
-            status = WriteRecord(build, &sink, a.record);
-        }
-        if (status == 0) { status = Advance(build, &a); }
+    if (!OpenSource(build, &a, MERGED_NAME)) { return false; }
+    bool written = OpenSink(build, &sink) && Advance(build, &a);
+    while (written && a.has) {
+        written = (!IsKept(a.record) || WriteRecord(build, &sink, a.record)) && Advance(build, &a);
     }
     CloseSource(&a);
-    if (FinishSink(build, &sink, status, BOOK_NAME) != 0) { return -1; }
+    if (!FinishSink(build, &sink, written, BOOK_NAME)) { return false; }
     std::remove(LEFT_NAME);
     PrintDirect("\n");
     build->progress_line = false;
-    return 0;
+    return true;
 }
 
 // Those of a build that was broken off are of no use: its games are still in the collection.
@@ -274,7 +277,7 @@ void RemoveWorkFiles() {
 // Adds the position just reached to the records; `mover` made the last move.
 void CreditPosition(BookBuild* build, int mover) {
     UpdatePosHash(game_position);
-    BookRecord r = {BookKey1(game_position->side), hash2, 0, 0, 0, 0};
+    BookRecord r = {BookKey1(game_position->side), opening_book.hash2, 0, 0, 0, 0};
     if (build->winner == DRAWN_OR_UNKNOWN) {
         r.draws = 1;
     } else if (build->winner == mover) {
@@ -282,6 +285,7 @@ void CreditPosition(BookBuild* build, int mover) {
     } else {
         r.stm_wins = 1;
     }
+    assert(build->records.size() < SPILL_RECORDS);
     build->records.push_back(r);
 }
 
@@ -297,9 +301,9 @@ const char* MoveTextStart(const char* word) {
 
 // Plays and records the move of a word that is neither comment nor variation. False when it names
 // no move.
-bool ReadMoveWord(BookBuild* build, const char* start) {
+[[nodiscard]] bool ReadMoveWord(BookBuild* build, const char* start) {
     Move m;
-    if (!IsValidMove(start, &m)) { return false; }
+    if (IsValidMove(start, &m) == 0) { return false; }
     const int mover = game_position->side;
     PlayGameMove(game_position, m);
     CreditPosition(build, mover);
@@ -307,11 +311,11 @@ bool ReadMoveWord(BookBuild* build, const char* start) {
 }
 
 bool GameTakesMoves(const BookBuild* build) {
-    return !build->skip && game_position->hist_count < BOOK_PLIES;
+    return !build->skip && game_position->hist_count < RECORDED_PLIES;
 }
 
 void ReadMoveText(BookBuild* build, const char* text) {
-    bool line_comment = false;  // behind a ";"
+    bool line_comment = false;  // after a ";"
     GameWords words(text);
     for (const char* word = words.NextWord(); word != nullptr && GameTakesMoves(build);
          word = words.NextWord()) {
@@ -337,30 +341,32 @@ void ReadMoveText(BookBuild* build, const char* text) {
     }
 }
 
-// Starts the game whose result the line names. Returns 0, or -1 when a file failed.
-int StartGame(BookBuild* build, const char* line) {
+// Starts the game whose result the line names. False when a file failed.
+[[nodiscard]] bool StartGame(BookBuild* build, const char* line) {
     SetPosition(game_position, fen_opn);
     build->winner = ResultOfText(line);
     ++build->games;
     build->skip = false;
     build->braces = 0;
     build->parentheses = 0;
-    if (build->games % GAMES_PER_SPILL == 0 && WriteBook(build) != 0) { return -1; }
-    return build->games % GAMES_PER_MERGE == 0 ? MergeBook(build) : 0;
+    if (build->games % GAMES_PER_SPILL == 0 && !WriteBook(build)) { return false; }
+    return build->games % GAMES_PER_MERGE != 0 || MergeBook(build);
 }
 
-int ReadGames(BookBuild* build, LineReader* reader) {
+// Reads the whole collection. False when a file failed or the user interrupted.
+[[nodiscard]] bool ReadGames(BookBuild* build, LineReader* reader) {
     TextLine line;
     while (ReadLine(reader, &line)) {
         if (std::strstr(line.text, "[Result") != nullptr) {
-            if (StartGame(build, line.text) != 0) { return -1; }
+            if (!StartGame(build, line.text)) { return false; }
         } else if (GameTakesMoves(build)) {
             const bool tag_or_comment =
                 line.starts_line && (line.text[0] == '[' || line.text[0] == ';');
             if (!tag_or_comment || build->braces > 0) { ReadMoveText(build, line.text); }
         }
     }
-    return 0;
+    if (std::ferror(reader->file)) { return FailSystem(build, "read", GAMES_NAME); }
+    return !InterruptSeen() || Fail(build, "finish", GAMES_NAME, "interrupted");
 }
 
 }  // namespace
@@ -371,18 +377,12 @@ void MakeBook() {
     LineReader reader;
     if (!OpenLines(&reader, GAMES_NAME)) { return; }
     BookBuild build;
-    build.records.reserve(BUILD_RECORDS);
+    build.records.reserve(SPILL_RECORDS);
     RemoveWorkFiles();
     SetPosition(game_position, fen_opn);
-    int status = ReadGames(&build, &reader);
-    if (status == 0 && std::ferror(reader.file)) {
-        status = FailSystem(&build, "read", GAMES_NAME);
-    }
-    if (status == 0 && InterruptSeen()) {
-        status = Fail(&build, "finish", GAMES_NAME, "interrupted");
-    }
+    const bool read = ReadGames(&build, &reader);
     CloseLines(&reader);
-    if (status == 0 && WriteBook(&build) == 0 && MergeBook(&build) == 0 && PruneBook(&build) == 0) {
+    if (read && WriteBook(&build) && MergeBook(&build) && PruneBook(&build)) {
         PrintDirect("done\n");
     }
     RemoveWorkFiles();

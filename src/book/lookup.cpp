@@ -3,8 +3,10 @@
 #include "book/book.h"
 
 #include <array>
+#include <cassert>
 #include <climits>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
 
 #include "board/bitboards.h"
@@ -14,95 +16,116 @@
 #include "frontend/pblock.h"
 #include "search/picker.h"
 
-u16 hash1;
-u32 hash2;
-int bkrecnum;
+OpeningBook opening_book;
 
 namespace {
 
-constexpr int KEY_COUNT = 772;    // (type - 1) * 128 + black * 64 + square, and two more
-constexpr int INDEX_SIZE = 1024;  // values of key1 >> BUCKET_SHIFT
-constexpr int BUCKET_SHIFT = 6;
 constexpr int NO_BUCKET = -1;
-constexpr int READ_RECORDS = 4096;  // records per read while the index is built
+constexpr int NO_RECORD = -1;       // in the index
+constexpr int READ_RECORDS = 1024;  // records per read while the index is built
+constexpr int RECORD_WORDS = BOOK_RECORD_SIZE / 2;
 
-// Choice of a move: see GetCandidates.
+// Numbers of the keys: those of a piece are found at (type - 1) * 128 + black * 64 + square, and at
+// the two places after it.
+constexpr int KEYS_PER_PIECE = 64;
+constexpr int KEY_COUNT = 12 * KEYS_PER_PIECE + 2;
+constexpr u16 FIRST_KEY_SEED = 77;
+constexpr int KEY_FACTOR = 33;
+constexpr int KEY_SUMMAND = 12345;
+
+// Choice of a move: see RecordValue.
 constexpr double SIDE_BIAS = 0.02;
 constexpr double RANDOM_STEP = 0.01;
 constexpr double FEW_GAMES_PENALTY = 1.25;
+constexpr double DRAW_SHARE = 0.5;
 
 constexpr std::array<u16, KEY_COUNT> MakeKeys() {
     std::array<u16, KEY_COUNT> keys = {};
-    u16 x = 77;
-    for (u16& key : keys) { key = x = static_cast<u16>(33 * x + 12345); }
+    u16 x = FIRST_KEY_SEED;
+    for (u16& key : keys) { key = x = static_cast<u16>(KEY_FACTOR * x + KEY_SUMMAND); }
     return keys;
 }
 constexpr std::array<u16, KEY_COUNT> hasharea = MakeKeys();
 static_assert(hasharea[0] == 14886 && hasharea[1] == 44831 && hasharea[3] == 23153);
 
-i32 bktable[INDEX_SIZE];  // first record of each bucket, -1 = none
-BookRecord bkbuffr[BOOK_BLOCK_RECORDS];
-int block_count;  // records in bkbuffr
-// Bucket whose records the block holds. Only keys of this bucket are answered from the block: its
-// last record may belong to the next bucket, of which nothing else was read.
-int block_bucket = NO_BUCKET;
+int BucketOf(u16 key1) { return key1 >> BOOK_BUCKET_SHIFT; }
+static_assert(1 << (16 - BOOK_BUCKET_SHIFT) == BOOK_BUCKETS);
 
 void ReadIndex(std::FILE* file) {
-    static unsigned char bytes[READ_RECORDS * BOOK_RECORD_SIZE];
+    unsigned char bytes[READ_RECORDS * BOOK_RECORD_SIZE];
     std::size_t n;
     while ((n = std::fread(bytes, BOOK_RECORD_SIZE, READ_RECORDS, file)) > 0) {
-        for (std::size_t i = 0; i < n && bkrecnum < INT_MAX; ++i, ++bkrecnum) {
-            const int bucket = DecodeBookRecord(bytes + i * BOOK_RECORD_SIZE).key1 >> BUCKET_SHIFT;
-            if (bktable[bucket] < 0) { bktable[bucket] = bkrecnum; }
+        for (std::size_t i = 0; i < n; ++i) {
+            if (opening_book.bkrecnum == INT_MAX) { return; }
+            const u16 key1 = DecodeBookRecord(bytes + i * BOOK_RECORD_SIZE).key1;
+            i32* first = &opening_book.bktable[BucketOf(key1)];
+            if (*first == NO_RECORD) { *first = opening_book.bkrecnum; }
+            ++opening_book.bkrecnum;
         }
-        if (bkrecnum == INT_MAX) { return; }
     }
 }
 
-// Reads the records of a bucket, the first record behind them included. An unsorted file may give
-// records of other buckets; they only keep some from being found.
+void DropBlock() {
+    opening_book.block_bucket = NO_BUCKET;
+    opening_book.block_count = 0;
+}
+
+// Reads the records of a bucket, the first record after them included. An unsorted file may give
+// records of other buckets; they only keep some from being found. Without a file there is no block.
 void LoadBlock(int bucket) {
-    block_bucket = NO_BUCKET;
-    block_count = 0;
-    if (PBlock.options.book_file[0] == '\0' || bktable[bucket] < 0) { return; }
+    OpeningBook* book = &opening_book;
+    DropBlock();
+    const i32 first = book->bktable[bucket];
+    if (PBlock.options.book_file[0] == '\0' || first == NO_RECORD) { return; }
     std::FILE* file = std::fopen(PBlock.options.book_file, "rb");
     if (file == nullptr) { return; }
-    if (std::fseek(file, static_cast<long>(bktable[bucket]) * BOOK_RECORD_SIZE, SEEK_SET) == 0) {
+    if (std::fseek(file, static_cast<long>(first) * BOOK_RECORD_SIZE, SEEK_SET) == 0) {
         unsigned char bytes[BOOK_RECORD_SIZE];
-        while (block_count < BOOK_BLOCK_RECORDS &&
+        while (book->block_count < BOOK_BLOCK_RECORDS &&
                std::fread(bytes, BOOK_RECORD_SIZE, 1, file) == 1) {
-            bkbuffr[block_count] = DecodeBookRecord(bytes);
-            if (bkbuffr[block_count++].key1 >> BUCKET_SHIFT < bucket) { break; }
+            BookRecord* record = &book->bkbuffr[book->block_count++];
+            *record = DecodeBookRecord(bytes);
+            if (BucketOf(record->key1) < bucket) { break; }
         }
-        block_bucket = bucket;
+        book->block_bucket = bucket;
     }
     std::fclose(file);
 }
 
-// Worth of a move with the given record, above 0 when it may be played. Draws a random number.
+// Worth of a move of `side` that leads to the record's position, above 0 when it may be played;
+// *share gets the share of the points that it has won. Draws a random number.
 double RecordValue(const BookRecord& r, int side, double* share) {
     const int w = r.prev_wins;
     const int l = r.stm_wins;
     const int d = r.draws;
     const int spread = PBlock.options.book_weight;
     const int random = spread > 0 ? std::rand() % spread : 0;
-    *share = (w + 0.5 * d) / (l + w + d + 1);
+    *share = (w + DRAW_SHARE * d) / (l + w + d + 1);
     if (w <= 1 || w < l / 2) { return 0.0; }
     return 2.0 * *share + (side == WHITE ? -SIDE_BIAS : SIDE_BIAS) -
            FEW_GAMES_PENALTY * std::sqrt(w + d) / (w + d + 1) + RANDOM_STEP * random;
 }
 
+// Record of the position after a legal move.
+std::optional<BookRecord> FindAfterMove(Position* pos, Move m) {
+    MakeMove(pos, m);
+    UpdatePosHash(pos);
+    const std::optional<BookRecord> record = FindPosition(pos->side);
+    UnmakeMove(pos);
+    return record;
+}
+
 }  // namespace
 
 void EncodeBookRecord(const BookRecord& record, unsigned char* out) {
-    const u16 words[7] = {record.key1,
-                          static_cast<u16>(record.key2),
-                          static_cast<u16>(record.key2 >> 16),
-                          record.stm_wins,
-                          record.prev_wins,
-                          record.draws,
-                          record.reserved};
-    for (int i = 0; i < 7; ++i) {
+    const u16 words[RECORD_WORDS] = {record.key1,
+                                     static_cast<u16>(record.key2),
+                                     static_cast<u16>(record.key2 >> 16),
+                                     record.stm_wins,
+                                     record.prev_wins,
+                                     record.draws,
+                                     record.reserved};
+    for (int i = 0; i < RECORD_WORDS; ++i) {
         out[2 * i] = static_cast<unsigned char>(words[i]);
         out[2 * i + 1] = static_cast<unsigned char>(words[i] >> 8);
     }
@@ -126,12 +149,11 @@ int InitBook() {
 }
 
 void FreeBook() {
-    for (i32& first : bktable) { first = -1; }
-    bkrecnum = 0;
-    block_bucket = NO_BUCKET;
-    block_count = 0;
-    hash1 = 0;
-    hash2 = 0;
+    for (i32& first : opening_book.bktable) { first = NO_RECORD; }
+    opening_book.bkrecnum = 0;
+    DropBlock();
+    opening_book.hash1 = 0;
+    opening_book.hash2 = 0;
 }
 
 void UpdatePosHash(const Position* pos) {
@@ -141,37 +163,35 @@ void UpdatePosHash(const Position* pos) {
         for (Bitboard b = pos->bb[colour][0]; b != 0;) {
             const int square = PopLSB(&b);
             const int kind = 2 * (PieceType(pos->board[square]) - 1) + colour;
-            const std::size_t i = static_cast<std::size_t>(kind) * 64 + static_cast<u8>(square);
+            const std::size_t i = static_cast<std::size_t>(kind * KEYS_PER_PIECE + square);
             if (colour == pos->side) { own ^= hasharea[i]; }
             all ^= (u32{hasharea[i + 1]} << 16) + hasharea[i + 2];
         }
     }
-    hash1 = own;
-    hash2 = all + pos->ep_square;
+    opening_book.hash1 = own;
+    opening_book.hash2 = all + pos->ep_square;
 }
 
-const BookRecord* FindPosition(int side) {
-    static BookRecord found;
-    if (bkrecnum == 0) { return nullptr; }
+std::optional<BookRecord> FindPosition(int side) {
+    assert(side == WHITE || side == BLACK);
+    OpeningBook* book = &opening_book;
+    if (book->bkrecnum == 0) { return std::nullopt; }
     const u16 key1 = BookKey1(side);
-    if (key1 >> BUCKET_SHIFT != block_bucket) { LoadBlock(key1 >> BUCKET_SHIFT); }
-    const u64 wanted = u64{key1} << 32 | hash2;
+    if (BucketOf(key1) != book->block_bucket) { LoadBlock(BucketOf(key1)); }
+    const u64 wanted = BookOrder(key1, book->hash2);
     int lo = 0;
-    int hi = block_count - 1;
+    int hi = book->block_count - 1;
     while (lo <= hi) {
         const int mid = (lo + hi) / 2;
-        const u64 here = BookOrder(bkbuffr[mid]);
-        if (here == wanted) {
-            found = bkbuffr[mid];
-            return &found;
-        }
+        const u64 here = BookOrder(book->bkbuffr[mid]);
+        if (here == wanted) { return book->bkbuffr[mid]; }
         if (here > wanted) {
             lo = mid + 1;
         } else {
             hi = mid - 1;
         }
     }
-    return nullptr;
+    return std::nullopt;
 }
 
 void GetCandidates(Position* pos, int verbose) {
@@ -179,12 +199,12 @@ void GetCandidates(Position* pos, int verbose) {
 }
 
 Move ChooseBookMove(Position* pos, int verbose) {
-    if (bkrecnum == 0 || WhyUnplayable(pos) != nullptr) { return NO_MOVE; }
+    if (opening_book.bkrecnum == 0 || WhyUnplayable(pos) != nullptr) { return NO_MOVE; }
     const int side = pos->side;
     GenerateAll(pos);
     UpdatePosHash(pos);
     // A game that has left the book does not come back by a transposition of its own.
-    if (pos->hist_count > 0 && FindPosition(side) == nullptr) { return NO_MOVE; }
+    if (pos->hist_count > 0 && !FindPosition(side)) { return NO_MOVE; }
 
     char text[MOVE_TEXT_SIZE];
     Move chosen = NO_MOVE;
@@ -194,11 +214,8 @@ Move ChooseBookMove(Position* pos, int verbose) {
         e->score = 0;
         const Move m = e->move;
         if (!MoveIsLegal(pos, side, m)) { continue; }
-        MakeMove(pos, m);
-        UpdatePosHash(pos);
-        const BookRecord* r = FindPosition(pos->side);
-        UnmakeMove(pos);
-        if (r == nullptr) { continue; }
+        const std::optional<BookRecord> r = FindAfterMove(pos, m);
+        if (!r) { continue; }
         double share;
         const double value = RecordValue(*r, side, &share);
         if (value > best) {

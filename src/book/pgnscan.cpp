@@ -1,14 +1,19 @@
 // The scanner that turns the games of engines, with the scores in their comments, into annotated
 // games or labelled positions. Front-end thread only.
 #include <algorithm>
+#include <cassert>
 #include <cerrno>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "board/bitboards.h"
 #include "board/moves.h"
+#include "board/zobrist.h"
 #include "book/book.h"
 #include "book/gamemove.h"
 #include "eval/evaluate.h"
@@ -17,6 +22,7 @@
 #include "frontend/pblock.h"
 #include "platform/interrupt.h"
 #include "platform/textlines.h"
+#include "search/keepoptions.h"
 
 int ResultOfText(const char* text) {
     if (std::strstr(text, "1-0") != nullptr) { return WHITE; }
@@ -27,12 +33,22 @@ int ResultOfText(const char* text) {
 
 namespace {
 
-constexpr int GAME_MOVES = 800;  // moves of a game that are kept
-constexpr int TOKEN_LENGTH = 7;  // characters of a move text that are kept
-constexpr std::size_t COMMENT_LENGTH = 1 << 16;
-constexpr int NO_COMMENT_SCORE = -30000;   // no comment behind the move
-constexpr int BAD_COMMENT_SCORE = -29999;  // a comment without a score
+// Modes of the scan: what is written.
+constexpr int ANNOTATED_GAMES = 1;
+constexpr int TUNING_POSITIONS = 2;
+constexpr int TEST_POSITIONS = 3;
+constexpr int ROOK_ENDINGS = 4;
+
+constexpr std::size_t KEPT_MOVES = 800;        // of a game
+constexpr std::size_t KEPT_LETTERS = 7;        // of a move text
+constexpr std::size_t KEPT_COMMENT = 1 << 16;  // characters
 constexpr int GAMES_PER_MESSAGE = 100;
+
+// Scores of a move, centipawns.
+constexpr double CENTIPAWNS = 100.0;       // of the unit that comments and annotated games use
+constexpr i16 NO_COMMENT_SCORE = -30000;   // no comment after the move
+constexpr i16 BAD_COMMENT_SCORE = -29999;  // a comment without a score
+constexpr int LOWEST_SHOWN_SCORE = -9999;
 
 // Tuning positions.
 constexpr int FIRST_TUNING_PLY = 20;
@@ -44,9 +60,12 @@ constexpr double MAX_SURPRISE =
 constexpr double RESULT_SHARE = 0.75;  // of the label; the rest is the expectation of the score
 // Test positions.
 constexpr int LAST_TEST_PLY = 200;
-constexpr int DECIDED_SCORE = 500;
-// Suspected mistakes, centipawns.
-constexpr int MISTAKE_MARGIN_PLIES = 5;  // not that close to either end of the game
+constexpr int MAX_TEST_SCORE = 500;  // beyond it the rest of the game is left out
+// Rook endings.
+constexpr int ROOK_UNITS = 5;  // non-pawn material of either side
+constexpr int ROOK_ENDING_PAWNS = 1;
+// Suspected mistakes.
+constexpr std::size_t MISTAKE_MARGIN_PLIES = 5;  // not that close to either end of the game
 constexpr int MISTAKE_SCORE = 149;
 constexpr int MISTAKE_NEIGHBOUR_SCORE = 999;
 constexpr int MISTAKE_GAIN = 41;          // the opponent's score from before to after it
@@ -54,158 +73,172 @@ constexpr int MISTAKE_LASTING_GAIN = 51;  // the same a move further out
 
 struct ScannedMove {
     char text[MOVE_TEXT_SIZE];
-    i16 score;  // centipawns as the comment gave it
+    i16 score;  // centipawns as the comment gave it, NO_COMMENT_SCORE, BAD_COMMENT_SCORE
 };
 
+// State of one run of Scan_PGN_File.
 struct Scan {
-    std::FILE* out;
-    int mode;
-    int games = 0;
-    int positions = 0;
+    std::FILE* out = nullptr;
+    int mode = 0;
+    int games = 0;      // event tags read
+    int positions = 0;  // lines with a position written
     int result = DRAWN_OR_UNKNOWN;
-    int count = 0;      // moves in `moves`
-    bool full = false;  // the last move found no room: its comment belongs to none
-    int depth = 0;      // of braces
-    std::string comment;
-    ScannedMove moves[GAME_MOVES];
+    std::vector<ScannedMove> moves;  // of the game being read, at most KEPT_MOVES
+    bool full = false;               // the last move found no room: its comment belongs to none
+    int depth = 0;                   // of braces
+    std::string comment;             // since the last move
 };
 
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 bool Within(int value, int limit) { return value >= -limit && value <= limit; }
 
-i16 ClampScore(double value) { return static_cast<i16>(std::clamp(value, -32768.0, 32767.0)); }
+i16 ClampScore(double value) {
+    using Range = std::numeric_limits<i16>;
+    return static_cast<i16>(std::clamp<double>(value, Range::min(), Range::max()));
+}
 
-// Score of a comment behind a move of `side`.
+// Score of a comment after a move of `side`.
 i16 CommentScore(const std::string& comment, int side) {
+    constexpr std::string_view score_word = "eval ";
     if (comment.find("book") != std::string::npos) { return 0; }
-    const std::size_t eval = comment.find("eval ");
-    if (eval != std::string::npos) {
-        const std::string number = comment.substr(eval + 5, comment.find(',', eval + 5) - eval - 5);
+    const std::size_t found = comment.find(score_word);
+    if (found != std::string::npos) {
+        const std::size_t start = found + score_word.size();
+        const std::string number = comment.substr(start, comment.find(',', start) - start);
         if (number.empty()) { return BAD_COMMENT_SCORE; }
-        const long value = std::strtol(number.c_str(), nullptr, 10);
-        return ClampScore(static_cast<double>(side == WHITE ? value : -std::max(value, -32768L)));
+        const double value = static_cast<double>(std::strtol(number.c_str(), nullptr, 10));
+        return ClampScore(side == WHITE ? value : -value);
     }
     if (comment.find('/') == std::string::npos) { return BAD_COMMENT_SCORE; }
     const char* number = comment.c_str();
     const bool signed_number = number[0] == '+' || number[0] == '-';
     if (!IsDigit(number[signed_number ? 1 : 0])) { return BAD_COMMENT_SCORE; }
-    return ClampScore(std::strtod(number, nullptr) * 100.0);
+    return ClampScore(std::strtod(number, nullptr) * CENTIPAWNS);
 }
 
-bool IsSuspectedMistake(const ScannedMove* moves, int count, int i, int side, int result) {
-    if (i <= MISTAKE_MARGIN_PLIES || i >= count - MISTAKE_MARGIN_PLIES || side == result) {
+// --- what is written before move i of the game, which stands at the game position ---
+
+bool IsSuspectedMistake(const Scan& scan, std::size_t i) {
+    if (i <= MISTAKE_MARGIN_PLIES || i + MISTAKE_MARGIN_PLIES >= scan.moves.size() ||
+        game_position->side == scan.result) {
         return false;
     }
-    const auto score = [&](int at) { return int{moves[at].score}; };
-    for (const int near : {i - 3, i - 1, i + 1, i + 3}) {
+    const auto score = [&](std::size_t at) { return int{scan.moves[at].score}; };
+    for (const std::size_t near : {i - 3, i - 1, i + 1, i + 3}) {
         if (!Within(score(near), MISTAKE_NEIGHBOUR_SCORE)) { return false; }
     }
     return Within(score(i), MISTAKE_SCORE) && score(i + 1) - score(i - 1) >= MISTAKE_GAIN &&
            score(i + 3) - score(i - 3) >= MISTAKE_LASTING_GAIN;
 }
 
-void WriteAnnotatedMove(std::FILE* out, const ScannedMove* moves, int count, int i, int result) {
-    const int side = game_position->side;
-    char prefix[16] = "     ";
-    if (i % 2 == 0) { std::snprintf(prefix, sizeof prefix, "%3d. ", i / 2 + 1); }
-    char score[16 + EPD_FIELDS_SIZE] = "";
-    if (moves[i].score >= -9999) {
-        const int shown = i % 2 == 0 ? moves[i].score : -moves[i].score;
-        std::snprintf(score, sizeof score, "%6.2f", shown / 100.0);
+void WriteAnnotatedMove(const Scan& scan, std::size_t i) {
+    const ScannedMove& move = scan.moves[i];
+    const bool white_moves = i % 2 == 0;
+    if (white_moves) {
+        std::fprintf(scan.out, "%3d. ", static_cast<int>(i / 2 + 1));
+    } else {
+        std::fputs("     ", scan.out);
     }
-    if (IsSuspectedMistake(moves, count, i, side, result)) {
-        std::strcat(score, " ? ");
-        MakeEPD(game_position, score + std::strlen(score));
+    std::fprintf(scan.out, " %-6s  {", move.text);
+    if (move.score >= LOWEST_SHOWN_SCORE) {
+        std::fprintf(scan.out, "%6.2f", (white_moves ? move.score : -move.score) / CENTIPAWNS);
     }
-    std::fprintf(out, "%s %-6s  {%s}\n", prefix, moves[i].text, score);
+    if (IsSuspectedMistake(scan, i)) {
+        char fields[EPD_FIELDS_SIZE];
+        MakeEPD(game_position, fields);
+        std::fprintf(scan.out, " ? %s", fields);
+    }
+    std::fputs("}\n", scan.out);
 }
 
-// Writes "<position> bm <move>; ce <score>;" without the line feed.
-void WritePosition(std::FILE* out, const ScannedMove& move) {
-    char line[EPD_FIELDS_SIZE + 64];
-    MakeEPD(game_position, line);
-    const std::size_t at = std::strlen(line);
-    const int n =
-        std::snprintf(line + at, sizeof line - at, " bm %s; ce %d;", move.text, move.score);
-    std::fwrite(line, 1, at + static_cast<std::size_t>(n), out);
+// Writes "<position> bm <move>; ce <score>;" without the line feed, and counts it.
+void WritePosition(Scan* scan, const ScannedMove& move) {
+    char fields[EPD_FIELDS_SIZE];
+    MakeEPD(game_position, fields);
+    std::fprintf(scan->out, "%s bm %s; ce %d;", fields, move.text, move.score);
+    ++scan->positions;
 }
 
-// Writes the tuning position before a move when it is a useful one. Returns the lines written.
-int WriteTuningPosition(std::FILE* out, const ScannedMove& move, int i, double target) {
+// Expected result for the side to move, of the game as it ended.
+double GameResult(const Scan& scan) {
+    constexpr double draw = 0.5, win = 1.0, loss = 0.0;
+    if (scan.result == DRAWN_OR_UNKNOWN) { return draw; }
+    return scan.result == game_position->side ? win : loss;
+}
+
+void WriteTuningPosition(Scan* scan, std::size_t i) {
+    const ScannedMove& move = scan->moves[i];
     if (i < FIRST_TUNING_PLY || i > LAST_TUNING_PLY || game_position->fifty > MAX_TUNING_FIFTY ||
         !Within(move.score, MAX_TUNING_SCORE) || InCheck(game_position, game_position->side)) {
-        return 0;
+        return;
     }
+    const double target = GameResult(*scan);
     const double p = WinProbability(move.score);
-    if (std::fabs(target - p) >= MAX_SURPRISE) { return 0; }
-    WritePosition(out, move);
-    std::fprintf(out, " tune %0.3f;\n", RESULT_SHARE * target + (1.0 - RESULT_SHARE) * p);
-    return 1;
+    if (std::fabs(target - p) >= MAX_SURPRISE) { return; }
+    WritePosition(scan, move);
+    std::fprintf(scan->out, " tune %0.3f;\n", RESULT_SHARE * target + (1.0 - RESULT_SHARE) * p);
 }
 
-int WriteTestPosition(std::FILE* out, const ScannedMove& move, int i) {
-    if (i > LAST_TEST_PLY || InCheck(game_position, game_position->side)) { return 0; }
-    WritePosition(out, move);
-    std::putc('\n', out);
-    return 1;
+void WriteTestPosition(Scan* scan, std::size_t i) {
+    if (i > LAST_TEST_PLY || InCheck(game_position, game_position->side)) { return; }
+    WritePosition(scan, scan->moves[i]);
+    std::putc('\n', scan->out);
 }
 
-int WriteRookEnding(std::FILE* out, const ScannedMove& move, double target) {
-    constexpr int rook_units = 5;
-    if (game_position->npm[WHITE] != rook_units || game_position->npm[BLACK] != rook_units ||
-        (game_position->sig[WHITE] & 15) + (game_position->sig[BLACK] & 15) != 1) {
-        return 0;
+void WriteRookEnding(Scan* scan, std::size_t i) {
+    const Position* pos = game_position;
+    if (pos->npm[WHITE] != ROOK_UNITS || pos->npm[BLACK] != ROOK_UNITS ||
+        PawnCount(pos->sig[WHITE]) + PawnCount(pos->sig[BLACK]) != ROOK_ENDING_PAWNS) {
+        return;
     }
-    WritePosition(out, move);
-    std::fprintf(out, " tune %0.5f;\n", target);
-    return 1;
+    WritePosition(scan, scan->moves[i]);
+    std::fprintf(scan->out, " tune %0.5f;\n", GameResult(*scan));
 }
 
-// Replays one game from the start position and writes what the mode makes of it; *positions gets
-// the number of lines with a position.
-void ProcessGame(std::FILE* out, ScannedMove* moves, int count, int mode, int result,
-                 int* positions) {
+void WriteMove(Scan* scan, std::size_t i) {
+    switch (scan->mode) {
+        case ANNOTATED_GAMES:
+            WriteAnnotatedMove(*scan, i);
+            break;
+        case TUNING_POSITIONS:
+            WriteTuningPosition(scan, i);
+            break;
+        case TEST_POSITIONS:
+            WriteTestPosition(scan, i);
+            break;
+        default:
+            WriteRookEnding(scan, i);
+            break;
+    }
+}
+
+// Replays the game that has been read, from the start position up to a move that cannot be read,
+// and writes what the mode makes of it.
+void ProcessGame(Scan* scan) {
     SetPosition(game_position, fen_opn);
-    PBlock.limits.max_depth = mode == 2 ? 1 : 0;
-    PBlock.options.noise = NOISE_NEVER;
-    PBlock.options.hash_mode = 0;
-    *positions = 0;
-    for (int i = 0; i < count; ++i) {
-        const MoveReading reading = ReadGameMove(moves[i].text);
+    for (std::size_t i = 0; i < scan->moves.size(); ++i) {
+        ScannedMove* move = &scan->moves[i];
+        const MoveReading reading = ReadGameMove(move->text);
         if (reading.move == NO_MOVE) { break; }
-        std::memcpy(moves[i].text, reading.text, sizeof reading.text);
-        const int side = game_position->side;
-        const double target = result == DRAWN_OR_UNKNOWN ? 0.5 : result == side ? 1.0 : 0.0;
-        if (mode == 1) {
-            WriteAnnotatedMove(out, moves, count, i, result);
-        } else if (mode == 2) {
-            *positions += WriteTuningPosition(out, moves[i], i, target);
-        } else if (mode == 3) {
-            *positions += WriteTestPosition(out, moves[i], i);
-        } else {
-            *positions += WriteRookEnding(out, moves[i], target);
-        }
+        std::memcpy(move->text, reading.text, sizeof reading.text);
+        WriteMove(scan, i);
         PlayGameMove(game_position, reading.move);
-        if (mode == 3 && !Within(moves[i].score, DECIDED_SCORE)) { break; }
+        if (scan->mode == TEST_POSITIONS && !Within(move->score, MAX_TEST_SCORE)) { break; }
     }
-    if (mode == 1) { std::putc('\n', out); }
+    if (scan->mode == ANNOTATED_GAMES) { std::putc('\n', scan->out); }
 }
 
-void ProcessBufferedGame(Scan* scan) {
-    int positions;
-    ProcessGame(scan->out, scan->moves, scan->count, scan->mode, scan->result, &positions);
-    scan->positions += positions;
-}
+// --- reading ---
 
 void ScanTagLine(Scan* scan, const TextLine& line) {
-    if (scan->count > 0) {
-        ProcessBufferedGame(scan);
+    if (!scan->moves.empty()) {
+        ProcessGame(scan);
         scan->comment.clear();
         scan->depth = 0;
     }
-    scan->count = 0;
+    scan->moves.clear();
     scan->full = false;
-    if (scan->mode == 1) {
+    if (scan->mode == ANNOTATED_GAMES) {
         std::fwrite(line.text, 1, line.length, scan->out);
         if (line.has_line_feed) { std::putc('\n', scan->out); }
         if (std::strstr(line.text, "Round ") != nullptr) {
@@ -222,24 +255,26 @@ void ScanTagLine(Scan* scan, const TextLine& line) {
 }
 
 void EndComment(Scan* scan) {
-    if (scan->depth == 0 || --scan->depth > 0 || scan->count == 0 || scan->full) { return; }
-    ScannedMove& last = scan->moves[scan->count - 1];
-    last.score = CommentScore(scan->comment, (scan->count - 1) % 2);
+    if (scan->depth == 0 || --scan->depth > 0 || scan->moves.empty() || scan->full) { return; }
+    const int side = scan->moves.size() % 2 == 1 ? WHITE : BLACK;
+    scan->moves.back().score = CommentScore(scan->comment, side);
 }
 
 // Takes the move token at the front of the text; returns its length in the text.
 std::size_t TakeToken(Scan* scan, const char* text) {
     const std::size_t length = std::strcspn(text, " \t\r{");
     scan->comment.clear();
-    scan->full = scan->count == GAME_MOVES;
+    scan->full = scan->moves.size() == KEPT_MOVES;
     if (!scan->full) {
-        ScannedMove& move = scan->moves[scan->count++];
-        const std::size_t kept = std::min<std::size_t>(length, TOKEN_LENGTH);
-        std::memcpy(move.text, text, kept);
-        move.text[kept] = '\0';
-        move.score = NO_COMMENT_SCORE;
+        ScannedMove move = {"", NO_COMMENT_SCORE};
+        std::memcpy(move.text, text, std::min(length, KEPT_LETTERS));
+        scan->moves.push_back(move);
     }
     return length;
+}
+
+void AddToComment(Scan* scan, std::string_view text) {
+    if (scan->comment.size() < KEPT_COMMENT) { scan->comment += text; }
 }
 
 void ScanMoveText(Scan* scan, const TextLine& line) {
@@ -254,49 +289,56 @@ void ScanMoveText(Scan* scan, const TextLine& line) {
         } else if (scan->depth > 0) {
             const char* from = s;
             while (s < end && *s != '{' && *s != '}') { ++s; }
-            if (scan->comment.size() < COMMENT_LENGTH) {
-                scan->comment.append(from, static_cast<std::size_t>(s - from));
-            }
+            AddToComment(scan, {from, static_cast<std::size_t>(s - from)});
         } else if (IsLetter(*s)) {
             s += TakeToken(scan, s);
         } else {
             ++s;
         }
     }
-    if (scan->depth > 0 && scan->comment.size() < COMMENT_LENGTH) { scan->comment += ' '; }
+    if (scan->depth > 0) { AddToComment(scan, " "); }
+}
+
+void ScanLines(Scan* scan, LineReader* reader) {
+    TextLine line;
+    while (!PBlock.control.quit && ReadLine(reader, &line)) {
+        if (line.starts_line && line.text[0] == '[' && line.text[1] != '%') {
+            ScanTagLine(scan, line);
+        } else {
+            ScanMoveText(scan, line);
+        }
+    }
+    if (!scan->moves.empty()) { ProcessGame(scan); }
+    std::putc('\n', scan->out);
 }
 
 }  // namespace
 
 void Scan_PGN_File(const char* path, int mode) {
+    assert(mode >= ANNOTATED_GAMES && mode <= ROOK_ENDINGS);
     LineReader reader;
     if (!OpenLines(&reader, path)) { return; }
-    const char* out_name = mode == 1 ? "tmp.pgn" : "tmp.epd";
-    std::FILE* out = std::fopen(out_name, "w");
-    if (out == nullptr) {
+    const char* out_name = mode == ANNOTATED_GAMES ? "tmp.pgn" : "tmp.epd";
+    Scan scan;
+    scan.mode = mode;
+    scan.out = std::fopen(out_name, "w");
+    if (scan.out == nullptr) {
         CloseLines(&reader);
         return;
     }
-    InitEval();
+    // Nothing is logged; what may look at a position shows nothing and takes nothing from the
+    // table.
+    const KeepOptions kept;
     PBlock.options.log = 0;
-    static Scan scan;
-    scan = Scan{};
-    scan.out = out;
-    scan.mode = mode;
-    TextLine line;
-    while (!PBlock.control.quit && ReadLine(&reader, &line)) {
-        if (line.starts_line && line.text[0] == '[' && line.text[1] != '%') {
-            ScanTagLine(&scan, line);
-        } else {
-            ScanMoveText(&scan, line);
-        }
-    }
-    if (scan.count > 0) { ProcessBufferedGame(&scan); }
-    std::putc('\n', out);
+    PBlock.options.noise = NOISE_NEVER;
+    PBlock.options.hash_mode = 0;
+    PBlock.limits.max_depth = mode == TUNING_POSITIONS ? 1 : 0;
+    InitEval();
+    ScanLines(&scan, &reader);
     CloseLines(&reader);
     errno = 0;
-    const bool bad = std::ferror(out) != 0;
-    if (std::fclose(out) != 0 || bad) {
+    const bool bad = std::ferror(scan.out) != 0;
+    if (std::fclose(scan.out) != 0 || bad) {
         ShowMessageF("cannot write %s: %s", out_name, std::strerror(errno != 0 ? errno : EIO));
     }
     if (InterruptSeen()) { ShowError("interrupted: the rest of %s is not scanned\n", path); }

@@ -182,7 +182,7 @@ void Tune_3() {
         PrintDirect("can't open %s\n", PBlock.tool.match_file);
         return;
     }
-    if (bkrecnum == 0) {
+    if (opening_book.bkrecnum == 0) {
         ShowError("no opening book: the games will hardly differ from each other\n");
     }
     match.plies.reserve(GAME_RECORD_PLIES);

@@ -46,7 +46,7 @@ std::string Repeat(const std::string& text, int times) {
 const BookRecord* RecordAfter(const std::vector<BookRecord>& book, const std::string& moves) {
     PlayFromStart(moves);
     for (const BookRecord& r : book) {
-        if (r.key1 == BookKey1(game_position->side) && r.key2 == hash2) { return &r; }
+        if (r.key1 == BookKey1(game_position->side) && r.key2 == opening_book.hash2) { return &r; }
     }
     return nullptr;
 }

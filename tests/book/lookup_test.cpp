@@ -29,7 +29,7 @@ protected:
 // move, and draws.
 BookRecord RecordAfter(const std::string& moves, const std::string& counters) {
     PlayFromStart(moves);
-    BookRecord r = {BookKey1(game_position->side), hash2, 0, 0, 0, 0};
+    BookRecord r = {BookKey1(game_position->side), opening_book.hash2, 0, 0, 0, 0};
     std::istringstream(counters) >> r.prev_wins >> r.stm_wins >> r.draws;
     return r;
 }
@@ -39,9 +39,9 @@ std::string ChosenMove() {
     return MoveText(PBlock.result.SnapshotMove());
 }
 
-const BookRecord* Find(const BookRecord& r) {
-    hash1 = r.key1;
-    hash2 = r.key2;
+std::optional<BookRecord> Find(const BookRecord& r) {
+    opening_book.hash1 = r.key1;
+    opening_book.hash2 = r.key2;
     return FindPosition(r.key1 & 0x8000 ? WHITE : BLACK);
 }
 
@@ -52,7 +52,7 @@ TEST_F(BookLookup, KeysAgreeWithTheTableAndDoNotDependOnCastlingRights) {
             pos->castle = castle;
             UpdatePosHash(pos);
             EXPECT_EQ(BookKey1(pos->side), std::stoul(row[8], nullptr, 16)) << row[0];
-            EXPECT_EQ(hash2, std::stoul(row[9], nullptr, 16)) << row[0];
+            EXPECT_EQ(opening_book.hash2, std::stoul(row[9], nullptr, 16)) << row[0];
         }
     }
 }
@@ -68,13 +68,13 @@ TEST_F(BookLookup, EveryRecordIsFoundWhateverWasLookedUpBefore) {
     std::vector<BookRecord> records;
     for (const auto& [order, r] : book) { records.push_back(r); }
     UseBook(records);
-    EXPECT_EQ(bkrecnum, 5000);
+    EXPECT_EQ(opening_book.bkrecnum, 5000);
     for (int i = 0; i < 20000; ++i) {
         BookRecord r = records[random() % records.size()];
         r.key2 = static_cast<u32>(random() % 5);
-        const BookRecord* found = Find(r);
-        ASSERT_EQ(found != nullptr, book.count(BookOrder(r)) == 1);
-        ASSERT_TRUE(found == nullptr || BookOrder(*found) == BookOrder(r));
+        const std::optional<BookRecord> found = Find(r);
+        ASSERT_EQ(found.has_value(), book.count(BookOrder(r)) == 1);
+        ASSERT_TRUE(!found || BookOrder(*found) == BookOrder(r));
     }
 }
 
@@ -82,12 +82,12 @@ TEST_F(BookLookup, ABucketIsReadUpToTheSizeOfTheBlock) {
     std::vector<BookRecord> records;
     for (u32 i = 0; i < 3000; ++i) { records.push_back({0x8040, i, 0, 2, 0, 0}); }
     UseBook(records);
-    EXPECT_NE(Find(records[2999]), nullptr);
-    EXPECT_NE(Find(records[3000 - BOOK_BLOCK_RECORDS]), nullptr);
-    EXPECT_EQ(Find(records[3000 - BOOK_BLOCK_RECORDS - 1]), nullptr);
+    EXPECT_TRUE(Find(records[2999]));
+    EXPECT_TRUE(Find(records[3000 - BOOK_BLOCK_RECORDS]));
+    EXPECT_FALSE(Find(records[3000 - BOOK_BLOCK_RECORDS - 1]));
     WriteFile(PBlock.options.book_file, "");
-    EXPECT_NE(Find(records[2999]), nullptr) << "the loaded block answers without the file";
-    EXPECT_EQ(Find({0x8080, 0, 0, 0, 0, 0}), nullptr);
+    EXPECT_TRUE(Find(records[2999])) << "the loaded block answers without the file";
+    EXPECT_FALSE(Find({0x8080, 0, 0, 0, 0, 0}));
 }
 
 TEST_F(BookLookup, TheBestRecordIsChosen) {
