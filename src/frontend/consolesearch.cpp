@@ -280,7 +280,7 @@ void LineCommand(const Command&) {
     const RecordKeeper keep;
     Move line[PV_SIZE + 2] = {};
     CopySearchLine(line);
-    RetrievePV(ThreadData[0], 1, line);
+    RetrievePV(ThreadData[0], line);
     std::string text;
     int made = 0;
     for (int ply = 1; ply <= LINE_PLIES; ++ply) {

@@ -17,6 +17,7 @@
 #include "frontend/input.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
+#include "search/draws.h"
 #include "search/perft.h"
 #include "search/search.h"
 #include "search/threads.h"
@@ -30,7 +31,6 @@ constexpr std::size_t GAME_RECORD_PLIES = 700;  // a longer game is a draw; fits
 constexpr int BOOK_PLIES = 12;                  // the book is asked while fewer moves are made
 constexpr unsigned INPUT_INTERVAL = 16;         // plies between two looks at the input
 constexpr int DECIDED_SCORE = 900;              // centipawns; beyond it the game is over
-constexpr int REPEATABLE = 3;                   // fewer reversible plies repeat nothing
 constexpr int GAMES_BEFORE_MARK = 200;          // before them no result is called significant
 constexpr double SECONDS_PER_MOVE = 1.0;
 constexpr i16 MATCH_BOOK_WEIGHT = 100;
@@ -59,11 +59,11 @@ struct Match {
 // there is no mate.
 bool DrawnWithoutSearch() {
     Position* pos = game_position;
-    if (pos->fifty <= REPEATABLE) { return false; }
-    if (pos->fifty > FIFTY_MOVE_PLIES && IsMate(ThreadData[0], InCheck(pos, pos->side)) != 1) {
+    if (pos->fifty > FIFTY_MOVE_PLIES &&
+        IsMate(ThreadData[0], InCheck(pos, pos->side)) != CHECKMATE) {
         return true;
     }
-    return CountRepetitions(pos, 2) >= 2;
+    return IsRepetitionDraw(pos);
 }
 
 // Leaves the mover's move in PBlock.result (0 = none) and its score.
