@@ -23,7 +23,7 @@ int Perft(ThreadBlock* tb, int depth) {
         tb->nodes += 1;
         return 1;
     }
-    if (!MoveListFits(tb) || InterruptSeen()) { return 0; }
+    if (!MoveListFits(tb) || EndWanted()) { return 0; }
     const int side = pos->side;
     const int in_check = InCheck(pos, side);
     PlyData* pd = CurrentPly(tb);
