@@ -8,7 +8,6 @@
 #include "board/bitboards.h"
 #include "board/zobrist.h"
 #include "eval/evaluate.h"
-#include "eval/kpk.h"
 #include "eval/personality.h"
 #include "eval/threadblock.h"
 #include "frontend/pblock.h"

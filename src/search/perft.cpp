@@ -1,20 +1,17 @@
 // The mate test and the node counter.
 #include "search/perft.h"
 
-#include <cassert>
-
 #include "board/bitboards.h"
 #include "platform/interrupt.h"
 #include "search/picker.h"
 
 int IsMate(ThreadBlock* tb, int in_check) {
     const Position* pos = &tb->pos;
-    assert(in_check == InCheck(pos, pos->side));
-    CurrentPly(tb)->stage = STAGE_START;
+    CurrentPly(tb)->stage = 0;
     while (const MoveEntry* e = GetNextMoveFW(tb, in_check)) {
-        if (e->move != NO_MOVE && MoveIsLegalNonZero(pos, pos->side, e->move)) { return NO_MATE; }
+        if (e->move != NO_MOVE && MoveIsLegalNonZero(pos, pos->side, e->move)) { return 0; }
     }
-    return in_check ? CHECKMATE : STALEMATE;
+    return in_check ? 1 : 2;
 }
 
 int Perft(ThreadBlock* tb, int depth) {
@@ -23,12 +20,12 @@ int Perft(ThreadBlock* tb, int depth) {
         tb->nodes += 1;
         return 1;
     }
-    if (!MoveListFits(tb) || EndWanted()) { return 0; }
+    if (!MoveListFits(tb) || InterruptSeen()) { return 0; }
     const int side = pos->side;
     const int in_check = InCheck(pos, side);
     PlyData* pd = CurrentPly(tb);
     pd->hash_move = NO_MOVE;
-    pd->stage = STAGE_START;
+    pd->stage = 0;
     int complete = 1;
     while (const MoveEntry* e = GetNextMoveFW(tb, in_check)) {
         const Move m = e->move;
