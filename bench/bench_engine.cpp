@@ -13,6 +13,7 @@
 #include "board/zobrist.h"
 #include "book/book.h"
 #include "eval/evaluate.h"
+#include "eval/kpk.h"
 #include "eval/personality.h"
 #include "eval/threadblock.h"
 #include "frontend/pblock.h"

@@ -8,6 +8,7 @@
 #include "board/bitboards.h"
 #include "board/zobrist.h"
 #include "eval/evaluate.h"
+#include "eval/kpk.h"
 #include "eval/personality.h"
 #include "eval/threadblock.h"
 #include "frontend/pblock.h"

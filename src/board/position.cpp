@@ -12,7 +12,6 @@
 namespace {
 
 constexpr int FIRST_FEN_SQUARE = SquareOfText("a8");
-constexpr int SHORTEST_CYCLE = 4;   // plies until a position can come back
 constexpr int CLEARED_RECORDS = 2;  // of the history; the one before the first move tells no move
 
 constexpr struct {

@@ -60,6 +60,7 @@ inline constexpr int GAME_HISTORY_LIMIT = 720;
 inline constexpr int GAME_HISTORY_KEPT = 200;   // what stays of it then
 inline constexpr int MAX_PIECES_OF_A_KIND = 9;  // room of a piece list without its end mark
 inline constexpr int FIFTY_MOVE_PLIES = 100;    // reversible plies beyond which the game is drawn
+inline constexpr int SHORTEST_CYCLE = 4;        // plies from a position back to itself
 inline constexpr int FIFTY_COUNTER_MAX = 255;   // `fifty` stops counting there
 inline constexpr int EPD_FIELDS_SIZE = 82;      // longest text of MakeEPD with its NUL
 

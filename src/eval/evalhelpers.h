@@ -3,6 +3,7 @@
 #pragma once
 
 #include "board/bitboards.h"
+#include "board/moves.h"
 #include "eval/evaluate.h"
 #include "eval/personality.h"
 
@@ -10,21 +11,21 @@
 inline constexpr Bitboard BLOCK_B2_G7 = 0x007E7E7E7E7E7E00u;
 inline constexpr Bitboard BLOCK_C3_F6 = 0x00003C3C3C3C0000u;
 inline constexpr Bitboard BLOCK_D4_E5 = 0x0000001818000000u;
-inline constexpr Bitboard FILES_B_TO_G = BLOCK_B2_G7 >> 8 | BLOCK_B2_G7 | BLOCK_B2_G7 << 8;
+inline constexpr Bitboard FILES_B_TO_G = ~(FILE_A | FILE_H);
 inline constexpr Bitboard HOME_HALF[2] = {0x00000000FFFFFFFFu, 0xFFFFFFFF00000000u};
 
 // One rank toward the enemy's back rank; squares beyond the board drop out.
 template <int US>
 constexpr Bitboard Ahead(Bitboard b) {
-    return US == WHITE ? b << 8 : b >> 8;
+    return US == WHITE ? b << NORTH : b >> NORTH;
 }
 // All squares strictly ahead of those of `b` on their files.
 template <int US>
 constexpr Bitboard AllAhead(Bitboard b) {
     b = Ahead<US>(b);
-    b |= US == WHITE ? b << 8 : b >> 8;
-    b |= US == WHITE ? b << 16 : b >> 16;
-    b |= US == WHITE ? b << 32 : b >> 32;
+    b |= US == WHITE ? b << NORTH : b >> NORTH;
+    b |= US == WHITE ? b << 2 * NORTH : b >> 2 * NORTH;
+    b |= US == WHITE ? b << 4 * NORTH : b >> 4 * NORTH;
     return b;
 }
 // The neighbours on the same rank.

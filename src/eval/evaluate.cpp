@@ -12,6 +12,7 @@
 #include <cstdlib>
 
 #include "board/zobrist.h"
+#include "eval/endgame.h"
 #include "eval/evalhelpers.h"
 #include "eval/personality.h"
 #include "eval/threadblock.h"
@@ -328,8 +329,7 @@ int EvaluateAllTerms(ThreadBlock* tb, EvalInfo* info, Report report) {
     int score = BlendedScore(info);
     if (side == BLACK) { score = -score; }
     score += eval_tables.tempo_bonus[info->stage];
-    const double factor =
-        std::abs(score) < DRAWISH_FROM ? 1.0 : DrawishnessFactor(info, side, score);
+    const double factor = std::abs(score) < DRAWISH_FROM ? 1.0 : DrawishnessFactor(info, score);
     report.Totals(info, factor);
     return static_cast<int>(score * factor);
 }
@@ -354,7 +354,7 @@ int EvaluatePosition(ThreadBlock* tb, int ply, bool in_check, Report report) {
     info->occupied = Occupied(pos);
     if (PawnCount(pos->sig[WHITE]) + PawnCount(pos->sig[BLACK]) <= 1) {
         int score;
-        if (EvalSpecialEnding(info, side, &score, report)) { return score; }
+        if (EvalSpecialEnding(info, &score, report)) { return score; }
     }
 
     if (Report::IN_SEARCH) { tb->eval_probes += 1; }

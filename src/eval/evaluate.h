@@ -121,17 +121,5 @@ int Evaluate(ThreadBlock* tb, int ply, bool in_check);
 // to move is in check.
 int EvaluateWithReport(ThreadBlock* tb, EvalReport* report);
 
-// Endgame knowledge (endgame.cpp).
-extern u8 kpk_db[2][32][64][64];
-void InitKPK();                              // fills the bitbase; needs the square tables
-int EvalKPK(const Position* pos, int side);  // +-800 or 0; requires exactly one pawn and no pieces
-int EvalMopup(const EvalInfo* info, int side);
-// True, with *score for `side` set, when a special ending answers the position; pd->trivial_draw is
-// set for dead material. Instantiated for both report types of evalhelpers.h.
-template <typename Report>
-bool EvalSpecialEnding(EvalInfo* info, int side, int* score, Report report);
-// Drawishness factor of a blended score (for `side`, tempo included), 0..1.
-double DrawishnessFactor(const EvalInfo* info, int side, int score);
-
 // Expected result, 0..1, of a score in centipawns for the side to move.
 double WinProbability(int score);

@@ -17,7 +17,6 @@
 #include "frontend/consolecommands.h"
 #include "frontend/output.h"
 #include "frontend/report.h"
-#include "frontend/units.h"
 #include "platform/clock.h"
 #include "platform/interrupt.h"
 #include "search/perft.h"
@@ -160,7 +159,7 @@ void TraceCommand(const Command& c) {
 
 namespace {
 
-constexpr u8 BEYOND_EVERY_DEPTH = 99;  // plies
+constexpr u8 NEVER = 99;  // plies; no search goes as deep
 
 struct SelectivitySwitch {
     const char* name;
@@ -168,10 +167,10 @@ struct SelectivitySwitch {
     u8 off;  // its value while all selective pruning is off
 };
 constexpr SelectivitySwitch selectivity_switches[] = {
-    {"NMP_depth", &PersonalityRecord::NMP_depth, BEYOND_EVERY_DEPTH},
+    {"NMP_depth", &PersonalityRecord::NMP_depth, NEVER},
     {"CNP_depth", &PersonalityRecord::CNP_depth, 0},
     {"LMP_depth", &PersonalityRecord::LMP_depth, 0},
-    {"LMR_depth", &PersonalityRecord::LMR_depth, BEYOND_EVERY_DEPTH},
+    {"LMR_depth", &PersonalityRecord::LMR_depth, NEVER},
 };
 
 }  // namespace
@@ -281,7 +280,7 @@ void LineCommand(const Command&) {
     const RecordKeeper keep;
     Move line[PV_SIZE + 2] = {};
     CopySearchLine(line);
-    RetrievePV(ThreadData[0], 1, line);
+    RetrievePV(ThreadData[0], line);
     std::string text;
     int made = 0;
     for (int ply = 1; ply <= LINE_PLIES; ++ply) {
@@ -317,7 +316,7 @@ void PerftCommand(const Command& c) {
         ShowMessage("too many moves for the move buffer: the count is incomplete");
     }
     ShowMessageF("visited %0.0f nodes in %0.3f seconds, nps= %0.0f", nodes, seconds,
-                 NodesPerSecond(nodes, seconds));
+                 nodes / (seconds + 0.001));
 }
 
 void SwapCommand(const Command&) {

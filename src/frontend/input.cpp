@@ -16,6 +16,7 @@
 #include "frontend/uci.h"
 #include "platform/input.h"
 #include "platform/interrupt.h"
+#include "platform/outstream.h"
 #include "platform/sleep.h"
 #include "platform/words.h"
 #include "search/threads.h"
@@ -97,7 +98,8 @@ void HandleLine(const std::string& line) {
 }  // namespace
 
 void UserInput() {
-    if (InterruptSeen() || TraceFailed()) {
+    LookAtOutput();
+    if (EndWanted() || TraceFailed()) {
         PBlock.control.stop = STOP_ABANDON;
         PBlock.control.quit = 1;
         return;
@@ -118,7 +120,7 @@ bool InputPending() { return NextLineEnd() != std::string::npos; }
 
 bool ReadInputLine(char* buffer, int size) {
     while (!InputPending()) {
-        if (reader.ended || reader.fed || InterruptSeen()) { return false; }
+        if (reader.ended || reader.fed || EndWanted()) { return false; }
         SleepExOrInput(INPUT_WAIT_MS, &front_end_alert, false);
         ReadWhatArrived();
     }

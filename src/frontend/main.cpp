@@ -1,5 +1,5 @@
 // The program: starts up, runs the one mode that the command line chose, cleans up. The exit status
-// is 0, or 1 when the start-up failed.
+// is 0, or 1 when the start-up failed or the output could not be written.
 #include <cstdio>
 
 #include "book/book.h"
@@ -13,6 +13,7 @@
 #include "frontend/startup.h"
 #include "platform/input.h"
 #include "platform/interrupt.h"
+#include "platform/outstream.h"
 #include "search/threads.h"
 #include "tune/tune.h"
 
@@ -72,5 +73,5 @@ int main(int argc, char** argv) {
         RunChosenMode(options);
         CleanUp();
     }
-    return 0;
+    return OutputIsBroken() ? 1 : 0;
 }

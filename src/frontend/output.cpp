@@ -4,43 +4,54 @@
 #include "frontend/output.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
 #include <mutex>
 #include <string>
 
 #include "frontend/pblock.h"
+#include "platform/infile.h"
 #include "platform/input.h"
+#include "platform/outstream.h"
 
 namespace {
 
-FILE* fdlog = nullptr;         // changed by the front end while no search runs
 std::mutex write_mutex;        // held for one line on standard output, the log and the status line
+FILE* fdlog = nullptr;         // under write_mutex
+PathLock log_lock;             // of the open log; another engine leaves it alone
 bool status_is_shown = false;  // under write_mutex
 
 void EraseStatus() {
     if (!status_is_shown) { return; }
-    std::fputs("\r\033[K", stderr);
-    std::fflush(stderr);
+    WriteStream(OutStream::Error, "\r\033[K");
     status_is_shown = false;
 }
 
-void WriteWhole(FILE* stream, const std::string& text) {
-    std::fwrite(text.data(), 1, text.size(), stream);
-    std::fflush(stream);
+// Adds a line to the log when it is on. A log that cannot be written any more ends; the engine goes
+// on.
+void WriteToLog(const std::string& line) {
+    if (!PBlock.options.log || fdlog == nullptr) { return; }
+    errno = 0;
+    const std::size_t written = std::fwrite(line.data(), 1, line.size(), fdlog);
+    if (written == line.size() && std::fflush(fdlog) == 0) { return; }
+    const std::string why = std::strerror(errno != 0 ? errno : EIO);
+    std::fclose(fdlog);
+    fdlog = nullptr;
+    WriteStream(OutStream::Error,
+                std::string("the log ends: cannot write ") + LOG_FILE_NAME + ": " + why + "\n");
 }
-
-bool LogIsOn() { return PBlock.options.log && fdlog != nullptr; }
 
 // `line` ends with its line feed.
 void WriteLine(const std::string& line, bool to_output) {
     const std::lock_guard<std::mutex> guard(write_mutex);
     if (to_output) {
         EraseStatus();
-        WriteWhole(stdout, line);
+        WriteStream(OutStream::Output, line);
     }
-    if (LogIsOn()) { WriteWhole(fdlog, line); }
+    WriteToLog(line);
 }
 
 std::string FormatList(const char* format, va_list arguments) __attribute__((format(printf, 1, 0)));
@@ -55,30 +66,49 @@ std::string FormatList(const char* format, va_list arguments) {
 }
 
 // Writes a text that the log never holds.
-void WriteUnlogged(std::FILE* out, const char* format, va_list arguments) {
+void WriteUnlogged(OutStream out, const char* format, va_list arguments) {
     const std::string text = FormatList(format, arguments);
     const std::lock_guard<std::mutex> guard(write_mutex);
     EraseStatus();
-    WriteWhole(out, text);
+    WriteStream(out, text);
+}
+
+// Takes the old log away and makes a new one. nullptr when that cannot be, or when the old one is
+// the log of an engine that still runs.
+FILE* NewLog() {
+    std::error_code error;
+    if (std::filesystem::exists(std::filesystem::symlink_status(LOG_FILE_NAME, error))) {
+        if (!log_lock.TryLock(LOG_FILE_NAME)) { return nullptr; }
+        if (std::filesystem::is_directory(LOG_FILE_NAME, error) ||
+            !std::filesystem::remove(LOG_FILE_NAME, error)) {
+            return nullptr;
+        }
+    }
+    FILE* file = std::fopen(LOG_FILE_NAME, "wx");
+    if (file != nullptr && !log_lock.TryLock(LOG_FILE_NAME)) {
+        std::fclose(file);
+        return nullptr;
+    }
+    return file;
 }
 
 }  // namespace
 
 void OpenLog() {
     CloseLog();
-    std::error_code error;
-    if (std::filesystem::exists(LOG_FILE_NAME, error) &&
-        (std::filesystem::is_directory(LOG_FILE_NAME, error) ||
-         !std::filesystem::remove(LOG_FILE_NAME, error))) {
+    FILE* file = NewLog();
+    if (file == nullptr && std::filesystem::exists(LOG_FILE_NAME)) {
         PrintDirect("log file in use\n\n");
-        return;
     }
-    fdlog = std::fopen(LOG_FILE_NAME, "w");
+    const std::lock_guard<std::mutex> guard(write_mutex);
+    fdlog = file;
 }
 
 void CloseLog() {
+    const std::lock_guard<std::mutex> guard(write_mutex);
     if (fdlog != nullptr) { std::fclose(fdlog); }
     fdlog = nullptr;
+    log_lock.Release();
 }
 
 void ShowMessage(const char* text) { WriteLine(std::string(text) + '\n', true); }
@@ -90,21 +120,19 @@ void ShowMessageF(const char* format, ...) {
     va_end(arguments);
 }
 
-void LogMessage(const char* text) {
-    if (LogIsOn()) { WriteLine(std::string(text) + '\n', false); }
-}
+void LogMessage(const char* text) { WriteLine(std::string(text) + '\n', false); }
 
 void PrintDirect(const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    WriteUnlogged(stdout, format, arguments);
+    WriteUnlogged(OutStream::Output, format, arguments);
     va_end(arguments);
 }
 
 void ShowError(const char* format, ...) {
     va_list arguments;
     va_start(arguments, format);
-    WriteUnlogged(stderr, format, arguments);
+    WriteUnlogged(OutStream::Error, format, arguments);
     va_end(arguments);
 }
 
@@ -119,7 +147,7 @@ void ShowStatus(const char* format, ...) {
     text += "\033[K";
     va_end(arguments);
     const std::lock_guard<std::mutex> guard(write_mutex);
-    WriteWhole(stderr, text);
+    WriteStream(OutStream::Error, text);
     status_is_shown = true;
 }
 

@@ -1,6 +1,7 @@
 // How the engine speaks to its user: message lines, the log file, the status line. A leaf header:
 // every folder may include it. Every line leaves as one write and is flushed. All writers but
-// OpenLog and CloseLog may be called from any thread.
+// OpenLog and CloseLog may be called from any thread. Output that cannot be written is noted (see
+// platform/outstream.h) and dropped from then on.
 #pragma once
 
 inline constexpr const char* LOG_FILE_NAME = "vesk.log";

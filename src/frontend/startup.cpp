@@ -9,6 +9,7 @@
 #include "board/trace.h"
 #include "book/book.h"
 #include "eval/evaluate.h"
+#include "eval/kpk.h"
 #include "eval/personality.h"
 #include "eval/threadblock.h"
 #include "frontend/output.h"

@@ -5,7 +5,8 @@
 #include <cstddef>
 
 // Makes sure that the three standard streams exist: a closed one is bound to nothing, so that no
-// file or pipe opened later takes its place. First call of the program.
+// file or pipe opened later takes its place. From then on writing where nobody reads, or where no
+// more may be written, is an error code and no signal. First call of the program.
 void SecureStandardStreams();
 
 // True when standard output / standard error is a terminal.

@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <climits>
+#include <csignal>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -13,6 +14,8 @@ void SecureStandardStreams() {
     int fd = open("/dev/null", O_RDWR);
     while (fd >= 0 && fd <= STDERR_FILENO) { fd = open("/dev/null", O_RDWR); }
     if (fd > STDERR_FILENO) { close(fd); }
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
 }
 
 bool OutputIsConsole() { return isatty(STDOUT_FILENO) != 0; }

@@ -10,3 +10,7 @@ void CatchInterrupt(Alert* alert);
 
 // True once a request has been noted. Any thread.
 bool InterruptSeen();
+
+// True when work in hand has no reader any more: an interrupt was seen, or nobody can read standard
+// output. For loops over lines or nodes: most calls cost next to nothing. Any thread.
+bool EndWanted();

@@ -19,8 +19,8 @@ void AlertDestroy(Alert* alert);
 // An alert that was never created is ignored.
 void AlertRaise(Alert* alert);
 
-// Sleeps for `milliseconds` or until the alert is raised; takes the raise away. With an alert that
-// was never created it simply sleeps.
+// Sleeps for `milliseconds`, until the alert is raised, or until nobody can read standard output;
+// takes the raise away. With an alert that was never created it simply sleeps.
 void SleepEx(int milliseconds, Alert* alert);
 
 // The same, but also ends when standard input has something to read or has ended (unless

@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include "platform/clock.h"
+#include "platform/outstream.h"
 
 namespace {
 
@@ -74,8 +75,11 @@ void SleepEx(int milliseconds, Alert* alert) { SleepExOrInput(milliseconds, aler
 
 void SleepExOrInput(int milliseconds, Alert* alert, bool ignore_input) {
     // poll() skips negative handles.
-    pollfd handles[2] = {{alert != nullptr ? alert->read_fd : -1, POLLIN, 0},
-                         {ignore_input ? -1 : STDIN_FILENO, POLLIN, 0}};
-    PollFor(handles, 2, milliseconds);
+    pollfd handles[3] = {
+        {alert != nullptr ? alert->read_fd : -1, POLLIN, 0},
+        {ignore_input ? -1 : STDIN_FILENO, POLLIN, 0},
+        {OutputIsBroken() ? -1 : STDOUT_FILENO, 0, 0}};  // its end is reported unasked
+    PollFor(handles, 3, milliseconds);
+    if (handles[2].revents != 0) { LookAtOutput(); }
     if ((handles[0].revents & POLLIN) != 0) { TakeRaises(handles[0].fd); }
 }

@@ -51,7 +51,7 @@ bool ReadLine(LineReader* reader, TextLine* line) {
     std::size_t length = 0;  // of the line, as far as it has been looked at
     char* feed = nullptr;
     for (;;) {
-        if (InterruptSeen()) { return false; }
+        if (EndWanted()) { return false; }
         char* from = reader->buffer + reader->begin + length;
         feed = static_cast<char*>(std::memchr(from, '\n', reader->end - reader->begin - length));
         length = feed != nullptr ? static_cast<std::size_t>(feed - reader->buffer) - reader->begin

@@ -8,7 +8,7 @@
 #include "board/zobrist.h"
 #include "eval/personality.h"
 #include "frontend/pblock.h"
-#include "search/perft.h"
+#include "search/draws.h"
 #include "search/picker.h"
 #include "search/search.h"
 
@@ -59,20 +59,6 @@ struct Node {
 };
 
 int DrawScore(int side) { return PBlock.root.draw_score[side]; }
-
-// Draw by the fifty-move rule or by repetition. Requires more than three reversible plies.
-bool IsDrawn(const Node& n) {
-    const int h = n.pos->fifty;
-    int limit = n.ply < 5 ? 2 : 1;
-    if (h > FIFTY_MOVE_PLIES) {
-        if (n.ply <= 2) {
-            limit = 2;
-        } else if (!MoveListFits(n.tb) || IsMate(n.tb, n.in_check) == 0) {
-            return true;
-        }
-    }
-    return CountRepetitions(n.pos, limit) >= limit;
-}
 
 // Probes the table, fills the flags, and returns true with *score when the entry answers the node.
 bool TableCutoff(Node* n, int* score) {
@@ -367,7 +353,7 @@ int FW_Search(ThreadBlock* tb, int depth, Window window, int in_check, Move* pv)
     pv[ply] = NO_MOVE;
     pd->best_move = NO_MOVE;
     pd->moves_searched = 0;
-    pd->stage = 0;
+    pd->stage = STAGE_START;
     Move line[PV_SIZE];
 
     while (const MoveEntry* e = GetNextMoveFW(tb, in_check)) {
@@ -476,7 +462,7 @@ int Search(ThreadBlock* tb, int depth, Window window, int node_type, Move* pv) {
     Node n = {tb,        pos,      pd, side, ply,   depth, {alpha, beta},
               node_type, in_check, 0,  true, false, false, TT_PRESET_DEPTH,
               pv};
-    if (pos->fifty > 3 && IsDrawn(n)) { return DrawScore(side); }
+    if (IsDrawnByRule(tb, in_check)) { return DrawScore(side); }
 
     n.eval = Evaluate(tb, ply, in_check != 0);
     pd->static_eval = static_cast<i16>(n.eval);

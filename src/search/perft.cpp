@@ -1,17 +1,20 @@
 // The mate test and the node counter.
 #include "search/perft.h"
 
+#include <cassert>
+
 #include "board/bitboards.h"
 #include "platform/interrupt.h"
 #include "search/picker.h"
 
 int IsMate(ThreadBlock* tb, int in_check) {
     const Position* pos = &tb->pos;
-    CurrentPly(tb)->stage = 0;
+    assert(in_check == InCheck(pos, pos->side));
+    CurrentPly(tb)->stage = STAGE_START;
     while (const MoveEntry* e = GetNextMoveFW(tb, in_check)) {
-        if (e->move != NO_MOVE && MoveIsLegalNonZero(pos, pos->side, e->move)) { return 0; }
+        if (e->move != NO_MOVE && MoveIsLegalNonZero(pos, pos->side, e->move)) { return NO_MATE; }
     }
-    return in_check ? 1 : 2;
+    return in_check ? CHECKMATE : STALEMATE;
 }
 
 int Perft(ThreadBlock* tb, int depth) {
@@ -20,12 +23,12 @@ int Perft(ThreadBlock* tb, int depth) {
         tb->nodes += 1;
         return 1;
     }
-    if (!MoveListFits(tb) || InterruptSeen()) { return 0; }
+    if (!MoveListFits(tb) || EndWanted()) { return 0; }
     const int side = pos->side;
     const int in_check = InCheck(pos, side);
     PlyData* pd = CurrentPly(tb);
     pd->hash_move = NO_MOVE;
-    pd->stage = 0;
+    pd->stage = STAGE_START;
     int complete = 1;
     while (const MoveEntry* e = GetNextMoveFW(tb, in_check)) {
         const Move m = e->move;

@@ -4,9 +4,17 @@
 
 #include "eval/threadblock.h"
 
-// 0 a legal move exists, 1 checkmate, 2 stalemate. Uses up the picker's state of the current ply.
+// What the mate test finds.
+inline constexpr int NO_MATE = 0;  // a legal move exists
+inline constexpr int CHECKMATE = 1;
+inline constexpr int STALEMATE = 2;
+
+// NO_MATE, CHECKMATE or STALEMATE for the side to move, which is in check or not, as said. A
+// position whose list does not fit into the move buffer counts as without moves. Uses up the
+// picker's state of the current ply, whose hash move is tried like any other.
 int IsMate(ThreadBlock* tb, int in_check);
-// Adds the number of legal move sequences of length depth (1..20) to tb->nodes. Depth 0 counts one
+// Adds the number of legal move sequences of length depth (0..20) to tb->nodes; depth 0 counts one
 // node, the position itself. Returns 1, or 0 when moves were left uncounted: a list did not fit
-// into the thread's move buffer, or the user wants the program to end.
+// into the thread's move buffer, or the user wants the program to end. Leaves the position as it
+// was.
 int Perft(ThreadBlock* tb, int depth);

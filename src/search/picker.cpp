@@ -2,58 +2,58 @@
 #include "search/picker.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cstring>
 #include <utility>
 
 #include "board/bitboards.h"
 #include "board/zobrist.h"
 
-const int sort_value[8] = {20, 210, 220, 220, 230, 240, 250, 0};
-
 namespace {
 
 // Stages of a node's picker.
-constexpr u8 STAGE_START = 0;
-constexpr u8 STAGE_GENERATE = 1;
-constexpr u8 STAGE_CAPTURES = 2;
-constexpr u8 STAGE_SORTED = 5;    // the remaining moves best first
-constexpr u8 STAGE_UNSORTED = 6;  // the remaining moves in list order
+enum PickerStage : u8 {
+    PICKER_START = STAGE_START,
+    PICKER_GENERATE,  // after the hash move, if there is one
+    PICKER_CAPTURES,  // the good ones
+    PICKER_SORTED,    // the remaining moves best first
+    PICKER_UNSORTED,  // the remaining moves in list order
+};
 
 // Ordering scores.
 constexpr int HASH_MOVE_SCORE = 255;
-constexpr int QUEEN_PROMOTION_SCORE = 200;
 constexpr int OTHER_TACTICAL_SCORE = 10;  // en passant and under-promotions onto empty squares
 constexpr int BAD_CAPTURE_SCORE = 8;      // plus the captured type
-constexpr int RECAPTURE_BONUS = 6;
-constexpr int GOOD_CAPTURE_LIMIT = 150;  // captures above it come before the quiet moves
+constexpr int GOOD_CAPTURE_LIMIT = 150;   // captures above it come before the quiet moves
 constexpr int FIRST_KILLER_SCORE = 81;
 constexpr int SECOND_KILLER_SCORE = 61;
 constexpr int EVASION_KILLER_SCORE = 90;
 constexpr int EVASION_COUNTER_SCORE = 70;
 constexpr int QUIET_SCORE = 1;
-constexpr int SORT_SCORE_LIMIT = 3;   // at or below it sorting no longer pays
-constexpr int SORT_MOVES_LIMIT = 15;  // likewise after this many searched moves
-constexpr int HISTORY_SCALE = 128;
+constexpr int SORT_SCORE_LIMIT = 3;      // at or below it sorting no longer pays
+constexpr int SORT_MOVES_LIMIT = 15;     // likewise after this many searched moves
+constexpr int HISTORY_SCALE = 128;       // history per point of ordering score
+constexpr int KILLER_HISTORY_SHARE = 4;  // part of these points that a killer keeps, as divisor
 constexpr int HISTORY_GAIN = 64;
 constexpr int HISTORY_DECAY = 128;
 
-// Upper bound of a list's entries by the men of the side to move, promotions counted four times.
+// The most entries that one man adds to a list, by type; a pawn's promotions count four times.
+constexpr int MOST_MOVES[7] = {0, 12, 8, 13, 14, 27, 8};
 constexpr int LIST_BOUND_SLACK = 24;  // castling, entries listed twice, hash move and end mark
+
+// Upper bound of a list's entries by the men of the side to move.
 int ListBound(const Position* pos) {
     const u32 s = pos->sig[pos->side];
-    return 12 * PawnCount(s) + 8 * KnightCount(s) + 13 * BishopCount(s) + 14 * RookCount(s) +
-           27 * QueenCount(s) + 8 * CountBits(pos->bb[pos->side][KING]) + LIST_BOUND_SLACK;
+    return MOST_MOVES[PAWN] * PawnCount(s) + MOST_MOVES[KNIGHT] * KnightCount(s) +
+           MOST_MOVES[BISHOP] * BishopCount(s) + MOST_MOVES[ROOK] * RookCount(s) +
+           MOST_MOVES[QUEEN] * QueenCount(s) +
+           MOST_MOVES[KING] * CountBits(pos->bb[pos->side][KING]) + LIST_BOUND_SLACK;
 }
 
 int TacticalScore(Position* pos, const MoveEntry* e, int recapture, Bitboard occupied) {
     const int mover = PieceType(e->piece);
     const int captured = PieceType(e->captured);
-    int score = 0;
-    if (captured) {
-        score = sort_value[captured] - mover;
-    } else {
-        score = e->move & PROMOTE_QUEEN ? QUEEN_PROMOTION_SCORE : OTHER_TACTICAL_SCORE;
-    }
+    const int score = TacticalOrder(e, OTHER_TACTICAL_SCORE);
     if (exchange_scale[mover] > exchange_scale[captured] &&
         swapoff1(pos, pos->side, MoveFrom(e->move), MoveTo(e->move), occupied) < LOSING_EXCHANGE) {
         return BAD_CAPTURE_SCORE + captured;
@@ -85,8 +85,12 @@ Move CounterMove(const ThreadBlock* tb) {
 
 int QuietScore(const ThreadBlock* tb, const PlyData* pd, const MoveEntry* e, Move counter) {
     const int d = tb->history[MoveTo(e->move)][e->piece] / HISTORY_SCALE;
-    if (e->move == pd->killer[0] || e->move == pd->killer[1]) { return d / 4 + FIRST_KILLER_SCORE; }
-    if (e->move == pd->killer[2] || e->move == counter) { return d / 4 + SECOND_KILLER_SCORE; }
+    if (e->move == pd->killer[0] || e->move == pd->killer[1]) {
+        return d / KILLER_HISTORY_SHARE + FIRST_KILLER_SCORE;
+    }
+    if (e->move == pd->killer[2] || e->move == counter) {
+        return d / KILLER_HISTORY_SHARE + SECOND_KILLER_SCORE;
+    }
     return d + QUIET_SCORE;
 }
 
@@ -108,7 +112,7 @@ void GenerateQuiet(const ThreadBlock* tb, PlyData* pd, int in_check) {
         e->score = static_cast<i16>(in_check ? EvasionScore(pd, e, counter)
                                              : QuietScore(tb, pd, e, counter));
     }
-    pd->stage = STAGE_SORTED;
+    pd->stage = PICKER_SORTED;
 }
 
 MoveEntry* StartWithHashMove(const Position* pos, PlyData* pd) {
@@ -126,7 +130,7 @@ MoveEntry* NextSorted(PlyData* pd) {
     if (e->move == END_OF_LIST) { return nullptr; }
     if (e[1].move != END_OF_LIST) { PickNextMove(e); }
     if (e->score <= SORT_SCORE_LIMIT || pd->moves_searched > SORT_MOVES_LIMIT) {
-        pd->stage = STAGE_UNSORTED;
+        pd->stage = PICKER_UNSORTED;
     }
     return e;
 }
@@ -146,25 +150,26 @@ void TerminateList(PlyData* pd, MoveEntry* end) {
 
 MoveEntry* GetNextMoveFW(ThreadBlock* tb, int in_check) {
     PlyData* pd = CurrentPly(tb);
+    assert(pd->stage <= PICKER_UNSORTED);
     switch (pd->stage) {
-        case STAGE_START:
+        case PICKER_START:
             if (!MoveListFits(tb)) { return nullptr; }
-            pd->stage = STAGE_GENERATE;
+            pd->stage = PICKER_GENERATE;
             pd->cursor = pd->list_start;
             if (pd->hash_move != NO_MOVE) { return StartWithHashMove(&tb->pos, pd); }
             break;
-        case STAGE_SORTED:
+        case PICKER_SORTED:
             ++pd->cursor;
             return NextSorted(pd);
-        case STAGE_UNSORTED:
+        case PICKER_UNSORTED:
             ++pd->cursor;
             return pd->cursor->move == END_OF_LIST ? nullptr : pd->cursor;
         default:
             ++pd->cursor;
             break;
     }
-    if (pd->stage == STAGE_GENERATE) {
-        pd->stage = STAGE_CAPTURES;
+    if (pd->stage == PICKER_GENERATE) {
+        pd->stage = PICKER_CAPTURES;
         GenerateTactical(tb, pd);
     }
     if (pd->cursor->move != END_OF_LIST) {

@@ -10,13 +10,14 @@
 namespace {
 
 // Stages of the quiescence list.
-constexpr u8 STAGE_CAPTURES = 2;
-constexpr u8 STAGE_CAPTURES_DONE = 3;
-constexpr u8 STAGE_QUIET = 6;
+enum QuiescenceStage : u8 {
+    QUIESCENCE_START = STAGE_START,
+    QUIESCENCE_CAPTURES,
+    QUIESCENCE_CAPTURES_DONE,
+    QUIESCENCE_QUIET,
+};
 
-constexpr int QUEEN_PROMOTION_SCORE = 200;
 constexpr int EN_PASSANT_SCORE = 1;
-constexpr int RECAPTURE_BONUS = 6;
 constexpr int DELTA_MARGIN = 150;       // what a capture may gain beyond its victim
 constexpr int WIDE_DELTA_MARGIN = 250;  // at PV nodes and above the horizon
 constexpr int RECAPTURES_ONLY_BELOW = -4;
@@ -34,17 +35,11 @@ void GenerateCaptures(const Position* pos, PlyData* pd) {
     TerminateList(pd, end);
     const int recapture = RecaptureSquare(pos);
     for (MoveEntry* e = pd->list_start; e != end; ++e) {
-        const int captured = PieceType(e->captured);
-        int score = 0;
-        if (captured) {
-            score = sort_value[captured] - PieceType(e->piece);
-        } else {
-            score = e->move & PROMOTE_QUEEN ? QUEEN_PROMOTION_SCORE : EN_PASSANT_SCORE;
-        }
+        int score = TacticalOrder(e, EN_PASSANT_SCORE);
         if (MoveTo(e->move) == recapture) { score += RECAPTURE_BONUS; }
         e->score = static_cast<i16>(score);
     }
-    pd->stage = STAGE_CAPTURES;
+    pd->stage = QUIESCENCE_CAPTURES;
 }
 
 // Pushes of the pawns whose square ahead is in `targets`, lowest pawn first.
@@ -71,7 +66,7 @@ MoveEntry* AddPieceChecks(const Position* pos, int type, Bitboard targets, Attac
     return list;
 }
 
-// Quiet moves that give direct check, then pawn pushes to the seventh rank, behind the captures.
+// Quiet moves that give direct check, then pawn pushes to the seventh rank, after the captures.
 void GenerateQuietChecks(const Position* pos, PlyData* pd) {
     const int side = pos->side;
     const int king = KingSquare(pos, side ^ 1);
@@ -98,23 +93,23 @@ void GenerateQuietChecks(const Position* pos, PlyData* pd) {
     }
     end = AddPushes(pos, pawns, RankMask(side == WHITE ? 6 : 1) & empty, end);
     TerminateList(pd, end);
-    pd->stage = STAGE_QUIET;
+    pd->stage = QUIESCENCE_QUIET;
 }
 
 // Next entry to try, or nullptr. Quiet moves come only when `with_quiet`.
 MoveEntry* NextMove(const Position* pos, PlyData* pd, bool with_quiet) {
-    if (pd->stage == 0) {
+    if (pd->stage == QUIESCENCE_START) {
         GenerateCaptures(pos, pd);
         pd->cursor = pd->list_start;
     } else {
         ++pd->cursor;
     }
-    if (pd->stage == STAGE_CAPTURES) {
+    if (pd->stage == QUIESCENCE_CAPTURES) {
         if (pd->cursor->move != END_OF_LIST) {
             PickNextMove(pd->cursor);
             return pd->cursor;
         }
-        pd->stage = STAGE_CAPTURES_DONE;
+        pd->stage = QUIESCENCE_CAPTURES_DONE;
         if (!with_quiet) { return nullptr; }
         GenerateQuietChecks(pos, pd);
     }
@@ -162,7 +157,7 @@ int Q_Search(ThreadBlock* tb, int depth, Window window, int node_type, Move* pv)
     const int stand = pd->static_eval;
     if (stand >= beta) { return beta; }
     int best = std::max(window.alpha, stand);
-    pd->stage = 0;
+    pd->stage = STAGE_START;
     const int child_type = node_opp[node_type];
     const int margin = depth <= 0 && node_type != NODE_PV ? DELTA_MARGIN : WIDE_DELTA_MARGIN;
     Move line[PV_SIZE];

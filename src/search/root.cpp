@@ -25,8 +25,8 @@ constexpr int ROOT_FAIL_OFFSET =
 constexpr double SETTLED_SECONDS = 0.025;  // before it no secondary thread abandons an iteration
 constexpr double PROGRESS_SECONDS = 3.5;   // before it no current move is shown
 constexpr int SKIP_AFTER_DEPTH = 6;        // secondary threads skip crowded depths beyond it
-constexpr u32 SEED_FACTOR = 63;
-constexpr u32 SEED_SUMMAND = 987654321;
+constexpr u32 ORDER_SEED_FACTOR = 63;
+constexpr u32 ORDER_SEED_SUMMAND = 987654321;
 constexpr u32 PERTURBATION = 21;  // root keys of a secondary thread are lowered by less than this
 constexpr int EASY_SINGLE_DEPTH = 6;
 constexpr int EASY_CLEAR_DEPTH = 11;
@@ -63,7 +63,7 @@ void ResetThread(ThreadBlock* tb) {
 
 bool HasLegalMove(ThreadBlock* tb, int in_check) {
     const Position* pos = &tb->pos;
-    tb->ply_data[1].stage = 0;
+    tb->ply_data[1].stage = STAGE_START;
     while (const MoveEntry* e = GetNextMoveFW(tb, in_check)) {
         if (MoveIsLegal(pos, pos->side, e->move)) { return true; }
     }
@@ -95,7 +95,7 @@ int ThreadsAtDepth(int depth) {
 void PerturbRootOrder(ThreadBlock* tb, MoveEntry* first) {
     if (first->move == END_OF_LIST) { return; }
     for (MoveEntry* e = first + 1; e->move != END_OF_LIST; ++e) {
-        tb->seed = tb->seed * SEED_FACTOR + SEED_SUMMAND;
+        tb->seed = tb->seed * ORDER_SEED_FACTOR + ORDER_SEED_SUMMAND;
         e->score = static_cast<i16>(e->score - static_cast<int>(tb->seed % PERTURBATION));
     }
 }

@@ -1,6 +1,7 @@
 // The transposition table: sizing, clearing, probing, storing, and reading a line back out of it.
 #include "search/ttable.h"
 
+#include <bit>
 #include <cassert>
 
 #include "board/bitboards.h"
@@ -9,16 +10,10 @@
 #include "frontend/output.h"
 #include "frontend/pblock.h"
 #include "platform/memory.h"
-#include "search/perft.h"
+#include "search/draws.h"
 #include "search/picker.h"
-#include "search/search.h"
 
-TTSlot* hashtable = nullptr;
-u64 entries = 0;
-u64 mask = ~u64{0};
-TTSlot* whitetable = nullptr;
-TTSlot* blacktable = nullptr;
-alignas(64) std::atomic<u64> ttcnt{0};  // a line of its own: every thread writes it
+TranspositionTable hash_table;
 
 namespace {
 
@@ -29,98 +24,98 @@ constexpr int BUCKET_SLOTS = 4;
 constexpr int CHECK_SCORE_OFFSET = 15000;
 constexpr int AGE_WEIGHT = 32;        // one search of age outweighs this many plies of depth
 constexpr int KEEP_DEPTH_MARGIN = 2;  // a store this much shallower than the slot may be skipped
+constexpr int SHALLOWEST_LINE_DEPTH = 1;  // a line is read back from results at least this deep
 constexpr int KEEP_ITERATION_MARGIN = 5;  // when the slot is this close to the iteration depth
 
-int rx = 0;  // 1 once the key tables exist
-u64 allocated_bytes = 0;
+constexpr u64 ALIGNED_SLOTS = 16;  // the memory holds a multiple of so many
+
+// Fields of a slot's words, by their lowest bit. The move and the key half stand at bit 0.
+constexpr int SCORE_BIT = 16;
+constexpr int BOUND_BIT = 32;
+constexpr int DEPTH_BIT = 40;
+constexpr int AGE_BIT = 48;
+constexpr int CHECK_BIT = 32;
+constexpr u64 AGE_FIELD = u64{0xFFFF} << AGE_BIT;
+constexpr int KEY_HALF_BITS = 32;  // the lower half chooses the bucket, the upper one the slot
 
 u32 CheckWord(u32 move, int score, u64 key) {
-    return (move << 16) ^ static_cast<u32>(score + CHECK_SCORE_OFFSET) ^ static_cast<u32>(key);
+    return (move << SCORE_BIT) ^ static_cast<u32>(score + CHECK_SCORE_OFFSET) ^
+           static_cast<u32>(key);
 }
 
 u64 PackData(u32 move, int score, int bound, int depth, int age) {
-    return u64{move & 0xFFFF} | u64{static_cast<u16>(score)} << 16 |
-           u64{static_cast<u8>(bound)} << 32 | u64{static_cast<u8>(depth)} << 40 |
-           u64{static_cast<u16>(age)} << 48;
+    return u64{static_cast<u16>(move)} | u64{static_cast<u16>(score)} << SCORE_BIT |
+           u64{static_cast<u8>(bound)} << BOUND_BIT | u64{static_cast<u8>(depth)} << DEPTH_BIT |
+           u64{static_cast<u16>(age)} << AGE_BIT;
 }
 
-u64 PackKeys(u32 key_high, u32 check) { return u64{key_high} | u64{check} << 32; }
+u64 PackKeys(u32 key_high, u32 check) { return u64{key_high} | u64{check} << CHECK_BIT; }
 
-constexpr u64 AGE_FIELD = u64{0xFFFF} << 48;
-
-int DepthOf(u64 data) { return static_cast<i8>(data >> 40); }
-int AgeOf(u64 data) { return static_cast<i16>(data >> 48); }
+int ScoreOf(u64 data) { return static_cast<i16>(data >> SCORE_BIT); }
+int DepthOf(u64 data) { return static_cast<i8>(data >> DEPTH_BIT); }
+int AgeOf(u64 data) { return static_cast<i16>(data >> AGE_BIT); }
+u32 UpperHalf(u64 key) { return static_cast<u32>(key >> KEY_HALF_BITS); }
 
 TTSlot* Bucket(int side, u64 key) {
-    const u64 index = key & 0xFFFFFFFFu & mask;
-    return side == WHITE ? whitetable + index : blacktable - index;
+    const u64 index = static_cast<u32>(key) & hash_table.mask;
+    return side == WHITE ? hash_table.white + index : hash_table.black - index;
 }
 
 // No table for this search, or one of 0 MB.
-bool TableIsOff() { return PBlock.options.hash_mode == 0 || entries == 0; }
+bool TableIsOff() { return PBlock.options.hash_mode == 0 || hash_table.entries == 0; }
 
 bool MoveFitsBoard(const Position* pos, Move move) {
     const Bitboard own = pos->bb[pos->side][0];
     return (own & Bit(MoveFrom(move))) != 0 && (own & Bit(MoveTo(move))) == 0;
 }
 
-// Does the position repeat, as seen from ply `ply` of a line?
-bool LineRepeats(const Position* pos, int ply) {
-    const int h = pos->fifty;
-    if (h <= 3) { return false; }
-    int limit = ply < 5 ? 2 : 1;
-    if (h > FIFTY_MOVE_PLIES && ply <= 2) { limit = 2; }
-    return CountRepetitions(pos, limit) >= limit;
-}
-
-// A line ends where the fifty-move counter has run out, unless the side to move is mated.
-bool LineEndsByFiftyMoves(ThreadBlock* tb, int ply) {
-    if (tb->pos.fifty <= FIFTY_MOVE_PLIES || ply <= 2) { return false; }
+// Does the line end here by a draw? No search has placed the lists of its plies.
+bool LineEndsByDraw(ThreadBlock* tb) {
     PlyData* pd = CurrentPly(tb);
     pd->list_start = tb->ply_data[1].list_start;
     pd->hash_move = NO_MOVE;
-    return IsMate(tb, 0) == 0;
+    return IsDrawnByRule(tb, InCheck(&tb->pos, tb->pos.side));
 }
 
 }  // namespace
 
 int InitTTable() {
-    if (!rx) {
+    TranspositionTable& t = hash_table;
+    if (!t.keys_exist) {
         for (int bad = InitZobrist(); bad > 0; --bad) { ShowMessage("bad hashcode"); }
-        rx = 1;
+        t.keys_exist = true;
     }
     FreeTTable();
-    entries = PBlock.options.hash_mb * SLOTS_PER_MEGABYTE;
-    allocated_bytes = ((entries & ~u64{15}) + SPARE_SLOTS) * sizeof(TTSlot);
-    hashtable = static_cast<TTSlot*>(AllocateLargeBlock(allocated_bytes));
-    if (hashtable == nullptr) {
-        entries = 0;
-        return -1;
-    }
-    mask = ~u64{0};
-    if (entries > 0) { mask = std::bit_floor(entries) - 1; }
-    whitetable = hashtable;
-    blacktable = hashtable + entries;
+    const u64 entries = PBlock.options.hash_mb * SLOTS_PER_MEGABYTE;
+    t.bytes = ((entries & ~(ALIGNED_SLOTS - 1)) + SPARE_SLOTS) * sizeof(TTSlot);
+    t.slots = static_cast<TTSlot*>(AllocateLargeBlock(t.bytes));
+    if (t.slots == nullptr) { return -1; }
+    t.entries = entries;
+    if (entries > 0) { t.mask = std::bit_floor(entries) - 1; }
+    t.white = t.slots;
+    t.black = t.slots + entries;
     ClearTTable();
     return 0;
 }
 
 void FreeTTable() {
-    if (hashtable != nullptr) { FreeLargeBlock(hashtable, allocated_bytes); }
-    hashtable = whitetable = blacktable = nullptr;
-    entries = 0;
-    mask = ~u64{0};
+    TranspositionTable& t = hash_table;
+    if (t.slots != nullptr) { FreeLargeBlock(t.slots, t.bytes); }
+    t.slots = t.white = t.black = nullptr;
+    t.entries = 0;
+    t.mask = ~u64{0};
 }
 
 void ClearTTable() {
-    if (hashtable != nullptr) {
-        const u64 empty = PackData(0, 0, 0, TT_EMPTY_DEPTH, 0);
-        for (u64 i = 0; i < entries + CLEARED_SPARE; ++i) {
-            hashtable[i].data.store(empty, std::memory_order_relaxed);
-            hashtable[i].keys.store(0, std::memory_order_relaxed);
+    TranspositionTable& t = hash_table;
+    if (t.slots != nullptr) {
+        const u64 empty = PackData(NO_MOVE, 0, 0, TT_EMPTY_DEPTH, 0);
+        for (u64 i = 0; i < t.entries + CLEARED_SPARE; ++i) {
+            t.slots[i].data.store(empty, std::memory_order_relaxed);
+            t.slots[i].keys.store(0, std::memory_order_relaxed);
         }
     }
-    ttcnt.store(0, std::memory_order_relaxed);
+    t.used.store(0, std::memory_order_relaxed);
     PBlock.root.tt_age = 0;
     PBlock.progress.hash_fill = 0.0;
 }
@@ -133,10 +128,11 @@ void PrefetchTTable(int side, u64 key) {
 }
 
 void ProbeTTable(const Position* pos, TTEntry* out) {
+    assert(out->depth == TT_PRESET_DEPTH);
     out->move = NO_MOVE;
     if (TableIsOff()) { return; }
     const u64 key = SearchKey(pos);
-    const u32 key_high = static_cast<u32>(key >> 32);
+    const u32 key_high = UpperHalf(key);
     TTSlot* bucket = Bucket(pos->side, key);
     TTSlot* slot = nullptr;
     u64 keys = 0;
@@ -151,16 +147,16 @@ void ProbeTTable(const Position* pos, TTEntry* out) {
     u64 data = slot->data.load(std::memory_order_relaxed);
     const int age = PBlock.root.tt_age;
     if (AgeOf(data) != age) {
-        data = (data & ~AGE_FIELD) | u64{static_cast<u16>(age)} << 48;
+        data = (data & ~AGE_FIELD) | u64{static_cast<u16>(age)} << AGE_BIT;
         slot->data.store(data, std::memory_order_relaxed);
     }
     out->move = static_cast<u16>(data);
-    out->score = static_cast<i16>(data >> 16);
-    out->bound = static_cast<u8>(data >> 32);
-    out->depth = static_cast<i8>(data >> 40);
+    out->score = static_cast<i16>(ScoreOf(data));
+    out->bound = static_cast<u8>(data >> BOUND_BIT);
+    out->depth = static_cast<i8>(DepthOf(data));
     out->age = static_cast<i16>(age);
     out->key_high = key_high;
-    out->check = static_cast<u32>(keys >> 32);
+    out->check = static_cast<u32>(keys >> CHECK_BIT);
     if (CheckWord(out->move, out->score, key) != out->check) {
         out->depth = TT_BAD_CHECK_DEPTH;
     } else if (out->move != NO_MOVE && !MoveFitsBoard(pos, out->move)) {
@@ -169,9 +165,11 @@ void ProbeTTable(const Position* pos, TTEntry* out) {
 }
 
 void StoreInTTable(const Position* pos, Move move, int depth, int score, int bound) {
+    assert(depth > TT_EMPTY_DEPTH && depth <= INT8_MAX);
+    assert(bound >= BOUND_UPPER && bound <= BOUND_EXACT);
     if (TableIsOff()) { return; }
     const u64 key = SearchKey(pos);
-    const u32 key_high = static_cast<u32>(key >> 32);
+    const u32 key_high = UpperHalf(key);
     TTSlot* bucket = Bucket(pos->side, key);
     TTSlot* target = nullptr;
     u64 target_data = 0;
@@ -198,21 +196,24 @@ void StoreInTTable(const Position* pos, Move move, int depth, int score, int bou
         return;
     }
     if (target_depth == TT_EMPTY_DEPTH) {
-        ttcnt.store(ttcnt.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+        hash_table.used.store(hash_table.used.load(std::memory_order_relaxed) + 1,
+                              std::memory_order_relaxed);
     }
     target->data.store(PackData(move, score, bound, depth, age), std::memory_order_relaxed);
     target->keys.store(PackKeys(key_high, CheckWord(move, score, key)), std::memory_order_relaxed);
 }
 
-void RetrievePV(ThreadBlock* tb, int ply, Move* pv) {
+void RetrievePV(ThreadBlock* tb, Move* pv) {
     Position* pos = &tb->pos;
+    const int ply = pos->ply;
+    assert(ply >= 1 && ply <= MAX_DEPTH);
     if (pv[ply] == NO_MOVE) {
         TTEntry entry = {};
         entry.depth = TT_PRESET_DEPTH;
         ProbeTTable(pos, &entry);
         pv[ply + 1] = NO_MOVE;
-        if (entry.depth < 1 || entry.move == NO_MOVE) { return; }
-        if (LineEndsByFiftyMoves(tb, ply) || LineRepeats(pos, ply)) { return; }
+        if (entry.depth < SHALLOWEST_LINE_DEPTH || entry.move == NO_MOVE) { return; }
+        if (LineEndsByDraw(tb)) { return; }
         // The table's move may belong to another position with the same key.
         if (!MoveIsPseudoLegal(pos, entry.move)) { return; }
         if (!MoveIsLegal(pos, pos->side, entry.move)) { return; }
@@ -221,12 +222,12 @@ void RetrievePV(ThreadBlock* tb, int ply, Move* pv) {
         return;
     }
     MakeMove(pos, pv[ply]);
-    if (ply + 1 <= MAX_DEPTH) { RetrievePV(tb, ply + 1, pv); }
+    if (ply < MAX_DEPTH) { RetrievePV(tb, pv); }
     UnmakeMove(pos);
 }
 
 double HashFill() {
-    if (entries == 0) { return 0.0; }
-    return static_cast<double>(ttcnt.load(std::memory_order_relaxed)) /
-           static_cast<double>(entries);
+    if (hash_table.entries == 0) { return 0.0; }
+    return static_cast<double>(hash_table.used.load(std::memory_order_relaxed)) /
+           static_cast<double>(hash_table.entries);
 }

@@ -32,6 +32,7 @@ namespace {
 
 constexpr const char* POSITIONS_NAME = "tune.epd";
 constexpr const char* LOG_NAME = "tune.log";
+constexpr double UNREADABLE_FILE = 1.0;   // the error of every value then
 constexpr int MAX_RANGE = 10000;          // no weight is larger; keeps trials within 16 bits
 constexpr std::size_t CHUNK = 128;        // positions taken by a worker at a time
 constexpr std::size_t MIN_SHARED = 1024;  // below it starting threads costs more than it gives
@@ -180,7 +181,7 @@ void ScoreChunks(int slot, bool show) {
         status.done += (end - first) * (TuneRun::worker_slots.size());
         status.done = std::min(status.done, set.scores.size());
         UpdateStatus(false);
-        if (InterruptSeen()) { pass_broken = true; }
+        if (EndWanted()) { pass_broken = true; }
     }
 }
 
@@ -216,7 +217,7 @@ void ScoreList(const std::vector<u32>& list) {
 
 // Average error of the current weights over the set: what the EPD analysis at depth 0 returns.
 double MeasureError(const char* name, int trial) {
-    pass_broken = InterruptSeen();
+    pass_broken = EndWanted();
     if (!set.opened) { return UNREADABLE_FILE; }
     status = {name, trial, status.error, MonotonicSeconds(), status.shown, 0};
     InitEval();
@@ -305,7 +306,7 @@ void RunTuneSchedule() {
     {
         const TuneRun run;
         for (const Weight& w : AllWeights()) {
-            if (w.tuning_range == 0 || InterruptSeen()) { continue; }
+            if (w.tuning_range == 0 || EndWanted()) { continue; }
             PTune(TuningWord(w), WordField(w, &Personality), w.tuning_range, log);
         }
     }

@@ -27,8 +27,8 @@ void Store(const Position& pos, Move m, int depth) {
 
 // The position's bucket, lowest-numbered slot first.
 TTSlot* Bucket(const Position& pos) {
-    const u64 index = SearchKey(&pos) & 0xFFFFFFFFu & mask;
-    return pos.side == WHITE ? whitetable + index : blacktable - index;
+    const u64 index = SearchKey(&pos) & 0xFFFFFFFFu & hash_table.mask;
+    return pos.side == WHITE ? hash_table.white + index : hash_table.black - index;
 }
 
 class TTableTest : public testing::Test {
@@ -70,6 +70,7 @@ TEST_F(TTableTest, BothSidesAddressTheWholeOfTablesOfAnySize) {
     for (int mb : {1, 3, 5, 16}) {
         PBlock.options.hash_mb = static_cast<u16>(mb);
         ASSERT_EQ(InitTTable(), 0);
+        const u64 entries = hash_table.entries, mask = hash_table.mask;
         EXPECT_EQ(entries, u64(mb) * 65536);
         for (int side : {WHITE, BLACK}) {
             ClearTTable();
@@ -77,8 +78,8 @@ TEST_F(TTableTest, BothSidesAddressTheWholeOfTablesOfAnySize) {
             p.side = static_cast<u8>(side);
             for (u64 low : {u64{0}, mask, mask / 2, u64{0xFFFFFFFF}}) {
                 p.hash ^= (SearchKey(&p) & 0xFFFFFFFFu) ^ low;
-                ASSERT_GE(Bucket(p), hashtable);
-                ASSERT_LE(Bucket(p) + 4, hashtable + entries / 16 * 16 + 32);
+                ASSERT_GE(Bucket(p), hash_table.slots);
+                ASSERT_LE(Bucket(p) + 4, hash_table.slots + entries / 16 * 16 + 32);
                 Store(p, side == WHITE ? e2e4 : Word("e7e5"), 3);
                 EXPECT_EQ(Probe(p).depth, 3);
                 Position other_side = p, other_rights = p;
@@ -103,7 +104,7 @@ TEST_F(TTableTest, FullBucketGivesUpItsOldestThenShallowestThenFirstSlot) {
         }
         PBlock.root.tt_age = 100;
         Store(pos_, e2e4, 12);
-        EXPECT_EQ(ttcnt, 4u);
+        EXPECT_EQ(hash_table.used, 4u);
         EXPECT_EQ(Probe(pos_).depth, 12);
         std::string replaced;
         for (u64 i = 0; i < 4; ++i) {
@@ -177,14 +178,14 @@ TEST_F(TTableTest, SearchWithoutATableWorksAndTheModeComesBackWithATable) {
 
 // The address-space limit that this test sets would end the sanitizers' own run time.
 #ifndef VESK_INSTRUMENTED
-TEST_F(TTableTest, MemoryThatIsNotToBeHadIsReported) {
+TEST_F(TTableTest, MemoryThatCannotBeHadIsReported) {
     rlimit before{};
     ASSERT_EQ(getrlimit(RLIMIT_AS, &before), 0);
     const rlimit tight = {rlim_t{4} << 30, before.rlim_max};
     ASSERT_EQ(setrlimit(RLIMIT_AS, &tight), 0);
     PBlock.options.hash_mb = MAX_HASH_MB;
     EXPECT_EQ(InitTTable(), -1);
-    EXPECT_EQ(hashtable, nullptr);
+    EXPECT_EQ(hash_table.slots, nullptr);
     setrlimit(RLIMIT_AS, &before);
     PBlock.options.hash_mb = 1;
     EXPECT_EQ(InitTTable(), 0);
@@ -213,7 +214,7 @@ TEST_F(TTableTest, LineIsReadBackToItsEndOrRepetition) {
         }
         while (pos->hist_count > 0) { UnmakeMove(pos); }
         Move pv[PV_SIZE + 2] = {};
-        RetrievePV(ThreadData[0], 1, pv);
+        RetrievePV(ThreadData[0], pv);
         EXPECT_EQ(Line(pv), c.found);
         EXPECT_EQ(Describe(pos, true), before);
     }

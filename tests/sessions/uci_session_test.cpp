@@ -107,6 +107,7 @@ TEST_F(UciSession, CommandsDuringASearchFinishItFirst) {
 }
 
 TEST_F(UciSession, LinesOfSeveralThreadsStayWhole) {
+    const ScratchFolder folder;  // the first engine's log is its own
     std::string input = BUSY + "\ngo depth 6\n";
     for (int i = 0; i < 50; ++i) { input += "isready\n"; }
     const RunResult run = RunVesk({"-nolog", "-threads", "4", "-uci_extra"}, input);
@@ -128,6 +129,7 @@ TEST_F(UciSession, LinesOfSeveralThreadsStayWhole) {
 }
 
 TEST_F(UciSession, LongGamesAndGarbage) {
+    const ScratchFolder folder;  // the first engine's log is its own
     std::string game = "position startpos moves";
     for (int i = 0; i < 1500; ++i) { game += " g1f3 g8f6 f3g1 f6g8"; }
     std::string input = game + " e2e4\ngo depth 3\n";
@@ -148,6 +150,7 @@ TEST_F(UciSession, LongGamesAndGarbage) {
 }
 
 TEST_F(UciSession, EndOfInputEndsTheProgram) {
+    const ScratchFolder folder;  // the first engine's log is its own
     EXPECT_EQ(RunVesk({}, "").output, "");
     for (const std::string go : {"go infinite", "go ponder", "go depth 66", "go nodes 2000",
                                  "go movetime 50", "go ponder movetime 50", "go nodes 0"}) {
@@ -158,6 +161,7 @@ TEST_F(UciSession, EndOfInputEndsTheProgram) {
 }
 
 TEST_F(UciSession, QuitAndInterruptEndASearch) {
+    const ScratchFolder folder;  // the first engine's log is its own
     for (const char* go : {"go infinite", "go ponder"}) {
         Session vesk({"-quiet", "-threads", "2"});
         vesk.SendBytes(BUSY + "\n" + go + "\nisready\n");
@@ -179,6 +183,7 @@ TEST_F(UciSession, QuitAndInterruptEndASearch) {
 #ifndef VESK_INSTRUMENTED
 // Instrumented programs cannot live in a limited address space.
 TEST_F(UciSession, TableThatDoesNotFitEndsTheProgram) {
+    const ScratchFolder folder;  // the first engine's log is its own
     const std::string limited = "ulimit -v 2000000; exec \"$0\" \"$@\"";
     Session start({"-c", limited, EnginePath(), "-hash", "8192"}, "/bin/sh");
     EXPECT_EQ(start.Wait(), 1);

@@ -9,6 +9,7 @@
 #include "board/bitboards.h"
 #include "board/trace.h"
 #include "board/zobrist.h"
+#include "eval/kpk.h"
 #include "eval/personality.h"
 #include "frontend/input.h"
 #include "frontend/pblock.h"

@@ -1,6 +1,8 @@
-// Starts the tests with the engine's tables filled. An environment, so that listing tests stays
-// cheap.
+// Starts the tests with the engine's tables filled, in a folder of their own: an engine that is
+// started writes its log where it stands. An environment, so that listing tests stays cheap.
 #include <gtest/gtest.h>
+
+#include <memory>
 
 #include "support/engine.h"
 
@@ -8,7 +10,14 @@ namespace {
 
 class EngineTables : public testing::Environment {
 public:
-    void SetUp() override { InitEngineForTests(); }
+    void SetUp() override {
+        folder_ = std::make_unique<ScratchFolder>();
+        InitEngineForTests();
+    }
+    void TearDown() override { folder_.reset(); }
+
+private:
+    std::unique_ptr<ScratchFolder> folder_;
 };
 
 }  // namespace
