@@ -6,6 +6,9 @@
 
 #include "platform/textlines.h"
 
+// The prediction error of a file that cannot be read.
+inline constexpr double UNREADABLE_FILE = 1.0;
+
 // One usable line of an EPD file: "<position> bm <move>; tune <result>; ...".
 struct EpdRecord {
     std::string position;   // the whole line without its end, as SetPosition takes it

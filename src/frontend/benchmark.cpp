@@ -3,11 +3,14 @@
 // Everything of start-up must have run. Front-end thread only.
 #include "frontend/benchmark.h"
 
+#include <cassert>
+
 #include "eval/personality.h"
 #include "frontend/input.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
 #include "frontend/toolwait.h"
+#include "search/keepoptions.h"
 #include "search/search.h"
 #include "search/threads.h"
 #include "search/toolsearch.h"
@@ -15,8 +18,6 @@
 
 namespace {
 
-constexpr int BENCHMARK_POSITIONS = 20;
-constexpr int PROFILE_POSITIONS = 5;
 constexpr int PROFILE_DEPTH = 16;
 constexpr int DEFAULT_DEPTH = 17;   // when the depth limit is above DEEPEST_WANTED
 constexpr int DEEPEST_WANTED = 40;  // a limit up to here was meant for the benchmark
@@ -69,17 +70,18 @@ void SearchPosition(const char* fen) {
 }  // namespace
 
 void RunBenchmark(int positions) {
+    assert(positions <= BENCHMARK_POSITIONS);
+    const KeepOptions kept;
     PBlock.time.SetTimePerMove(SECONDS_PER_POSITION);
     PBlock.options.noise = NOISE_NEVER;
     if (PBlock.limits.max_depth > DEEPEST_WANTED) { PBlock.limits.max_depth = DEFAULT_DEPTH; }
-    const int count = PBlock.tool.profile ? PROFILE_POSITIONS : positions;
     InitEval();
     ShowMessage("running benchmark");
     double seconds = SMALLEST_TIME;
     double nodes = 0.0;
-    for (int i = 0; i < count && i < BENCHMARK_POSITIONS && PBlock.control.quit == 0; ++i) {
+    for (int i = 0; i < positions && PBlock.control.quit == 0; ++i) {
         UserInput();
-        ShowStatus("position %d of %d", i + 1, count);
+        ShowStatus("position %d of %d", i + 1, positions);
         SearchPosition(benchmark_positions[i]);
         ClearStatus();
         seconds += PBlock.time.elapsed;

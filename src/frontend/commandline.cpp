@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "frontend/benchmark.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
 #include "platform/words.h"
@@ -12,9 +13,6 @@
 namespace {
 
 constexpr double DEPTH_OPTION_SECONDS = 10000.0;  // time of a move that "-d" limits by depth
-constexpr int BENCH_POSITIONS = 10;
-constexpr int LONG_BENCH_POSITIONS = 20;
-constexpr int PROFILE_BENCH_POSITIONS = 5;
 
 void Wish(StartOptions* start, RunMode mode) { start->mode = std::min(start->mode, mode); }
 
@@ -81,7 +79,7 @@ void WishTuning(StartOptions* start, const char* value, int) {
 
 void WishBenchmark(StartOptions* start, const char*, int positions) {
     start->benchmark_positions = positions;
-    PBlock.tool.profile = positions == PROFILE_BENCH_POSITIONS;
+    PBlock.tool.profile = positions == PROFILE_POSITIONS;
     Wish(start, RunMode::Benchmark);
 }
 
@@ -119,9 +117,9 @@ constexpr CommandLineOption command_line_options[] = {
     {"-t", OptionValue::Number, SetSeconds},
     {"-hash", OptionValue::Number, SetHash},
     {"-threads", OptionValue::Number, SetThreads},
-    {"-bench", OptionValue::None, WishBenchmark, BENCH_POSITIONS},
-    {"-bench2", OptionValue::None, WishBenchmark, LONG_BENCH_POSITIONS},
-    {"-pbench", OptionValue::None, WishBenchmark, PROFILE_BENCH_POSITIONS},
+    {"-bench", OptionValue::None, WishBenchmark, SHORT_BENCHMARK_POSITIONS},
+    {"-bench2", OptionValue::None, WishBenchmark, BENCHMARK_POSITIONS},
+    {"-pbench", OptionValue::None, WishBenchmark, PROFILE_POSITIONS},
     {"-anepd", OptionValue::File, WishEpdRun},
     {"-match", OptionValue::File, WishMatch},
     {"-tune", OptionValue::File, WishTuning},

@@ -2,6 +2,7 @@
 // (tables, pool, transposition table). Front-end thread only; it never blocks on input.
 #include "frontend/commandloop.h"
 
+#include <cassert>
 #include <deque>
 
 #include "board/zobrist.h"
@@ -11,6 +12,7 @@
 #include "frontend/output.h"
 #include "frontend/pblock.h"
 #include "frontend/report.h"
+#include "frontend/units.h"
 #include "platform/sleep.h"
 #include "search/search.h"
 #include "search/searchinfo.h"
@@ -20,18 +22,20 @@
 namespace {
 
 constexpr int LOOP_WAIT_MS = 5;
-constexpr double ENDLESS_SECONDS =
-    99999.0;  // a move with so much time is limited by something else
+// A move with so much time is limited by something else.
+constexpr double ENDLESS_SECONDS = 99999.0;
 
-// What the running search was begun for: a command may have changed the game since.
-struct SearchedMove {
-    u64 key;
-    int hist_count;
-    bool selfplay;  // its move is to be played
+// What the loop remembers from pass to pass.
+struct LoopState {
+    // The position that the running search was begun for: a command may have changed the game
+    // since.
+    u64 searched_key = 0;
+    int searched_hist_count = 0;
+    bool searched_for_selfplay = false;  // the move found is to be played
+    // After the search that runs, in this order.
+    std::deque<SearchRequest> waiting_requests;
 };
-SearchedMove searched_move;
-
-std::deque<SearchRequest> waiting_requests;  // behind the search that runs
+LoopState loop;
 
 // Nobody can say anything any more.
 bool InputIsOver() { return InputEnded() && !InputPending(); }
@@ -64,6 +68,7 @@ bool BookMoveFound() {
 
 // Requires that no search runs.
 void AcceptRequest(const SearchRequest& request) {
+    assert(PBlock.control.search_state == SEARCH_IDLE);
     if (request.kind == SEARCH_ANALYSE) {
         PBlock.time.SetTimePerMove(ENDLESS_SECONDS);
         PBlock.limits.max_depth = request.max_depth;
@@ -73,15 +78,16 @@ void AcceptRequest(const SearchRequest& request) {
     PBlock.control.start_request = request.kind;
 }
 
-bool RequestsWait() { return !waiting_requests.empty(); }
+bool RequestsWait() { return !loop.waiting_requests.empty(); }
 
 void BeginSearch() {
     const char* why = WhyUnplayable(game_position);
     if (why != nullptr) {
         RefuseSearch(why);
     } else {
-        searched_move = {SearchKey(game_position), game_position->hist_count,
-                         PBlock.control.selfplay != 0};
+        loop.searched_key = SearchKey(game_position);
+        loop.searched_hist_count = game_position->hist_count;
+        loop.searched_for_selfplay = PBlock.control.selfplay != 0;
         GetElapsedTime(1);
         InitSearch();
         if (BookMoveFound()) {
@@ -132,7 +138,7 @@ void ReportToConsole() {
     const double nodes = static_cast<double>(totals.nodes);
     ShowMessageF("move= %s, time= %0.3f, score= %d, nodes= %0.0f, nps= %0.0fK ebf= %0.2f", best,
                  PBlock.time.elapsed.Get(), PBlock.result.Score(), nodes,
-                 nodes / (PBlock.time.elapsed + 0.001) / 1000.0, EffectiveBranchingFactor());
+                 KiloNodesPerSecond(nodes, PBlock.time.elapsed), EffectiveBranchingFactor());
     ShowMessageF("Hash fill= %.1f%%, Hash hits: main= %0.1f%%, pawn= %0.1f%%, eval= %0.1f%%",
                  100.0 * PBlock.progress.hash_fill, HitRate(totals.tt_hits, totals.tt_probes),
                  HitRate(totals.pawn_hits, totals.pawn_probes),
@@ -150,7 +156,7 @@ void ContinueSelfPlay() {
     Position* pos = game_position;
     const Move m = PBlock.result.SnapshotMove();
     PBlock.time.clock[pos->side] += PBlock.time.increment - PBlock.time.elapsed;
-    if (SearchKey(pos) != searched_move.key || pos->hist_count != searched_move.hist_count ||
+    if (SearchKey(pos) != loop.searched_key || pos->hist_count != loop.searched_hist_count ||
         !MoveIsPseudoLegal(pos, m) || !MoveIsLegal(pos, pos->side, m)) {
         PBlock.control.selfplay = 0;
         return;
@@ -167,7 +173,7 @@ void ContinueSelfPlay() {
 // What becomes of a console self-play game when a search has ended. One that a command cut short is
 // made again.
 void GoOnWithSelfPlay(bool cut_short) {
-    if (!PBlock.control.selfplay || !searched_move.selfplay) { return; }
+    if (!PBlock.control.selfplay || !loop.searched_for_selfplay) { return; }
     if (cut_short && !InputIsOver()) {
         PBlock.control.start_request = SEARCH_THINK;
     } else {
@@ -177,6 +183,7 @@ void GoOnWithSelfPlay(bool cut_short) {
 
 // The one place where the end of a search is reported. Requires idle search threads.
 void ReportSearch(bool cut_short) {
+    assert(BusyThreads() == 0);
     PBlock.progress.hash_fill = HashFill();
     const ResultSnapshot result = PBlock.result.Snapshot();
     DisplaySearchInfo(0, 0, result.depth_done, result.score, result.pv);
@@ -217,18 +224,20 @@ void FinishSearch() {
 }
 
 void RequestSearch(const SearchRequest& request) {
+    assert(request.kind == SEARCH_THINK || request.kind == SEARCH_ANALYSE);
+    assert(request.max_depth >= 0 && request.max_depth <= MAX_DEPTH);
     if (PBlock.control.search_state != SEARCH_IDLE || PBlock.control.start_request != SEARCH_IDLE) {
-        waiting_requests.push_back(request);
+        loop.waiting_requests.push_back(request);
     } else {
         AcceptRequest(request);
     }
 }
 
-void DropWaitingRequests() { waiting_requests.clear(); }
+void DropWaitingRequests() { loop.waiting_requests.clear(); }
 
 void EndSelfPlay() {
     PBlock.control.selfplay = 0;
-    std::erase_if(waiting_requests, [](const SearchRequest& r) { return r.selfplay; });
+    std::erase_if(loop.waiting_requests, [](const SearchRequest& r) { return r.selfplay; });
 }
 
 void CommandLoop() {
@@ -241,8 +250,8 @@ void CommandLoop() {
     while (!PBlock.control.quit) {
         if (PBlock.control.search_state == SEARCH_IDLE &&
             PBlock.control.start_request == SEARCH_IDLE && RequestsWait()) {
-            AcceptRequest(waiting_requests.front());
-            waiting_requests.pop_front();
+            AcceptRequest(loop.waiting_requests.front());
+            loop.waiting_requests.pop_front();
         }
         if (PBlock.control.start_request == SEARCH_IDLE) {
             if (!InputPending()) { SleepExOrInput(LOOP_WAIT_MS, &front_end_alert, InputEnded()); }

@@ -17,6 +17,7 @@
 #include "frontend/consolecommands.h"
 #include "frontend/output.h"
 #include "frontend/report.h"
+#include "frontend/units.h"
 #include "platform/clock.h"
 #include "platform/interrupt.h"
 #include "search/perft.h"
@@ -159,7 +160,7 @@ void TraceCommand(const Command& c) {
 
 namespace {
 
-constexpr u8 NEVER = 99;  // plies; no search goes as deep
+constexpr u8 BEYOND_EVERY_DEPTH = 99;  // plies
 
 struct SelectivitySwitch {
     const char* name;
@@ -167,10 +168,10 @@ struct SelectivitySwitch {
     u8 off;  // its value while all selective pruning is off
 };
 constexpr SelectivitySwitch selectivity_switches[] = {
-    {"NMP_depth", &PersonalityRecord::NMP_depth, NEVER},
+    {"NMP_depth", &PersonalityRecord::NMP_depth, BEYOND_EVERY_DEPTH},
     {"CNP_depth", &PersonalityRecord::CNP_depth, 0},
     {"LMP_depth", &PersonalityRecord::LMP_depth, 0},
-    {"LMR_depth", &PersonalityRecord::LMR_depth, NEVER},
+    {"LMR_depth", &PersonalityRecord::LMR_depth, BEYOND_EVERY_DEPTH},
 };
 
 }  // namespace
@@ -316,7 +317,7 @@ void PerftCommand(const Command& c) {
         ShowMessage("too many moves for the move buffer: the count is incomplete");
     }
     ShowMessageF("visited %0.0f nodes in %0.3f seconds, nps= %0.0f", nodes, seconds,
-                 nodes / (seconds + 0.001));
+                 NodesPerSecond(nodes, seconds));
 }
 
 void SwapCommand(const Command&) {

@@ -14,11 +14,12 @@
 #include "book/gamemove.h"
 #include "eval/personality.h"
 #include "eval/threadblock.h"
-#include "frontend/input.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
 #include "frontend/report.h"
 #include "frontend/toolwait.h"
+#include "frontend/units.h"
+#include "search/keepoptions.h"
 #include "search/search.h"
 #include "search/searchinfo.h"
 #include "search/threads.h"
@@ -27,9 +28,7 @@
 
 namespace {
 
-constexpr double UNREADABLE_FILE = 1.0;  // the error that is returned then
-constexpr int POOL_DEPTH = 6;            // from this depth limit on the search threads are used
-constexpr int INPUT_INTERVAL = 16;       // shallow positions between two looks at the input
+constexpr int POOL_DEPTH = 6;  // from this depth limit on the search threads are used
 constexpr const char* UNSOLVED_FILE = "unsolved.epd";
 
 // Totals of one run.
@@ -74,11 +73,6 @@ public:
 
 private:
     int Search();
-    void LookAtInput() const {
-        if (totals_.positions % INPUT_INTERVAL != 0) { return; }
-        SearchTimeout();
-        UserInput();
-    }
     void KeepUnsolved(const std::string& line);
     void AddError(const EpdRecord& record, int score) {
         totals_.error += std::abs(record.result - WinProbability(score));
@@ -107,7 +101,7 @@ int EpdRun::Search() {
     PrepareToolSearch();
     if (max_depth_ < POOL_DEPTH) {
         const int score = ScoreGamePosition();
-        LookAtInput();
+        LookAtInput(static_cast<unsigned>(totals_.positions));
         return score;
     }
     StartSearch();
@@ -124,7 +118,7 @@ void EpdRun::ShowResult(int score) const {
     const double elapsed = PBlock.time.elapsed;
     const double nodes = static_cast<double>(Collect().nodes);
     ShowMessageF("move= %s, time= %0.3f, score= %d, nodes= %0.0f, %0.0fK nps\n", move, elapsed,
-                 score, nodes, nodes / (elapsed + 0.001) / 1000);
+                 score, nodes, KiloNodesPerSecond(nodes, elapsed));
 }
 
 void EpdRun::KeepUnsolved(const std::string& line) {
@@ -145,7 +139,7 @@ void EpdRun::Analyze(const std::string& line, const EpdRecord& record) {
         if (show_) { ShowError("%s: %s\n", why, record.position.c_str()); }
         KeepUnsolved(line);
         AddError(record, 0);
-        LookAtInput();
+        LookAtInput(static_cast<unsigned>(totals_.positions));
         return;
     }
     PBlock.tool.expected_move = max_depth_ < 1 ? -1 : ExpectedMove(record.best_move);
@@ -207,6 +201,7 @@ double Analyze_EPD_File(int show) {
         CloseLines(&reader);
         return UNREADABLE_FILE;
     }
+    const KeepOptions kept;
     InitEval();
     if (show) { ShowMessageF("Analyzing %s...", PBlock.tool.epd_file); }
     if (PBlock.limits.max_depth <= 1) { PBlock.options.hash_mode = 0; }

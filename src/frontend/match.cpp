@@ -4,6 +4,7 @@
 // Everything of start-up must have run. Front-end thread only.
 #include "frontend/match.h"
 
+#include <cassert>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -14,10 +15,11 @@
 #include "book/book.h"
 #include "eval/personality.h"
 #include "eval/threadblock.h"
-#include "frontend/input.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
+#include "frontend/toolwait.h"
 #include "search/draws.h"
+#include "search/keepoptions.h"
 #include "search/perft.h"
 #include "search/search.h"
 #include "search/threads.h"
@@ -28,14 +30,14 @@ namespace {
 
 constexpr int GAMES = 8000;
 constexpr std::size_t GAME_RECORD_PLIES = 700;  // a longer game is a draw; fits the undo records
-constexpr int BOOK_PLIES = 12;                  // the book is asked while fewer moves are made
-constexpr unsigned INPUT_INTERVAL = 16;         // plies between two looks at the input
+constexpr int OPENING_PLIES = 12;               // the book is asked while fewer moves are made
 constexpr int DECIDED_SCORE = 900;              // centipawns; beyond it the game is over
 constexpr int GAMES_BEFORE_MARK = 200;          // before them no result is called significant
+constexpr int GAMES_PER_SCORE_LINE = 10;
+constexpr std::size_t LINE_SIZE = 100;  // of the score
 constexpr double SECONDS_PER_MOVE = 1.0;
+constexpr double CENTIPAWNS_PER_PAWN = 100.0;
 constexpr i16 MATCH_BOOK_WEIGHT = 100;
-
-enum Outcome { GAME_GOES_ON, WHITE_WINS, BLACK_WINS, DRAWN };
 
 // One recorded ply. The last one of a game may not have been made on the board.
 struct MatchPly {
@@ -44,11 +46,24 @@ struct MatchPly {
     int depth;  // completed
 };
 
+// Puts the parameters in use back at the end of its life.
+class KeepParameters {
+public:
+    KeepParameters() = default;
+    ~KeepParameters() {
+        Personality = kept_;
+        InitEval();
+    }
+    KeepParameters(const KeepParameters&) = delete;
+    KeepParameters& operator=(const KeepParameters&) = delete;
+
+private:
+    PersonalityRecord kept_ = Personality;
+};
+
 struct Match {
     PersonalityRecord player[2];
-    int wins[2] = {0, 0};
-    int draws = 0;
-    int game = 0;
+    MatchScore score;
     unsigned plies_begun = 0;     // of all games
     int white_player = 0;         // index of the player who has White in this game
     std::vector<MatchPly> plies;  // of the game being played
@@ -71,7 +86,7 @@ void ChooseMove(Match* match) {
     const bool white_moves = game_position->side == WHITE;
     PrepareToolSearch();
     Personality = match->player[white_moves ? match->white_player : match->white_player ^ 1];
-    if (game_position->hist_count < BOOK_PLIES) {
+    if (game_position->hist_count < OPENING_PLIES) {
         GetCandidates(game_position, 0);
         PBlock.result.PublishScore(0);
         if (PBlock.result.SnapshotMove() != NO_MOVE) { return; }
@@ -84,92 +99,113 @@ void ChooseMove(Match* match) {
     SearchIterations(1);
 }
 
-Outcome Judge() {
+GameOutcome Judge() {
     const bool white_moves = game_position->side == WHITE;
     const int score = PBlock.result.Score();
-    if (score < -DECIDED_SCORE) { return white_moves ? BLACK_WINS : WHITE_WINS; }
-    if (score > DECIDED_SCORE) { return white_moves ? WHITE_WINS : BLACK_WINS; }
-    if (game_position->fifty > FIFTY_MOVE_PLIES || PBlock.result.SnapshotMove() == NO_MOVE) {
-        return DRAWN;
+    if (score < -DECIDED_SCORE) {
+        return white_moves ? GameOutcome::BlackWins : GameOutcome::WhiteWins;
     }
-    return GAME_GOES_ON;
+    if (score > DECIDED_SCORE) {
+        return white_moves ? GameOutcome::WhiteWins : GameOutcome::BlackWins;
+    }
+    if (game_position->fifty > FIFTY_MOVE_PLIES || PBlock.result.SnapshotMove() == NO_MOVE) {
+        return GameOutcome::Drawn;
+    }
+    return GameOutcome::Undecided;
 }
 
-// Plays one game. GAME_GOES_ON when the user has quit in the middle of it.
-Outcome PlayGame(Match* match) {
+// Plays one game. Undecided when the user has quit in the middle of it.
+GameOutcome PlayGame(Match* match) {
     SetPosition(game_position, fen_opn);
     match->white_player = std::rand() % 2;  // player 1 is white when 0
     match->plies.clear();
     PBlock.options.hash_mode = 0;
     ClearTTable();
     for (;;) {
-        if (++match->plies_begun % INPUT_INTERVAL == 0) {
-            SearchTimeout();
-            UserInput();
-            if (PBlock.control.quit) { return GAME_GOES_ON; }
-        }
+        LookAtInput(++match->plies_begun);
+        if (PBlock.control.quit) { return GameOutcome::Undecided; }
         ChooseMove(match);
-        const Outcome outcome = Judge();
+        const GameOutcome outcome = Judge();
         match->plies.push_back(
             {PBlock.result.SnapshotMove(), PBlock.result.Score(), PBlock.result.DepthDone()});
-        if (outcome != GAME_GOES_ON) { return outcome; }
-        if (match->plies.size() >= GAME_RECORD_PLIES) { return DRAWN; }
+        if (outcome != GameOutcome::Undecided) { return outcome; }
+        if (match->plies.size() >= GAME_RECORD_PLIES) { return GameOutcome::Drawn; }
         PlayGameMove(game_position, PBlock.result.SnapshotMove());
     }
 }
 
 // Appends the game to the file, readable at once.
-void WriteGame(const Match& match, Outcome outcome) {
+// `number` counts from 1.
+void WriteGame(const Match& match, int number, GameOutcome outcome) {
     const char* const names[2] = {"Player1", "Player2"};
-    const char* const results[] = {"", "1-0", "0-1", "1/2-1/2"};
+    const char* const result = outcome == GameOutcome::WhiteWins   ? "1-0"
+                               : outcome == GameOutcome::BlackWins ? "0-1"
+                                                                   : "1/2-1/2";
     std::FILE* out = match.out;
-    std::fprintf(out, "[Event selfplay]\n[Game %d]\n", match.game);
+    std::fprintf(out, "[Event selfplay]\n[Game %d]\n", number);
     std::fprintf(out, "[White \"%s\"]\n[Black \"%s\"]\n", names[match.white_player],
                  names[match.white_player ^ 1]);
-    std::fprintf(out, "[Result \"%s\"]\n", results[outcome]);
+    std::fprintf(out, "[Result \"%s\"]\n", result);
     for (std::size_t i = 0; i < match.plies.size(); ++i) {
         const MatchPly& ply = match.plies[i];
         std::fprintf(out, "%s%s {%0.2f/%d}%s", square_name[MoveFrom(ply.move)],
-                     square_name[MoveTo(ply.move)], ply.score / 100.0, ply.depth,
+                     square_name[MoveTo(ply.move)], ply.score / CENTIPAWNS_PER_PAWN, ply.depth,
                      i % 2 == 0 ? "   " : "\n");
     }
     std::fputs("\n\n", out);
     std::fflush(out);
 }
 
-void CountGame(Match* match, Outcome outcome) {
-    if (outcome == DRAWN) {
-        ++match->draws;
-    } else {
-        ++match->wins[outcome == WHITE_WINS ? match->white_player : match->white_player ^ 1];
-    }
-}
-
-void ShowScore(const Match& match) {
-    const int g = match.game;
-    const double f = (match.wins[0] + 0.5 * match.draws) / g;
-    const double margin = 1.5 * std::sqrt(g + 10.0) / (g + 1);
-    const bool significant = g > GAMES_BEFORE_MARK && std::abs(f - 0.5) > margin;
-    if (g % 10 == 9) {
+void ShowScore(const MatchScore& score) {
+    if (score.games % GAMES_PER_SCORE_LINE == GAMES_PER_SCORE_LINE - 1) {
         ClearStatus();
-        ShowMessageF("%4d games,  %3d %3d %3d  %0.3f (+/- %0.3f) %c", g, match.wins[0],
-                     match.wins[1], match.draws, f, margin, significant ? '*' : ' ');
+        ShowMessage(score.Line().c_str());
     }
-    if (g < GAMES) { ShowStatus("game %d of %d", g + 1, GAMES); }
+    if (score.games < GAMES) { ShowStatus("game %d of %d", score.games + 1, GAMES); }
 }
 
-// The limits of every move of the match.
+// The limits of every move of the match: 19,000 to 21,000 nodes.
 void SetLimits() {
+    constexpr int NODE_STEP = 200;
+    constexpr int LOWEST_LIMIT = 95;  // in steps
+    constexpr int NODE_LIMITS = 11;
     PBlock.options.book_weight = MATCH_BOOK_WEIGHT;
     PBlock.options.noise = NOISE_NEVER;
     PBlock.time.SetTimePerMove(SECONDS_PER_MOVE);
     PBlock.time.ResetClocks();
-    PBlock.limits.node_limit = static_cast<u64>(std::rand() % 11 + 95) * 200;
+    PBlock.limits.node_limit =
+        static_cast<u64>(std::rand() % NODE_LIMITS + LOWEST_LIMIT) * NODE_STEP;
 }
 
 }  // namespace
 
+void MatchScore::Count(GameOutcome outcome, int white_player) {
+    assert(outcome != GameOutcome::Undecided);
+    ++games;
+    if (outcome == GameOutcome::Drawn) {
+        ++draws;
+    } else {
+        ++wins[outcome == GameOutcome::WhiteWins ? white_player : white_player ^ 1];
+    }
+}
+
+std::string MatchScore::Line() const {
+    assert(games > 0);
+    constexpr double EVEN = 0.5;
+    constexpr double MARGIN_FACTOR = 1.5;  // three standard deviations of a game's result
+    constexpr double GAMES_OF_DOUBT = 10.0;
+    const double share = (wins[0] + EVEN * draws) / games;
+    const double margin = MARGIN_FACTOR * std::sqrt(games + GAMES_OF_DOUBT) / (games + 1);
+    const bool significant = games > GAMES_BEFORE_MARK && std::abs(share - EVEN) > margin;
+    char line[LINE_SIZE];
+    std::snprintf(line, sizeof line, "%4d games,  %3d %3d %3d  %0.3f (+/- %0.3f) %c", games,
+                  wins[0], wins[1], draws, share, margin, significant ? '*' : ' ');
+    return line;
+}
+
 void Tune_3() {
+    const KeepOptions kept_options;
+    const KeepParameters kept_parameters;
     Match match;
     match.player[0] = match.player[1] = DefaultPersonality;
     if (!LoadConfigFile("test1.rc", &match.player[0])) {
@@ -188,13 +224,12 @@ void Tune_3() {
     match.plies.reserve(GAME_RECORD_PLIES);
     SetLimits();
     ShowMessage("Starting match...");
-    while (match.game < GAMES) {
-        ++match.game;
-        const Outcome outcome = PlayGame(&match);
-        if (outcome == GAME_GOES_ON) { break; }
-        CountGame(&match, outcome);
-        WriteGame(match, outcome);
-        ShowScore(match);
+    while (match.score.games < GAMES) {
+        const GameOutcome outcome = PlayGame(&match);
+        if (outcome == GameOutcome::Undecided) { break; }
+        match.score.Count(outcome, match.white_player);
+        WriteGame(match, match.score.games, outcome);
+        ShowScore(match.score);
     }
     ClearStatus();
     std::fclose(match.out);

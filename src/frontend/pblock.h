@@ -63,6 +63,8 @@ struct Options {
     Relaxed<u16> protocol = PROTOCOL_UCI;
     int uci_extra = 0;       // information lines carry the thread number
     SearchLimits go_limits;  // of the command line: every UCI "go" starts from them
+    // What the processor has, 0 or 1. The build chooses the instructions; this is for the developer
+    // who wonders about a node rate.
     u8 has_popcnt = 0;
     u8 has_bmi = 0;
     char book_file[FILE_NAME_SIZE] = "vesk.opn";
@@ -112,7 +114,9 @@ struct SearchProgress {
     Relaxed<double> completed_time = 0.0;  // `elapsed` at that moment
     Relaxed<u8> easy_move = 0;             // 0 none, 1 one legal move, 2 clear best move
     double hash_fill = 0.0;                // share of the table in use, 0..1
-    i32 ncnt[4] = {};                      // diagnostic counters
+    // For developers: what they count in these while they look into the search is shown with its
+    // end.
+    i32 ncnt[4] = {};
 };
 
 // What a tool works on and how. Front-end thread only.
@@ -125,12 +129,13 @@ struct ToolState {
 
 // The published result as it was at one moment.
 struct ResultSnapshot {
-    u64 searched_key = 0;         // search key of the position that pv belongs to
-    int score = NO_SCORE;         // centipawns for the side to move
-    int depth_done = 0;           // plies
-    int change_depth = 0;         // iteration at which the best move last changed
-    Move pv[PV_SIZE] = {};        // [1] best move, [2] expected reply
-    i16 score_by_depth[PV_SIZE];  // of the last line published at each depth, NO_SCORE before
+    u64 searched_key = 0;   // search key of the position that pv belongs to
+    int score = NO_SCORE;   // centipawns for the side to move
+    int depth_done = 0;     // plies
+    int change_depth = 0;   // iteration at which the best move last changed
+    Move pv[PV_SIZE] = {};  // [1] best move, [2] expected reply
+    // Of the last line published at each depth, for whoever checks a search depth by depth.
+    i16 score_by_depth[PV_SIZE];  // NO_SCORE before
     Move best_move_by_depth[PV_SIZE] = {};
 
     ResultSnapshot() {

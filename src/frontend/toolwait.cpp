@@ -1,4 +1,4 @@
-// Waiting for a search of a tool mode.
+// Watching the clock and hearing the user in tool modes.
 #include "frontend/toolwait.h"
 
 #include "frontend/input.h"
@@ -6,11 +6,25 @@
 #include "search/search.h"
 #include "search/threads.h"
 
+namespace {
+
+constexpr int PAUSE_MS = 1;
+constexpr unsigned INPUT_INTERVAL = 16;  // searches between two looks
+
+void CheckClockAndInput() {
+    SearchTimeout();
+    UserInput();
+}
+
+}  // namespace
+
 void WaitForToolSearch(bool (*eager)()) {
-    constexpr int PAUSE_MS = 1;
     while (BusyThreads() > 0) {
-        SearchTimeout();
-        UserInput();
+        CheckClockAndInput();
         if (!eager()) { SleepEx(PAUSE_MS, &front_end_alert); }
     }
+}
+
+void LookAtInput(unsigned searches) {
+    if (searches % INPUT_INTERVAL == 0) { CheckClockAndInput(); }
 }

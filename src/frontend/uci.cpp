@@ -15,6 +15,7 @@
 #include "frontend/output.h"
 #include "frontend/pblock.h"
 #include "frontend/ucioptions.h"
+#include "frontend/units.h"
 #include "platform/words.h"
 #include "search/ttable.h"
 
@@ -25,7 +26,6 @@ namespace {
 constexpr double NEW_GAME_SECONDS = 60.0;
 constexpr double DEPTH_LIMIT_SECONDS = 360000.0;  // time of a move that is limited by depth
 constexpr double UNLIMITED_SECONDS = 10000000.0;  // and of one limited by nodes, or by nothing
-constexpr double SECONDS_PER_MS = 0.001;
 constexpr u8 MOVES_PER_CONTROL = 40;  // any number above 1: the moves to go come with each "go"
 
 const char* AfterBlanks(const char* text) {

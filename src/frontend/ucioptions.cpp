@@ -8,13 +8,13 @@
 #include "frontend/commandloop.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
+#include "frontend/units.h"
 #include "platform/words.h"
 #include "search/threads.h"
 #include "search/ttable.h"
 
 namespace {
 
-constexpr double SECONDS_PER_MS = 0.001;
 constexpr int MAX_OVERHEAD_MS = 5000;
 constexpr int NO_MEMORY_STATUS = -1;  // exit status
 

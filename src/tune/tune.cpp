@@ -32,7 +32,6 @@ namespace {
 
 constexpr const char* POSITIONS_NAME = "tune.epd";
 constexpr const char* LOG_NAME = "tune.log";
-constexpr double UNREADABLE_FILE = 1.0;   // the error of every value then
 constexpr int MAX_RANGE = 10000;          // no weight is larger; keeps trials within 16 bits
 constexpr std::size_t CHUNK = 128;        // positions taken by a worker at a time
 constexpr std::size_t MIN_SHARED = 1024;  // below it starting threads costs more than it gives

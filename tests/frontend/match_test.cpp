@@ -7,6 +7,7 @@
 #include <string>
 #include <thread>
 
+#include "frontend/match.h"
 #include "frontend/match_games.h"
 #include "support/engine.h"
 #include "support/session.h"
@@ -48,6 +49,23 @@ TEST(Match, PlaysLegalGamesThatCanBeReadAtAnyTime) {
     EXPECT_EQ(std::distance(std::sregex_iterator(text.begin(), text.end(), form), {}),
               static_cast<std::ptrdiff_t>(games.size()));
     EXPECT_EQ(text.substr(text.size() - 2), "\n\n");
+}
+
+TEST(MatchScore, CountsGamesForPlayersAndMarksWhatIsBeyondTheMargin) {
+    MatchScore score;
+    score.Count(GameOutcome::WhiteWins, 0);
+    score.Count(GameOutcome::WhiteWins, 1);
+    score.Count(GameOutcome::BlackWins, 1);
+    score.Count(GameOutcome::BlackWins, 1);
+    score.Count(GameOutcome::Drawn, 1);
+    EXPECT_EQ(score.Line(), "   5 games,    3   1   1  0.700 (+/- 0.968)  ");
+    const std::pair<MatchScore, const char*> cases[] = {
+        {{200, {200, 0}, 0}, " 200 games,  200   0   0  1.000 (+/- 0.108)  "},
+        {{201, {201, 0}, 0}, " 201 games,  201   0   0  1.000 (+/- 0.108) *"},
+        {{201, {0, 150}, 51}, " 201 games,    0 150  51  0.127 (+/- 0.108) *"},
+        {{201, {121, 80}, 0}, " 201 games,  121  80   0  0.602 (+/- 0.108)  "},
+    };
+    for (const auto& [standing, line] : cases) { EXPECT_EQ(standing.Line(), line); }
 }
 
 }  // namespace

@@ -1,0 +1,13 @@
+// Units of time, and rates of nodes. Any thread.
+#pragma once
+
+inline constexpr double SECONDS_PER_MS = 0.001;
+
+// Nodes per second. Requires seconds >= 0; a millisecond more keeps the rate finite.
+inline double NodesPerSecond(double nodes, double seconds) {
+    return nodes / (seconds + SECONDS_PER_MS);
+}
+inline double KiloNodesPerSecond(double nodes, double seconds) {
+    constexpr double NODES_PER_KILONODE = 1000.0;
+    return NodesPerSecond(nodes, seconds) / NODES_PER_KILONODE;
+}
