@@ -211,6 +211,15 @@ void HandleEndOfInput() {
     }
 }
 
+// Until input or an alert comes, or the time has to be looked at again.
+void WaitForWork() {
+    if (InputEnded()) {
+        SleepEx(LOOP_WAIT_MS);
+    } else {
+        SleepExOrInput(LOOP_WAIT_MS);
+    }
+}
+
 }  // namespace
 
 void FinishSearch() {
@@ -254,7 +263,7 @@ void CommandLoop() {
             loop.waiting_requests.pop_front();
         }
         if (PBlock.control.start_request == SEARCH_IDLE) {
-            if (!InputPending()) { SleepExOrInput(LOOP_WAIT_MS, &front_end_alert, InputEnded()); }
+            if (!InputPending()) { WaitForWork(); }
             SearchTimeout();
             UserInput();
         }

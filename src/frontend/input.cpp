@@ -121,7 +121,7 @@ bool InputPending() { return NextLineEnd() != std::string::npos; }
 bool ReadInputLine(char* buffer, int size) {
     while (!InputPending()) {
         if (reader.ended || reader.fed || EndWanted()) { return false; }
-        SleepExOrInput(INPUT_WAIT_MS, &front_end_alert, false);
+        SleepExOrInput(INPUT_WAIT_MS);
         ReadWhatArrived();
     }
     const std::size_t end = NextLineEnd();

@@ -66,7 +66,7 @@ void RunChosenMode(const StartOptions& options) {
 
 int main(int argc, char** argv) {
     SecureStandardStreams();
-    CatchInterrupt(&front_end_alert);
+    CatchInterrupt();
     StartOptions options;
     if (const int status = StartUp(argc, argv, &options)) { return status; }
     if (options.mode != RunMode::Nothing) {

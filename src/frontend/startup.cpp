@@ -62,7 +62,7 @@ int StartUp(int argc, char** argv, StartOptions* options) {
     if (options->mode == RunMode::Nothing) { return 0; }
     if (InitTTable() != 0) { return FAILED; }
     if (InitBook() != 0) { ShowMessage("Not enough memory!"); }
-    AlertCreate(&front_end_alert);  // without one the loop still wakes every few milliseconds
+    CreateAlert();  // without one the loop still wakes every few milliseconds
     if (const int error = CreateThreadPool(PBlock.options.threads)) {
         options->mode = RunMode::Nothing;
         return error == NO_THREAD_RECORD ? 0 : FAILED;
@@ -74,7 +74,7 @@ int StartUp(int argc, char** argv, StartOptions* options) {
 void CleanUp() {
     FreeBook();
     KillThreadPool(PBlock.options.threads);
-    AlertDestroy(&front_end_alert);
+    DestroyAlert();
     if (wTimerRes != 0) { timeEndPeriod(wTimerRes); }
     FreeTTable();
     for (int slot = 0; slot < THREAD_SLOTS; ++slot) { FreeThreadBlock(slot); }

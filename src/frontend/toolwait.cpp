@@ -21,7 +21,7 @@ void CheckClockAndInput() {
 void WaitForToolSearch(bool (*eager)()) {
     while (BusyThreads() > 0) {
         CheckClockAndInput();
-        if (!eager()) { SleepEx(PAUSE_MS, &front_end_alert); }
+        if (!eager()) { SleepEx(PAUSE_MS); }
     }
 }
 

@@ -1,5 +1,6 @@
-// Processor features, asked once at start-up. A port answers false where it cannot know.
+// Processor features, asked once at start-up. A port answers false where it cannot know. Any
+// thread.
 #pragma once
 
-bool CpuHasPopcnt();
-bool CpuHasBmi();
+bool CpuHasPopcnt();  // counts the bits of a word in one instruction
+bool CpuHasBmi();     // finds the lowest one in one instruction

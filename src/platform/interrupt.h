@@ -2,11 +2,9 @@
 // notes the request and wakes the front end.
 #pragma once
 
-#include "platform/sleep.h"
-
-// From now on the first request is noted and raises `alert`, which must stay valid; a second one
-// ends the program at once, for commands that look at nothing while they work. Front-end thread.
-void CatchInterrupt(Alert* alert);
+// From now on the first request is noted and raises the alert (sleep.h); a second one ends the
+// program at once, for commands that look at nothing while they work. Front-end thread.
+void CatchInterrupt();
 
 // True once a request has been noted. Any thread.
 bool InterruptSeen();

@@ -5,23 +5,22 @@
 #include <csignal>
 
 #include "platform/outstream.h"
+#include "platform/sleep.h"
 
 namespace {
 
 std::atomic<bool> interrupt_seen{false};
-std::atomic<Alert*> interrupt_alert{nullptr};
-static_assert(std::atomic<bool>::is_always_lock_free && std::atomic<Alert*>::is_always_lock_free,
-              "the handler may use nothing that locks");
+static_assert(std::atomic<bool>::is_always_lock_free,
+              "a signal handler may use nothing that locks");
 
 void NoteInterrupt(int) {
-    interrupt_seen.store(true);
-    if (Alert* alert = interrupt_alert.load()) { AlertRaise(alert); }
+    interrupt_seen.store(true, std::memory_order_relaxed);
+    RaiseAlert();
 }
 
 }  // namespace
 
-void CatchInterrupt(Alert* alert) {
-    interrupt_alert.store(alert);
+void CatchInterrupt() {
     struct sigaction action = {};
     action.sa_handler = NoteInterrupt;
     sigemptyset(&action.sa_mask);

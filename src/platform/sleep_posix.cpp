@@ -1,8 +1,10 @@
-// Alertable sleeps by a pipe: a raise writes a byte, a wait polls for it and takes all bytes away.
-// Neither end ever blocks, so a full pipe just means "raised" and a raise may happen in a signal
-// handler.
+// The alert is a pipe: a raise writes a byte, a wait polls for it and takes all bytes away. Neither
+// end ever blocks, so a full pipe just means "raised" and a raise may happen in a signal handler.
 #include "platform/sleep.h"
 
+#include <algorithm>
+#include <atomic>
+#include <cassert>
 #include <cerrno>
 #include <cmath>
 
@@ -15,6 +17,15 @@
 
 namespace {
 
+constexpr int NO_HANDLE = -1;  // poll() skips it
+constexpr int TAKEN_AT_ONCE = 64;
+constexpr double MS_PER_SECOND = 1000;
+
+// The ends of the pipe, both open or neither. The front end sets them; whoever raises reads them.
+std::atomic<int> read_end{NO_HANDLE};
+std::atomic<int> write_end{NO_HANDLE};
+static_assert(std::atomic<int>::is_always_lock_free, "a signal handler may use nothing that locks");
+
 bool MakeQuiet(int fd) {
     const int flags = fcntl(fd, F_GETFL);
     return flags >= 0 && fcntl(fd, F_SETFL, flags | O_NONBLOCK) == 0 &&
@@ -22,64 +33,65 @@ bool MakeQuiet(int fd) {
 }
 
 void TakeRaises(int fd) {
-    char bytes[64];
+    char bytes[TAKEN_AT_ONCE];
     ssize_t got;
-    do {
-        got = read(fd, bytes, sizeof(bytes));
-    } while (got == static_cast<ssize_t>(sizeof(bytes)) || (got < 0 && errno == EINTR));
+    do { got = read(fd, bytes, sizeof bytes); } while (got > 0 || (got < 0 && errno == EINTR));
 }
 
 // Polls until something is ready or the time is over; a signal does not shorten the wait.
 void PollFor(pollfd* handles, nfds_t count, int milliseconds) {
-    if (milliseconds < 0) { milliseconds = 0; }
-    const double end = MonotonicSeconds() + milliseconds * 1e-3;
+    const double end = MonotonicSeconds() + milliseconds / MS_PER_SECOND;
     int left = milliseconds;
     while (poll(handles, count, left) < 0 && errno == EINTR) {
-        const double rest = std::ceil((end - MonotonicSeconds()) * 1e3);
-        left = rest > 0 ? static_cast<int>(rest) : 0;
+        const double rest = std::ceil((end - MonotonicSeconds()) * MS_PER_SECOND);
+        left = static_cast<int>(std::max(rest, 0.0));
     }
+}
+
+// Waits for the alert and for `input`, a handle or NO_HANDLE.
+void Wait(int milliseconds, int input) {
+    pollfd handles[] = {
+        {read_end.load(std::memory_order_relaxed), POLLIN, 0},
+        {input, POLLIN, 0},
+        {OutputIsBroken() ? NO_HANDLE : STDOUT_FILENO, 0, 0}};  // its end is reported unasked
+    PollFor(handles, std::size(handles), std::max(milliseconds, 0));
+    if (handles[2].revents != 0) { LookAtOutput(); }
+    if ((handles[0].revents & POLLIN) != 0) { TakeRaises(handles[0].fd); }
 }
 
 }  // namespace
 
-int AlertCreate(Alert* alert) {
+void CreateAlert() {
+    assert(read_end == NO_HANDLE);
     int ends[2];
-    if (pipe(ends) != 0) { return -1; }
+    if (pipe(ends) != 0) { return; }
     if (!MakeQuiet(ends[0]) || !MakeQuiet(ends[1])) {
         close(ends[0]);
         close(ends[1]);
-        return -1;
+        return;
     }
-    alert->read_fd = ends[0];
-    alert->write_fd = ends[1];
-    return 0;
+    read_end.store(ends[0], std::memory_order_relaxed);
+    write_end.store(ends[1], std::memory_order_relaxed);
 }
 
-void AlertDestroy(Alert* alert) {
-    if (alert->read_fd < 0) { return; }
-    close(alert->read_fd);
-    close(alert->write_fd);
-    *alert = Alert{};
+void DestroyAlert() {
+    const int input = read_end.exchange(NO_HANDLE, std::memory_order_relaxed);
+    const int output = write_end.exchange(NO_HANDLE, std::memory_order_relaxed);
+    if (input == NO_HANDLE) { return; }
+    close(input);
+    close(output);
 }
 
-void AlertRaise(Alert* alert) {
-    if (alert->write_fd < 0) { return; }
+void RaiseAlert() {
+    const int output = write_end.load(std::memory_order_relaxed);
+    if (output == NO_HANDLE) { return; }
     const int saved_errno = errno;  // belongs to whatever a signal handler interrupted
     const char byte = 1;
     ssize_t written;
-    do { written = write(alert->write_fd, &byte, 1); } while (written < 0 && errno == EINTR);
+    do { written = write(output, &byte, sizeof byte); } while (written < 0 && errno == EINTR);
     errno = saved_errno;
 }
 
-void SleepEx(int milliseconds, Alert* alert) { SleepExOrInput(milliseconds, alert, true); }
+void SleepEx(int milliseconds) { Wait(milliseconds, NO_HANDLE); }
 
-void SleepExOrInput(int milliseconds, Alert* alert, bool ignore_input) {
-    // poll() skips negative handles.
-    pollfd handles[3] = {
-        {alert != nullptr ? alert->read_fd : -1, POLLIN, 0},
-        {ignore_input ? -1 : STDIN_FILENO, POLLIN, 0},
-        {OutputIsBroken() ? -1 : STDOUT_FILENO, 0, 0}};  // its end is reported unasked
-    PollFor(handles, 3, milliseconds);
-    if (handles[2].revents != 0) { LookAtOutput(); }
-    if ((handles[0].revents & POLLIN) != 0) { TakeRaises(handles[0].fd); }
-}
+void SleepExOrInput(int milliseconds) { Wait(milliseconds, STDIN_FILENO); }

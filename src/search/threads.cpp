@@ -12,8 +12,6 @@
 #include "platform/sleep.h"
 #include "search/search.h"
 
-Alert front_end_alert;
-
 namespace {
 
 constexpr int BUSY_POLL_MS = 1;               // between looks at threads that shall become idle
@@ -70,7 +68,7 @@ void SearchThreadFunc(int slot) {
                 PBlock.control.stop = STOP_FINISH;
             }
             tb->command.store(COMMAND_IDLE, std::memory_order_release);
-            AlertRaise(&front_end_alert);
+            RaiseAlert();
         } else {
             tb->command.wait(command, std::memory_order_acquire);
         }
@@ -82,9 +80,7 @@ void SearchThreadFunc(int slot) {
 // of the alert must not cut the wait short.
 void GiveHeadStart() {
     const double end = MonotonicSeconds() + HEAD_START_SECONDS;
-    while (CommandOf(1) != COMMAND_IDLE && MonotonicSeconds() < end) {
-        SleepEx(BUSY_POLL_MS, &front_end_alert);
-    }
+    while (CommandOf(1) != COMMAND_IDLE && MonotonicSeconds() < end) { SleepEx(BUSY_POLL_MS); }
 }
 
 void ResetCounters(ThreadBlock* tb) {
@@ -175,7 +171,7 @@ int BusyThreads() {
 }
 
 void WaitUntilIdle() {
-    while (BusyThreads() > 0) { SleepEx(BUSY_POLL_MS, &front_end_alert); }
+    while (BusyThreads() > 0) { SleepEx(BUSY_POLL_MS); }
 }
 
 void CopyGamePosition() {

@@ -1,20 +1,16 @@
 // The pool of search threads and the totals of what they count. All functions belong to the
-// front-end thread, but for Collect and StartThread, which any thread may call.
+// front-end thread, but for Collect and StartThread, which any thread may call. A thread that
+// becomes idle raises the alert of platform/sleep.h.
 #pragma once
 
 #include <thread>
 
 #include "eval/threadblock.h"
-#include "platform/sleep.h"
 
 // Totals over slots 1..threads, counted since the start of the search.
 struct SearchStats {
     u64 nodes, eval_probes, eval_hits, tt_probes, tt_hits, pawn_probes, pawn_hits;
 };
-
-// Raised when a search thread becomes idle; the command loop sleeps on it. The program creates and
-// destroys it; without one the loop wakes by its time limit alone.
-extern Alert front_end_alert;
 
 // CreateThreadPool: a new thread found no memory for its record.
 inline constexpr int NO_THREAD_RECORD = -1;

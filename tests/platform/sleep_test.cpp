@@ -1,86 +1,108 @@
-// Alertable sleeps: raises by other threads, by the sleeper itself and by signal handlers.
+// Alertable sleeps: raises by other threads, by the sleeper itself and by signal handlers, and
+// input.
+#include "platform/sleep.h"
+
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <cerrno>
 #include <csignal>
 #include <thread>
 
 #include <unistd.h>
 
 #include "platform/clock.h"
-#include "platform/sleep.h"
+#include "platform/pipedinput.h"
 
 namespace {
 
-Alert signal_alert;
+constexpr int FOR_EVER_MS = 60000;
+constexpr double WOKEN = 50;  // seconds: less than that, and the sleep was cut short
 
-struct Meeting {
-    Alert question, answer;
-    std::atomic<int> asked{0};
-    std::atomic<bool> done{false};
-};
-
-// Answers every question; with a raise lost it would sleep for a minute.
-void AnswerQuestions(Meeting* meeting) {
-    int answered = 0;
-    while (!meeting->done || answered < meeting->asked) {
-        while (answered < meeting->asked) {
-            ++answered;
-            AlertRaise(&meeting->answer);
-        }
-        if (!meeting->done) { SleepEx(60000, &meeting->question); }
-    }
-}
-
-double SecondsAsleep(int milliseconds, Alert* alert) {
+template <typename Sleep>
+double SecondsOf(const Sleep& sleep) {
     const double start = MonotonicSeconds();
-    SleepEx(milliseconds, alert);
+    sleep();
     return MonotonicSeconds() - start;
 }
 
-TEST(Alerts, NoRaiseBetweenThreadsIsLost) {
-    Meeting meeting;
-    ASSERT_EQ(AlertCreate(&meeting.question), 0);
-    ASSERT_EQ(AlertCreate(&meeting.answer), 0);
-    std::thread other(AnswerQuestions, &meeting);
+double SecondsAsleep(int milliseconds) {
+    return SecondsOf([=] { SleepEx(milliseconds); });
+}
+
+class Alert : public testing::Test {
+protected:
+    void SetUp() override { CreateAlert(); }
+    void TearDown() override { DestroyAlert(); }
+};
+
+// With a raise lost the sleeper would sleep for a minute.
+TEST_F(Alert, NoRaiseOfAnotherThreadIsLost) {
+    constexpr int ROUNDS = 1000;
+    std::atomic<int> asked{0}, answered{0};
+    std::thread other([&] {
+        for (int i = 1; i <= ROUNDS; ++i) {
+            for (int seen = asked; seen < i; seen = asked) { asked.wait(seen); }
+            answered = i;
+            RaiseAlert();
+        }
+    });
     const double start = MonotonicSeconds();
-    for (int i = 0; i < 1000; ++i) {
-        ++meeting.asked;
-        AlertRaise(&meeting.question);
-        SleepEx(60000, &meeting.answer);
+    for (int i = 1; i <= ROUNDS; ++i) {
+        asked = i;
+        asked.notify_one();
+        while (answered < i) { SleepEx(FOR_EVER_MS); }
     }
-    meeting.done = true;
-    AlertRaise(&meeting.question);
+    EXPECT_LT(MonotonicSeconds() - start, WOKEN);
     other.join();
-    EXPECT_LT(MonotonicSeconds() - start, 50);
-    AlertDestroy(&meeting.question);
-    AlertDestroy(&meeting.answer);
 }
 
-TEST(Alerts, RaisesBeforeTheWaitEndOneWait) {
-    Alert alert;
-    AlertRaise(&alert);  // never created: ignored
-    ASSERT_EQ(AlertCreate(&alert), 0);
+TEST_F(Alert, RaisesBeforeTheWaitEndOneWait) {
     for (int i = 0; i < 100000; ++i) {
-        AlertRaise(&alert);  // more than any pipe holds: must not block
+        RaiseAlert();  // more than any pipe holds: must not block
     }
-    EXPECT_LT(SecondsAsleep(60000, &alert), 50);
-    EXPECT_GE(SecondsAsleep(20, &alert), 0.019);
-    AlertDestroy(&alert);
-    AlertDestroy(&alert);
+    EXPECT_LT(SecondsAsleep(FOR_EVER_MS), WOKEN);
+    EXPECT_GE(SecondsAsleep(20), 0.019);
 }
 
-// A signal alone does not shorten a sleep; a raise inside its handler does.
-TEST(Alerts, SignalHandlerWakesTheSleeper) {
-    ASSERT_EQ(AlertCreate(&signal_alert), 0);
+TEST(AlertThatIsNotThere, IsIgnoredAndSleepsLastTheirTime) {
+    RaiseAlert();
+    DestroyAlert();
+    EXPECT_GE(SecondsAsleep(20), 0.019);
+    CreateAlert();
+    RaiseAlert();
+    DestroyAlert();
+    EXPECT_GE(SecondsAsleep(20), 0.019);
+    EXPECT_LT(SecondsAsleep(-1), WOKEN);
+}
+
+// A signal alone does not shorten a sleep; a raise inside its handler does, and leaves errno alone.
+TEST_F(Alert, SignalHandlerWakesTheSleeper) {
     const auto before = std::signal(SIGALRM, [](int) {});
     ualarm(20000, 0);
-    EXPECT_GE(SecondsAsleep(60, &signal_alert), 0.059);
-    std::signal(SIGALRM, [](int) { AlertRaise(&signal_alert); });
+    EXPECT_GE(SecondsAsleep(60), 0.059);
+    std::signal(SIGALRM, [](int) { RaiseAlert(); });
     ualarm(20000, 0);
-    EXPECT_LT(SecondsAsleep(60000, &signal_alert), 50);
+    EXPECT_LT(SecondsAsleep(FOR_EVER_MS), WOKEN);
     std::signal(SIGALRM, before);
-    AlertDestroy(&signal_alert);
+    for (int i = 0; i < 100000; ++i) { RaiseAlert(); }
+    errno = 0;
+    RaiseAlert();  // the pipe is full
+    EXPECT_EQ(errno, 0);
+}
+
+TEST_F(PipedInput, WakesTheWaitOnlyWhenItCounts) {
+    const auto sleep = [](int milliseconds) {
+        return SecondsOf([=] { SleepExOrInput(milliseconds); });
+    };
+    EXPECT_GE(sleep(20), 0.019);
+    Write("x");
+    EXPECT_LT(sleep(FOR_EVER_MS), WOKEN);
+    EXPECT_GE(SecondsAsleep(20), 0.019);
+    CreateAlert();
+    RaiseAlert();
+    EXPECT_LT(SecondsAsleep(FOR_EVER_MS), WOKEN);
+    DestroyAlert();
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 
 #include "board/reference.h"
 #include "frontend/pblock.h"
+#include "platform/sleep.h"
 #include "search/search.h"
 
 namespace {
@@ -17,12 +18,12 @@ protected:
     void SetUp() override {
         ResetEngine(1);
         SetGame(SamplePositions()[1]);
-        AlertCreate(&front_end_alert);
+        CreateAlert();
     }
 
     void TearDown() override {
         KillThreadPool(PBlock.options.threads);
-        AlertDestroy(&front_end_alert);
+        DestroyAlert();
     }
 
     void Resize(int n) {
@@ -50,7 +51,7 @@ TEST_F(PoolTest, SearchesOnOneFourAndTwoThreadsPublishALegalMoveAndTheirTotals) 
         Start(8);
         while (BusyThreads() > 0) {
             SearchTimeout();
-            SleepEx(1, &front_end_alert);
+            SleepEx(1);
         }
         WaitUntilIdle();
         EXPECT_NE(PBlock.control.stop, STOP_NONE);
@@ -73,7 +74,7 @@ TEST_F(PoolTest, SearchesOnOneFourAndTwoThreadsPublishALegalMoveAndTheirTotals) 
 TEST_F(PoolTest, EndingThePoolStopsARunningSearchFirst) {
     Resize(3);
     Start(MAX_DEPTH);
-    SleepEx(20, &front_end_alert);
+    SleepEx(20);
     EXPECT_GT(BusyThreads(), 0);
     KillThreadPool(3);
     EXPECT_EQ(BusyThreads(), 0);
