@@ -19,13 +19,16 @@
 
 namespace {
 
-constexpr int PHASE_CAP = 12;  // of one side: knights + bishops + 2 rooks + 4 queens
-constexpr int MAX_PAWNS = 8;   // a ninth pawn adds no material value
+// Phase of one side: its pieces, counted by what they mean for the stage.
+constexpr int ROOK_PHASE = 2;  // minor pieces count 1
+constexpr int QUEEN_PHASE = 4;
+constexpr int PHASE_CAP = 12;
+constexpr int MAX_PAWNS = 8;  // a ninth pawn adds no material value
 
 // King zone: the block a1-c3 moved by the king's rank and file, so that it stays on the board.
 constexpr Bitboard BLOCK_A1_C3 = 0x070707u;
-constexpr u8 zone_rank_shift[8] = {0, 0, 8, 16, 24, 32, 40, 40};
-constexpr u8 zone_file_shift[8] = {0, 0, 1, 2, 3, 4, 5, 5};
+constexpr u8 zone_rank_shift[RANK_COUNT] = {0, 0, 8, 16, 24, 32, 40, 40};
+constexpr u8 zone_file_shift[FILE_COUNT] = {0, 0, 1, 2, 3, 4, 5, 5};
 
 // Pressure on the enemy king, in entries of KingDanger.
 constexpr int KING_ATTACK_PAWN = 2;
@@ -35,21 +38,25 @@ constexpr int KING_ATTACK_XRAY = 2;
 
 // Centipawns that have no parameter of their own.
 constexpr int OUTPOST_DEFENDED = 5;
+constexpr int OUTPOST_NEAR_DIVISOR = 2;  // of the weight, for a knight that attacks an outpost
 constexpr int BISHOP_CENTRE_SQUARE = 4;
 constexpr int ROOK_FORWARD_SQUARE = 4;
 constexpr int ROOK_FORWARD_MAX = 8;
 constexpr int OPPOSITION = 5;
+constexpr int HUNG_AGAIN = 2;  // times the weight, for each hanging man after the first
 
 constexpr int knight_by_enemy_pawns[MAX_PAWNS + 1] = {0, 0, 0, 0, 4, 8, 12, 16, 20};
 
 constexpr int ROOK_TRAPPED_MOBILITY = 5;  // fewer counted squares than this may be trapped
 // Files between a wing rook and the centre on which an own king or pawn shuts the rook in.
-constexpr Bitboard rook_blocking_files[8] = {
+constexpr Bitboard rook_blocking_files[FILE_COUNT] = {
     FileMask(1) | FileMask(2), FileMask(2), 0, 0, 0, 0, FileMask(5), FileMask(5) | FileMask(6)};
 // Corner squares of the enemy's camp where a bishop is easily shut in: a7, h7, b8, g8 and mirrored.
 constexpr Bitboard bishop_trap[2] = {
-    Bit(48) | Bit(55) | Bit(57) | Bit(62),
-    Bit(8) | Bit(15) | Bit(1) | Bit(6),
+    Bit(SquareOfText("a7")) | Bit(SquareOfText("h7")) | Bit(SquareOfText("b8")) |
+        Bit(SquareOfText("g8")),
+    Bit(SquareOfText("a2")) | Bit(SquareOfText("h2")) | Bit(SquareOfText("b1")) |
+        Bit(SquareOfText("g1")),
 };
 
 constexpr int DRAWISH_FROM = 15;  // smaller scores are never scaled
@@ -87,7 +94,7 @@ inline void EvaluateKnights(EvalInfo* info, PieceSums* s, Report report) {
             value.opening += Personality.knight_outpost;
             if (info->attacks_by[US][PAWN] & Bit(sq)) { value.opening += OUTPOST_DEFENDED; }
         } else if (info->outposts[US] & targets) {
-            value.opening += Personality.knight_outpost / 2;
+            value.opening += Personality.knight_outpost / OUTPOST_NEAR_DIVISOR;
         }
         s->value += value;
         report.Charge(info, KNIGHT_TERM, US, sq, value);
@@ -127,7 +134,8 @@ inline void EvaluateRooks(EvalInfo* info, PieceSums* s, Report report) {
     const Position* pos = info->pos;
     const Bitboard king_targets = info->king_zone[THEM] | info->rook_checks[THEM];
     const Bitboard occupied = info->occupied & ~(pos->bb[US][ROOK] | pos->bb[US][QUEEN]);
-    const int own_files = info->pawn_entry->mask[US], enemy_files = info->pawn_entry->mask[THEM];
+    const unsigned own_files = PawnFiles(info->pawn_entry, US);
+    const unsigned enemy_files = PawnFiles(info->pawn_entry, THEM);
     Bitboard by_rooks = 0;
     for (Bitboard rooks = pos->bb[US][ROOK]; rooks != 0;) {
         const int sq = PopLSB(&rooks);
@@ -149,7 +157,7 @@ inline void EvaluateRooks(EvalInfo* info, PieceSums* s, Report report) {
                     rook_blocking_files[file])) {
             value.opening += Personality.rook_trapped;
         }
-        if (RelativeRank(sq, US) == 6 && info->back_rank_target[US]) {
+        if (RelativeRank(sq, US) == SEVENTH_RANK && info->back_rank_target[US]) {
             value += BothStages(Personality.rook_rank7);
         }
         s->value += value;
@@ -186,7 +194,7 @@ inline void EvaluateQueens(EvalInfo* info, PieceSums* s, Report report) {
         s->mobility += eval_tables.QueenMobility[CountBits(targets & info->mobility_area[US])];
         TaperedScore value = {eval_tables.QueenOpening[RelativeSquare(sq, US)],
                               eval_tables.QueenEnding[RelativeSquare(sq, US)]};
-        if (RelativeRank(sq, US) == 6 && info->back_rank_target[US]) {
+        if (RelativeRank(sq, US) == SEVENTH_RANK && info->back_rank_target[US]) {
             value += BothStages(Personality.queen_rank7);
         }
         s->value += value;
@@ -223,7 +231,7 @@ inline void CountMaterial(EvalInfo* info) {
     info->rooks[US] = r;
     info->queens[US] = q;
     info->pieces[US] = n + b + r + q;
-    info->phase[US] = std::min(n + b + 2 * r + 4 * q, PHASE_CAP);
+    info->phase[US] = std::min(n + b + ROOK_PHASE * r + QUEEN_PHASE * q, PHASE_CAP);
     const int valued = std::min(p, MAX_PAWNS);
     info->material[US] = {
         eval_tables.MtlPawnOp[valued] + eval_tables.MtlKnightOp[n] + eval_tables.MtlBishopOp[b] +
@@ -260,8 +268,8 @@ inline void SetUpKingTargets(EvalInfo* info) {
     // Enemy pawns one step short of the zone.
     const Bitboard doorstep = Ahead<US>(info->king_zone[US]) & ~info->king_zone[US];
     info->king_attack[THEM] = KING_ATTACK_PAWN * CountBits(doorstep & pos->bb[THEM][PAWN]);
-    constexpr Bitboard back_rank = RankMask(US == WHITE ? 0 : 7);
-    constexpr Bitboard second_rank = RankMask(US == WHITE ? 1 : 6);
+    constexpr Bitboard back_rank = RankMask(US == WHITE ? FIRST_RANK : LAST_RANK);
+    constexpr Bitboard second_rank = RankMask(US == WHITE ? SECOND_RANK : SEVENTH_RANK);
     info->back_rank_target[THEM] =
         ((pos->bb[US][KING] & back_rank) | (pos->bb[US][PAWN] & second_rank)) != 0;
 }
@@ -288,7 +296,8 @@ inline void EvaluateHanging(EvalInfo* info) {
         ++count;
     } while (hanging != 0);
     info->pd->hanging[US] = static_cast<i16>(value);
-    info->positional[US] += BothStages(Personality.hung * (2 * count - 1));
+    const int shares = 1 + HUNG_AGAIN * (count - 1);
+    info->positional[US] += BothStages(Personality.hung * shares);
 }
 
 // Mixed difference of both sides' sums, for White.
@@ -323,7 +332,8 @@ int EvaluateAllTerms(ThreadBlock* tb, EvalInfo* info, Report report) {
     EvalPinnedPieces(info, WHITE);
     EvalPinnedPieces(info, BLACK);
     // Deliberately one-sided: only the black king above the white one.
-    if (info->stage == MAX_STAGE && info->king_square[BLACK] == info->king_square[WHITE] + 16) {
+    if (info->stage == MAX_STAGE &&
+        info->king_square[BLACK] == info->king_square[WHITE] + 2 * NORTH) {
         info->positional[side].ending -= OPPOSITION;
     }
     int score = BlendedScore(info);

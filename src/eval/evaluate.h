@@ -23,12 +23,17 @@ static_assert(sizeof(EvalCacheEntry) == 16);
 struct PawnEntry {
     i16 opening[2];  // structure scores, pawn piece-square values included
     i16 ending[2];
-    u16 mask[2];  // low byte files, high byte ranks that hold a pawn of the side
+    u16 mask[2];  // low byte files, high byte ranks that hold a pawn of the side, a and 1 lowest
     Bitboard attack_span[2];
     Bitboard passed;      // both colours
     Bitboard candidates;  // both colours
     u64 key;              // pawn_hash
 };
+
+// The files with a pawn of `side`, file a the lowest of eight bits.
+constexpr unsigned PawnFiles(const PawnEntry* entry, int side) {
+    return entry->mask[side] & ((1u << FILE_COUNT) - 1);
+}
 
 // An opening and an ending value in centipawns, which the stage of the game blends.
 struct TaperedScore {

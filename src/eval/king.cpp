@@ -11,42 +11,52 @@
 
 namespace {
 
-constexpr u8 shield_centre_file[8] = {1, 1, 2, 3, 4, 5, 6, 6};  // by king file
-constexpr Bitboard shield_ranks[2] = {RankMask(1) | RankMask(2), RankMask(6) | RankMask(5)};
-constexpr Bitboard SHELTERED = Bit(0) | Bit(1) | Bit(6) | Bit(7);  // a1, b1, g1, h1 of the side
-constexpr int king_advance[8] = {0, 0, 5, 10, 15, 20, 20, 20};     // ending, by relative rank
+// When a king is in danger at all: the enemy's phase, without and with the full opening value.
+constexpr int ATTACK_PHASE = 3;
+constexpr int FULL_OPENING_PHASE = 4;       // with a queen
+constexpr int REDUCED_OPENING_DIVISOR = 2;  // of the opening value otherwise
 
-// By a mask of files: its first and its last file. No file at all is beyond the board.
-constexpr std::array<i8, 256> leftbit = [] {
-    std::array<i8, 256> table{};
+// Pawn cover: the three files around the king's, moved onto the board.
+constexpr u8 shield_centre_file[FILE_COUNT] = {1, 1, 2, 3, 4, 5, 6, 6};  // by king file
+constexpr Bitboard shield_ranks[2] = {RankMask(1) | RankMask(2), RankMask(6) | RankMask(5)};
+constexpr int SHIELD_PAWNS = 2;         // own pawns next to the king that leave no hole
+constexpr int SHIELD_HOLES_FREE = 2;    // more holes than these cost
+constexpr int STORM_FILE_DISTANCE = 2;  // castled to opposite wings when farther apart
+
+// Pressure, in entries of KingDanger where it is not centipawns.
+constexpr Bitboard SHELTERED = Bit(SquareOfText("a1")) | Bit(SquareOfText("b1")) |
+                               Bit(SquareOfText("g1")) | Bit(SquareOfText("h1"));
+constexpr int CONTACT_THREAT = 2;
+constexpr int QUEEN_CHECK = 2;
+constexpr int DANGER_MAX = 31;
+constexpr int SAFE_CHECK = 8;  // centipawns
+
+// Activity in the ending, in centipawns.
+constexpr int ACTIVITY_STAGE = 13;  // the king steps out beyond this stage
+constexpr int REACHES_CENTRE = 12;
+constexpr int REACHES_BLOCK = 8;
+constexpr int CONFINED = 12;
+constexpr int PAWN_FILE_DISTANCE = 8;                                    // per file away
+constexpr int king_advance[RANK_COUNT] = {0, 0, 5, 10, 15, 20, 20, 20};  // by relative rank
+
+// By a mask of files: its first and its last file. Beyond the board where there is none.
+constexpr int FILE_MASKS = 1 << FILE_COUNT;
+constexpr std::array<i8, FILE_MASKS> leftbit = [] {
+    std::array<i8, FILE_MASKS> table{};
     for (unsigned mask = 0; mask < table.size(); ++mask) {
-        table[mask] = static_cast<i8>(mask == 0 ? 8 : std::countr_zero(mask));
+        table[mask] = static_cast<i8>(mask == 0 ? FILE_COUNT : std::countr_zero(mask));
     }
     return table;
 }();
-constexpr std::array<i8, 256> rightbit = [] {
-    std::array<i8, 256> table{};
+constexpr std::array<i8, FILE_MASKS> rightbit = [] {
+    std::array<i8, FILE_MASKS> table{};
     for (unsigned mask = 0; mask < table.size(); ++mask) {
         table[mask] = static_cast<i8>(std::bit_width(mask) - 1);
     }
     return table;
 }();
-static_assert(leftbit[0] == 8 && leftbit[0x24] == 2);
-static_assert(rightbit[0] == -1 && rightbit[0x24] == 5);
-
-constexpr int ATTACK_PHASE = 3;   // the enemy needs this much phase to attack a king at all
-constexpr int FULL_OP_PHASE = 4;  // and this much, with a queen, for the full opening value
-constexpr int SHIELD_HOLES_FREE = 2;
-constexpr int STORM_FILE_DISTANCE = 2;  // castled to opposite wings when farther apart
-constexpr int SAFE_CHECK = 8;           // centipawns
-constexpr int CONTACT_THREAT = 2;       // entries of KingDanger, like QUEEN_CHECK
-constexpr int QUEEN_CHECK = 2;
-constexpr int DANGER_MAX = 31;
-constexpr int ACTIVITY_STAGE = 13;  // the king steps out beyond this stage
-constexpr int REACHES_CENTRE = 12;
-constexpr int REACHES_BLOCK = 8;
-constexpr int CONFINED = 12;
-constexpr int PAWN_FILE_DISTANCE = 8;  // per file away from all pawns
+static_assert(leftbit[0] == FILE_COUNT && leftbit[0b100100] == 2);
+static_assert(rightbit[0] == -1 && rightbit[0b100100] == 5);
 
 // Opening value of the pawns before the king; *holes gets what is missing of them.
 template <int US>
@@ -56,7 +66,7 @@ inline int PawnCover(const EvalInfo* info, int k, int* holes) {
     const Bitboard own = pos->bb[US][PAWN];
     const int centre = shield_centre_file[FileOf(k)];
     const bool storm = std::abs(centre - FileOf(info->king_square[THEM])) > STORM_FILE_DISTANCE;
-    *holes = std::max(0, 2 - CountBits(own & BB_KingRays[k]));
+    *holes = std::max(0, SHIELD_PAWNS - CountBits(own & BB_KingRays[k]));
     int storm_files = 0;
     for (int file = centre - 1; file <= centre + 1; ++file) {
         if ((own & shield_ranks[US] & FileMask(file)) == 0) { (*holes)++; }
@@ -116,7 +126,7 @@ inline int KingActivity(EvalInfo* info, int k) {
         value -= CONFINED;
         info->king_confined[US] = true;
     }
-    const unsigned files = (info->pawn_entry->mask[WHITE] | info->pawn_entry->mask[BLACK]) & 255u;
+    const unsigned files = PawnFiles(info->pawn_entry, WHITE) | PawnFiles(info->pawn_entry, BLACK);
     if (files != 0) {
         const int away = std::max(leftbit[files] - FileOf(k), FileOf(k) - rightbit[files]);
         if (away > 0) { value -= PAWN_FILE_DISTANCE * away; }
@@ -138,7 +148,9 @@ void EvalKingOf(EvalInfo* info, Report report) {
         KingPressure<US>(info, k, holes, &opening, &ending);
         info->king_safety[US] = opening;
     }
-    if (info->queens[THEM] == 0 || info->phase[THEM] < FULL_OP_PHASE) { opening /= 2; }
+    if (info->queens[THEM] == 0 || info->phase[THEM] < FULL_OPENING_PHASE) {
+        opening /= REDUCED_OPENING_DIVISOR;
+    }
     if (info->stage > ACTIVITY_STAGE) { ending += KingActivity<US>(info, k); }
     const TaperedScore value = {opening, ending};
     info->positional[US] += value;

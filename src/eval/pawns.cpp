@@ -10,46 +10,69 @@
 
 namespace {
 
-// Centipawns that have no parameter of their own.
+// The ranks here are relative and numbered from 0.
+
+// Structure. Centipawns that have no weight of their own.
 constexpr int PAWN_DEFENDED = 3;
 constexpr int CENTRE_PAWN_SAFE = 8;  // a defended pawn on c5-f6 that no enemy pawn can ever attack
 constexpr int CENTRE_PAWN = 4;
 constexpr int BLOCKED_PAWN = 2;
 constexpr int BLOCKED_CENTRE_PAWN = 12;  // more for a pawn that never left d2 or e2
-constexpr int RACE_WON = 100;
 
 constexpr Bitboard FILES_C_TO_F = FileMask(2) | FileMask(3) | FileMask(4) | FileMask(5);
 constexpr Bitboard C5_F6[2] = {
-    FILES_C_TO_F & (RankMask(4) | RankMask(5)),
-    FILES_C_TO_F&(RankMask(3) | RankMask(2)),
+    (RankMask(4) | RankMask(5)) & FILES_C_TO_F,
+    (RankMask(3) | RankMask(2)) & FILES_C_TO_F,
 };
+constexpr Bitboard D2_E2 = Bit(SquareOfText("d2")) | Bit(SquareOfText("e2"));
+constexpr Bitboard D7_E7 = Bit(SquareOfText("d7")) | Bit(SquareOfText("e7"));
 constexpr Bitboard OUTPOST_AREA[2] = {
-    FILES_B_TO_G & (RankMask(3) | RankMask(4) | RankMask(5) | RankMask(6)),
-    FILES_B_TO_G&(RankMask(4) | RankMask(3) | RankMask(2) | RankMask(1)),
+    (RankMask(3) | RankMask(4) | RankMask(5) | RankMask(6)) & FILES_B_TO_G,
+    (RankMask(4) | RankMask(3) | RankMask(2) | RankMask(1)) & FILES_B_TO_G,
 };
 
-constexpr int BACKWARD_BELOW_RANK = 4;  // rank indices from the own side
-constexpr int CANDIDATE_FROM_RANK = 3;
-constexpr int SUPPORTED_ABOVE_RANK = 3;
-constexpr int SEVENTH = 6;
+constexpr int BACKWARD_BELOW_RANK = 4;
 
-// Weights of the passed-pawn and candidate terms, in 256ths.
-constexpr int WEIGHT_UNIT = 256;
+constexpr int WEIGHT_UNIT = 256;  // weights are in 256ths where they are not centipawns
+
+// Candidates for a passed pawn.
+constexpr int CANDIDATE_FROM_RANK = 3;
+constexpr int CANDIDATE_RANK_BASE = 2;  // the rank that counts nothing
 constexpr int CANDIDATE_RANK_WEIGHT = 32;
 constexpr int CANDIDATE_KING_WEIGHT = 24;
-constexpr int PASSER_OPENING_WEIGHT = 165;
+
+// Passed pawns. What is divided here is the base value.
+constexpr int REAR_PASSER_DIVISOR = 3;  // the rear one of doubled passers, instead of all else
+constexpr int FREE_PASSER = 4;          // centipawns, and a share
+constexpr int FREE_DIVISOR = 4;
+constexpr int BLOCKED_DIVISOR = 8;
+constexpr int SUPPORTED_DIVISOR = 4;
+constexpr int OUTRUN_DIVISOR = 4;      // the enemy king is outside the pawn's square
+constexpr int PAWN_RACE_DIVISOR = 2;   // and more of it among kings and pawns
+constexpr int KING_GUARD_DIVISOR = 4;  // the own king stands by the pawn's way
+constexpr int KING_GUARD_ABOVE_RANK = 3;
+constexpr int FAR_PATH_ABOVE_RANK = 3;  // a path that is clear up to a higher rank counts
+constexpr int OPENING_WEIGHT = 165;     // of the value in the ending
+constexpr int ENEMY_KING_FACTOR = 2;    // the enemy king's distance counts so much more
 constexpr int king_distance_weight[9] = {0, 20, 38, 54, 68, 80, 90, 98, 98};
 
-constexpr int RACE_LEAD = 2;   // moves ahead that decide a pawn race
+// Pawn races.
+constexpr int RACE_LEAD = 2;   // moves ahead that decide a race
 constexpr int RACE_ABOVE = 3;  // race values up to here are too slow to count
+constexpr int RACE_WON = 100;  // centipawns
+
+// The square `steps` ahead. Wraps where it would leave the board.
+template <int US>
+constexpr int SquareAhead(int square, int steps) {
+    return (square + steps * pawn_dir[US]) & LAST_SQUARE;
+}
 
 // True when no enemy pawn keeps the pawn from passing in an exchange of pawns on its way.
 template <int US>
 bool IsCandidate(const Position* pos, int sq, Bitboard enemy_span) {
     constexpr int THEM = US ^ 1;
     const Bitboard supporters = BB_AdjacentSquares[sq] & pos->bb[US][PAWN];
-    const int ahead = (sq + pawn_dir[US]) & 63;
-    Bitboard sentries = BB_PawnSpan[US][ahead] & pos->bb[THEM][PAWN];
+    Bitboard sentries = BB_PawnSpan[US][SquareAhead<US>(sq, 1)] & pos->bb[THEM][PAWN];
     const Bitboard two_ahead = Ahead<US>(Ahead<US>(supporters));
     sentries &= ~two_ahead;
     if ((supporters & enemy_span) == 0) { sentries &= ~Ahead<US>(two_ahead); }
@@ -72,7 +95,7 @@ void ScoreStructure(const EvalInfo* info, PawnEntry* e, Report report) {
         const int sq = PopLSB(&pawns);
         const Bitboard bit = Bit(sq);
         const int file = FileOf(sq), r = RelativeRank(sq, US);
-        mask |= 1 << file | 256 << RankOf(sq);
+        mask |= 1 << file | 1 << (FILE_COUNT + RankOf(sq));
         int opening = eval_tables.PawnOpening[RelativeSquare(sq, US)];
         int both = 0;
         if (own & FileMask(file) & ~bit) { both += Personality.pawn_doubled; }
@@ -119,10 +142,10 @@ void BuildPawnEntry(const EvalInfo* info, PawnEntry* e, Report report) {
 
 template <int US>
 inline void ScoreBlocked(EvalInfo* info) {
-    constexpr int D2 = US == WHITE ? 11 : 51;
+    constexpr Bitboard centre_pawns = US == WHITE ? D2_E2 : D7_E7;
     const Bitboard blocked = info->pos->bb[US][PAWN] & Ahead<US ^ 1>(info->occupied);
-    const int cost = BLOCKED_PAWN * CountBits(blocked) +
-                     BLOCKED_CENTRE_PAWN * CountBits(blocked & (Bit(D2) | Bit(D2 + 1)));
+    const int cost =
+        BLOCKED_PAWN * CountBits(blocked) + BLOCKED_CENTRE_PAWN * CountBits(blocked & centre_pawns);
     info->positional[US] -= BothStages(cost);
 }
 
@@ -132,11 +155,10 @@ inline void ScoreCandidate(EvalInfo* info, Report report) {
     const Bitboard candidates = info->pawn_entry->candidates & info->pos->bb[US][PAWN];
     if (candidates == 0) { return; }
     const int sq = US == WHITE ? GetMSB(candidates) : GetLSB(candidates);
-    const int two_ahead = (sq + 2 * pawn_dir[US]) & 63;
-    const int d = distance(info->king_square[US ^ 1], two_ahead);
-    const int ending =
-        ((RelativeRank(sq, US) - 2) * CANDIDATE_RANK_WEIGHT + d * CANDIDATE_KING_WEIGHT) *
-        Personality.pawn_candidate / WEIGHT_UNIT;
+    const int d = distance(info->king_square[US ^ 1], SquareAhead<US>(sq, 2));
+    const int advance = RelativeRank(sq, US) - CANDIDATE_RANK_BASE;
+    const int ending = (advance * CANDIDATE_RANK_WEIGHT + d * CANDIDATE_KING_WEIGHT) *
+                       Personality.pawn_candidate / WEIGHT_UNIT;
     info->positional[US].ending += ending;
     report.Charge(info, PASSER_TERM, US, sq, {0, ending});
 }
@@ -151,13 +173,13 @@ inline bool Attacked(const Position* pos, int square, int side, Bitboard diagona
 }
 
 // Walks the passer's path with the passer off the board, as far as the squares are empty and safe
-// or guarded. Returns the rank index of the last square that passed, r when none did; 7 = free.
+// or guarded. Returns the rank of the last square that passed, r when none did.
 template <int US>
 int ScanPath(const EvalInfo* info, int sq, int r) {
     constexpr int THEM = US ^ 1;
     const Position* pos = info->pos;
     const Bitboard occupied = info->occupied ^ Bit(sq);
-    while (r < 7) {
+    while (r < LAST_RANK) {
         sq += pawn_dir[US];
         if (occupied & Bit(sq)) { break; }
         const Bitboard diagonal = GenAttacksB(sq, occupied);
@@ -171,51 +193,59 @@ int ScanPath(const EvalInfo* info, int sq, int r) {
     return r;
 }
 
-template <int US, typename Report>
-void ScorePasser(EvalInfo* info, int sq, Report report) {
+// What a passer is worth in the ending, the rear one of doubled passers excepted; a free one sets
+// the side's free-pawn rank, one that outruns the enemy king the side's race value.
+template <int US>
+int PasserValue(EvalInfo* info, int sq) {
     constexpr int THEM = US ^ 1;
     const Position* pos = info->pos;
-    const Bitboard bit = Bit(sq), own_pawns = pos->bb[US][PAWN];
+    const Bitboard bit = Bit(sq);
     const int r = RelativeRank(sq, US);
-    int opening, ending;
-    if (AllAhead<US>(bit) & own_pawns) {  // the rear one of doubled passers
-        opening = ending = eval_tables.PP_BONUS[r] / 3;
-    } else {
-        const int wtm = pos->side == US ? 1 : 0;
-        const int own_king = info->king_square[US], enemy_king = info->king_square[THEM];
-        const int promotion = FileOf(sq) + (US == WHITE ? 56 : 0);
-        const int king_target = (sq + (r == SEVENTH ? 1 : 2) * pawn_dir[US]) & 63;
-        const int own_distance = distance(own_king, king_target);
-        const int enemy_distance = distance(enemy_king, king_target);
-        const int reached = ScanPath<US>(info, sq, r);
-        const bool free =
-            reached == 7 || (r == SEVENTH && (BB_PawnRays[US][sq] & pos->bb[THEM][0]));
-        int b = eval_tables.PP_BONUS[r];
-        if (free || (reached > r && reached > 3)) { b += eval_tables.PP_BONUS2[r]; }
-        int v = b;
-        if (free) {
-            v += 4 + b / 4;
-            if (info->pd->free_pawn_rank[US] < r) {
-                info->pd->free_pawn_rank[US] = static_cast<u8>(r);
-            }
-        }
-        if (Ahead<US>(bit) & pos->bb[THEM][0]) { v -= b / 8; }
-        if (BB_AdjacentSquares[sq] & own_pawns) { v += b / 4; }
-        v += (2 * king_distance_weight[enemy_distance] - king_distance_weight[own_distance]) * b /
-             WEIGHT_UNIT;
-        if (8 - r - wtm < distance(enemy_king, promotion)) {  // outside the pawn's square
-            v += b / 4;
-            if (info->stage == MAX_STAGE) {
-                v += b / 2;
-                const int race = wtm + r + (r == 1 ? 1 : 0) - (free ? 0 : 1);
-                info->race[US] = std::max(info->race[US], race);
-            }
-        }
-        if (r > SUPPORTED_ABOVE_RANK && own_distance < 2) { v += b / 4; }
-        ending = v;
-        opening = v * PASSER_OPENING_WEIGHT / WEIGHT_UNIT;
+    const int to_move = pos->side == US ? 1 : 0;
+    const int enemy_king = info->king_square[THEM];
+    const int king_target = SquareAhead<US>(sq, r == SEVENTH_RANK ? 1 : 2);
+    const int own_distance = distance(info->king_square[US], king_target);
+    const int enemy_distance = distance(enemy_king, king_target);
+    const int reached = ScanPath<US>(info, sq, r);
+    const bool free =
+        reached == LAST_RANK || (r == SEVENTH_RANK && (BB_PawnRays[US][sq] & pos->bb[THEM][0]));
+    int base = eval_tables.PP_BONUS[r];
+    if (free || (reached > r && reached > FAR_PATH_ABOVE_RANK)) {
+        base += eval_tables.PP_BONUS2[r];
     }
-    const TaperedScore value = {opening, ending};
+    int value = base;
+    if (free) {
+        value += FREE_PASSER + base / FREE_DIVISOR;
+        u8* free_rank = &info->pd->free_pawn_rank[US];
+        *free_rank = std::max(*free_rank, static_cast<u8>(r));
+    }
+    if (Ahead<US>(bit) & pos->bb[THEM][0]) { value -= base / BLOCKED_DIVISOR; }
+    if (BB_AdjacentSquares[sq] & pos->bb[US][PAWN]) { value += base / SUPPORTED_DIVISOR; }
+    value += (ENEMY_KING_FACTOR * king_distance_weight[enemy_distance] -
+              king_distance_weight[own_distance]) *
+             base / WEIGHT_UNIT;
+    const int promotion = RelativeSquare(SquareOf(FileOf(sq), LAST_RANK), US);
+    if (RANK_COUNT - r - to_move < distance(enemy_king, promotion)) {
+        value += base / OUTRUN_DIVISOR;
+        if (info->stage == MAX_STAGE) {
+            value += base / PAWN_RACE_DIVISOR;
+            const int race = to_move + r + (r == SECOND_RANK ? 1 : 0) - (free ? 0 : 1);
+            info->race[US] = std::max(info->race[US], race);
+        }
+    }
+    if (r > KING_GUARD_ABOVE_RANK && own_distance <= 1) { value += base / KING_GUARD_DIVISOR; }
+    return value;
+}
+
+template <int US, typename Report>
+void ScorePasser(EvalInfo* info, int sq, Report report) {
+    TaperedScore value;
+    if (AllAhead<US>(Bit(sq)) & info->pos->bb[US][PAWN]) {
+        value = BothStages(eval_tables.PP_BONUS[RelativeRank(sq, US)] / REAR_PASSER_DIVISOR);
+    } else {
+        value.ending = PasserValue<US>(info, sq);
+        value.opening = value.ending * OPENING_WEIGHT / WEIGHT_UNIT;
+    }
     info->positional[US] += value;
     report.Charge(info, PASSER_TERM, US, sq, value);
 }

@@ -18,13 +18,13 @@ namespace {
 
 // Profiles of the computed piece-square tables, by rank or file (a or 1 first).
 constexpr int PST_UNIT = 16;  // a shape weight of 16 counts a profile once
-constexpr int centre[8] = {-5, -2, 0, 1, 1, 0, -2, -5};
-constexpr int king_ending[8] = {-3, -1, 0, 1, 1, 0, -1, -3};
-constexpr int pawn_ending_rank[8] = {0, 0, 1, 4, 5, 6, 6, 0};
-constexpr int king_opening_rank[8] = {0, -1, -2, -3, -4, -4, -4, -4};
-constexpr int king_opening_file[8] = {1, 1, 0, -1, -1, 0, 1, 1};
+constexpr int centre[RANK_COUNT] = {-5, -2, 0, 1, 1, 0, -2, -5};
+constexpr int king_ending[RANK_COUNT] = {-3, -1, 0, 1, 1, 0, -1, -3};
+constexpr int pawn_ending_rank[RANK_COUNT] = {0, 0, 1, 4, 5, 6, 6, 0};
+constexpr int king_opening_rank[RANK_COUNT] = {0, -1, -2, -3, -4, -4, -4, -4};
+constexpr int king_opening_file[FILE_COUNT] = {1, 1, 0, -1, -1, 0, 1, 1};
 // clang-format off
-constexpr int pawn_opening[64] = {
+constexpr int pawn_opening[SQUARE_COUNT] = {
      0,  0,  0,  0,  0,  0,  0,  0,
     -2,  0,  0, -2, -2,  0,  0, -2,
     -2,  0,  0,  2,  2,  0,  0, -2,
@@ -40,6 +40,7 @@ constexpr int pawn_opening[64] = {
 constexpr double LMR_SCALE = 0.04;
 constexpr double LMR_OFFSET = 0.4;
 constexpr double LMR_MAX = 3.0;          // plies
+constexpr double LMR_KEPT = 2.0;         // plies that are left of the depth
 constexpr double LMR_FIRST_LAYER = 1.2;  // how much less the first layer reduces
 constexpr int LMR_MIN_DEPTH = 3;
 
@@ -48,6 +49,10 @@ constexpr int LAST_LIMITED_DEPTH = 5;
 constexpr int MARGIN_OFF = 1000;  // centipawns
 constexpr int COUNT_OFF = 200;    // moves
 
+constexpr int BISHOPS_OF_A_PAIR = 2;
+
+// A passer's second bonus, by relative rank.
+constexpr int FIRST_PASSER_STEP = SECOND_RANK + 1;
 constexpr double PASSER_STEP_SHARE = 0.65;  // of the step to the next rank's bonus
 constexpr i16 PASSER_STEP_RANK7 = 60;
 
@@ -58,6 +63,7 @@ constexpr int SLIDER_MOBILITY_ZERO = 4;
 
 constexpr int DANGER_FREE = 5;  // attack counts up to here are harmless
 constexpr int DANGER_ENTRIES = 32;
+constexpr double PERCENT = 0.01;
 constexpr double DANGER_POWER = 1.9;
 constexpr double DANGER_SCALE = 1.6;
 constexpr int DANGER_STEP = 42;  // step n adds at most this less n
@@ -69,8 +75,8 @@ constexpr int TEMPO_ENDING = 6;
 i16 Rounded(double value) { return static_cast<i16>(std::lround(value)); }
 
 void BuildMaterial(const PersonalityRecord& p, EvalTables* t) {
-    for (int n = 0; n < 16; ++n) {
-        const int pair = n >= 2 ? p.bishop_pair : 0;
+    for (int n = 0; n < MATERIAL_COUNTS; ++n) {
+        const int pair = n >= BISHOPS_OF_A_PAIR ? p.bishop_pair : 0;
         t->MtlPawnOp[n] = static_cast<i16>(n * p.pawn_value_op);
         t->MtlPawnEn[n] = static_cast<i16>(n * p.pawn_value_en);
         t->MtlKnightOp[n] = static_cast<i16>(n * p.knight_value_op);
@@ -90,7 +96,7 @@ i16 SquareValue(i16 own, int shape, int weight) {
 }
 
 void BuildSquareTables(const PersonalityRecord& p, EvalTables* t) {
-    for (int sq = 0; sq < 64; ++sq) {
+    for (int sq = 0; sq < SQUARE_COUNT; ++sq) {
         const int r = RankOf(sq), f = FileOf(sq);
         const int centred = centre[r] + centre[f];
         const int king_op = king_opening_rank[r] + king_opening_file[f];
@@ -111,18 +117,19 @@ void BuildSquareTables(const PersonalityRecord& p, EvalTables* t) {
 }
 
 void BuildPasserBonus(const PersonalityRecord& p, EvalTables* t) {
-    t->PP_BONUS[0] = t->PP_BONUS[7] = 0;
-    std::copy(std::begin(p.passed_pawn_rank), std::end(p.passed_pawn_rank), t->PP_BONUS + 1);
-    t->PP_BONUS2[0] = t->PP_BONUS2[7] = 0;
-    for (int r = 2; r <= 5; ++r) {
+    t->PP_BONUS[FIRST_RANK] = t->PP_BONUS[LAST_RANK] = 0;
+    std::copy(std::begin(p.passed_pawn_rank), std::end(p.passed_pawn_rank),
+              t->PP_BONUS + SECOND_RANK);
+    t->PP_BONUS2[FIRST_RANK] = t->PP_BONUS2[LAST_RANK] = 0;
+    for (int r = FIRST_PASSER_STEP; r < SEVENTH_RANK; ++r) {
         t->PP_BONUS2[r] = Rounded(PASSER_STEP_SHARE * (t->PP_BONUS[r + 1] - t->PP_BONUS[r]));
     }
-    t->PP_BONUS2[1] = t->PP_BONUS2[2];
-    t->PP_BONUS2[6] = PASSER_STEP_RANK7;
+    t->PP_BONUS2[SECOND_RANK] = t->PP_BONUS2[FIRST_PASSER_STEP];
+    t->PP_BONUS2[SEVENTH_RANK] = PASSER_STEP_RANK7;
 }
 
 void BuildMobility(const PersonalityRecord& p, EvalTables* t) {
-    for (int n = 0; n < 16; ++n) {
+    for (int n = 0; n < MOBILITY_COUNTS; ++n) {
         const double e = std::exp(MOBILITY_DECAY * n);
         const double slider = MOBILITY_UNIT * e * (n - SLIDER_MOBILITY_ZERO);
         t->KnightMobility[n] =
@@ -131,7 +138,8 @@ void BuildMobility(const PersonalityRecord& p, EvalTables* t) {
         t->RookMobility[n] = Rounded(slider * p.rook_mobility);
         t->QueenMobility[n] = Rounded(slider * p.queen_mobility);
     }
-    std::fill(t->QueenMobility + 16, t->QueenMobility + 32, t->QueenMobility[15]);
+    std::fill(t->QueenMobility + MOBILITY_COUNTS, std::end(t->QueenMobility),
+              t->QueenMobility[MOBILITY_COUNTS - 1]);
 }
 
 void BuildKingDanger(const PersonalityRecord& p, EvalTables* t) {
@@ -141,7 +149,7 @@ void BuildKingDanger(const PersonalityRecord& p, EvalTables* t) {
             n <= DANGER_FREE
                 ? 0
                 : static_cast<int>(std::lround(std::pow(n - DANGER_FREE, DANGER_POWER) *
-                                               p.king_safety * 0.01 * DANGER_SCALE));
+                                               p.king_safety * PERCENT * DANGER_SCALE));
         t->KingDanger[n] =
             static_cast<i16>(std::min(std::max(value, 0), t->KingDanger[n - 1] + DANGER_STEP - n));
     }
@@ -179,7 +187,7 @@ void SetPersonalityDefaults(PersonalityRecord* record) {
                 *WordField(weight, record) = weight.initial;
                 break;
             case WeightKind::SQUARES:
-                std::fill_n(WordField(weight, record), 64, weight.initial);
+                std::fill_n(WordField(weight, record), SQUARE_COUNT, weight.initial);
                 break;
         }
     }
@@ -197,7 +205,7 @@ void BuildReductionTable(PersonalityRecord* record) {
         for (int m = 1; m < LMR_MOVES; ++m) {
             double x = LMR_SCALE * std::sqrt(record->LMR_strength) *
                        (std::sqrt(d) + std::sqrt(m) - LMR_OFFSET);
-            x = std::min({x, LMR_MAX, d - 2.0, static_cast<double>(m)});
+            x = std::min({x, LMR_MAX, d - LMR_KEPT, static_cast<double>(m)});
             record->LMR_table[0][d][m] = WholePlies(x - LMR_FIRST_LAYER);
             record->LMR_table[1][d][m] = WholePlies(x);
         }

@@ -3,14 +3,21 @@
 // any thread may then read.
 #pragma once
 
-#include "board/plydata.h"
+#include "board/position.h"
 
 // Stage of the game: 0 with the opening's material, 24 with pawns and kings only.
 inline constexpr int MAX_STAGE = 24;
 
+// Entries of the derived tables by counts.
+inline constexpr int MATERIAL_COUNTS = 16;
+inline constexpr int MOBILITY_COUNTS = 16;
+inline constexpr int QUEEN_MOBILITY_COUNTS = 32;
+inline constexpr int DANGER_COUNTS = 64;
+
 inline constexpr int LMR_DEPTHS = 70;
 inline constexpr int LMR_MOVES = 32;
 inline constexpr int SELECTIVITY_DEPTHS = 8;  // entries of the margin and count tables
+inline constexpr int PST_ROWS = 7;            // by piece type; row 0 holds no values
 inline constexpr i16 NO_PST_VALUE =
     -1000;  // square without a value of its own: the computed one is used
 
@@ -62,8 +69,8 @@ struct PersonalityRecord {
     i16 PST_R_op, PST_R_en;
     i16 PST_Q_op, PST_Q_en;
     i16 PST_K_op, PST_K_en;
-    i16 PST_op[7][64];
-    i16 PST_en[7][64];
+    i16 PST_op[PST_ROWS][SQUARE_COUNT];
+    i16 PST_en[PST_ROWS][SQUARE_COUNT];
 };
 
 extern PersonalityRecord Personality;
@@ -73,23 +80,24 @@ extern PersonalityRecord DefaultPersonality;
 // thread may read it.
 struct EvalTables {
     // By the number of men of one side; two or more bishops include the pair.
-    i16 MtlPawnOp[16], MtlPawnEn[16];
-    i16 MtlKnightOp[16], MtlKnightEn[16];
-    i16 MtlBishopOp[16], MtlBishopEn[16];
-    i16 MtlRookOp[16], MtlRookEn[16];
-    i16 MtlQueenOp[16], MtlQueenEn[16];
+    i16 MtlPawnOp[MATERIAL_COUNTS], MtlPawnEn[MATERIAL_COUNTS];
+    i16 MtlKnightOp[MATERIAL_COUNTS], MtlKnightEn[MATERIAL_COUNTS];
+    i16 MtlBishopOp[MATERIAL_COUNTS], MtlBishopEn[MATERIAL_COUNTS];
+    i16 MtlRookOp[MATERIAL_COUNTS], MtlRookEn[MATERIAL_COUNTS];
+    i16 MtlQueenOp[MATERIAL_COUNTS], MtlQueenEn[MATERIAL_COUNTS];
     // By square, from White's point of view.
-    i16 PawnOpening[64], PawnEnding[64];
-    i16 KnightOpening[64], KnightEnding[64];
-    i16 BishopOpening[64], BishopEnding[64];
-    i16 RookOpening[64], RookEnding[64];
-    i16 QueenOpening[64], QueenEnding[64];
-    i16 KingOpening[64], KingEnding[64];
+    i16 PawnOpening[SQUARE_COUNT], PawnEnding[SQUARE_COUNT];
+    i16 KnightOpening[SQUARE_COUNT], KnightEnding[SQUARE_COUNT];
+    i16 BishopOpening[SQUARE_COUNT], BishopEnding[SQUARE_COUNT];
+    i16 RookOpening[SQUARE_COUNT], RookEnding[SQUARE_COUNT];
+    i16 QueenOpening[SQUARE_COUNT], QueenEnding[SQUARE_COUNT];
+    i16 KingOpening[SQUARE_COUNT], KingEnding[SQUARE_COUNT];
     // By the number of target squares.
-    i16 KnightMobility[16], BishopMobility[16], RookMobility[16], QueenMobility[32];
-    i16 KingDanger[64];              // by attack count; from 32 on 0 and never asked
-    i16 PP_BONUS[8], PP_BONUS2[8];   // passed pawns, by relative rank 0..7
-    i16 tempo_bonus[MAX_STAGE + 1];  // by stage
+    i16 KnightMobility[MOBILITY_COUNTS], BishopMobility[MOBILITY_COUNTS];
+    i16 RookMobility[MOBILITY_COUNTS], QueenMobility[QUEEN_MOBILITY_COUNTS];
+    i16 KingDanger[DANGER_COUNTS];  // by attack count; from 32 on 0 and never asked
+    i16 PP_BONUS[RANK_COUNT], PP_BONUS2[RANK_COUNT];  // passed pawns, by relative rank 0..7
+    i16 tempo_bonus[MAX_STAGE + 1];                   // by stage
 };
 extern EvalTables eval_tables;
 
