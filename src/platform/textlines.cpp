@@ -64,11 +64,14 @@ bool ReadLine(LineReader* reader, TextLine* line) {
     if (feed != nullptr) {
         ++taken;
     } else if (!reader->at_end) {
-        // A part of a line ends at its last blank, so that no word is cut.
+        // A part of a line ends before its last blank, so that no word is cut.
         const char* text = reader->buffer + reader->begin;
         while (taken > 0 && text[taken - 1] != ' ') { --taken; }
-        taken = taken > 0 ? taken : length;
-        length = taken < length ? taken - 1 : length;
+        if (taken > 0) {
+            length = taken - 1;
+        } else {
+            taken = length;
+        }
     }
     line->text = reader->buffer + reader->begin;
     line->text[length] = '\0';

@@ -33,8 +33,8 @@ struct TextLine {
 // opened or there is no memory for the buffer.
 [[nodiscard]] bool OpenLines(LineReader* reader, const char* path);
 
-// Reads the next line. A line that is longer than the buffer comes in parts, each of which ends at
-// a blank where it has one. False at the end of the file, when reading fails (std::ferror tells
+// Reads the next line. A line that is longer than the buffer comes in parts, cut at a blank (which
+// goes) where there is one. False at the end of the file, when reading fails (std::ferror tells
 // them apart), or once the user wants the program to end. Requires: an open reader.
 [[nodiscard]] bool ReadLine(LineReader* reader, TextLine* line);
 

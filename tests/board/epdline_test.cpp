@@ -3,7 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
 #include <string>
+#include <vector>
+
+#include "support/engine.h"
 
 namespace {
 
@@ -38,6 +42,31 @@ TEST(EpdLine, IsTakenApart) {
         EXPECT_EQ(record.best_move, c.best_move) << c.line.substr(0, 80);
         EXPECT_EQ(record.result, c.result) << c.line.substr(0, 80);
     }
+}
+
+TEST(EpdLine, UsableLinesOfAFileAreHandedOutAsTheyStand) {
+    const ScratchFolder folder;
+    const std::string first = std::string(SMALL_BOARD) + "bm Qf7;\r";
+    // Parts after the first would pass for positions.
+    const std::string longest = SMALL_BOARD + std::string(2 * LINE_BUFFER_SIZE, 'x') + SMALL_BOARD;
+    const std::string cut = "4k3/8/8/8/8/8/8/4KQ2 w - -";
+    const std::string last = std::string(SMALL_BOARD) + "tune 0.25";
+    std::ofstream("file", std::ios::binary) << "# head\n\n"
+                                            << first << '\n'
+                                            << longest << "\n 4k3\n"
+                                            << last;
+    LineReader reader;
+    ASSERT_TRUE(OpenLines(&reader, "file"));
+    std::vector<std::string> lines;
+    std::string line;
+    EpdRecord record;
+    while (NextEpdRecord(&reader, &line, &record)) {
+        lines.push_back(line);
+        EXPECT_EQ(record.position, line.substr(0, line.find('\r')));
+    }
+    EXPECT_EQ(lines, (std::vector<std::string>{first, cut, last}));
+    EXPECT_EQ(record.result, 0.25);
+    CloseLines(&reader);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <cstring>
 #include <filesystem>
 #include <map>
 
@@ -19,11 +20,18 @@ protected:
     // Builds a book from the games and returns what was printed.
     static std::string Build(const std::string& games) {
         WriteFile("book.pgn", games);
-        testing::internal::CaptureStdout();
-        MakeBook();
-        return testing::internal::GetCapturedStdout();
+        return OutputOf(MakeBook);
     }
     static std::vector<BookRecord> Book() { return DecodeBook(FileContent("book.opn")); }
+    // Drawn games of all records together.
+    static int Draws() {
+        int draws = 0;
+        for (const BookRecord& r : Book()) { draws += r.draws; }
+        return draws;
+    }
+    static std::string Game(const std::string& result, const std::string& moves) {
+        return "[Result \"" + result + "\"]\n" + moves + '\n';
+    }
 
     // "book.opn" is what it was, one line says why, and nothing is left lying about.
     static void ExpectNothingLost(const std::string& output) {
@@ -36,19 +44,16 @@ protected:
     }
 };
 
-std::string Repeat(const std::string& text, int times) {
-    std::string all;
-    for (int i = 0; i < times; ++i) { all += text; }
-    return all;
-}
-
-// The book's record of the position after the moves.
-const BookRecord* RecordAfter(const std::vector<BookRecord>& book, const std::string& moves) {
+// Counters of the new book's record of the position after the moves: wins of the side that moved
+// last, of the other, draws. Empty without a record.
+std::string CountersAfter(const std::string& moves) {
+    std::strcpy(PBlock.options.book_file, "book.opn");
+    EXPECT_EQ(InitBook(), 0);
     PlayFromStart(moves);
-    for (const BookRecord& r : book) {
-        if (r.key1 == BookKey1(game_position->side) && r.key2 == opening_book.hash2) { return &r; }
-    }
-    return nullptr;
+    const std::optional<BookRecord> r = FindPosition(game_position->side);
+    if (!r) { return ""; }
+    return std::to_string(r->prev_wins) + ' ' + std::to_string(r->stm_wins) + ' ' +
+           std::to_string(r->draws);
 }
 
 TEST_F(BookBuildTest, ACollectionGivesItsBook) {
@@ -62,18 +67,15 @@ TEST_F(BookBuildTest, ACollectionGivesItsBook) {
         << "temporary files are left";
 }
 
-TEST_F(BookBuildTest, ResultsAreCreditedToTheSideThatMoved) {
-    Build(Repeat("[Result \"1-0\"]\n1. e4 e5 2. Nf3\n", 3));
-    std::vector<BookRecord> book = Book();
-    ASSERT_EQ(book.size(), 1u) << "only positions that the side to move lost are kept";
-    EXPECT_EQ(RecordAfter(book, "e2e4 e7e5")->stm_wins, 3);
-    EXPECT_EQ(RecordAfter(book, "e2e4 e7e5")->prev_wins, 0);
-    Build(Repeat("[Result \"1/2-1/2\"]\n1. e4\n", 5));
-    EXPECT_TRUE(Book().empty());
-    Build(Repeat("[Result \"*\"]\n1. e4\n", 6));
-    book = Book();
-    ASSERT_EQ(book.size(), 1u);
-    EXPECT_EQ(RecordAfter(book, "e2e4")->draws, 6);
+TEST_F(BookBuildTest, ResultsAreCreditedToTheSideThatMovedAndRarePositionsGo) {
+    for (const auto& row : ReadTable("credits.tsv")) {
+        std::istringstream results(row[0]);
+        std::string games;
+        for (std::string result; results >> result;) { games += Game(result, "1. e4 e5"); }
+        Build(games);
+        EXPECT_EQ(CountersAfter("e2e4"), row[1]) << row[0];
+        EXPECT_EQ(CountersAfter("e2e4 e7e5"), row[2]) << row[0];
+    }
 }
 
 TEST_F(BookBuildTest, EveryKindOfGameTextIsRead) {
@@ -84,38 +86,39 @@ TEST_F(BookBuildTest, EveryKindOfGameTextIsRead) {
     rows.push_back(
         {"a line of megabytes", "1. e4 {" + Repeat("word ", 500000) + "} e5 2. Nf3", line});
     for (const auto& row : rows) {
-        const std::string game = "[Result \"1/2-1/2\"]\n\n" + Lines(row[1]);
-        Build("\xEF\xBB\xBF" + Repeat(game + "\n\n", 5) + game);
-        const std::vector<BookRecord> book = Book();
-        u64 positions = 0;
-        for (const BookRecord& r : book) { positions += r.draws; }
-        EXPECT_EQ(positions, 6 * (1 + std::count(row[2].begin(), row[2].end(), ' '))) << row[0];
-        const BookRecord* r = RecordAfter(book, row[2]);
-        ASSERT_NE(r, nullptr) << row[0];
-        EXPECT_EQ(r->draws, 6) << row[0];
+        const std::string game = Game("1/2-1/2", "\n" + Lines(row[1]));
+        Build("\xEF\xBB\xBF" + Repeat(game + '\n', 5) + game.substr(0, game.size() - 1));
+        EXPECT_EQ(Draws(), 6 * (1 + std::count(row[2].begin(), row[2].end(), ' '))) << row[0];
+        EXPECT_EQ(CountersAfter(row[2]), "0 0 6") << row[0];
     }
     // Plies beyond the fiftieth are left out.
-    Build(Repeat("[Result \"1/2-1/2\"]\n\n" + Repeat("Nf3 Nf6 Ng1 Ng8 ", 15) + "\n", 6));
-    u64 positions = 0;
-    for (const BookRecord& r : Book()) { positions += r.draws; }
-    EXPECT_EQ(positions, 6u * 50);
+    Build(Repeat(Game("1/2-1/2", Repeat("Nf3 Nf6 Ng1 Ng8 ", 15)), 6));
+    EXPECT_EQ(Draws(), 6 * 50);
 }
 
-TEST_F(BookBuildTest, RecordsLeftBehindJoinTheNextBuildAndCountersStop) {
-    const std::string game = "[Result \"1-0\"]\n1. e4\n[Result \"0-1\"]\n1. e4\n";
-    Build(Repeat(game, 3));
-    std::vector<BookRecord> left = Book();
-    ASSERT_EQ(left.size(), 1u);
-    left[0].stm_wins = 59998;
-    left[0].prev_wins = 100;
-    WriteFile("tmp.opn", EncodeBook(left) + "torn");
-    Build(Repeat(game, 3));
-    EXPECT_FALSE(fs::exists("tmp.opn"));
+TEST_F(BookBuildTest, RecordsLeftOverJoinTheNextBuildAndCountersStop) {
+    std::string games;  // three of each result
+    for (const char* result : {"1-0", "0-1", "1/2-1/2"}) {
+        games += Repeat(Game(result, "1. e4"), 3);
+    }
+    Build(games);
     ASSERT_EQ(Book().size(), 1u);
-    EXPECT_EQ(Book()[0].stm_wins, BOOK_COUNTER_MAX);
-    EXPECT_EQ(Book()[0].prev_wins, 103);
-    Build(Repeat(game, 3));
-    EXPECT_EQ(Book()[0].stm_wins, 3) << "an old book is replaced, not added to";
+    const BookRecord plain = Book()[0];
+    for (const int before : {0, 100, 59996, 59997, 59998, 65535}) {
+        for (u16 BookRecord::*counter :
+             {&BookRecord::stm_wins, &BookRecord::prev_wins, &BookRecord::draws}) {
+            BookRecord left = {plain.key1, plain.key2, 0, 0, 0, 77};
+            left.*counter = static_cast<u16>(before);
+            WriteFile("tmp.opn", EncodeBook({left}) + "torn");
+            Build(games);
+            EXPECT_FALSE(fs::exists("tmp.opn"));
+            BookRecord wanted = plain;
+            wanted.*counter = static_cast<u16>(std::min(before + 3, 60000));
+            EXPECT_EQ(FileContent("book.opn"), EncodeBook({wanted})) << before;
+        }
+    }
+    Build(games);
+    EXPECT_EQ(FileContent("book.opn"), EncodeBook({plain})) << "an old book is not added to";
 }
 
 TEST_F(BookBuildTest, SpillsAndMergesGiveTheSameBookAsCounting) {
@@ -123,22 +126,20 @@ TEST_F(BookBuildTest, SpillsAndMergesGiveTheSameBookAsCounting) {
     std::map<std::string, int> wanted;
     const char* const first[] = {"e4", "d4", "c4", "Nf3"};
     for (int i = 0; i < 10450; ++i) {
-        games += std::string("[Result \"1/2-1/2\"]\n1. ") + first[i % 7 % 4] + "\n";
+        games += Game("1/2-1/2", first[i % 7 % 4]);
         wanted[first[i % 7 % 4]]++;
     }
     const std::string output = Build(games);
     EXPECT_EQ(std::count(output.begin(), output.end(), '.'), 52 + 1 + 3 * 3 + 3);
-    std::map<std::string, int> found;
-    for (const auto& [move, n] : wanted) { found[move] = RecordAfter(Book(), move)->draws; }
-    EXPECT_EQ(found, wanted);
+    for (const auto& [move, n] : wanted) {
+        EXPECT_EQ(CountersAfter(move), "0 0 " + std::to_string(n));
+    }
 }
 
 TEST_F(BookBuildTest, WithoutGamesNothingIsTouched) {
     WriteFile("book.opn", "old book");
     WriteFile("tmp.opn", "left");
-    testing::internal::CaptureStdout();
-    MakeBook();
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(OutputOf(MakeBook), "");
     EXPECT_EQ(FileContent("book.opn"), "old book");
     EXPECT_EQ(FileContent("tmp.opn"), "left");
 }

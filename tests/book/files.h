@@ -40,6 +40,12 @@ inline std::vector<BookRecord> DecodeBook(const std::string& bytes) {
     return records;
 }
 
+inline std::string Repeat(const std::string& text, int times) {
+    std::string all;
+    for (int i = 0; i < times; ++i) { all += text; }
+    return all;
+}
+
 // A text of a table: '|' stands for a line feed, '^' for a carriage return, '_' for a tab.
 inline std::string Lines(std::string text) {
     std::replace(text.begin(), text.end(), '|', '\n');
