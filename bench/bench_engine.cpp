@@ -79,7 +79,7 @@ void BenchPerft(benchmark::State& state, const char* fen) {
     u64 leaves = 0;
     for (auto _ : state) {
         tb->nodes = 0;
-        Perft(tb, depth);
+        benchmark::DoNotOptimize(Perft(tb, depth));
         leaves += tb->nodes.Get();
     }
     SetRate(state, leaves);

@@ -135,20 +135,20 @@ int MoveGivesCheck(const Position* pos, int side, const MoveEntry* e) {
     assert(OwnPieceOn(pos, side, from) && pos->board[from] == e->piece);
     const int king = KingSquare(pos, side ^ 1);
     const Bitboard occupied = Occupied(pos);
-    if (AttacksFromSquare(ArrivingType(e), side, to, king, occupied)) { return 1; }
-    if ((pos->sig[side] & SLIDER_SIGNATURE) == 0) { return 0; }
+    if (AttacksFromSquare(ArrivingType(e), side, to, king, occupied)) { return DIRECT_CHECK; }
+    if ((pos->sig[side] & SLIDER_SIGNATURE) == 0) { return NO_CHECK; }
     const Bitboard* men = pos->bb[side];
     const Bitboard after = (occupied & ~Bit(from)) | Bit(to);
     if (BB_RookRays[king] & Bit(from)) {
         const Bitboard line = BB_RookRays[king] & BB_RookRays[from] & (men[ROOK] | men[QUEEN]);
-        if (LineIsOpen(line, king, after)) { return 2; }
+        if (LineIsOpen(line, king, after)) { return DISCOVERED_CHECK; }
     }
     if (BB_BishopRays[king] & Bit(from)) {
         const Bitboard line =
             BB_BishopRays[king] & BB_BishopRays[from] & (men[BISHOP] | men[QUEEN]);
-        if (LineIsOpen(line, king, after)) { return 2; }
+        if (LineIsOpen(line, king, after)) { return DISCOVERED_CHECK; }
     }
-    return 0;
+    return NO_CHECK;
 }
 
 int MoveAttacksKingArea(const Position* pos, int type, int from, int to, Bitboard area) {

@@ -308,7 +308,7 @@ void PerftCommand(const Command& c) {
     InitSearch();
     ThreadBlock* tb = ThreadData[0];
     const double start = MonotonicSeconds();
-    const int complete = Perft(tb, WholeNumber(c.word[1].c_str(), 0, MAX_PERFT_DEPTH));
+    const bool complete = Perft(tb, WholeNumber(c.word[1].c_str(), 0, MAX_PERFT_DEPTH));
     const double seconds = MonotonicSeconds() - start;
     const double nodes = static_cast<double>(tb->nodes.Get());
     if (InterruptSeen()) {

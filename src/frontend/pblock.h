@@ -37,6 +37,11 @@ inline constexpr int STOP_ABANDON = 2;  // a command changed the game, or time r
 inline constexpr int STOP_NO_MOVE = 3;  // no legal move at the root
 inline constexpr int STOP_QUIT = 99;    // the pool is being ended
 
+// Values of easy_move: why the time control may stop early.
+inline constexpr u8 EASY_NONE = 0;
+inline constexpr u8 EASY_SINGLE = 1;  // one legal move
+inline constexpr u8 EASY_CLEAR = 2;   // a best move far above the others
+
 inline constexpr int NO_COMPUTER = 2;  // value of `computer`: the engine plays neither side
 
 // How far a search may go.
@@ -78,7 +83,8 @@ struct TimeControl {
     double clock[2] = {5.0, 5.0};  // remaining seconds
     u16 moves_to_go = 0;
     double target_time = 0.0;       // seconds planned for this move
-    Relaxed<double> elapsed = 0.0;  // seconds since the search started
+    double start_time = 0.0;        // of the search, monotonic seconds
+    Relaxed<double> elapsed = 0.0;  // seconds since then
 
     // Every move gets this much time.
     void SetTimePerMove(double seconds) {
@@ -112,8 +118,9 @@ struct SearchProgress {
     Relaxed<i8> iteration_depth = 0;       // last started
     Relaxed<i8> completed_depth = 0;       // last finished
     Relaxed<double> completed_time = 0.0;  // `elapsed` at that moment
-    Relaxed<u8> easy_move = 0;             // 0 none, 1 one legal move, 2 clear best move
-    double hash_fill = 0.0;                // share of the table in use, 0..1
+    Relaxed<u8> easy_move = EASY_NONE;
+    double hash_fill = 0.0;            // share of the table in use, 0..1
+    int second_best_score = NO_SCORE;  // highest of a second-placed root move, for easy_move
     // For developers: what they count in these while they look into the search is shown with its
     // end.
     i32 ncnt[4] = {};

@@ -22,7 +22,9 @@ constexpr int STATIC_CUT_MARGIN = 11;  // above beta, before any static cut is t
 constexpr int SNMP_MARGIN = 25;
 constexpr int SNMP_EXCHANGE_MARGIN = 99;
 constexpr int SNMP_DEPTH = 2;
-constexpr int MAX_ENEMY_PASSER_RANK = 4;  // a free passer further on forbids static cuts
+constexpr int FIFTH_RANK = 4;  // as the side sees it
+constexpr int SIXTH_RANK = 5;
+constexpr int MAX_ENEMY_PASSER_RANK = FIFTH_RANK;  // a free passer further on forbids static cuts
 constexpr int NULL_REDUCTION = 3;
 constexpr int DEEP_NULL_DEPTH = 7;  // deeper, and with material, the null move reduces one more
 constexpr int DEEP_NULL_MATERIAL = 6;
@@ -35,7 +37,18 @@ constexpr int LOSING_MATE = MATED_SCORE;
 constexpr int PROMISING_SCORE = 149;  // moves ordered above it are neither pruned nor reduced
 constexpr int GOOD_QUIET_SCORE = 31;  // quiet moves ordered above it have proved themselves
 constexpr int MAX_REDUCTION = 4;
-constexpr int NEVER = 99;  // depth that no table entry reaches
+constexpr int NEVER = 99;                  // depth that no table entry reaches
+constexpr int LAST_PLY_WITHOUT_TABLE = 3;  // a PV node up to it is always searched
+constexpr int PV_TABLE_DEPTH = 2;          // plies that a result must be deeper to answer a PV node
+constexpr int LAST_PLY_AFTER_GAME = 3;  // two plies before it stand moves of the game or the root
+constexpr int OWN_LAST_MOVE = 2;        // undo records back
+constexpr int HANGING_SHARE = 2;        // part of what hangs that a static cut keeps, as divisor
+constexpr int IID_PV_REDUCTION = 3;
+constexpr int IID_REDUCTION = 4;
+constexpr int IID_SHORT_DEPTH = 4;  // without any hash move it is searched to depth 1 at least
+constexpr int PV_SIXTEENTHS = 1;    // of extension, for a PV node and for a capture on the way
+constexpr int CAPTURE_SIXTEENTHS = 2;
+constexpr int SHALLOWEST_STORE = -1;  // results of less depth are not stored
 
 int SelectivityIndex(int depth) { return std::clamp(depth, 0, SELECTIVITY_DEPTHS - 1); }
 
@@ -80,7 +93,9 @@ bool TableCutoff(Node* n, int* score) {
     }
     if (n->window.beta <= value) { n->fails_high = entry.bound != BOUND_UPPER; }
     int required = n->depth;
-    if (n->type == NODE_PV) { required += n->ply > 3 ? 2 : NEVER; }
+    if (n->type == NODE_PV) {
+        required += n->ply > LAST_PLY_WITHOUT_TABLE ? PV_TABLE_DEPTH : NEVER;
+    }
     if (entry.depth < required) { return false; }
     if (n->fails_low) {
         *score = n->window.alpha;
@@ -118,7 +133,8 @@ bool NullMoveFailsHigh(const Node& n) {
 }
 
 bool PreviousMoveWasNotNull(const Node& n) {
-    return n.ply <= 3 || n.pos->undo[n.pos->hist_count - 2].move != NO_MOVE;
+    return n.ply <= LAST_PLY_AFTER_GAME ||
+           n.pos->undo[n.pos->hist_count - OWN_LAST_MOVE].move != NO_MOVE;
 }
 
 // The cuts tried at expected cut nodes. True when the node fails high; may reduce the node's depth
@@ -133,8 +149,8 @@ bool StaticCuts(Node* n) {
     if (n->pd->free_pawn_rank[n->side ^ 1] > MAX_ENEMY_PASSER_RANK) { return false; }
     if (pos->npm[n->side] == 0 || PawnCount(pos->sig[n->side]) == 0) { return false; }
     if (n->depth <= p.CNP_depth) {
-        const int margin =
-            std::max<int>(n->pd->hanging[n->side] / 2, p.CNP_margin[SelectivityIndex(n->depth)]);
+        const int margin = std::max<int>(n->pd->hanging[n->side] / HANGING_SHARE,
+                                         p.CNP_margin[SelectivityIndex(n->depth)]);
         if (n->eval >= n->window.beta + margin) { return true; }
     }
     if (n->depth <= SNMP_DEPTH && n->eval >= n->window.beta + SNMP_MARGIN &&
@@ -151,8 +167,8 @@ bool StaticCuts(Node* n) {
 
 // Finds a hash move by a shallower search where the table gave none deep enough.
 void InternalDeepening(const Node& n) {
-    int depth = n.depth - (n.type == NODE_PV ? 3 : 4);
-    if (n.depth == 4 && n.pd->hash_move == NO_MOVE) { depth = 1; }
+    int depth = n.depth - (n.type == NODE_PV ? IID_PV_REDUCTION : IID_REDUCTION);
+    if (n.depth == IID_SHORT_DEPTH && n.pd->hash_move == NO_MOVE) { depth = 1; }
     if (depth <= 0 || n.table_depth >= depth || n.eval < n.window.alpha - IID_MARGIN) { return; }
     n.pd->iid = 1;
     const int v = FW_Search(n.tb, depth, n.window, n.in_check, n.pv);
@@ -163,8 +179,8 @@ void InternalDeepening(const Node& n) {
 // Sixteenths of a ply collected on the way; a full one extends the node.
 void FractionalExtension(const Node& n) {
     int accumulator = n.tb->extension_accumulator;
-    if (n.type == NODE_PV) { accumulator += 1; }
-    if (n.pd[-1].cursor->captured) { accumulator += 2; }
+    if (n.type == NODE_PV) { accumulator += PV_SIXTEENTHS; }
+    if (n.pd[-1].cursor->captured) { accumulator += CAPTURE_SIXTEENTHS; }
     if (accumulator >= EXTENSION_SIXTEENTHS) {
         n.pd->extension = 1;
         accumulator -= EXTENSION_SIXTEENTHS;
@@ -183,13 +199,13 @@ bool HasFreeSpan(const Position* pos, int side, Move m) {
 bool IsAdvancedPawnMove(const Position* pos, int side, const MoveEntry* e) {
     if (PieceType(e->piece) != PAWN) { return false; }
     const int rank = RelativeRank(MoveTo(e->move), side);
-    return rank >= 6 || (rank >= 4 && HasFreeSpan(pos, side, e->move));
+    return rank >= SEVENTH_RANK || (rank >= FIFTH_RANK && HasFreeSpan(pos, side, e->move));
 }
 
 bool IsPawnMoveExemptFromPruning(const Position* pos, int side, const MoveEntry* e) {
     if (PieceType(e->piece) != PAWN) { return false; }
     const int rank = RelativeRank(MoveTo(e->move), side);
-    return rank >= 6 || (rank == 5 && HasFreeSpan(pos, side, e->move));
+    return rank >= SEVENTH_RANK || (rank == SIXTH_RANK && HasFreeSpan(pos, side, e->move));
 }
 
 // Does a slider newly see one of `prey` along a free line of `rays`?
@@ -267,7 +283,7 @@ int MoveExtension(Position* pos, int side, const MoveEntry* e, u8 flags) {
 // Stores what the move loop has found of the node; `window` is the one on entry.
 void StoreResult(const ThreadBlock* tb, int depth, Window window) {
     const PlyData* pd = CurrentPly(tb);
-    if (pd->best_move == NO_MOVE || depth < -1) { return; }
+    if (pd->best_move == NO_MOVE || depth < SHALLOWEST_STORE) { return; }
     int score = window.alpha;
     int bound = BOUND_UPPER;
     if (pd->best_score >= window.beta) {
@@ -285,11 +301,13 @@ void StoreResult(const ThreadBlock* tb, int depth, Window window) {
 u8 MoveFlags(const Position* pos, int side, const MoveEntry* e) {
     u8 flags = 0;
     const int check = MoveGivesCheck(pos, side, e);
-    if (check) { flags = FLAG_CHECK; }
-    if (check == 2) { flags |= FLAG_DISCOVERED; }
+    if (check != NO_CHECK) { flags = FLAG_CHECK; }
+    if (check == DISCOVERED_CHECK) { flags |= FLAG_DISCOVERED; }
     if (e->captured) { flags |= FLAG_CAPTURE; }
     if (PieceType(e->piece) == PAWN) {
-        if (RelativeRank(MoveTo(e->move), side) == 6) { flags |= FLAG_SEVENTH_RANK_PAWN; }
+        if (RelativeRank(MoveTo(e->move), side) == SEVENTH_RANK) {
+            flags |= FLAG_SEVENTH_RANK_PAWN;
+        }
         if (e->move & PROMOTE_QUEEN) { flags |= FLAG_QUEEN_PROMOTION; }
         if (FileOf(MoveFrom(e->move)) != FileOf(MoveTo(e->move))) { flags |= FLAG_CAPTURE; }
     }
@@ -309,6 +327,7 @@ int SNMP(ThreadBlock* tb, int static_eval, int beta) {
 }
 
 int ProbCut(ThreadBlock* tb, int depth, int bound) {
+    assert(depth >= 1);
     Position* pos = &tb->pos;
     PlyData* pd = CurrentPly(tb);
     const int side = pos->side;
@@ -324,7 +343,7 @@ int ProbCut(ThreadBlock* tb, int depth, int bound) {
         if (!MoveIsLegalNonZero(pos, side, m) || !MoveIsSafe(pos, m)) { continue; }
         pd->cursor = e;
         MakeMove(pos, m);
-        const int v = -Search(tb, depth - 1, {-bound, 1 - bound}, NODE_ALL, line);
+        const int v = -Search(tb, depth - 1, Opposite({bound - 1, bound}), NODE_ALL, line);
         UnmakeMove(pos);
         if (PBlock.control.stop) { return 0; }
         if (v >= bound) { return 1; }
@@ -342,6 +361,7 @@ int FW_Search(ThreadBlock* tb, int depth, Window window, int in_check, Move* pv)
     const int node_type = pd->node_type;
     const int beta = window.beta;
     int alpha = window.alpha;
+    assert(alpha < beta && in_check == InCheck(pos, side));
     const int extended = depth + pd->extension;
     const bool pv_node = node_type == NODE_PV;
     const bool pruning_allowed = extended <= Personality.LMP_depth && !pd->iid && !pv_node &&
@@ -386,12 +406,13 @@ int FW_Search(ThreadBlock* tb, int depth, Window window, int in_check, Move* pv)
         MakeMove(pos, m);
         int v = 0;
         if (pd->moves_searched == 0 || child_depth <= 0) {
-            v = -Search(tb, child_depth, {-beta, -alpha}, node_opp[node_type], line);
+            v = -Search(tb, child_depth, Opposite({alpha, beta}), node_opp[node_type], line);
         } else {
-            v = -Search(tb, child_depth - reduction, {-alpha - 1, -alpha}, NODE_CUT, line);
+            v = -Search(tb, child_depth - reduction, Opposite({alpha, alpha + 1}), NODE_CUT, line);
             if (v > alpha) {
                 if (quiet && !in_check) { RaiseHistory(tb, e); }
-                v = -Search(tb, child_depth, {-beta, -alpha}, pv_node ? NODE_PV : NODE_NULL, line);
+                v = -Search(tb, child_depth, Opposite({alpha, beta}), pv_node ? NODE_PV : NODE_NULL,
+                            line);
             }
         }
         tb->extension_count = static_cast<u8>(tb->extension_count - extension);
@@ -433,7 +454,7 @@ int Search(ThreadBlock* tb, int depth, Window window, int node_type, Move* pv) {
     Position* pos = &tb->pos;
     const int side = pos->side;
     const int ply = pos->ply;
-    assert(ply >= 2 && ply < SEARCH_STACK_SIZE - 2);
+    assert(ply >= 2 && ply <= MAX_SEARCH_PLY + 1);
     tb->nodes += 1;
     const int alpha = std::max(window.alpha, ply - INFINITE_SCORE);
     const int beta = std::min(window.beta, INFINITE_SCORE - 1 - ply);

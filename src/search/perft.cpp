@@ -17,19 +17,19 @@ int IsMate(ThreadBlock* tb, int in_check) {
     return in_check ? CHECKMATE : STALEMATE;
 }
 
-int Perft(ThreadBlock* tb, int depth) {
+bool Perft(ThreadBlock* tb, int depth) {
     Position* pos = &tb->pos;
     if (depth <= 0) {
         tb->nodes += 1;
-        return 1;
+        return true;
     }
-    if (!MoveListFits(tb) || EndWanted()) { return 0; }
+    if (!MoveListFits(tb) || EndWanted()) { return false; }
     const int side = pos->side;
     const int in_check = InCheck(pos, side);
     PlyData* pd = CurrentPly(tb);
     pd->hash_move = NO_MOVE;
     pd->stage = STAGE_START;
-    int complete = 1;
+    bool complete = true;
     while (const MoveEntry* e = GetNextMoveFW(tb, in_check)) {
         const Move m = e->move;
         if (m == NO_MOVE || !MoveIsLegalNonZero(pos, side, m)) { continue; }
@@ -38,7 +38,7 @@ int Perft(ThreadBlock* tb, int depth) {
             continue;
         }
         MakeMove(pos, m);
-        complete &= Perft(tb, depth - 1);
+        complete = Perft(tb, depth - 1) && complete;
         UnmakeMove(pos);
     }
     return complete;

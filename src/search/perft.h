@@ -14,7 +14,6 @@ inline constexpr int STALEMATE = 2;
 // picker's state of the current ply, whose hash move is tried like any other.
 int IsMate(ThreadBlock* tb, int in_check);
 // Adds the number of legal move sequences of length depth (0..20) to tb->nodes; depth 0 counts one
-// node, the position itself. Returns 1, or 0 when moves were left uncounted: a list did not fit
-// into the thread's move buffer, or the user wants the program to end. Leaves the position as it
-// was.
-int Perft(ThreadBlock* tb, int depth);
+// node, the position itself. Returns false when moves were left uncounted: a list did not fit into
+// the thread's move buffer, or the user wants the program to end. Leaves the position as it was.
+[[nodiscard]] bool Perft(ThreadBlock* tb, int depth);

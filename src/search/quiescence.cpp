@@ -1,6 +1,7 @@
 // Quiescence search: captures, and on its first ply quiet checks and pawn pushes to the seventh
 // rank.
 #include <algorithm>
+#include <cassert>
 
 #include "board/bitboards.h"
 #include "board/zobrist.h"
@@ -21,6 +22,7 @@ constexpr int EN_PASSANT_SCORE = 1;
 constexpr int DELTA_MARGIN = 150;       // what a capture may gain beyond its victim
 constexpr int WIDE_DELTA_MARGIN = 250;  // at PV nodes and above the horizon
 constexpr int RECAPTURES_ONLY_BELOW = -4;
+constexpr int LATE_ENDGAME_PAWNS = 1;  // with as few enemy pawns left no capture is left out
 
 MoveEntry* AddQuiet(MoveEntry* list, int from, int to, int piece) {
     *list = {MakeMoveWord(from, to), static_cast<u8>(piece), 0, 0};
@@ -45,7 +47,7 @@ void GenerateCaptures(const Position* pos, PlyData* pd) {
 // Pushes of the pawns whose square ahead is in `targets`, lowest pawn first.
 MoveEntry* AddPushes(const Position* pos, Bitboard pawns, Bitboard targets, MoveEntry* list) {
     const int side = pos->side;
-    Bitboard sources = pawns & (side == WHITE ? targets >> 8 : targets << 8);
+    Bitboard sources = pawns & (side == WHITE ? targets >> FILE_COUNT : targets << FILE_COUNT);
     while (sources) {
         const int from = PopLSB(&sources);
         list = AddQuiet(list, from, from + pawn_dir[side], PieceCode(side, PAWN));
@@ -91,7 +93,8 @@ void GenerateQuietChecks(const Position* pos, PlyData* pd) {
             [=](int from) { return GenAttacksB(from, occupied) | GenAttacksR(from, occupied); },
             end);
     }
-    end = AddPushes(pos, pawns, RankMask(side == WHITE ? 6 : 1) & empty, end);
+    end = AddPushes(pos, pawns,
+                    RankMask(side == WHITE ? SEVENTH_RANK : LAST_RANK - SEVENTH_RANK) & empty, end);
     TerminateList(pd, end);
     pd->stage = QUIESCENCE_QUIET;
 }
@@ -121,11 +124,11 @@ bool IsLateEndgameCapture(const Position* pos, const MoveEntry* e) {
     if (captured == NO_PIECE) { return false; }
     const int enemy = pos->side ^ 1;
     const int pawns_left = PawnCount(pos->sig[enemy]) - (captured == PAWN ? 1 : 0);
-    return pawns_left <= 1 || npv[captured] == pos->npm[enemy];
+    return pawns_left <= LATE_ENDGAME_PAWNS || npv[captured] == pos->npm[enemy];
 }
 
 bool IsPawnToLastRanks(const Position* pos, const MoveEntry* e) {
-    return PieceType(e->piece) == PAWN && RelativeRank(MoveTo(e->move), pos->side) >= 6;
+    return PieceType(e->piece) == PAWN && RelativeRank(MoveTo(e->move), pos->side) >= SEVENTH_RANK;
 }
 
 // Is the move left out? `stand` + victim + `margin` is the most that a capture without check
@@ -133,11 +136,11 @@ bool IsPawnToLastRanks(const Position* pos, const MoveEntry* e) {
 bool IsPruned(Position* pos, const MoveEntry* e, int depth, int stand, int margin, int best) {
     if (depth < RECAPTURES_ONLY_BELOW && MoveTo(e->move) != RecaptureSquare(pos)) { return true; }
     const int check = MoveGivesCheck(pos, pos->side, e);
-    if (check == 2) { return false; }
+    if (check == DISCOVERED_CHECK) { return false; }
     if (pos->npm[WHITE] == 0 || pos->npm[BLACK] == 0) { return false; }
     if (IsLateEndgameCapture(pos, e)) { return false; }
     const int captured = PieceType(e->captured);
-    if (check == 0 && !IsPawnToLastRanks(pos, e) &&
+    if (check == NO_CHECK && !IsPawnToLastRanks(pos, e) &&
         stand + piece_value[captured] + margin <= best) {
         return true;
     }
@@ -154,6 +157,7 @@ int Q_Search(ThreadBlock* tb, int depth, Window window, int node_type, Move* pv)
     const int side = pos->side;
     const int ply = pos->ply;
     const int beta = window.beta;
+    assert(window.alpha < beta && !InCheck(pos, side));
     const int stand = pd->static_eval;
     if (stand >= beta) { return beta; }
     int best = std::max(window.alpha, stand);
@@ -166,7 +170,7 @@ int Q_Search(ThreadBlock* tb, int depth, Window window, int node_type, Move* pv)
         if (m == NO_MOVE || !MoveIsLegalNonZero(pos, side, m)) { continue; }
         if (IsPruned(pos, e, depth, stand, margin, best)) { continue; }
         MakeMove(pos, m);
-        const int v = -Search(tb, depth - 1, {-beta, -best}, child_type, line);
+        const int v = -Search(tb, depth - 1, Opposite({best, beta}), child_type, line);
         UnmakeMove(pos);
         if (v <= best) { continue; }
         pv[ply] = m;

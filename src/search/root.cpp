@@ -1,6 +1,7 @@
 // Root search and iterative deepening: what a search thread runs for one search, and the
 // publication of its best move.
 #include <algorithm>
+#include <cassert>
 #include <cstdlib>
 #include <utility>
 
@@ -17,14 +18,25 @@
 namespace {
 
 constexpr int LAST_ITERATION = 68;
-constexpr int WINDOW_BOTTOM = -9999;
-constexpr int WINDOW_TOP = 9998;
+constexpr int WINDOW_BOTTOM = MATED_AT_ROOT;
+constexpr int WINDOW_TOP = MATE_IN_ONE;
 constexpr int MIN_WIDENING = 25;
-constexpr int ROOT_FAIL_OFFSET =
-    -11000;  // ordering key of a root move that failed, less its number
+constexpr int WIDENING_FACTOR = 2;
+
+// The first window: narrow after many iterations, wider for scores far from equality.
+constexpr int NARROW_WINDOW_DEPTH = 15;
+constexpr int WIDTH_PER_ITERATION = 4;
+constexpr int MIN_HALF_WIDTH = 15;
+constexpr int SCORE_PER_WIDTH = 16;
+
+// Ordering key of a root move that failed, less its number.
+constexpr int ROOT_FAIL_OFFSET = -11000;
 constexpr double SETTLED_SECONDS = 0.025;  // before it no secondary thread abandons an iteration
 constexpr double PROGRESS_SECONDS = 3.5;   // before it no current move is shown
-constexpr int SKIP_AFTER_DEPTH = 6;        // secondary threads skip crowded depths beyond it
+// Beyond this depth a secondary thread leaves out one that more than two thirds of all have begun.
+constexpr int SKIP_AFTER_DEPTH = 6;
+constexpr int CROWD_NUMERATOR = 2;
+constexpr int CROWD_DENOMINATOR = 3;
 constexpr u32 ORDER_SEED_FACTOR = 63;
 constexpr u32 ORDER_SEED_SUMMAND = 987654321;
 constexpr u32 PERTURBATION = 21;  // root keys of a secondary thread are lowered by less than this
@@ -36,12 +48,10 @@ constexpr int EASY_STABLE_PLIES = 5;
 constexpr int REDUCTION_DEPTH = 7;
 constexpr int REDUCTION_MOVES = 5;
 constexpr int REDUCTION_DROP = 34;  // no root reduction once the score has dropped by more
-constexpr int STOPPED_FAIL_HIGH_LEAD =
-    25;  // an interrupted fail high this far above the best counts
-constexpr int VERBOSE_DEPTH = 3;
-
-// Highest score of a second-placed root move in this search; belongs to the main search thread.
-int second_best_score = NO_SCORE;
+// An interrupted fail high this far above the best score counts.
+constexpr int STOPPED_FAIL_HIGH_LEAD = 25;
+constexpr int VERBOSE_DEPTH = 3;      // beyond it unsettled scores are shown
+constexpr int FIRST_SHOWN_DEPTH = 2;  // from here on each new best move is shown
 
 bool IsMain(const ThreadBlock* tb) { return tb->slot <= 1; }
 
@@ -104,7 +114,7 @@ void PerturbRootOrder(ThreadBlock* tb, MoveEntry* first) {
 int SecondaryDepth(int depth) {
     const int limit = PBlock.limits.max_depth;
     if (depth > SKIP_AFTER_DEPTH && PBlock.options.multipv == 1 && depth < limit &&
-        ThreadsAtDepth(depth) > 2 * PBlock.options.threads / 3) {
+        ThreadsAtDepth(depth) > CROWD_NUMERATOR * PBlock.options.threads / CROWD_DENOMINATOR) {
         ++depth;
     }
     return std::min(depth, limit);
@@ -112,19 +122,20 @@ int SecondaryDepth(int depth) {
 
 // Is the best move so clear that the time control may stop early? Keeps PBlock.progress.easy_move.
 void TestEasyMove(const ThreadBlock* tb, MoveEntry* first, int depth) {
-    if (depth <= 1) { second_best_score = NO_SCORE; }
-    PBlock.progress.easy_move = 0;
+    int& second_best = PBlock.progress.second_best_score;
+    if (depth <= 1) { second_best = NO_SCORE; }
+    PBlock.progress.easy_move = EASY_NONE;
     if (first[1].move == END_OF_LIST) {
-        if (depth > EASY_SINGLE_DEPTH) { PBlock.progress.easy_move = 1; }
+        if (depth > EASY_SINGLE_DEPTH) { PBlock.progress.easy_move = EASY_SINGLE; }
         return;
     }
     PickNextMove(first + 1);
-    second_best_score = std::max<int>(second_best_score, first[1].score);
+    second_best = std::max<int>(second_best, first[1].score);
     const int score = first->score;
-    if (score > second_best_score + EASY_LEAD_OVER_SECOND &&
+    if (score > second_best + EASY_LEAD_OVER_SECOND &&
         score > tb->root_eval + EASY_LEAD_OVER_EVAL && depth > EASY_CLEAR_DEPTH &&
         PBlock.result.ChangeDepth() < depth - EASY_STABLE_PLIES) {
-        PBlock.progress.easy_move = 2;
+        PBlock.progress.easy_move = EASY_CLEAR;
     }
 }
 
@@ -141,7 +152,7 @@ void SearchLines(ThreadBlock* tb, MoveEntry* first, int depth) {
 }
 
 bool MateIsInsideHorizon(int score, int depth) {
-    return score >= 9999 - depth || score < depth - 9999;
+    return score >= INFINITE_SCORE - 1 - depth || score < MATED_AT_ROOT + depth;
 }
 
 // Deepens until a limit, a mate or `stop`.
@@ -218,7 +229,7 @@ int SearchFirstMove(RootSearch* r, Move m) {
     while (!PBlock.control.stop &&
            ((v <= alpha && alpha > WINDOW_BOTTOM) || (v >= beta && beta < WINDOW_TOP))) {
         ShowUnsettled(r, v > alpha ? ROOT_FAILS_HIGH : ROOT_FIRST_FAILS_LOW, m, v);
-        step = std::max(2 * step, MIN_WIDENING);
+        step = std::max(WIDENING_FACTOR * step, MIN_WIDENING);
         if (v <= alpha) {
             alpha -= step;
             if (alpha < MATED_SCORE) { alpha = WINDOW_BOTTOM; }
@@ -244,7 +255,7 @@ int SearchLaterMove(RootSearch* r, Move m, int reduction) {
     while (v >= top && top < WINDOW_TOP && !PBlock.control.stop) {
         ShowUnsettled(r, status, m, v);
         status = ROOT_FAILS_HIGH;
-        step = std::max(2 * step, MIN_WIDENING);
+        step = std::max(WIDENING_FACTOR * step, MIN_WIDENING);
         top = std::min(top + step, WINDOW_TOP);
         v = r->Child(r->depth - 1, {bottom, top}, NODE_PV);
     }
@@ -334,7 +345,9 @@ void PrepareRootPly(ThreadBlock* tb, int depth) {
 }  // namespace
 
 int SearchRoot(ThreadBlock* tb, int depth, int index) {
+    assert(depth >= 0 && depth < PV_SIZE && index >= 0);
     Position* pos = &tb->pos;
+    assert(pos->ply == 1);
     const int side = pos->side;
     PlyData* pd = &tb->ply_data[1];
     PrepareRootPly(tb, depth);
@@ -350,7 +363,8 @@ int SearchRoot(ThreadBlock* tb, int depth, int index) {
     r.verbose = main && PBlock.options.multipv == 1 && depth > VERBOSE_DEPTH && index == 0;
     r.previous = tb->running_score;
     r.best = NO_SCORE;
-    r.half_width = std::max(4 * (15 - depth), 15) + std::abs(r.previous) / 16;
+    r.half_width = std::max(WIDTH_PER_ITERATION * (NARROW_WINDOW_DEPTH - depth), MIN_HALF_WIDTH) +
+                   std::abs(r.previous) / SCORE_PER_WIDTH;
 
     MoveEntry* front = pd->list_start + index;
     for (MoveEntry* e = front; e->move != END_OF_LIST; ++e) {
@@ -389,17 +403,20 @@ int SearchRoot(ThreadBlock* tb, int depth, int index) {
 }
 
 void NewBestMove(ThreadBlock* tb) {
+    assert(IsMain(tb));
     const int score = tb->running_score;
     const int depth = tb->best_depth;
     if (!PBlock.result.Publish(score, depth, tb->pv)) { return; }
-    if (depth >= 2 && PBlock.options.multipv == 1) {
+    if (depth >= FIRST_SHOWN_DEPTH && PBlock.options.multipv == 1) {
         DisplaySearchInfo(tb->slot, -1, depth, score, tb->pv);
     }
 }
 
 void SearchIterations(int slot) {
+    assert(slot >= 0 && slot < THREAD_SLOTS && ThreadData[slot] != nullptr);
     ThreadBlock* tb = ThreadData[slot];
     Position* pos = &tb->pos;
+    assert(WhyUnplayable(pos) == nullptr);
     const bool main = IsMain(tb);
     ResetThread(tb);
     const int in_check = InCheck(pos, pos->side);
@@ -416,7 +433,7 @@ void SearchIterations(int slot) {
         return;
     }
     if (!HasLegalMove(tb, in_check)) {
-        tb->running_score = in_check ? -9999 : 0;
+        tb->running_score = in_check ? MATED_AT_ROOT : 0;
         tb->best_depth = 1;
         if (main) { NewBestMove(tb); }
         PBlock.control.stop = STOP_NO_MOVE;

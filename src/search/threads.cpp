@@ -140,6 +140,7 @@ void KillThreadPool(int n) {
 }
 
 void StartSearch() {
+    assert(BusyThreads() == 0);
     for (int slot = 1; slot <= PBlock.options.threads; ++slot) {
         SendCommand(slot, COMMAND_SEARCH);
         if (slot == 1 && PBlock.options.threads > 1) { GiveHeadStart(); }
@@ -175,6 +176,7 @@ void WaitUntilIdle() {
 }
 
 void CopyGamePosition() {
+    assert(BusyThreads() == 0);
     const ThreadBlock* game = ThreadData[0];
     for (int slot = 0; slot <= PBlock.options.threads; ++slot) {
         ThreadBlock* tb = ThreadData[slot];

@@ -28,6 +28,7 @@ constexpr double PERCENT = 0.01;
 constexpr int MIN_STOP_DEPTH = 2;          // no clock stops a search before this depth is done
 constexpr double MIN_STOP_SECONDS = 0.02;  // before it the search counts as stable
 constexpr double EASY_SHARE = 0.5;
+constexpr int LONGEST_START_TEXT = 64;  // of what a line says of the start of a search
 
 // Shares of the remaining clock, in percent, that instability adds to the limit.
 constexpr int FIRST_FAILS_LOW_PERCENT = 15;
@@ -40,13 +41,32 @@ constexpr int MIDDLE_DROP_PERCENT = 6;
 constexpr int SMALL_DROP_PERCENT = 3;
 constexpr int NEW_MOVE_PERCENT = 1;
 
-double start_time = 0.0;  // monotonic seconds
+// Drops of the score since the last iteration are measured in margins of |score| / 16 + 15, but for
+// scores that decide the game.
+constexpr int MARGIN_DIVISOR = 16;
+constexpr int MARGIN_BASE = 15;
+constexpr int DECIDING_SCORE = 800;
+constexpr int DECIDING_MARGIN = 65;
+constexpr int BIG_DROP_MARGINS = 4;
+constexpr int MIDDLE_DROP_MARGINS = 2;
+constexpr int NEW_MOVE_ITERATIONS = 1;  // a best move as young as this is new
+
+// Sudden death: how many own moves the clock is planned for.
+constexpr int OPENING_PLIES = 25;
+constexpr int MOVES_FROM_START = 36;
+constexpr int MOVES_AFTER_OPENING = 24;
+constexpr int PLIES_PER_MOVE = 2;
+
+constexpr int PONDER_MOVES = 2;  // pondering pays when more moves are to go
 
 int MovesToGo(int hist_count) {
     const int n = PBlock.time.moves_per_control;
-    if (n == ALL_MOVES) { return hist_count > 25 ? 24 : 36 - hist_count / 2; }
+    if (n == ALL_MOVES) {
+        return hist_count > OPENING_PLIES ? MOVES_AFTER_OPENING
+                                          : MOVES_FROM_START - hist_count / PLIES_PER_MOVE;
+    }
     if (PBlock.options.protocol == PROTOCOL_UCI) { return PBlock.time.moves_to_go; }
-    return n - (hist_count / 2) % n;
+    return n - (hist_count / PLIES_PER_MOVE) % n;
 }
 
 // What other threads' root results say about the stability of the published move.
@@ -86,11 +106,17 @@ int Instability() {
     const int best = result.score;
     const int percent = ThreadInstability(depth, best, result.pv[1]);
     const int previous = main_thread->best_score_by_depth[depth - 1];
-    const int margin = std::abs(previous) <= 799 ? std::abs(previous) / 16 + 15 : 65;
-    if (best < previous - 4 * margin) { return std::max(percent, BIG_DROP_PERCENT); }
-    if (best < previous - 2 * margin) { return std::max(percent, MIDDLE_DROP_PERCENT); }
+    const int margin = std::abs(previous) < DECIDING_SCORE
+                           ? std::abs(previous) / MARGIN_DIVISOR + MARGIN_BASE
+                           : DECIDING_MARGIN;
+    if (best < previous - BIG_DROP_MARGINS * margin) { return std::max(percent, BIG_DROP_PERCENT); }
+    if (best < previous - MIDDLE_DROP_MARGINS * margin) {
+        return std::max(percent, MIDDLE_DROP_PERCENT);
+    }
     if (best < previous - margin) { return std::max(percent, SMALL_DROP_PERCENT); }
-    if (PBlock.result.ChangeDepth() >= depth - 1) { return std::max(percent, NEW_MOVE_PERCENT); }
+    if (PBlock.result.ChangeDepth() >= depth - NEW_MOVE_ITERATIONS) {
+        return std::max(percent, NEW_MOVE_PERCENT);
+    }
     return percent;
 }
 
@@ -117,7 +143,7 @@ void ShowSearchStart(const Position* pos) {
     if (PBlock.options.noise >= NOISE_NEVER) { return; }
     char epd[EPD_FIELDS_SIZE];
     MakeEPD(pos, epd);
-    char text[EPD_FIELDS_SIZE + 64];
+    char text[EPD_FIELDS_SIZE + LONGEST_START_TEXT];
     if (PBlock.options.protocol == PROTOCOL_UCI) {
         std::snprintf(text, sizeof text, "info string fen %s", epd);
         LogMessage(text);
@@ -135,8 +161,8 @@ void ShowSearchStart(const Position* pos) {
 
 void GetElapsedTime(int start) {
     const double now = MonotonicSeconds();
-    if (start) { start_time = now; }
-    PBlock.time.elapsed = now - start_time;
+    if (start) { PBlock.time.start_time = now; }
+    PBlock.time.elapsed = now - PBlock.time.start_time;
 }
 
 void SetTargetTime(int side, int hist_count) {
@@ -149,7 +175,8 @@ void SetTargetTime(int side, int hist_count) {
     const double clock = PBlock.time.clock[side];
     const double increment = PBlock.time.increment;
     double target = clock / (PBlock.time.moves_to_go + 1);
-    target *= PBlock.options.ponder && PBlock.time.moves_to_go > 2 ? PONDER_FACTOR : CAUTION_FACTOR;
+    target *= PBlock.options.ponder && PBlock.time.moves_to_go > PONDER_MOVES ? PONDER_FACTOR
+                                                                              : CAUTION_FACTOR;
     if (clock > OVERHEADS_KEPT * PBlock.options.comm_overhead) {
         target += increment * clock / (2 * increment + clock);
     }
@@ -180,8 +207,8 @@ void SearchTimeout() {
         if (PBlock.result.DepthDone() < MIN_STOP_DEPTH) { return; }
         PBlock.control.stop =
             PBlock.control.search_state == SEARCH_THINK ? STOP_FINISH : STOP_ABANDON;
-    } else if (PBlock.progress.easy_move == 1 ||
-               (PBlock.progress.easy_move == 2 &&
+    } else if (PBlock.progress.easy_move == EASY_SINGLE ||
+               (PBlock.progress.easy_move == EASY_CLEAR &&
                 PBlock.time.elapsed >= EASY_SHARE * PBlock.time.target_time)) {
         PBlock.control.stop = STOP_FINISH;
     }
@@ -189,11 +216,11 @@ void SearchTimeout() {
 
 double EffectiveBranchingFactor() {
     constexpr double unknown = 2.0;
-    constexpr int first_depth = 5;
-    constexpr int span = 4;
+    constexpr int last_short_depth = 5;
+    constexpr int span = 4;  // iterations between the two node counts
     const int depth = PBlock.progress.completed_depth;
     const ThreadBlock* tb = ThreadData[1];
-    if (depth <= first_depth || tb == nullptr) { return unknown; }
+    if (depth <= last_short_depth || tb == nullptr) { return unknown; }
     const u64 nodes = tb->nodes_by_depth[depth];
     const u64 earlier = tb->nodes_by_depth[depth - span];
     if (nodes == 0 || earlier == 0) { return unknown; }
