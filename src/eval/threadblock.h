@@ -16,7 +16,8 @@ inline constexpr int THREAD_SLOTS = 65;  // slot 0 holds the game position, 1..6
 
 // Values of the command byte.
 inline constexpr u8 COMMAND_IDLE = 0;
-inline constexpr u8 COMMAND_SEARCH = 1;
+inline constexpr u8 COMMAND_SEARCH = 1;   // requested
+inline constexpr u8 COMMAND_RUNNING = 2;  // the thread has begun
 inline constexpr u8 COMMAND_QUIT = 'c';
 
 // Root status of a thread.

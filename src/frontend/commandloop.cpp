@@ -5,6 +5,7 @@
 #include <cassert>
 #include <deque>
 
+#include "board/trace.h"
 #include "board/zobrist.h"
 #include "book/book.h"
 #include "eval/personality.h"
@@ -13,6 +14,7 @@
 #include "frontend/pblock.h"
 #include "frontend/report.h"
 #include "frontend/units.h"
+#include "platform/interrupt.h"
 #include "platform/sleep.h"
 #include "search/search.h"
 #include "search/searchinfo.h"
@@ -21,7 +23,7 @@
 
 namespace {
 
-constexpr int LOOP_WAIT_MS = 5;
+constexpr double LONGEST_IDLE_WAIT = 0.005;  // seconds, once the program is about to end
 // A move with so much time is limited by something else.
 constexpr double ENDLESS_SECONDS = 99999.0;
 
@@ -202,21 +204,20 @@ bool SearchIsOver() {
            !PBlock.control.infinite;
 }
 
+// How long the loop may sleep, seconds: while nothing runs, until somebody says something (a search
+// that has ended and waits for "stop" or "ponderhit" is nothing that runs).
+double LoopWait() {
+    const bool running = PBlock.control.search_state != SEARCH_IDLE && BusyThreads() != 0;
+    if (running) { return SecondsToTimeout(); }
+    return InputEnded() || EndWanted() || TraceFailed() ? LONGEST_IDLE_WAIT : FOREVER;
+}
+
 // What would not end by itself is ended, and then the program.
 void HandleEndOfInput() {
     if (PBlock.control.search_state != SEARCH_IDLE) {
         if (SearchIsEndless()) { FinishSearch(); }
     } else if (PBlock.control.start_request == SEARCH_IDLE && !RequestsWait()) {
         PBlock.control.quit = 1;
-    }
-}
-
-// Until input or an alert comes, or the time has to be looked at again.
-void WaitForWork() {
-    if (InputEnded()) {
-        SleepEx(LOOP_WAIT_MS);
-    } else {
-        SleepExOrInput(LOOP_WAIT_MS);
     }
 }
 
@@ -263,7 +264,7 @@ void CommandLoop() {
             loop.waiting_requests.pop_front();
         }
         if (PBlock.control.start_request == SEARCH_IDLE) {
-            if (!InputPending()) { WaitForWork(); }
+            if (!InputPending()) { SleepExOrInput(LoopWait(), InputEnded()); }
             SearchTimeout();
             UserInput();
         }

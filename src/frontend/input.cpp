@@ -25,7 +25,7 @@ namespace {
 
 constexpr std::size_t READ_SIZE = 65536;                  // bytes taken at once
 constexpr std::size_t LINE_LIMIT = std::size_t{1} << 28;  // a line is cut there: memory is finite
-constexpr int INPUT_WAIT_MS = 100;  // a waiting reader looks for an interrupt this often
+constexpr double INPUT_WAIT_SECONDS = 0.1;  // a waiting reader looks for an interrupt this often
 constexpr std::string_view LINE_ENDS("\n\0", 2);
 
 struct InputReader {
@@ -121,7 +121,7 @@ bool InputPending() { return NextLineEnd() != std::string::npos; }
 bool ReadInputLine(char* buffer, int size) {
     while (!InputPending()) {
         if (reader.ended || reader.fed || EndWanted()) { return false; }
-        SleepExOrInput(INPUT_WAIT_MS);
+        SleepExOrInput(INPUT_WAIT_SECONDS);
         ReadWhatArrived();
     }
     const std::size_t end = NextLineEnd();

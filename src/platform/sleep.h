@@ -17,5 +17,8 @@ void RaiseAlert();
 // away, or until nobody can read standard output. A signal does not shorten it. Front-end thread.
 void SleepEx(int milliseconds);
 
-// The same, but also ends when standard input has something to read or has ended.
-void SleepExOrInput(int milliseconds);
+// The same for seconds, also fractions of a millisecond, or without end for FOREVER; also ends when
+// standard input has something to read or has ended, unless its end was seen before. Without an
+// alert, FOREVER is some milliseconds.
+inline constexpr double FOREVER = -1.0;
+void SleepExOrInput(double seconds, bool input_ended = false);

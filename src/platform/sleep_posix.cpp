@@ -7,6 +7,7 @@
 #include <cassert>
 #include <cerrno>
 #include <cmath>
+#include <ctime>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -19,7 +20,9 @@ namespace {
 
 constexpr int NO_HANDLE = -1;  // poll() skips it
 constexpr int TAKEN_AT_ONCE = 64;
-constexpr double MS_PER_SECOND = 1000;
+constexpr double MS_PER_SECOND = 1e3;
+constexpr double NS_PER_SECOND = 1e9;
+constexpr double LONGEST_DEAF_WAIT = 0.005;  // seconds, while there is no alert
 
 // The ends of the pipe, both open or neither. The front end sets them; whoever raises reads them.
 std::atomic<int> read_end{NO_HANDLE};
@@ -38,23 +41,29 @@ void TakeRaises(int fd) {
     do { got = read(fd, bytes, sizeof bytes); } while (got > 0 || (got < 0 && errno == EINTR));
 }
 
+timespec TimeOf(double seconds) {
+    const double whole = std::floor(seconds);
+    return {static_cast<time_t>(whole), static_cast<long>((seconds - whole) * NS_PER_SECOND)};
+}
+
 // Polls until something is ready or the time is over; a signal does not shorten the wait.
-void PollFor(pollfd* handles, nfds_t count, int milliseconds) {
-    const double end = MonotonicSeconds() + milliseconds / MS_PER_SECOND;
-    int left = milliseconds;
-    while (poll(handles, count, left) < 0 && errno == EINTR) {
-        const double rest = std::ceil((end - MonotonicSeconds()) * MS_PER_SECOND);
-        left = static_cast<int>(std::max(rest, 0.0));
+void PollFor(pollfd* handles, nfds_t count, double seconds) {
+    const bool forever = seconds < 0.0;
+    const double end = MonotonicSeconds() + seconds;
+    timespec left = TimeOf(std::max(seconds, 0.0));
+    while (ppoll(handles, count, forever ? nullptr : &left, nullptr) < 0 && errno == EINTR) {
+        left = TimeOf(std::max(end - MonotonicSeconds(), 0.0));
     }
 }
 
 // Waits for the alert and for `input`, a handle or NO_HANDLE.
-void Wait(int milliseconds, int input) {
+void Wait(double seconds, int input) {
     pollfd handles[] = {
         {read_end.load(std::memory_order_relaxed), POLLIN, 0},
         {input, POLLIN, 0},
         {OutputIsBroken() ? NO_HANDLE : STDOUT_FILENO, 0, 0}};  // its end is reported unasked
-    PollFor(handles, std::size(handles), std::max(milliseconds, 0));
+    if (handles[0].fd == NO_HANDLE && seconds < 0.0) { seconds = LONGEST_DEAF_WAIT; }
+    PollFor(handles, std::size(handles), seconds);
     if (handles[2].revents != 0) { LookAtOutput(); }
     if ((handles[0].revents & POLLIN) != 0) { TakeRaises(handles[0].fd); }
 }
@@ -92,6 +101,8 @@ void RaiseAlert() {
     errno = saved_errno;
 }
 
-void SleepEx(int milliseconds) { Wait(milliseconds, NO_HANDLE); }
+void SleepEx(int milliseconds) { Wait(std::max(milliseconds, 0) / MS_PER_SECOND, NO_HANDLE); }
 
-void SleepExOrInput(int milliseconds) { Wait(milliseconds, STDIN_FILENO); }
+void SleepExOrInput(double seconds, bool input_ended) {
+    Wait(seconds, input_ended ? NO_HANDLE : STDIN_FILENO);
+}

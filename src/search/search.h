@@ -81,6 +81,9 @@ void InitSearch();
 // Measures the time and sets `stop` when the search has used what it may: all that its target and
 // the instability of its result give it, less when the best move is easy. Not while pondering.
 void SearchTimeout();
+// How long the front end may sleep before SearchTimeout could have something to do, seconds, at
+// most 0.005. Requires a search that runs.
+double SecondsToTimeout();
 // Nodes of an iteration by those of the one before, averaged over the last four; 2 when the last
 // search was too short to tell.
 double EffectiveBranchingFactor();

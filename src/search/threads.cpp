@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cassert>
+#include <chrono>
 #include <cstring>
 #include <system_error>
 
@@ -14,8 +15,12 @@
 
 namespace {
 
-constexpr int BUSY_POLL_MS = 1;               // between looks at threads that shall become idle
-constexpr double HEAD_START_SECONDS = 0.005;  // of the main search thread over the others
+constexpr int BUSY_POLL_MS = 1;  // between looks at threads that shall become idle
+// The main search thread's lead over the others.
+constexpr double HEAD_START_SECONDS = 0.005;
+constexpr std::chrono::milliseconds HEAD_START_LOOK{1};
+
+Relaxed<double> search_start = 0.0;  // monotonic seconds; written by StartSearch
 
 // How far a new thread has come.
 enum class Birth : u8 { Starting, Ready, NoRecord };
@@ -49,6 +54,20 @@ void SetBirth(int slot, Birth birth) {
     pool[slot].birth.notify_one();
 }
 
+// Lets the main search thread go first. False when the search has ended meanwhile and the front end
+// has taken its command back.
+bool BeginAfterHeadStart(ThreadBlock* tb) {
+    if (tb->slot > 1) {
+        while (PBlock.control.stop == STOP_NONE &&
+               MonotonicSeconds() < search_start + HEAD_START_SECONDS) {
+            std::this_thread::sleep_for(HEAD_START_LOOK);
+        }
+    }
+    u8 expected = COMMAND_SEARCH;
+    return tb->command.compare_exchange_strong(expected, COMMAND_RUNNING, std::memory_order_acq_rel,
+                                               std::memory_order_acquire);
+}
+
 // Body of a search thread. After the command byte goes back to idle the front end owns the block,
 // so that store is the last access of a search.
 void SearchThreadFunc(int slot) {
@@ -62,6 +81,7 @@ void SearchThreadFunc(int slot) {
         const u8 command = tb->command.load(std::memory_order_acquire);
         if (command == COMMAND_QUIT) { break; }
         if (command == COMMAND_SEARCH) {
+            if (!BeginAfterHeadStart(tb)) { continue; }
             SearchIterations(slot);
             // The others go on until they are told to end.
             if (slot == 1 && PBlock.control.stop == STOP_NONE) {
@@ -76,11 +96,11 @@ void SearchThreadFunc(int slot) {
     tb->command.store(COMMAND_IDLE, std::memory_order_release);
 }
 
-// Waits until the main search thread has had its head start or has already finished; an old raise
-// of the alert must not cut the wait short.
-void GiveHeadStart() {
-    const double end = MonotonicSeconds() + HEAD_START_SECONDS;
-    while (CommandOf(1) != COMMAND_IDLE && MonotonicSeconds() < end) { SleepEx(BUSY_POLL_MS); }
+// Takes the command back from a thread that has not begun to search. True when it was in time.
+bool TakeCommandBack(ThreadBlock* tb) {
+    u8 expected = COMMAND_SEARCH;
+    return tb->command.compare_exchange_strong(expected, COMMAND_IDLE, std::memory_order_acq_rel,
+                                               std::memory_order_acquire);
 }
 
 void ResetCounters(ThreadBlock* tb) {
@@ -141,9 +161,9 @@ void KillThreadPool(int n) {
 
 void StartSearch() {
     assert(BusyThreads() == 0);
+    search_start = MonotonicSeconds();
     for (int slot = 1; slot <= PBlock.options.threads; ++slot) {
         SendCommand(slot, COMMAND_SEARCH);
-        if (slot == 1 && PBlock.options.threads > 1) { GiveHeadStart(); }
     }
 }
 
@@ -166,7 +186,11 @@ SearchStats Collect() {
 int BusyThreads() {
     int busy = 0;
     for (int slot = 1; slot <= PBlock.options.threads; ++slot) {
-        if (CommandOf(slot) != COMMAND_IDLE) { ++busy; }
+        if (CommandOf(slot) == COMMAND_IDLE) { continue; }
+        if (slot > 1 && PBlock.control.stop != STOP_NONE && TakeCommandBack(ThreadData[slot])) {
+            continue;
+        }
+        ++busy;
     }
     return busy;
 }

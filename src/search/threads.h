@@ -25,11 +25,13 @@ inline constexpr int NO_THREAD_RECORD = -1;
 void KillThreadPool(int n);
 
 // Starts a search on every slot 1..threads, the main search thread some milliseconds before the
-// others. Returns without waiting for the end. Requires InitSearch and idle search threads.
+// others, which wait for that themselves. Returns without waiting for the end. Requires InitSearch
+// and idle search threads.
 void StartSearch();
 // What the search threads have counted so far; exact once they are idle.
 SearchStats Collect();
-// Number of slots 1..threads that are not idle.
+// Number of slots 1..threads that are not idle. Once the search is told to end, secondary threads
+// that have not begun yet do not begin any more: nobody waits for a thread that has not run.
 int BusyThreads();
 // Waits until none is busy. Does not end a search.
 void WaitUntilIdle();

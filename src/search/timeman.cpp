@@ -29,6 +29,8 @@ constexpr int MIN_STOP_DEPTH = 2;          // no clock stops a search before thi
 constexpr double MIN_STOP_SECONDS = 0.02;  // before it the search counts as stable
 constexpr double EASY_SHARE = 0.5;
 constexpr int LONGEST_START_TEXT = 64;  // of what a line says of the start of a search
+constexpr double LONGEST_UNWATCHED = 0.005;  // seconds between two looks at a running search
+constexpr double SHORTEST_WAIT = 0.0002;
 
 // Shares of the remaining clock, in percent, that instability adds to the limit.
 constexpr int FIRST_FAILS_LOW_PERCENT = 15;
@@ -120,14 +122,26 @@ int Instability() {
     return percent;
 }
 
+bool TimeIsFixed() { return PBlock.time.moves_per_control == FIXED_TIME; }
+
+// Of the clock of the side to move.
+double SecondsRemaining() {
+    return std::max(0.0, PBlock.time.clock[game_position->side] - PBlock.time.elapsed);
+}
+
+// Seconds that the search may take, when its instability adds so many percent.
+double SearchLimit(int percent) {
+    const double limit = PBlock.time.target_time + PERCENT * percent * SecondsRemaining();
+    return TimeIsFixed() ? limit : limit - PBlock.options.comm_overhead;
+}
+
+// What must stay on the clock, seconds.
+double EmergencyReserve() {
+    return TimeIsFixed() ? 0.0 : EMERGENCY_OVERHEADS * PBlock.options.comm_overhead;
+}
+
 bool TimeIsUp(int percent) {
-    const bool fixed = PBlock.time.moves_per_control == FIXED_TIME;
-    const double remaining =
-        std::max(0.0, PBlock.time.clock[game_position->side] - PBlock.time.elapsed);
-    double limit = PBlock.time.target_time + PERCENT * percent * remaining;
-    if (!fixed) { limit -= PBlock.options.comm_overhead; }
-    return PBlock.time.elapsed >= limit ||
-           (!fixed && EMERGENCY_OVERHEADS * PBlock.options.comm_overhead > remaining);
+    return PBlock.time.elapsed >= SearchLimit(percent) || EmergencyReserve() > SecondsRemaining();
 }
 
 void ResetProgress() {
@@ -212,6 +226,20 @@ void SearchTimeout() {
                 PBlock.time.elapsed >= EASY_SHARE * PBlock.time.target_time)) {
         PBlock.control.stop = STOP_FINISH;
     }
+}
+
+double SecondsToTimeout() {
+    if (PBlock.control.search_state == SEARCH_PONDER || PBlock.control.stop) {
+        return LONGEST_UNWATCHED;
+    }
+    GetElapsedTime(0);
+    double seconds = SearchLimit(Instability()) - PBlock.time.elapsed;
+    if (!TimeIsFixed()) { seconds = std::min(seconds, SecondsRemaining() - EmergencyReserve()); }
+    if (PBlock.progress.easy_move == 2) {
+        seconds = std::min(seconds, EASY_SHARE * PBlock.time.target_time - PBlock.time.elapsed);
+    }
+    // Once the time is over the search only has to reach a depth, which nobody announces.
+    return std::clamp(seconds, SHORTEST_WAIT, LONGEST_UNWATCHED);
 }
 
 double EffectiveBranchingFactor() {

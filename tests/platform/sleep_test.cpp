@@ -93,7 +93,7 @@ TEST_F(Alert, SignalHandlerWakesTheSleeper) {
 
 TEST_F(PipedInput, WakesTheWaitOnlyWhenItCounts) {
     const auto sleep = [](int milliseconds) {
-        return SecondsOf([=] { SleepExOrInput(milliseconds); });
+        return SecondsOf([=] { SleepExOrInput(milliseconds * 1e-3); });
     };
     EXPECT_GE(sleep(20), 0.019);
     Write("x");
