@@ -38,7 +38,7 @@ TEST(Match, PlaysLegalGamesThatCanBeReadAtAnyTime) {
         EXPECT_EQ(game.result, game.white == "Player1" ? "0-1" : "1-0") << "player 1 plays badly";
     }
 
-    const std::string text = FileText("match.pgn");
+    const std::string text = FileContent("match.pgn");
     const std::regex form(R"x(\[Event selfplay\]
 \[Game \d+\]
 \[White "Player[12]"\]

@@ -20,7 +20,7 @@ TEST(Output, LogIsWrittenAnewAndCompleteWhileItIsOpen) {
     OpenLog();
     PBlock.options.log = 1;
     EXPECT_EQ(OutputOf([&] { ShowMessageF("%s %d", long_text.c_str(), 7); }), long_text + " 7\n");
-    EXPECT_EQ(FileText(LOG_FILE_NAME), long_text + " 7\n");
+    EXPECT_EQ(FileContent(LOG_FILE_NAME), long_text + " 7\n");
     CloseLog();
     std::filesystem::remove(LOG_FILE_NAME);
     std::filesystem::create_directories(LOG_FILE_NAME);

@@ -180,7 +180,7 @@ TEST(FaultSession, TheLogOfALivingEngineIsLeftAlone) {
     Session first({"-c"});
     first.Send("bd");
     first.Expect("white");
-    EXPECT_EQ(FileText("old.txt"), "precious") << "a link is replaced, not written through";
+    EXPECT_EQ(FileContent("old.txt"), "precious") << "a link is replaced, not written through";
     const RunResult second = RunVesk({"-c"}, "bd\nquit\n");
     EXPECT_EQ(second.status, 0);
     EXPECT_TRUE(second.output.starts_with("log file in use\n\n")) << second.output;
@@ -189,7 +189,7 @@ TEST(FaultSession, TheLogOfALivingEngineIsLeftAlone) {
     first.Expect("Hash fill");
     first.Send("quit");
     EXPECT_EQ(first.Wait(), 0);
-    EXPECT_NE(FileText(LOG_FILE_NAME).find("Hash fill"), std::string::npos);
+    EXPECT_NE(FileContent(LOG_FILE_NAME).find("Hash fill"), std::string::npos);
     const RunResult third = RunVesk({"-c"}, "quit\n");
     EXPECT_FALSE(third.output.starts_with("log file")) << third.output;
 }

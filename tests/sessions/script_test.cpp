@@ -90,7 +90,7 @@ std::string AnswersTo(const Section& run) {
 
 std::string StateOf(const std::string& file) {
     if (!std::filesystem::exists(file)) { return MARK + "missing " + file + "\n"; }
-    return MARK + "left " + file + "\n" + Masked(FileText(file));
+    return MARK + "left " + file + "\n" + Masked(FileContent(file));
 }
 
 // The script with the engine's own answers.
@@ -142,7 +142,7 @@ class Script : public testing::TestWithParam<std::string> {};
 
 TEST_P(Script, IsAnsweredAsWritten) {
     const std::string path = DataFile("sessions/" + GetParam() + ".txt");
-    const std::string script = FileText(path);
+    const std::string script = FileContent(path);
     const ScratchFolder folder;
     const std::string played = Play(script);
     EXPECT_TRUE(played == script) << FirstDifference(played, script);

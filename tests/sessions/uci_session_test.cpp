@@ -175,7 +175,7 @@ TEST_F(UciSession, QuitAndInterruptEndASearch) {
     vesk.Expect("info");
     vesk.Signal(SIGINT);
     EXPECT_EQ(vesk.Wait(), 0);
-    const std::string log = FileText("vesk.log");
+    const std::string log = FileContent("vesk.log");
     EXPECT_TRUE(log.starts_with("CMD: go infinite\n")) << log;
     EXPECT_TRUE(log.ends_with('\n')) << log;
 }

@@ -7,8 +7,6 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -177,9 +175,4 @@ std::vector<std::string> SplitLines(const std::string& text) {
         lines.push_back(text.substr(at, feed - at));
     }
     return lines;
-}
-
-std::string FileText(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
 }

@@ -69,8 +69,5 @@ RunResult RunVesk(const std::vector<std::string>& arguments, const std::string& 
 // The lines of a text, without line feeds.
 std::vector<std::string> SplitLines(const std::string& text);
 
-// The bytes of a file, none when it cannot be read.
-std::string FileText(const std::string& path);
-
 // Path of the built engine.
 std::string EnginePath();
