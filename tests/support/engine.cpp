@@ -38,6 +38,12 @@ void ResetEngine(int hash_mb) {
     SetPosition(game_position, fen_opn);
 }
 
+SearchPool::SearchPool() {
+    if (CreateThreadPool(1) != 0) { std::abort(); }
+}
+
+SearchPool::~SearchPool() { KillThreadPool(1); }
+
 Position* SetGame(const std::string& fen) {
     SetPosition(game_position, fen.c_str());
     return game_position;

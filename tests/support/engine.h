@@ -24,6 +24,15 @@ protected:
     void SetUp() override { ResetEngine(); }
 };
 
+// One search thread, idle, for as long as the object lives.
+class SearchPool {
+public:
+    SearchPool();
+    ~SearchPool();
+    SearchPool(const SearchPool&) = delete;
+    SearchPool& operator=(const SearchPool&) = delete;
+};
+
 // Sets the game position and returns it.
 Position* SetGame(const std::string& fen);
 
