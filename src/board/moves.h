@@ -50,8 +50,10 @@ struct MoveEntry {
 static_assert(sizeof(MoveEntry) == 6);
 
 inline constexpr int MOVE_BUFFER_SIZE = 4000;  // entries of a thread's move-list area
-// No list of any set-up position, nine of each kind included, is as long.
+// No list of any set-up position is as long: nine of each kind with three steps to four promotions
+// each, 8, 13, 14 and 27 squares, and the king's 8 and two castlings.
 inline constexpr int MAX_LIST_SIZE = 700;
+static_assert(MAX_LIST_SIZE > MAX_PIECES_OF_A_KIND * (3 * 4 + 8 + 13 + 14 + 27) + 8 + 2);
 inline constexpr int MOVE_TEXT_SIZE = 16;  // room for any text of a single move
 
 // Distances between squares: a rank up, a file to the right.

@@ -56,6 +56,30 @@ TEST_F(MakeMoveTest, PieceListsKeepArrivalOrderAndOnlyCastlingOfKingMovesResetsT
     }
 }
 
+TEST_F(MakeMoveTest, CastlingRightsGoWithTheirKingOrRookAndComeBack) {
+    const struct {
+        const char* side;
+        const char* move;
+        const char* left;
+    } cases[] = {
+        {"w", "a1b1", "Kkq"}, {"w", "h1g1", "Qkq"}, {"w", "e1e2", "kq"}, {"w", "e1g1", "kq"},
+        {"w", "e1c1", "kq"},  {"w", "a1a8", "Kk"},  {"w", "h1h8", "Qq"}, {"w", "b4a6", "KQkq"},
+        {"b", "a8b8", "KQk"}, {"b", "h8g8", "KQq"}, {"b", "e8e7", "KQ"}, {"b", "e8g8", "KQ"},
+        {"b", "e8c8", "KQ"},  {"b", "a8a1", "Kk"},  {"b", "h8h1", "Qq"},
+    };
+    for (const auto& c : cases) {
+        Position* pos = SetGame(std::string("r3k2r/8/8/8/1N6/8/8/R3K2R ") + c.side + " KQkq -");
+        Play(pos, c.move);
+        char text[EPD_FIELDS_SIZE];
+        MakeEPD(pos, text);
+        EXPECT_TRUE(std::string(text).ends_with(std::string(" ") + c.left + " -"))
+            << c.move << ": " << text;
+        TakeBack(pos);
+        MakeEPD(pos, text);
+        EXPECT_TRUE(std::string(text).ends_with(" KQkq -")) << c.move << ": " << text;
+    }
+}
+
 TEST_F(MakeMoveTest, FiftyStopsAtItsLimitAndAVeryLongGameStaysWithinTheHistory) {
     Position* pos = SetGame(fen_opn);
     const Move moves[] = {Word("g1f3"), Word("g8f6"), Word("f3g1"), Word("f6g8")};

@@ -22,6 +22,19 @@ MoveReading Read(const Position* pos, const std::string& text) {
     return reading;
 }
 
+TEST(MoveText, SpellingsAgreeWithTheTable) {
+    ResetEngine();
+    PBlock.options.protocol = PROTOCOL_CONSOLE;
+    ForEachMoveOfTable([](const Position* pos, const MoveEntry* e, const auto& row) {
+        MoveForms forms;
+        GenMoveStrings(pos, e->move, &forms);
+        std::size_t column = COORD;
+        for (const char* text : {forms.coord, forms.san, forms.file_form, forms.rank_form}) {
+            EXPECT_EQ(text, row[column++]) << row[FEN] << ' ' << row[COORD];
+        }
+    });
+}
+
 TEST(MoveText, AcceptedAndRefusedSpellings) {
     ResetEngine();
     for (const auto& row : ReadTable("movetexts.tsv")) {

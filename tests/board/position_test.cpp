@@ -1,4 +1,4 @@
-// Set-up from text, its writer, single pieces, and the keys.
+// Set-up from text, its writer, the check of the record, and repetitions.
 #include "board/position.h"
 
 #include <gtest/gtest.h>
@@ -7,8 +7,6 @@
 #include <memory>
 
 #include "board/reference.h"
-#include "board/zobrist.h"
-#include "frontend/pblock.h"
 
 namespace {
 
@@ -89,42 +87,38 @@ TEST_F(PositionTest, SoundnessCheckSeesDamageToAnyDerivedByte) {
     EXPECT_TRUE(PositionIsSound(&pos));
 }
 
-TEST_F(PositionTest, KeysLieFarApart) {
-    EXPECT_EQ(InitZobrist(), 0);
-    const u64* keys = &rtable[0][0];
-    for (int i = 0; i < 1024; ++i) {
-        for (int j = 0; j < i; ++j) {
-            for (u64 half : {(keys[i] ^ keys[j]) >> 32, (keys[i] ^ keys[j]) & 0xFFFFFFFFu}) {
-                ASSERT_GE(CountBits(half), 4) << i << ' ' << j;
-            }
-        }
+TEST_F(PositionTest, TextIsWrittenAsItWasRead) {
+    for (const auto& row : ReadTable("keys.tsv")) {
+        SetExactly(row[0]);
+        EXPECT_EQ(Epd(), row[0]);
     }
 }
 
-TEST_F(PositionTest, KeysMaterialAndExchangesAgreeWithTheTable) {
-    const std::vector<std::vector<std::string>> rows = ReadTable("keys.tsv");
-    EXPECT_GT(rows.size(), 500u);
-    for (const auto& row : rows) {
-        Position* pos = SetGame(row[0]);
-        EXPECT_EQ(Epd(), row[0]);
-        EXPECT_EQ(pos->hash, std::stoull(row[1], nullptr, 16)) << row[0];
-        EXPECT_EQ(pos->pawn_hash, std::stoull(row[2], nullptr, 16)) << row[0];
-        EXPECT_EQ(SearchKey(pos), std::stoull(row[3], nullptr, 16)) << row[0];
-        for (std::size_t c : {0u, 1u}) {
-            EXPECT_EQ(pos->sig[c], std::stoul(row[4 + c], nullptr, 16)) << row[0];
-            EXPECT_EQ(pos->npm[c], std::stoi(row[6 + c])) << row[0];
-        }
-        std::string exchanges;
-        for (int s = 0; s < 64; ++s) {
-            if (pos->board[s] == NO_PIECE) { continue; }
-            const int gain =
-                swapoff1(pos, PieceColour(pos->board[s]) ^ 1, NO_SQUARE, s, Occupied(pos));
-            if (gain == 0) { continue; }
-            if (!exchanges.empty()) { exchanges += ' '; }
-            exchanges += std::string(square_name[s]) + ":" + std::to_string(gain);
-        }
-        EXPECT_EQ(exchanges, row[10]) << row[0];
-        EXPECT_TRUE(PositionIsSound(pos)) << row[0];
+TEST_F(PositionTest, RepetitionsAreThoseOfTheSideSinceTheLastIrreversibleMove) {
+    const std::string rook_ending = "k7/8/8/8/8/8/8/K6R w - -";
+    const std::string there = "g1f3 g8f6 ", back = "f3g1 f6g8 ", round = there + back;
+    const struct {
+        std::string fen;
+        std::string script;
+        int limit;
+        int count;
+    } cases[] = {
+        {fen_opn, "", 9, 0},
+        {fen_opn, there, 9, 0},
+        {fen_opn, round, 9, 1},
+        {fen_opn, round + "g1f3", 9, 1},
+        {fen_opn, round + round, 9, 2},
+        {fen_opn, round + round, 1, 1},
+        {fen_opn, round + round + round + there, 9, 3},
+        {fen_opn, round + "e2e4 g8f6 g1f3 f6g8 f3g1", 9, 1},
+        {fen_opn, there + "null null " + back, 9, 0},  // none reaches across a pass
+        {rook_ending, "h1g1 a8b8 g1h1 b8a8", 9, 1},
+        {rook_ending, "h1g1 a8b8 g1f1 b8a8 f1h1", 9, 0},  // now it is Black's turn
+    };
+    for (const auto& c : cases) {
+        Position* pos = SetGame(c.fen);
+        Play(pos, c.script);
+        EXPECT_EQ(CountRepetitions(pos, c.limit), c.count) << c.script;
     }
 }
 

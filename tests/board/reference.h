@@ -13,6 +13,7 @@
 #include "board/bitboards.h"
 #include "board/moves.h"
 #include "board/plydata.h"
+#include "frontend/pblock.h"
 #include "support/engine.h"
 
 using Steps = std::vector<std::pair<int, int>>;  // files and ranks
@@ -64,6 +65,34 @@ inline const std::vector<std::string>& SamplePositions() {
         return fens;
     }();
     return samples;
+}
+
+// Columns of moves.tsv, the table of generated moves and of what is said of each.
+enum MoveColumn : std::size_t {
+    FEN,
+    INDEX,
+    MOVE,
+    MOVER,
+    CAPTURED,
+    SCORE,
+    LEGAL,
+    CHECK,
+    SAFE,
+    EXCHANGE,
+    COORD,
+};
+
+// Calls check(position, entry, row) for each row of moves.tsv: the position is set up, and the
+// entry is the one of its list that the row describes.
+template <typename Check>
+void ForEachMoveOfTable(const Check& check) {
+    std::string fen;
+    for (const std::vector<std::string>& row : ReadTable("moves.tsv")) {
+        if (row[FEN] != fen) { GenerateAll(SetGame(fen = row[FEN])); }
+        Position* pos = game_position;
+        check(pos, pos->sstack[pos->ply].list_start + std::stoi(row[INDEX]), row);
+        if (testing::Test::HasFatalFailure()) { return; }
+    }
 }
 
 // A move without a flag by its coordinates.
