@@ -187,10 +187,11 @@ MoveEntry* GeneratePseudoLegal(const Position* pos, int side, MoveEntry* list) {
 }
 
 void GenerateAll(Position* pos) {
-    const int side = pos->side;
+    assert(pos->ply >= 0 && pos->ply + 2 < SEARCH_STACK_SIZE);
     PlyData* pd = &pos->sstack[pos->ply];
     MoveEntry* list = pd->list_start;
-    MoveEntry* end = GeneratePseudoLegal(pos, side, list);
+    assert(list != nullptr);
+    MoveEntry* end = GeneratePseudoLegal(pos, pos->side, list);
     end->move = END_OF_LIST;
     pd[1].list_start = end + 1;
     pd[2].list_start = end + 2;

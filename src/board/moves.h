@@ -126,12 +126,13 @@ int MoveIsLegalNonZero(const Position* pos, int side, Move m);
 int MoveIsLegal(const Position* pos, int side, Move m);
 // 1 when m, any 16 bits, could have come from the generators for the side to move, else 0.
 int MoveIsPseudoLegal(const Position* pos, Move m);
-// How a move gives check.
+// Results of MoveGivesCheck.
 inline constexpr int NO_CHECK = 0;
 inline constexpr int DIRECT_CHECK = 1;      // by the moved or promoted piece
-inline constexpr int DISCOVERED_CHECK = 2;  // by the line that it leaves alone
-// One of these: NO_CHECK also where castling's rook gives check or a pawn taken en passant uncovers
-// one. Requires: a pseudo-legal move of `side`, an enemy king.
+inline constexpr int DISCOVERED_CHECK = 2;  // only by a line piece behind it
+
+// Castling's rook and the line that a pawn taken en passant opens count as no check. Requires: a
+// pseudo-legal move of `side`, an enemy king.
 int MoveGivesCheck(const Position* pos, int side, const MoveEntry* e);
 // 1 when a bishop, rook or queen (0 for any other type) of the side to move that goes from `from`
 // to `to` newly attacks a square of `area` that another of its side attacks too. Requires: that
