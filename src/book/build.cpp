@@ -13,7 +13,6 @@
 #include "book/gamemove.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
-#include "platform/interrupt.h"
 #include "platform/textlines.h"
 #include "platform/words.h"
 
@@ -366,7 +365,7 @@ void ReadMoveText(BookBuild* build, const char* text) {
         }
     }
     if (std::ferror(reader->file)) { return FailSystem(build, "read", GAMES_NAME); }
-    return !InterruptSeen() || Fail(build, "finish", GAMES_NAME, "interrupted");
+    return !reader->broken_off || Fail(build, "finish", GAMES_NAME, "interrupted");
 }
 
 }  // namespace

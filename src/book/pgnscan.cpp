@@ -20,7 +20,6 @@
 #include "eval/personality.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
-#include "platform/interrupt.h"
 #include "platform/textlines.h"
 #include "search/keepoptions.h"
 
@@ -335,12 +334,13 @@ void Scan_PGN_File(const char* path, int mode) {
     PBlock.limits.max_depth = mode == TUNING_POSITIONS ? 1 : 0;
     InitEval();
     ScanLines(&scan, &reader);
+    const bool broken_off = reader.broken_off;
     CloseLines(&reader);
     errno = 0;
     const bool bad = std::ferror(scan.out) != 0;
     if (std::fclose(scan.out) != 0 || bad) {
         ShowMessageF("cannot write %s: %s", out_name, std::strerror(errno != 0 ? errno : EIO));
     }
-    if (InterruptSeen()) { ShowError("interrupted: the rest of %s is not scanned\n", path); }
+    if (broken_off) { ShowError("interrupted: the rest of %s is not scanned\n", path); }
     ShowMessageF("games= %d, positions= %d\n", scan.games, scan.positions);
 }

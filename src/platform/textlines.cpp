@@ -51,7 +51,8 @@ bool ReadLine(LineReader* reader, TextLine* line) {
     std::size_t length = 0;  // of the line, as far as it has been looked at
     char* feed = nullptr;
     for (;;) {
-        if (EndWanted()) { return false; }
+        reader->broken_off = EndWanted();
+        if (reader->broken_off) { return false; }
         char* from = reader->buffer + reader->begin + length;
         feed = static_cast<char*>(std::memchr(from, '\n', reader->end - reader->begin - length));
         length = feed != nullptr ? static_cast<std::size_t>(feed - reader->buffer) - reader->begin

@@ -18,6 +18,7 @@ struct LineReader {
     u64 offset = 0;                  // of `begin` in the file, bytes
     bool at_end = false;             // the file has been read completely
     bool continued = false;          // the line handed out last was a part of a longer one
+    bool broken_off = false;         // reading ended early, as the end of the program is wanted
 };
 
 // One line, NUL-terminated in place of its line feed, writable until the next call.
@@ -35,7 +36,7 @@ struct TextLine {
 
 // Reads the next line. A line that is longer than the buffer comes in parts, cut at a blank (which
 // goes) where there is one. False at the end of the file, when reading fails (std::ferror tells
-// them apart), or once the user wants the program to end. Requires: an open reader.
+// them apart), or once the end of the program is wanted (`broken_off`). Requires: an open reader.
 [[nodiscard]] bool ReadLine(LineReader* reader, TextLine* line);
 
 // Goes on reading at the offset of a line that was handed out before. False when the file does not

@@ -179,6 +179,23 @@ TEST_F(BookBuildTest, AFullDiskLosesNothing) {
     EXPECT_NE(FileContent("book.opn"), "old book");
 }
 
+// In a process of its own: an output that has lost its reader stays lost.
+TEST_F(BookBuildTest, ABuildThatIsBrokenOffLosesNothing) {
+    WriteFile("book.opn", "old book");
+    WriteFile("book.pgn", FileContent(DataFile("dortmund.pgn")));
+    EXPECT_EXIT(
+        {
+            int ends[2];
+            if (pipe(ends) != 0) { std::_Exit(1); }
+            std::signal(SIGPIPE, SIG_IGN);
+            dup2(ends[1], STDOUT_FILENO);
+            close(ends[0]);
+            MakeBook();
+            std::_Exit(FileContent("book.opn") == "old book" && !fs::exists("tmp__1.opn") ? 0 : 2);
+        },
+        testing::ExitedWithCode(0), "");
+}
+
 TEST_F(BookBuildTest, FilesInTheWayLoseNothing) {
     const std::string games = FileContent(DataFile("dortmund.pgn"));
     WriteFile("book.opn", "old book");
