@@ -19,13 +19,22 @@ struct PromotionText {
 constexpr PromotionText promotion_texts[] = {
     {PROMOTE_QUEEN, 'Q'}, {PROMOTE_KNIGHT, 'N'}, {PROMOTE_BISHOP, 'B'}, {PROMOTE_ROOK, 'R'}};
 
-constexpr std::size_t LONGEST_CASTLING = 5;    // "o-o-o"
-constexpr std::size_t LONGEST_PIECE_MOVE = 5;  // "Nbxd2"; the full disambiguation is read slowly
-constexpr int SECOND_RANK_START = 8;           // squares a pawn can come from
+// Lengths of texts.
+constexpr std::size_t SQUARE_LENGTH = 2;        // "e4": a square, a pawn's step
+constexpr std::size_t PAWN_CAPTURE_LENGTH = 4;  // "exd5"
+constexpr std::size_t SHORTEST_PIECE_MOVE = 3;  // "Nf3"
+constexpr std::size_t LONGEST_CASTLING = 5;     // "o-o-o"
+constexpr std::size_t LONGEST_PIECE_MOVE = 5;   // "Nbxd2"; the full disambiguation is read slowly
+// Squares.
+constexpr int SECOND_RANK_START = 8;  // where a pawn can come from
 constexpr int SEVENTH_RANK_END = 55;
 constexpr int FIRST_RANK = 0;
 constexpr int LAST_RANK = 7;
 constexpr int DOUBLE_STEP_RANK = 3;  // where it ends, as the side sees it
+constexpr int CASTLING_STEP = 2;     // of the king
+
+// So many moves of one spelling are called ambiguous; more are no move at all, without a word.
+constexpr int AMBIGUOUS_MOVES = 2;
 
 char PromotionLetter(Move m) {
     for (const PromotionText& p : promotion_texts) {
@@ -124,9 +133,10 @@ void WriteForms(const Position* pos, Move m, MoveForms* forms) {
 // "Nf3", "Nxf3", "Nbd2", "N1xd2": the move, when exactly one piece fits the text, else NO_MOVE.
 Move ReadPieceMove(const Position* pos, std::string_view text) {
     const int type = PieceTypeOfLetter(text[0]);
-    const int to = SquareOfText(text.substr(text.size() - 2));
+    const int to = SquareOfText(text.substr(text.size() - SQUARE_LENGTH));
     if (to == NO_SQUARE || (pos->bb[pos->side][0] & Bit(to)) != 0) { return NO_MOVE; }
-    std::string_view middle = text.substr(1, text.size() - 3);  // between letter and square
+    // Between the letter and the square.
+    std::string_view middle = text.substr(1, text.size() - SHORTEST_PIECE_MOVE);
     const bool capture = !middle.empty() && middle.back() == 'x';
     if (capture) { middle.remove_suffix(1); }
     if (middle.size() > 1 || capture != (pos->board[to] != NO_PIECE)) { return NO_MOVE; }
@@ -148,7 +158,7 @@ Move ReadPieceMove(const Position* pos, std::string_view text) {
 
 // "e4" and "exd5", without promotions and captures in passing.
 Move ReadPawnMove(const Position* pos, std::string_view text) {
-    const int to = SquareOfText(text.substr(text.size() - 2));
+    const int to = SquareOfText(text.substr(text.size() - SQUARE_LENGTH));
     if (to == NO_SQUARE || to == pos->ep_square || RankOf(to) == FIRST_RANK ||
         RankOf(to) == LAST_RANK) {
         return NO_MOVE;
@@ -156,7 +166,7 @@ Move ReadPawnMove(const Position* pos, std::string_view text) {
     const int behind = to - pawn_dir[pos->side];
     if (behind < SECOND_RANK_START || behind > SEVENTH_RANK_END) { return NO_MOVE; }
     const int pawn = PieceCode(pos->side, PAWN);
-    if (text.size() == 2) {
+    if (text.size() == SQUARE_LENGTH) {
         if (pos->board[to] != NO_PIECE) { return NO_MOVE; }
         if (pos->board[behind] == pawn) { return MakeMoveWord(behind, to); }
         const int start = behind - pawn_dir[pos->side];
@@ -180,7 +190,7 @@ Move ReadCastling(const Position* pos, std::string_view text) {
     if (pos->board[king] != PieceCode(pos->side, KING)) { return NO_MOVE; }
     const bool king_side = text == "o-o";
     if (!king_side && text != "o-o-o") { return NO_MOVE; }
-    const Move m = MakeMoveWord(king, king_side ? king + 2 : king - 2);
+    const Move m = MakeMoveWord(king, king_side ? king + CASTLING_STEP : king - CASTLING_STEP);
     return MoveIsPseudoLegal(pos, m) ? m : NO_MOVE;
 }
 
@@ -202,9 +212,11 @@ bool ReadUsualForm(const Position* pos, std::string_view text, MoveReading* read
     const std::size_t length = text.size();
     SetText(reading, text);
     Move m = NO_MOVE;
-    if (length >= 3 && length <= LONGEST_PIECE_MOVE && PieceTypeOfLetter(first) > PAWN) {
+    if (length >= SHORTEST_PIECE_MOVE && length <= LONGEST_PIECE_MOVE &&
+        PieceTypeOfLetter(first) > PAWN) {
         m = ReadPieceMove(pos, text);
-    } else if ((length == 2 || length == 4) && first >= 'a' && first <= 'h') {
+    } else if ((length == SQUARE_LENGTH || length == PAWN_CAPTURE_LENGTH) && first >= 'a' &&
+               first <= 'h') {
         m = ReadPawnMove(pos, text);
     } else if (length <= LONGEST_CASTLING && (first == 'O' || first == 'o' || first == '0')) {
         LowerCastlingLetters(reading->text);
@@ -232,12 +244,15 @@ bool IsLooseForm(const Position* pos, Move m, const char* text) {
     Append(tail, square_name[MoveTo(m)]);
     if (text[0] != wchar[type]) { return false; }
     if (!std::strcmp(text + 1, tail)) { return true; }
-    return !std::strncmp(text + 1, square_name[from], 2) && !std::strcmp(text + 3, tail);
+    const char* after_origin = text + 1 + SQUARE_LENGTH;
+    return !std::strncmp(text + 1, square_name[from], SQUARE_LENGTH) &&
+           !std::strcmp(after_origin, tail);
 }
 
 // "e7e8q" -> "e7e8=Q", "e8Q" -> "e8=Q". The text has room for one more character.
 void SpellOutPromotion(char* text) {
     const std::size_t length = std::strlen(text);
+    assert(length >= SQUARE_LENGTH && length < MOVE_TEXT_SIZE - 1);
     const char last = static_cast<char>(std::toupper(static_cast<unsigned char>(text[length - 1])));
     if (std::strchr("BNQR", last) == nullptr) { return; }
     if (text[length - 2] == '=') {
@@ -253,7 +268,7 @@ void SpellOutPromotion(char* text) {
 // named.
 int TargetOfText(std::string_view text) {
     int target = NO_SQUARE;
-    for (; text.size() >= 2; text.remove_prefix(1)) {
+    for (; text.size() >= SQUARE_LENGTH; text.remove_prefix(1)) {
         const int square = SquareOfText(text);
         if (square != NO_SQUARE) { target = square; }
     }
@@ -309,7 +324,7 @@ MoveReading ReadAnyForm(const Position* pos, std::string_view text) {
         }
     }
     if (matched_before) { std::strcpy(reading.text, before); }
-    reading.ambiguous = exact.count == 2;
+    reading.ambiguous = exact.count == AMBIGUOUS_MOVES;
     if (exact.count == 1) {
         reading.move = exact.move;
     } else if (exact.count == 0 && loose.count == 1) {
@@ -353,7 +368,7 @@ MoveReading ReadMove(const Position* pos, std::string_view text) {
     text = text.substr(0, text.find('\0'));
     text = text.substr(0, text.find('+'));
     // The longest spelling is "e7e8=Q"; a longer text matches nothing.
-    if (text.size() < 2 || text.size() >= MOVE_TEXT_SIZE - 1) { return {}; }
+    if (text.size() < SQUARE_LENGTH || text.size() >= MOVE_TEXT_SIZE - 1) { return {}; }
     if (WhyUnplayable(pos) != nullptr) { return {}; }
     MoveReading reading;
     if (ReadUsualForm(pos, text, &reading)) { return reading; }

@@ -1,13 +1,13 @@
-// Reading of moves of the game: what a user types, what a game file or a test suite says. Front-end
-// thread only.
+// Reading of moves of the game: what a user types, what a game file or a test suite says. Nothing
+// has to be initialised but the game position. Front-end thread only.
 #pragma once
 
 #include <string_view>
 
 #include "board/moves.h"
 
-// Reads a move of the game position (see ReadMove), and says so in one line when the text is
-// ambiguous.
+// Returns what a text says of the game position (see ReadMove), and shows one line when it spells
+// two legal moves. Texts of any length and content are taken; the position stays as it is.
 MoveReading ReadGameMove(std::string_view text);
 
 // The same for those who want the move alone. Returns 1 and the move, or 0 and NO_MOVE when the
