@@ -18,7 +18,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Require(std::fwrite(data, 1, size, file) == size);
     std::fclose(file);
     Personality = DefaultPersonality;
-    Require(LoadConfigFile(path.c_str(), &Personality) == 1);
+    Require(LoadConfigFile(path.c_str(), &Personality));
     std::remove(path.c_str());
     DeriveDepthLimits(&Personality);
     BuildReductionTable(&Personality);

@@ -2,98 +2,117 @@
 // piece-square tables. Nothing has to be initialised first; called while no search runs. The file
 // comes from outside: a line that cannot be right is named on the message output, and no line can
 // do more than set its own field.
-#include <cstddef>
+#include <algorithm>
 #include <cstdio>
-#include <cstring>
+#include <iterator>
+#include <string>
+#include <string_view>
 
 #include "eval/personality.h"
 #include "eval/weights.h"
 #include "frontend/output.h"
+#include "platform/textlines.h"
 
 namespace {
 
-constexpr int MAX_LINE = 254;   // characters of a line, without its end
-constexpr int MAX_TEXT = 79;    // characters of a setting without leading and trailing spaces
-constexpr int SHOWN_TEXT = 40;  // characters of the file that a message repeats at most
+constexpr std::size_t MAX_LINE = 254;   // characters of a line, without its end
+constexpr std::size_t MAX_TEXT = 79;    // of a setting without leading and trailing spaces
+constexpr std::size_t SHOWN_TEXT = 40;  // of the file that a message repeats at most
+constexpr u32 DECIMAL = 10;
 
 // The file being read and the line read last.
-// Invariants: 1. `text` is NUL-terminated and holds neither the line's leading spaces nor its end.
-// 2. When `too_long` or `has_nul` it is not the whole line, and only good to be shown.
 struct ParameterFile {
     const char* path;
-    std::FILE* stream;
+    LineReader reader;
     int line_number = 0;
-    char text[MAX_LINE + 2] = "";
+    // Without leading spaces and the line's end, cut at its first NUL and after MAX_LINE + 1
+    // characters: of a line that is too long or holds a NUL it is only good to be shown.
+    std::string text;
     bool too_long = false;
     bool has_nul = false;
     bool pending = false;  // the line is to be read once more
 };
 
+void AddToLine(ParameterFile* file, std::string_view part) {
+    if (file->text.empty() && !file->has_nul) {
+        part.remove_prefix(std::min(part.find_first_not_of(' '), part.size()));
+    }
+    const std::size_t nul = part.find('\0');
+    const std::size_t room = MAX_LINE + 1 - file->text.size();
+    if (!file->has_nul) { file->text += part.substr(0, std::min(nul, room)); }
+    file->has_nul |= nul != std::string_view::npos;
+}
+
 // Reads the next line; false at the end of the file. A carriage return before the line feed belongs
 // to the line's end.
-bool ReadLine(ParameterFile* file) {
+[[nodiscard]] bool NextLine(ParameterFile* file) {
     if (file->pending) {
         file->pending = false;
         return true;
     }
-    int total = 0, length = 0, c;
-    file->too_long = file->has_nul = false;
-    while ((c = std::getc(file->stream)) != EOF && c != '\n') {
-        if (total <= MAX_LINE + 1) { ++total; }
-        if (c == ' ' && length == 0) { continue; }
-        if (c == '\0') { file->has_nul = true; }
-        if (length <= MAX_LINE) { file->text[length++] = static_cast<char>(c); }
-    }
-    if (c == EOF && total == 0) { return false; }
+    TextLine part;
+    if (!ReadLine(&file->reader, &part)) { return false; }
     ++file->line_number;
-    if (length > 0 && total <= MAX_LINE + 1 && file->text[length - 1] == '\r') {
-        --length, --total;
+    file->text.clear();
+    file->has_nul = false;
+    std::size_t total = 0;
+    do {
+        total += part.length;
+        AddToLine(file, {part.text, part.length});
+    } while (!part.has_line_feed && ReadLine(&file->reader, &part));
+    if (!file->has_nul && total <= MAX_LINE + 1 && file->text.ends_with('\r')) {
+        file->text.pop_back();
+        --total;
     }
-    file->too_long = total > MAX_LINE && length > 0;
-    file->text[length] = '\0';
+    file->too_long = total > MAX_LINE && !file->text.empty();
     return true;
 }
 
 // Names a line that cannot be right: "vesk.rc, line 12: key without a value: "hung"".
-void ShowFault(const ParameterFile* file, const char* what, const char* part) {
-    char shown[SHOWN_TEXT + 1];
-    int n = 0;
-    for (; part[n] != '\0' && n < SHOWN_TEXT; ++n) {
-        const bool printable = part[n] >= ' ' && part[n] <= '~';
-        shown[n] = printable ? part[n] : '?';
+void ShowFault(const ParameterFile* file, const char* what, std::string_view part) {
+    std::string shown(part.substr(0, SHOWN_TEXT));
+    for (char& c : shown) {
+        if (c < ' ' || c > '~') { c = '?'; }
     }
-    shown[n] = '\0';
-    if (n == 0) {
+    if (shown.empty()) {
         ShowMessageF("%s, line %d: %s", file->path, file->line_number, what);
     } else {
-        ShowMessageF("%s, line %d: %s: \"%s\"", file->path, file->line_number, what, shown);
+        ShowMessageF("%s, line %d: %s: \"%s\"", file->path, file->line_number, what, shown.c_str());
     }
+}
+
+// The text after any of `characters` at its front.
+std::string_view After(std::string_view text, const char* characters) {
+    text.remove_prefix(std::min(text.find_first_not_of(characters), text.size()));
+    return text;
 }
 
 // What a number's text holds beyond its value.
 struct NumberFaults {
-    bool malformed = false;     // no digits, or something else behind them
+    bool malformed = false;     // no digits, or something else after them
     bool out_of_range = false;  // more than its field holds
 };
 
 // Leading integer of a text: white space, a sign, digits; 0 without digits. Only the low bits
 // matter, so that it wraps instead of overflowing. A fault is noted, none is ever taken back.
-u32 LeadingInteger(const char* text, WeightKind kind, NumberFaults* faults) {
+u32 LeadingInteger(std::string_view text, WeightKind kind, NumberFaults* faults) {
     const bool byte = kind == WeightKind::BYTE;
-    text += std::strspn(text, " \t\r\v\f");
-    const bool negative = *text == '-';
+    text = After(text, " \t\r\v\f");
+    const bool negative = text.starts_with('-');
     const i64 limit = byte ? (negative ? 0 : UINT8_MAX) : (negative ? -i64{INT16_MIN} : INT16_MAX);
-    if (*text == '-' || *text == '+') { ++text; }
-    const char* digits = text;
+    if (negative || text.starts_with('+')) { text.remove_prefix(1); }
+    const std::string_view rest = After(text, "0123456789");
+    const std::string_view digits = text.substr(0, text.size() - rest.size());
     u32 value = 0;
     i64 size = 0;  // stops growing once it is out of every range
-    for (; *text >= '0' && *text <= '9'; ++text) {
-        value = value * 10 + static_cast<u32>(*text - '0');
-        if (size <= limit) { size = size * 10 + (*text - '0'); }
+    for (const char c : digits) {
+        const u32 digit = static_cast<u32>(c - '0');
+        value = value * DECIMAL + digit;
+        if (size <= limit) { size = size * DECIMAL + digit; }
     }
     if (size > limit) { faults->out_of_range = true; }
-    const char* rest = text + std::strspn(text, "\t\r");
-    if (text == digits || (*rest != ' ' && *rest != '\0')) { faults->malformed = true; }
+    const std::string_view next = After(rest, "\t\r");
+    if (digits.empty() || (!next.empty() && next[0] != ' ')) { faults->malformed = true; }
     return negative ? 0 - value : value;
 }
 
@@ -101,14 +120,7 @@ i16 Word(u32 value) { return static_cast<i16>(static_cast<u16>(value)); }
 
 // Comments and blank lines.
 bool IsComment(const ParameterFile* file) {
-    return file->text[0] == '#' || (file->text[0] == '\0' && !file->has_nul);
-}
-
-// Blanks of either kind at the end of a line mean nothing.
-void TrimEnd(char* text) {
-    std::size_t length = std::strlen(text);
-    while (length > 0 && std::strchr(" \t\r", text[length - 1]) != nullptr) { --length; }
-    text[length] = '\0';
+    return file->text.starts_with('#') || (file->text.empty() && !file->has_nul);
 }
 
 void ShowNumberFaults(const ParameterFile* file, const NumberFaults& faults) {
@@ -120,112 +132,115 @@ void ShowNumberFaults(const ParameterFile* file, const NumberFaults& faults) {
 }
 
 // Reads one line of eight values. A comment, a blank line or a short line reads missing values as
-// 0; a line that was cut, or that holds a NUL, leaves the row as it was.
+// 0; a line that was cut, or that holds a NUL, leaves the row as it was. Blanks of either kind at
+// the end of a line mean nothing.
 void ReadRow(ParameterFile* file, i16* row) {
     const bool comment = IsComment(file);
     if (!comment && (file->has_nul || file->too_long)) {
         ShowFault(file, file->has_nul ? "NUL character" : "line too long", file->text);
         return;
     }
-    i16 values[8] = {};
+    file->text.resize(file->text.find_last_not_of(" \t\r") + 1);
+    i16 values[FILE_COUNT] = {};
     int count = 0;
     NumberFaults faults;
-    TrimEnd(file->text);
-    const char* text = comment ? "" : file->text;
-    for (; *text != '\0';
-         text += std::strcspn(text, " "), text += std::strspn(text, " "), ++count) {
-        if (count < 8) { values[count] = Word(LeadingInteger(text, WeightKind::WORD, &faults)); }
+    std::string_view rest = comment ? std::string_view() : file->text;
+    while (!rest.empty()) {
+        if (count < FILE_COUNT) {
+            values[count] = Word(LeadingInteger(rest, WeightKind::WORD, &faults));
+        }
+        ++count;
+        rest = After(rest.substr(std::min(rest.find(' '), rest.size())), " ");
     }
-    std::memcpy(row, values, sizeof values);
-    if (count != 8) {
+    std::copy(std::begin(values), std::end(values), row);
+    if (count != FILE_COUNT) {
         ShowFault(file, "a piece-square line needs eight numbers", file->text);
     } else {
         ShowNumberFaults(file, faults);
     }
 }
 
-// The weight that a line sets, nullptr when it begins with no known key.
-const Weight* WeightOfLine(const char* text) { return FindKey({text, std::strcspn(text, " =")}); }
+// The key that a line begins with, known or not.
+std::string_view KeyOf(std::string_view text) { return text.substr(0, text.find_first_of(" =")); }
 
 // Reads the eight lines that follow into a row of 64 values, rank 8 first. Stops at the end of the
 // file, or at a setting, which is then read as such; what is not reached stays.
 void LoadPST(i16* row, ParameterFile* file) {
-    for (int rank = 7; rank >= 0; --rank) {
-        if (!ReadLine(file)) {
+    for (int rank = LAST_RANK; rank >= FIRST_RANK; --rank) {
+        if (!NextLine(file)) {
             ShowFault(file, "the file ends inside a piece-square table", "");
             return;
         }
-        if (WeightOfLine(file->text) != nullptr) {
+        if (FindKey(KeyOf(file->text)) != nullptr) {
             ShowFault(file, "a piece-square table needs eight lines", file->text);
             file->pending = true;
             return;
         }
-        ReadRow(file, row + 8 * rank);
+        ReadRow(file, row + SquareOf(0, rank));
+    }
+}
+
+// A line without a known key means nothing, but a tab in a space's place was hardly meant so.
+void ShowTabAfterKey(const ParameterFile* file, std::string_view key) {
+    const std::size_t tab = key.find('\t');
+    if (tab != std::string_view::npos && FindKey(key.substr(0, tab)) != nullptr) {
+        ShowFault(file, "a tab does not separate key and value", file->text);
+    }
+}
+
+void StoreNumber(const ParameterFile* file, const Weight& weight, std::string_view text,
+                 PersonalityRecord* record) {
+    NumberFaults faults;
+    const u32 value = LeadingInteger(text, weight.kind, &faults);
+    if (text.empty()) {
+        ShowFault(file, "no value, 0 is used", file->text);
+    } else {
+        ShowNumberFaults(file, faults);
+    }
+    if (weight.kind == WeightKind::BYTE) {
+        *ByteField(weight, record) = static_cast<u8>(value);
+    } else {
+        *WordField(weight, record) = Word(value);
     }
 }
 
 void ReadSetting(ParameterFile* file, PersonalityRecord* record) {
-    const char* text = file->text;
+    const std::string_view text = file->text;
     if (file->has_nul) {
         ShowFault(file, "NUL character", text);
         return;
     }
-    std::size_t length = std::strlen(text);
-    while (length > 0 && text[length - 1] == ' ') { --length; }
-    if (file->too_long || length > MAX_TEXT) {
+    if (file->too_long || text.find_last_not_of(' ') >= MAX_TEXT) {
         ShowFault(file, "line too long", text);
         return;
     }
-    const std::size_t key_length = std::strcspn(text, " =");
-    const Weight* weight = WeightOfLine(text);
+    const std::string_view key = KeyOf(text);
+    const Weight* weight = FindKey(key);
     if (weight == nullptr) {
-        const std::size_t tab = std::strcspn(text, "\t");
-        if (tab < key_length && FindKey({text, tab}) != nullptr) {
-            ShowFault(file, "a tab does not separate key and value", text);
-        }
-        return;
-    }
-    if (text[key_length] == '\0') {
+        ShowTabAfterKey(file, key);
+    } else if (key.size() == text.size()) {
         ShowFault(file, "key without a value", text);
-        return;
-    }
-    if (weight->kind == WeightKind::SQUARES) {
+    } else if (weight->kind == WeightKind::SQUARES) {
         LoadPST(WordField(*weight, record), file);
-        return;
-    }
-    const char* value_text = text + key_length + std::strspn(text + key_length, " =");
-    NumberFaults faults;
-    const u32 value = LeadingInteger(value_text, weight->kind, &faults);
-    if (*value_text == '\0') {
-        ShowFault(file, "no value, 0 is used", text);
     } else {
-        ShowNumberFaults(file, faults);
-    }
-    if (weight->kind == WeightKind::BYTE) {
-        *ByteField(*weight, record) = static_cast<u8>(value);
-    } else {
-        *WordField(*weight, record) = Word(value);
+        StoreNumber(file, *weight, After(text.substr(key.size()), " ="), record);
     }
 }
 
 }  // namespace
 
-int LoadConfigFile(const char* path, PersonalityRecord* record) {
+bool LoadConfigFile(const char* path, PersonalityRecord* record) {
     ParameterFile file;
     file.path = path;
-    file.stream = std::fopen(path, "rb");
-    if (file.stream == nullptr) { return 0; }
-    // A folder opens but does not read.
-    const int first = std::getc(file.stream);
-    if (first == EOF && std::ferror(file.stream)) {
-        std::fclose(file.stream);
-        return 0;
+    if (!OpenLines(&file.reader, path)) { return false; }
+    if (std::ferror(file.reader.file)) {  // a folder opens but does not read
+        CloseLines(&file.reader);
+        return false;
     }
-    if (first != EOF) { std::ungetc(first, file.stream); }
     ShowMessageF("loading parameters from %s\n", path);
-    while (ReadLine(&file)) {
+    while (NextLine(&file)) {
         if (!IsComment(&file)) { ReadSetting(&file, record); }
     }
-    std::fclose(file.stream);
-    return 1;
+    CloseLines(&file.reader);
+    return true;
 }

@@ -214,7 +214,8 @@ void BuildReductionTable(PersonalityRecord* record) {
 
 void InitPersonality(const char* path) {
     SetPersonalityDefaults(&Personality);
-    if (path != nullptr) { LoadConfigFile(path, &Personality); }
+    // Without a file the defaults do.
+    if (path != nullptr) { static_cast<void>(LoadConfigFile(path, &Personality)); }
     DeriveDepthLimits(&Personality);
     BuildReductionTable(&Personality);
     DefaultPersonality = Personality;

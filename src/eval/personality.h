@@ -116,6 +116,7 @@ void InitPersonality(const char* path);
 // caches of every thread record. Requires that no search runs.
 void InitEval();
 
-// Reads a parameter file over `record`. 1 when the file was opened, else 0. Bad lines are named on
-// the message output and change nothing but themselves. (paramfile.cpp)
-int LoadConfigFile(const char* path, PersonalityRecord* record);
+// Reads a parameter file over `record`: the fields whose keys occur. False, without a word, when
+// the file cannot be read. Bad lines are named on the message output and change nothing but
+// themselves. Front-end thread, while no search runs. (paramfile.cpp)
+[[nodiscard]] bool LoadConfigFile(const char* path, PersonalityRecord* record);

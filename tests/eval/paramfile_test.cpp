@@ -27,7 +27,7 @@ protected:
     // Loads over record_ and returns the messages after the first line, each without the path.
     Lines Load(const std::string& path) {
         testing::internal::CaptureStdout();
-        EXPECT_EQ(LoadConfigFile(path.c_str(), &record_), 1) << path;
+        EXPECT_TRUE(LoadConfigFile(path.c_str(), &record_)) << path;
         std::stringstream output(testing::internal::GetCapturedStdout());
         std::string line;
         std::getline(output, line);
@@ -117,7 +117,9 @@ TEST_F(ParameterFileTest, AnEndlessLineSpoilsNothingElse) {
 
 TEST_F(ParameterFileTest, AMissingFileIsSilent) {
     testing::internal::CaptureStdout();
-    EXPECT_EQ(LoadConfigFile("nowhere.rc", &record_), 0);
+    for (const char* path : {"nowhere.rc", "."}) {
+        EXPECT_FALSE(LoadConfigFile(path, &record_)) << path;
+    }
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
 }
 
