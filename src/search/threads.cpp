@@ -210,7 +210,7 @@ void CopyGamePosition() {
     }
 }
 
-int StartThread(std::thread* thread, void (*body)(int), int slot) {
+int StartThread(std::thread* thread, const std::function<void(int)>& body, int slot) {
     assert(!thread->joinable());
     try {
         *thread = std::thread(body, slot);

@@ -3,6 +3,7 @@
 // becomes idle raises the alert of platform/sleep.h.
 #pragma once
 
+#include <functional>
 #include <thread>
 
 #include "eval/threadblock.h"
@@ -41,4 +42,4 @@ void CopyGamePosition();
 
 // Starts body(slot) on a thread of its own. Returns 0, else the system's error code; `thread` is
 // then unchanged. Requires that `thread` runs nothing.
-[[nodiscard]] int StartThread(std::thread* thread, void (*body)(int), int slot);
+[[nodiscard]] int StartThread(std::thread* thread, const std::function<void(int)>& body, int slot);

@@ -1,14 +1,13 @@
-// Parameter tuning against labelled positions. Front-end thread only; no search may run.
+// Parameter tuning against the labelled positions of "tune.epd". Front-end thread only; no search
+// may run. Afterwards every weight is as it was; max_depth is 0, epd_file "tune.epd" and noise
+// NOISE_NEVER.
 #pragma once
 
-#include <cstdio>
-
-#include "platform/types.h"
-
-// Line search for the value of *weight, within +-range, that predicts best; prints its path, writes
-// to `log` when it is not null, restores the weight. Returns the best value. The positions are
-// those of PBlock.tool.epd_file; an interrupt ends the search early, without a line in the log.
-int PTune(const char* name, i16* weight, int range, std::FILE* log);
-// Console "tune" (both words non-empty) and option "-tune".
+// Console "tune": searches for the best value of the weight that the tuner calls `name`, within
+// +-`range`, a decimal number. Prints its path and "done!". An empty word does nothing, an unknown
+// name tunes nothing.
 void TuneCommand(const char* name, const char* range);
+
+// Option "-tune": every weight of the schedule in turn, each with a line in "tune.log", which is
+// created anew. Nothing when it cannot be.
 void RunTuneSchedule();

@@ -38,6 +38,8 @@ TEST(WinProbabilityTest, IsALogisticCurveOfTheScore) {
 
 TEST_F(Tuner, TheSearchTakesItsPath) {
     const PersonalityRecord before = Personality;
+    PBlock.options.hash_mode = 2;
+    PBlock.options.noise = 0;
     std::istringstream golden(FileContent(DataFile("tune.txt")));
     int weights = 0;
     golden.ignore(2);  // each weight's path follows a line "# name range"
@@ -49,6 +51,8 @@ TEST_F(Tuner, TheSearchTakesItsPath) {
     EXPECT_EQ(weights, 3);
     EXPECT_EQ(std::memcmp(&before, &Personality, sizeof before), 0) << "a weight was not restored";
     EXPECT_EQ(PBlock.limits.max_depth, 0);
+    EXPECT_EQ(PBlock.options.noise, NOISE_NEVER);
+    EXPECT_EQ(PBlock.options.hash_mode, 2);
     EXPECT_STREQ(PBlock.tool.epd_file, "tune.epd");
 }
 

@@ -1,0 +1,32 @@
+// The labelled positions of a file, kept in memory for the passes of the tuner. Needs the square
+// tables and keys. Read by any thread, changed by the one who loads.
+#pragma once
+
+#include <array>
+#include <vector>
+
+#include "board/position.h"
+
+// A position as it is set up for every pass.
+struct LabelledPosition {
+    std::size_t text;  // index of its text in PositionSet.texts
+    double result;     // expected, 0..1, for the side to move
+    u8 side;           // to move; the text may leave it open
+};
+
+// Invariant: each playable position is in exactly one of the lists of indices.
+struct PositionSet {
+    std::vector<char> texts;  // each ends with a NUL
+    std::vector<LabelledPosition> positions;
+    // Indices of positions. Quiet ones by the side to move: a pass scores the sides one after the
+    // other, since the draw scores, which all threads read, are those of the root's side.
+    std::array<std::vector<u32>, 2> quiet;
+    std::vector<u32> in_check;
+};
+
+// Reads every position of an EPD file into an empty set. False when the file cannot be opened. Sets
+// *scratch to one position after the other. Requires a scratch position with its undo records.
+[[nodiscard]] bool LoadPositions(const char* path, Position* scratch, PositionSet* set);
+
+// Sets *pos to a position of the set. Requires 0 <= index < set.positions.size().
+void SetUpPosition(const PositionSet& set, u32 index, Position* pos);
