@@ -28,7 +28,7 @@ constexpr double PERCENT = 0.01;
 constexpr int MIN_STOP_DEPTH = 2;          // no clock stops a search before this depth is done
 constexpr double MIN_STOP_SECONDS = 0.02;  // before it the search counts as stable
 constexpr double EASY_SHARE = 0.5;
-constexpr int LONGEST_START_TEXT = 64;  // of what a line says of the start of a search
+constexpr int LONGEST_START_TEXT = 64;       // of what a line says of the start of a search
 constexpr double LONGEST_UNWATCHED = 0.005;  // seconds between two looks at a running search
 constexpr double SHORTEST_WAIT = 0.0002;
 

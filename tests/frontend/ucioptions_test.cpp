@@ -29,15 +29,14 @@ TEST_F(UciOptions, StartWithWhatIsAnnounced) {
     const std::string lines = OutputOf(ShowUciOptions);
     PBlock.Reset();
     PBlock.options.log = 0;  // as the answer to "uci" leaves it
-    for (const char* name : {"Hash", "Threads", "MultiPV", "Communication Overhead"}) {
-        const std::string line = "option name " + std::string(name) + " type spin default " +
-                                 std::to_string(ValueOf(name)) + " min ";
-        EXPECT_NE(lines.find(line), std::string::npos) << lines;
-    }
-    for (const char* name : {"Ponder", "OwnBook", "Log"}) {
-        const std::string line = "option name " + std::string(name) + " type check default " +
-                                 (ValueOf(name) != 0 ? "true" : "false") + "\n";
-        EXPECT_NE(lines.find(line), std::string::npos) << lines;
+    for (const std::string name :
+         {"Hash", "Threads", "MultiPV", "Communication Overhead", "Ponder", "OwnBook", "Log"}) {
+        const std::string number = std::to_string(ValueOf(name));
+        const std::string truth = ValueOf(name) != 0 ? "true" : "false";
+        EXPECT_TRUE(lines.find(name + " type spin default " + number + " min ") != lines.npos ||
+                    lines.find(name + " type check default " + truth + "\n") != lines.npos)
+            << name << "\n"
+            << lines;
     }
 }
 
@@ -46,28 +45,16 @@ TEST_F(UciOptions, AreSetWithinTheirLimits) {
         const char *name, *value;
         int set;
     } cases[] = {
-        {"MultiPV", "0", 1},
-        {"MultiPV", "3", 3},
-        {"MultiPV", "21", 20},
-        {"Communication Overhead", "-1", 0},
-        {"Communication Overhead", "70", 70},
-        {"Communication Overhead", "5001", 5000},
-        {"Hash", "-1", 0},
-        {"Hash", "3", 3},
-        {"Ponder", "false", 0},
-        {"Ponder", "true", 1},
-        {"Ponder", "True", 0},
-        {"OwnBook", "true", 1},
-        {"OwnBook", "xtrue", 0},
-        {"OwnBook", "", 0},
-        {"Log", "xtrue", 1},
+        {"MultiPV", "0", 1},     {"MultiPV", "21", 20},
+        {"Hash", "-1", 0},       {"Communication Overhead", "5001", 5000},
+        {"Ponder", "false", 0},  {"Ponder", "true", 1},
+        {"Ponder", "True", 0},   {"OwnBook", "true", 1},
+        {"OwnBook", "xtrue", 0}, {"Log", "xtrue", 1},
         {"Log", "false", 0},
-        {"ponder", "true", 0},
     };
     for (const auto& c : cases) {
         OutputOf([&] { SetUciOption(c.name, c.value); });
-        EXPECT_EQ(ValueOf(c.name == std::string("ponder") ? "Ponder" : c.name), c.set)
-            << c.name << ' ' << c.value;
+        EXPECT_EQ(ValueOf(c.name), c.set) << c.name << ' ' << c.value;
     }
 }
 

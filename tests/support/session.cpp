@@ -45,7 +45,8 @@ int Start(const std::vector<std::string>& words, int in, int out, int err) {
 
 std::string EnginePath() { return VESK_BINARY; }
 
-Session::Session(const std::vector<std::string>& arguments, const std::string& binary) {
+Session::Session(const std::vector<std::string>& arguments, const std::string& binary,
+                 int output_flags) {
     // A write to an engine that has ended must be an error code, not a signal.
     std::signal(SIGPIPE, SIG_IGN);
     int in[2], out[2];
@@ -56,6 +57,7 @@ Session::Session(const std::vector<std::string>& arguments, const std::string& b
     input_ = in[1];
     output_ = out[0];
     fcntl(input_, F_SETFL, O_NONBLOCK);
+    fcntl(out[1], F_SETFL, output_flags);
     std::vector<std::string> words{binary.empty() ? EnginePath() : binary};
     words.insert(words.end(), arguments.begin(), arguments.end());
     pid_ = Start(words, in[0], out[1], fileno(errors_));
@@ -68,7 +70,7 @@ Session::~Session() {
     Signal(SIGKILL);
     if (pid_ > 0) { waitpid(pid_, nullptr, 0); }
     CloseInput();
-    close(output_);
+    CloseOutput();
     std::fclose(errors_);
 }
 
@@ -96,6 +98,12 @@ bool Session::SendBytes(const std::string& bytes) {
 void Session::CloseInput() {
     if (input_ >= 0) { close(input_); }
     input_ = -1;
+}
+
+void Session::CloseOutput() {
+    if (output_ >= 0) { close(output_); }
+    output_ = -1;
+    output_ended_ = true;
 }
 
 // Appends what arrives to pending_; false when the output has ended or nothing came in time.
@@ -136,6 +144,11 @@ int Session::Wait(double limit_seconds) {
     const double end = Now() + limit_seconds;
     while (ReadMore(end)) {  // an engine with a full pipe cannot end
     }
+    return WaitWithoutReading(end - Now());
+}
+
+int Session::WaitWithoutReading(double limit_seconds) {
+    const double end = Now() + limit_seconds;
     int status = 0, ended = 0;
     while ((ended = waitpid(pid_, &status, WNOHANG)) == 0 && Now() < end) { usleep(500); }
     if (ended != pid_) {

@@ -13,9 +13,10 @@ inline constexpr double SESSION_LIMIT_SECONDS = 60.0;
 
 class Session {
 public:
-    // Starts the engine. `binary`: empty = the built engine.
-    explicit Session(const std::vector<std::string>& arguments = {},
-                     const std::string& binary = "");
+    // Starts the engine. `binary`: empty = the built engine. `output_flags`: of the pipe that it
+    // writes to (0 or O_NONBLOCK).
+    explicit Session(const std::vector<std::string>& arguments = {}, const std::string& binary = "",
+                     int output_flags = 0);
     ~Session();  // kills an engine that still runs
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
@@ -24,7 +25,8 @@ public:
     // engine does not take them.
     bool Send(const std::string& line) { return SendBytes(line + "\n"); }
     bool SendBytes(const std::string& bytes);
-    void CloseInput();  // the engine sees the end of its input
+    void CloseInput();   // the engine sees the end of its input
+    void CloseOutput();  // nobody reads what it writes any more
 
     // Reads lines until one starts with `prefix`, and returns it; the lines read, that one
     // included, are in Lines(). Empty, with a test failure, when it does not come.
@@ -39,6 +41,8 @@ public:
     // Exit status after the engine has ended by itself; 128 + signal when one ended it; -1, with a
     // test failure, when the time is over. Output not read yet stays readable.
     int Wait(double limit_seconds = SESSION_LIMIT_SECONDS);
+    // The same without reading what the engine writes.
+    int WaitWithoutReading(double limit_seconds);
     // After Wait: all output that was not returned yet, byte for byte.
     std::string RestOfOutput() const { return pending_; }
     void Signal(int number);
