@@ -8,3 +8,6 @@
 // when the system cannot give it. Release with FreeLargeBlock and the same size.
 void* AllocateLargeBlock(std::size_t bytes);
 void FreeLargeBlock(void* block, std::size_t bytes);
+// Makes a block of AllocateLargeBlock all zero again. What was touched goes back to the system, so
+// that the time does not grow with the size. No other thread may use the block meanwhile.
+void ClearLargeBlock(void* block, std::size_t bytes);

@@ -4,6 +4,7 @@
 #include "platform/memory.h"
 
 #include <cstdint>
+#include <cstring>
 
 #include <sys/mman.h>
 #include <unistd.h>
@@ -49,4 +50,12 @@ void* AllocateLargeBlock(std::size_t bytes) {
 
 void FreeLargeBlock(void* block, std::size_t bytes) {
     if (block != nullptr) { munmap(block, RoundUp(bytes, BlockUnit(bytes))); }
+}
+
+void ClearLargeBlock(void* block, std::size_t bytes) {
+#ifdef __linux__
+    // Private pages without a file come back as zeros when they are touched again.
+    if (madvise(block, RoundUp(bytes, BlockUnit(bytes)), MADV_DONTNEED) == 0) { return; }
+#endif
+    std::memset(block, 0, bytes);
 }

@@ -19,7 +19,6 @@ namespace {
 
 constexpr u64 SLOTS_PER_MEGABYTE = 65536;
 constexpr u64 SPARE_SLOTS = 32;  // the buckets at both ends reach past the counted slots
-constexpr u64 CLEARED_SPARE = 16;
 constexpr int BUCKET_SLOTS = 4;
 constexpr int CHECK_SCORE_OFFSET = 15000;
 constexpr int AGE_WEIGHT = 32;        // one search of age outweighs this many plies of depth
@@ -45,14 +44,18 @@ u32 CheckWord(u32 move, int score, u64 key) {
 
 u64 PackData(u32 move, int score, int bound, int depth, int age) {
     return u64{static_cast<u16>(move)} | u64{static_cast<u16>(score)} << SCORE_BIT |
-           u64{static_cast<u8>(bound)} << BOUND_BIT | u64{static_cast<u8>(depth)} << DEPTH_BIT |
+           u64{static_cast<u8>(bound)} << BOUND_BIT |
+           u64{static_cast<u8>(depth - TT_EMPTY_DEPTH)} << DEPTH_BIT |
            u64{static_cast<u16>(age)} << AGE_BIT;
 }
 
 u64 PackKeys(u32 key_high, u32 check) { return u64{key_high} | u64{check} << CHECK_BIT; }
 
 int ScoreOf(u64 data) { return static_cast<i16>(data >> SCORE_BIT); }
-int DepthOf(u64 data) { return static_cast<i8>(data >> DEPTH_BIT); }
+// Stored above the depth of an empty slot, so that zeroed memory is an empty table.
+int DepthOf(u64 data) {
+    return static_cast<i8>((data >> DEPTH_BIT) + static_cast<u64>(TT_EMPTY_DEPTH));
+}
 int AgeOf(u64 data) { return static_cast<i16>(data >> AGE_BIT); }
 u32 UpperHalf(u64 key) { return static_cast<u32>(key >> KEY_HALF_BITS); }
 
@@ -67,6 +70,13 @@ bool TableIsOff() { return PBlock.options.hash_mode == 0 || hash_table.entries =
 bool MoveFitsBoard(const Position* pos, Move move) {
     const Bitboard own = pos->bb[pos->side][0];
     return (own & Bit(MoveFrom(move))) != 0 && (own & Bit(MoveTo(move))) == 0;
+}
+
+// What is known of a table that has just become empty.
+void ForgetContents() {
+    hash_table.used.store(0, std::memory_order_relaxed);
+    PBlock.root.tt_age = 0;
+    PBlock.progress.hash_fill = 0.0;
 }
 
 // Does the line end here by a draw? No search has placed the lists of its plies.
@@ -94,7 +104,7 @@ int InitTTable() {
     if (entries > 0) { t.mask = std::bit_floor(entries) - 1; }
     t.white = t.slots;
     t.black = t.slots + entries;
-    ClearTTable();
+    ForgetContents();
     return 0;
 }
 
@@ -108,16 +118,8 @@ void FreeTTable() {
 
 void ClearTTable() {
     TranspositionTable& t = hash_table;
-    if (t.slots != nullptr) {
-        const u64 empty = PackData(NO_MOVE, 0, 0, TT_EMPTY_DEPTH, 0);
-        for (u64 i = 0; i < t.entries + CLEARED_SPARE; ++i) {
-            t.slots[i].data.store(empty, std::memory_order_relaxed);
-            t.slots[i].keys.store(0, std::memory_order_relaxed);
-        }
-    }
-    t.used.store(0, std::memory_order_relaxed);
-    PBlock.root.tt_age = 0;
-    PBlock.progress.hash_fill = 0.0;
+    if (t.slots != nullptr) { ClearLargeBlock(t.slots, t.bytes); }
+    ForgetContents();
 }
 
 void PrefetchTTable(int side, u64 key) {

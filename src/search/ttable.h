@@ -12,7 +12,8 @@ inline constexpr int BOUND_LOWER = 2;  // the node failed high
 inline constexpr int BOUND_EXACT = 3;
 
 // Depths that tell something else than a depth.
-inline constexpr int TT_EMPTY_DEPTH = -50;      // of a slot never written
+inline constexpr int TT_EMPTY_DEPTH =
+    -50;  // of a slot whose words are 0      // of a slot never written
 inline constexpr int TT_PRESET_DEPTH = -99;     // the caller's preset: no slot found
 inline constexpr int TT_BAD_CHECK_DEPTH = -98;  // the slot's words do not belong together
 inline constexpr int TT_BAD_MOVE_DEPTH = -97;   // its move does not fit the position

@@ -17,6 +17,9 @@ TEST(LargeBlock, IsZeroedAlignedAndWritableToItsEnd) {
         EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % alignment, 0u) << bytes;
         for (std::size_t i = 0; i < bytes; i += 61) { ASSERT_EQ(block[i], 0) << bytes; }
         std::memset(block, 0xFF, bytes);
+        ClearLargeBlock(block, bytes);
+        for (std::size_t i = 0; i < bytes; i += 61) { ASSERT_EQ(block[i], 0) << bytes; }
+        block[bytes - 1] = 1;
         FreeLargeBlock(block, bytes);
     }
     FreeLargeBlock(nullptr, 100);
