@@ -150,7 +150,6 @@ Move ReadPieceMove(const Position* pos, std::string_view text) {
         } else {
             return NO_MOVE;
         }
-        if (type == KING) { return NO_MOVE; }
     }
     if (from == 0 || (from & (from - 1)) != 0) { return NO_MOVE; }
     return MakeMoveWord(GetLSB(from), to);
