@@ -10,6 +10,7 @@
 #include "frontend/output.h"
 #include "frontend/pblock.h"
 #include "frontend/toolwait.h"
+#include "frontend/units.h"
 #include "search/keepoptions.h"
 #include "search/search.h"
 #include "search/threads.h"
@@ -22,7 +23,6 @@ constexpr int PROFILE_DEPTH = 16;
 constexpr int DEFAULT_DEPTH = 17;   // when the depth limit is above DEEPEST_WANTED
 constexpr int DEEPEST_WANTED = 40;  // a limit up to here was meant for the benchmark
 constexpr double SECONDS_PER_POSITION = 99.0;
-constexpr double SMALLEST_TIME = 0.01;  // seconds; keeps the rate finite
 
 // clang-format off
 constexpr const char* benchmark_positions[BENCHMARK_POSITIONS] = {
@@ -77,7 +77,7 @@ void RunBenchmark(int positions) {
     if (PBlock.limits.max_depth > DEEPEST_WANTED) { PBlock.limits.max_depth = DEFAULT_DEPTH; }
     InitEval();
     ShowMessage("running benchmark");
-    double seconds = SMALLEST_TIME;
+    double seconds = SHORTEST_RUN;
     double nodes = 0.0;
     for (int i = 0; i < positions && PBlock.control.quit == 0; ++i) {
         UserInput();

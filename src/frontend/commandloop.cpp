@@ -130,7 +130,7 @@ void ReportToGui() {
 }
 
 double HitRate(u64 hits, u64 probes) {
-    return 100.0 * static_cast<double>(hits) / (static_cast<double>(probes) + 1.0);
+    return PERCENT * static_cast<double>(hits) / (static_cast<double>(probes) + 1.0);
 }
 
 void ReportToConsole() {
@@ -142,7 +142,7 @@ void ReportToConsole() {
                  PBlock.time.elapsed.Get(), PBlock.result.Score(), nodes,
                  KiloNodesPerSecond(nodes, PBlock.time.elapsed), EffectiveBranchingFactor());
     ShowMessageF("Hash fill= %.1f%%, Hash hits: main= %0.1f%%, pawn= %0.1f%%, eval= %0.1f%%",
-                 100.0 * PBlock.progress.hash_fill, HitRate(totals.tt_hits, totals.tt_probes),
+                 PERCENT * PBlock.progress.hash_fill, HitRate(totals.tt_hits, totals.tt_probes),
                  HitRate(totals.pawn_hits, totals.pawn_probes),
                  HitRate(totals.eval_hits, totals.eval_probes));
     const i32* counts = PBlock.progress.ncnt;

@@ -33,7 +33,7 @@ bool StartsGame(const TextLine& line) { return std::strstr(line.text, GAME_START
 
 // Moves the reader to the start of the wanted game; false when the file has no such game. A file
 // without any event tag is one game.
-bool FindGame(LineReader* reader, const std::string& tag) {
+[[nodiscard]] bool FindGame(LineReader* reader, const std::string& tag) {
     const bool by_number = tag.empty() || std::isdigit(static_cast<unsigned char>(tag[0]));
     int wanted = by_number ? AnyNumber(tag) : 0;
     if (by_number && (wanted < 1 || wanted > GAME_NUMBER_MAX)) { wanted = 1; }
@@ -60,7 +60,7 @@ struct GameTextState {
 };
 
 // Plays one word of a game's text, from its first letter on. False when it is no legal move.
-bool PlayGameWord(const std::string& word) {
+[[nodiscard]] bool PlayGameWord(const std::string& word) {
     const auto letter = std::find_if(word.begin(), word.end(), [](char c) {
         return std::isalpha(static_cast<unsigned char>(c)) != 0;
     });
@@ -77,7 +77,7 @@ bool PlayGameWord(const std::string& word) {
 }
 
 // Plays the moves of one line, without comments and variations. False at a move that is not legal.
-bool PlayGameLine(const TextLine& line, GameTextState* state) {
+[[nodiscard]] bool PlayGameLine(const TextLine& line, GameTextState* state) {
     std::string word;
     for (const char c : std::string_view(line.text, line.length)) {
         if (state->in_line_comment) { return true; }

@@ -151,7 +151,7 @@ void ClearEditedBoard() {
 }
 
 // Puts the piece of one word ("Pa2") on its square; false when that lies off the board.
-bool PlaceEditedPiece(int colour, std::string_view word) {
+[[nodiscard]] bool PlaceEditedPiece(int colour, std::string_view word) {
     const int square = SquareOfText(word.substr(1));
     if (square == NO_SQUARE) { return false; }
     Position* pos = game_position;
@@ -192,21 +192,25 @@ void EditLine(std::string_view line) {
 // Takes away the castling rights that the pieces do not bear out, and makes the board the start of
 // a game.
 void FinishEdit() {
+    constexpr int RIGHTS_OF_A_SIDE = 2;  // bits
+    constexpr int CLEARED_RECORDS = 2;
     Position* pos = game_position;
     for (int colour = 0; colour < 2; ++colour) {
         const int king = init_king_sq[colour];
         const int rook_code = PieceCode(colour, ROOK);
         const bool at_home = pos->board[king] == PieceCode(colour, KING);
         int lost = 0;
-        if (!at_home || pos->board[king + 3] != rook_code) { lost |= WHITE_KING_SIDE; }
-        if (!at_home || pos->board[king - 4] != rook_code) { lost |= WHITE_QUEEN_SIDE; }
-        pos->castle = static_cast<u8>(pos->castle & ~(lost << (2 * colour)));
+        if (!at_home || pos->board[king + KING_SIDE_ROOK] != rook_code) { lost |= WHITE_KING_SIDE; }
+        if (!at_home || pos->board[king + QUEEN_SIDE_ROOK] != rook_code) {
+            lost |= WHITE_QUEEN_SIDE;
+        }
+        pos->castle = static_cast<u8>(pos->castle & ~(lost << (RIGHTS_OF_A_SIDE * colour)));
     }
     SetHash(pos);
     pos->hist_count = 0;
     pos->ply = 1;
     pos->last_move = NO_MOVE;
-    std::fill(pos->undo, pos->undo + 2, UndoRecord{});
+    std::fill(pos->undo, pos->undo + CLEARED_RECORDS, UndoRecord{});
     EndGameRecord();
     ShowBoard(pos);
 }

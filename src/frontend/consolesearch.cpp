@@ -279,7 +279,7 @@ void LineCommand(const Command&) {
     if (!PositionIsPlayable()) { return; }
     Position* pos = game_position;
     const RecordKeeper keep;
-    Move line[PV_SIZE + 2] = {};
+    Move line[PV_SIZE] = {};
     CopySearchLine(line);
     RetrievePV(ThreadData[0], line);
     std::string text;

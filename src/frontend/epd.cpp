@@ -28,7 +28,8 @@
 
 namespace {
 
-constexpr int POOL_DEPTH = 6;  // from this depth limit on the search threads are used
+constexpr int TABLE_DEPTH = 2;  // from this depth limit on the table is used
+constexpr int POOL_DEPTH = 6;   // from this depth limit on the search threads are used
 constexpr const char* UNSOLVED_FILE = "unsolved.epd";
 
 // Totals of one run.
@@ -63,7 +64,7 @@ public:
     EpdRun(const EpdRun&) = delete;
     EpdRun& operator=(const EpdRun&) = delete;
 
-    bool OpenUnsolved() {
+    [[nodiscard]] bool OpenUnsolved() {
         if (max_depth_ >= 1) { unsolved_ = std::fopen(UNSOLVED_FILE, "wb"); }
         return max_depth_ < 1 || unsolved_ != nullptr;
     }
@@ -142,8 +143,8 @@ void EpdRun::Analyze(const std::string& line, const EpdRecord& record) {
         LookAtInput(static_cast<unsigned>(totals_.positions));
         return;
     }
-    PBlock.tool.expected_move = max_depth_ < 1 ? -1 : ExpectedMove(record.best_move);
-    if (max_depth_ >= 2) { ClearTTable(); }
+    PBlock.tool.expected_move = max_depth_ < 1 ? NO_MOVE_READ : ExpectedMove(record.best_move);
+    if (max_depth_ >= TABLE_DEPTH) { ClearTTable(); }
     Announce(record.position);
 
     const int score = Search();
@@ -171,7 +172,7 @@ void EpdRun::ShowSummary() const {
     ShowMessageF("total time= %0.2f seconds", t.seconds);
     ShowMessageF("avg depth= %0.1f", Average(t.depth));
     ShowMessageF("avg nodes= %0.1f", static_cast<double>(average_nodes));
-    ShowMessageF("node_rate= %0.0f", static_cast<double>(t.nodes) / (t.seconds + 0.01));
+    ShowMessageF("node_rate= %0.0f", static_cast<double>(t.nodes) / (t.seconds + SHORTEST_RUN));
     ShowMessageF("avg bf= %0.2f", Average(t.branching));
     ShowMessageF("avg error= %0.5f\n", AverageError());
 }
@@ -204,7 +205,7 @@ double Analyze_EPD_File(int show) {
     const KeepOptions kept;
     InitEval();
     if (show) { ShowMessageF("Analyzing %s...", PBlock.tool.epd_file); }
-    if (PBlock.limits.max_depth <= 1) { PBlock.options.hash_mode = 0; }
+    if (PBlock.limits.max_depth < TABLE_DEPTH) { PBlock.options.hash_mode = 0; }
     std::string line;
     EpdRecord record;
     while (PBlock.control.quit == 0 && NextEpdRecord(&reader, &line, &record)) {

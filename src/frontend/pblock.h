@@ -126,12 +126,14 @@ struct SearchProgress {
     i32 ncnt[4] = {};
 };
 
+inline constexpr int NO_MOVE_READ = -1;  // value of `expected_move`: the line names none
+
 // What a tool works on and how. Front-end thread only.
 struct ToolState {
     char epd_file[FILE_NAME_SIZE] = "";
     char match_file[FILE_NAME_SIZE] = "";
-    int expected_move = -1;  // of an EPD run: -1 none read, 0 unusable
-    int profile = 0;         // 1 under "-pbench"
+    int expected_move = NO_MOVE_READ;  // of an EPD run: 0 unusable
+    int profile = 0;                   // 1 under "-pbench"
 };
 
 // The published result as it was at one moment.

@@ -52,12 +52,13 @@ void SetOptionCommand(const char* rest) {
 
 // The move of a word such as "e7e8q", NO_MOVE when it is not one.
 Move MoveOfWord(const std::string& word) {
-    if (word.size() != 4 && word.size() != 5) { return NO_MOVE; }
+    constexpr std::size_t SQUARES_SIZE = 4;
+    if (word.size() != SQUARES_SIZE && word.size() != SQUARES_SIZE + 1) { return NO_MOVE; }
     const int from = SquareOfText(word);
     const int to = SquareOfText(std::string_view(word).substr(2));
     if (from == NO_SQUARE || to == NO_SQUARE) { return NO_MOVE; }
-    if (word.size() == 4) { return MakeMoveWord(from, to); }
-    switch (word[4]) {
+    if (word.size() == SQUARES_SIZE) { return MakeMoveWord(from, to); }
+    switch (word[SQUARES_SIZE]) {
         case 'q':
             return MakeMoveWord(from, to, PROMOTE_QUEEN);
         case 'n':
@@ -89,7 +90,7 @@ void PlayMoves(const char* text) {
 }
 
 // False when the line ends here: without moves nothing more of it is read.
-bool PositionCommand(const char* rest) {
+[[nodiscard]] bool PositionCommand(const char* rest) {
     const char* moves = std::strstr(rest, "moves");
     const std::string setup(rest, moves != nullptr ? moves : rest + std::strlen(rest));
     const std::size_t fen = setup.find("fen");
