@@ -9,7 +9,7 @@
 // pd->trivial_draw is set for dead material. Needs pos, pd and king_square of *info. Compiled for
 // both kinds of report.
 template <typename Report>
-bool EvalSpecialEnding(EvalInfo* info, int* score, Report report);
+[[nodiscard]] bool EvalSpecialEnding(EvalInfo* info, int* score, Report report);
 
 // The mop-up score of a side with a rook or more against a lone king, centipawns for `side`.
 // Requires that one side has nothing but its king. Needs pos and king_square of *info.

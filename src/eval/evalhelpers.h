@@ -2,6 +2,8 @@
 // blending by the game stage, and the report's bookkeeping. Internal to src/eval.
 #pragma once
 
+#include <cassert>
+
 #include "board/bitboards.h"
 #include "board/moves.h"
 #include "eval/evaluate.h"
@@ -38,8 +40,10 @@ constexpr Bitboard PawnAttacks(Bitboard pawns) {
 // Caches are trusted from this ply on: the root computes anew.
 inline constexpr int CACHED_FROM_PLY = 2;
 
-// Mix of an opening and an ending value by the stage, truncated toward zero.
+// Mix of an opening and an ending value by the stage, truncated toward zero. Requires a stage of
+// 0..24.
 constexpr int Blend(int stage, int opening, int ending) {
+    assert(stage >= 0 && stage <= MAX_STAGE);
     return (opening * (MAX_STAGE - stage) + ending * stage) / MAX_STAGE;
 }
 constexpr int Blend(int stage, TaperedScore value) {
@@ -62,6 +66,7 @@ public:
     // The man on `square` adds `value` to its side's line `term`.
     void Charge(const EvalInfo* info, ReportTerm term, int side, int square,
                 TaperedScore value) const;
+    // The following two end an evaluation.
     // A special ending answered: `score`, for the strong side, stands on that side's king.
     void SpecialEnding(int side, int king_square, int score) const;
     void Totals(const EvalInfo* info, double factor) const;

@@ -418,6 +418,8 @@ void ReportWriter::Totals(const EvalInfo* info, double factor) const {
 
 int Evaluate(ThreadBlock* tb, int ply, bool in_check) {
     assert(ply >= 1 && ply < SEARCH_STACK_SIZE);
+    assert(CountBits(tb->pos.bb[WHITE][KING]) == 1 && CountBits(tb->pos.bb[BLACK][KING]) == 1);
+    assert(in_check == (InCheck(&tb->pos, tb->pos.side) != 0));
     return EvaluatePosition(tb, ply, in_check, NoReport());
 }
 

@@ -8,26 +8,29 @@
 
 struct ThreadBlock;
 
-inline constexpr int EVAL_CACHE_SIZE = 16384;  // entries per thread
+// Entries of a thread's caches: powers of two.
+inline constexpr int EVAL_CACHE_SIZE = 16384;
 inline constexpr int PAWN_CACHE_SIZE = 8192;
 inline constexpr int QUEEN_CONTACT_DANGER = 5000;  // added to hanging material: danger of mate
 
+// What Evaluate found, by search key and side to move. [0] white, [1] black. Owned by one thread.
 struct EvalCacheEntry {
-    i16 score;  // for the side of the probe
-    u8 free_pawn_rank[2];
-    i16 hanging[2];
-    u64 key;
+    i16 score;             // centipawns, for the side to move
+    u8 free_pawn_rank[2];  // as in PlyData
+    i16 hanging[2];        // as in PlyData
+    u64 key;               // search key; 0 in an empty entry
 };
 static_assert(sizeof(EvalCacheEntry) == 16);
 
+// What depends on the pawns alone, by their key. [0] white, [1] black. Owned by one thread.
 struct PawnEntry {
-    i16 opening[2];  // structure scores, pawn piece-square values included
+    i16 opening[2];  // structure, with the piece-square values of pawns, in centipawns
     i16 ending[2];
     u16 mask[2];  // low byte files, high byte ranks that hold a pawn of the side, a and 1 lowest
-    Bitboard attack_span[2];
-    Bitboard passed;      // both colours
-    Bitboard candidates;  // both colours
-    u64 key;              // pawn_hash
+    Bitboard attack_span[2];  // squares that a pawn of the side attacks or may come to attack
+    Bitboard passed;          // both colours
+    Bitboard candidates;      // both colours: pawns that may become passed by exchanges
+    u64 key;                  // pawn_hash
 };
 
 // The files with a pawn of `side`, file a the lowest of eight bits.
@@ -69,7 +72,7 @@ enum ReportTerm : u8 {
 
 // How the evaluation sees one position. Centipawns, [0] white, [1] black; owned by who shows it.
 struct EvalReport {
-    i16 squares[64];  // blended contribution of the man on each square
+    i16 squares[SQUARE_COUNT];  // blended contribution of the man on each square
     i16 material[2];
     i16 positional[2];
     i16 terms[REPORT_TERMS][2];
@@ -81,7 +84,7 @@ struct EvalReport {
 };
 
 // Scratch record of one Evaluate call; owned by the thread, lives during the call only. [0] white,
-// [1] black.
+// [1] black; values in centipawns. Each part of the evaluation fills its own fields.
 struct EvalInfo {
     const Position* pos;
     PlyData* pd;
@@ -90,22 +93,21 @@ struct EvalInfo {
     int stage;                 // 0..24
     bool back_rank_target[2];  // enemy king or pawns make the seventh rank worth a visit
     bool king_confined[2];     // the side's king is held on the edge
-    int race[2];               // pawn race value
+    int race[2];               // lead of a pawn that outruns the king, in moves; 0 without one
     int pawns[2], knights[2], bishops[2], rooks[2], queens[2];
     int pieces[2];  // knights + bishops + rooks + queens
     int phase[2];   // capped at 12
     TaperedScore material[2];
     TaperedScore positional[2];
     int mobility[2];
-    int king_attack[2];  // pressure of the side's men on the enemy king
-    int king_safety[2];  // kept, shown nowhere
+    int king_attack[2];  // pressure of the side's men on the enemy king, entries of KingDanger
     int king_square[2];
     Bitboard occupied;
-    Bitboard outposts[2];
-    Bitboard hanging;  // both colours
-    Bitboard pinned;   // both colours
-    Bitboard mobility_area[2];
-    Bitboard king_zone[2];
+    Bitboard outposts[2];       // squares for the side's knights that no enemy pawn can ever attack
+    Bitboard hanging;           // both colours
+    Bitboard pinned;            // both colours
+    Bitboard mobility_area[2];  // targets that count: no own men, not attacked by enemy pawns
+    Bitboard king_zone[2];      // nine squares around the side's king
     Bitboard attacks[2];        // by any man
     Bitboard attacks_by[2][8];  // by piece type
     Bitboard attacked_twice[2];
@@ -122,9 +124,9 @@ struct EvalInfo {
 // side.
 int Evaluate(ThreadBlock* tb, int ply, bool in_check);
 
-// Evaluate at ply 1 of the block's position that also fills *report: all of it empty when the side
-// to move is in check.
+// Evaluate at ply 1 that also fills *report: all of it empty when the side to move is in check. Its
+// cache probes are not counted. Called by the thread that owns the block.
 int EvaluateWithReport(ThreadBlock* tb, EvalReport* report);
 
-// Expected result, 0..1, of a score in centipawns for the side to move.
+// Expected result, 0..1, of a score in centipawns, for the side whose score it is. Any thread.
 double WinProbability(int score);

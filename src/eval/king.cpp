@@ -146,7 +146,6 @@ void EvalKingOf(EvalInfo* info, Report report) {
         int holes;
         opening += PawnCover<US>(info, k, &holes);
         KingPressure<US>(info, k, holes, &opening, &ending);
-        info->king_safety[US] = opening;
     }
     if (info->queens[THEM] == 0 || info->phase[THEM] < FULL_OPENING_PHASE) {
         opening /= REDUCED_OPENING_DIVISOR;

@@ -19,7 +19,7 @@ void InitKPK();
 
 // True when the pawn of `owner` on square `pawn` wins with both kings alone on the board, whatever
 // other men there are; `side` is to move. Requires a pawn on ranks 2 to 7.
-bool PawnWins(const Position* pos, int owner, int pawn, int side);
+[[nodiscard]] bool PawnWins(const Position* pos, int owner, int pawn, int side);
 
 // KPK_SCORE centipawns when the pawn wins and belongs to `side`, which is to move, less than 0 by
 // as much when it wins against `side`, else 0. Requires exactly one pawn and no pieces.

@@ -21,8 +21,9 @@ inline constexpr int PST_ROWS = 7;            // by piece type; row 0 holds no v
 inline constexpr i16 NO_PST_VALUE =
     -1000;  // square without a value of its own: the computed one is used
 
-// Centipawns unless a field is called a depth, a count or a percentage. Owned by the program
-// (Personality), its start-up copy (DefaultPersonality) and the match's players; copied whole.
+// Centipawns unless a field is called a depth (plies), a count (moves), a strength or a percentage;
+// the mobility weights and PST_x_op, PST_x_en scale shapes. Owned by the program (Personality), its
+// start-up copy (DefaultPersonality) and the match's players; copied whole.
 struct PersonalityRecord {
     i16 draw_score;
     u8 CNP_depth;
@@ -34,7 +35,7 @@ struct PersonalityRecord {
     i16 CNP_margin[SELECTIVITY_DEPTHS];
     i16 FP_margin[SELECTIVITY_DEPTHS];
     u8 LMP_count[SELECTIVITY_DEPTHS];
-    u8 LMR_table[2][LMR_DEPTHS][LMR_MOVES];  // derived from LMR_strength at start-up
+    u8 LMR_table[2][LMR_DEPTHS][LMR_MOVES];  // plies, derived from LMR_strength at start-up
     i16 pawn_value_op, pawn_value_en;
     i16 knight_value_op, knight_value_en;
     i16 bishop_value_op, bishop_value_en;
@@ -101,22 +102,26 @@ struct EvalTables {
 };
 extern EvalTables eval_tables;
 
-// Stores every built-in default; LMR_table is left to BuildReductionTable.
+// All of the following belong to the front-end thread and require that no search runs.
+
+// Stores every built-in default; LMR_table is zero until BuildReductionTable.
 void SetPersonalityDefaults(PersonalityRecord* record);
 
-// Derives CNP_depth, FP_depth and LMP_depth from their margin and count tables.
+// Derives CNP_depth, FP_depth and LMP_depth from their margin and count tables. A limit whose table
+// switches nothing off stays as it was.
 void DeriveDepthLimits(PersonalityRecord* record);
+// Derives LMR_table from LMR_strength.
 void BuildReductionTable(PersonalityRecord* record);
 
-// Start-up fill: defaults, the parameter file at `path` (nullptr = none), limits, reduction table,
-// DefaultPersonality.
+// Start-up fill of Personality: defaults, the parameter file at `path` (nullptr = none), limits,
+// reduction table; then its copy DefaultPersonality.
 void InitPersonality(const char* path);
 
-// Rebuilds eval_tables from Personality and empties the evaluation and pawn
-// caches of every thread record. Requires that no search runs.
+// Rebuilds eval_tables from Personality and empties the evaluation and pawn caches of every thread
+// record.
 void InitEval();
 
 // Reads a parameter file over `record`: the fields whose keys occur. False, without a word, when
 // the file cannot be read. Bad lines are named on the message output and change nothing but
-// themselves. Front-end thread, while no search runs. (paramfile.cpp)
+// themselves. (paramfile.cpp)
 [[nodiscard]] bool LoadConfigFile(const char* path, PersonalityRecord* record);

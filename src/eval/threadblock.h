@@ -27,13 +27,16 @@ inline constexpr u8 ROOT_FAILS_HIGH = 2;
 inline constexpr u8 ROOT_LATER_FAILS_HIGH = 3;
 inline constexpr u8 ROOT_ABANDONED = 99;
 
+// Owned by the slot's thread. Invariants: pos.undo and pos.sstack are the block's own arrays;
+// ThreadData[slot] is the block.
 struct ThreadBlock {
     Position pos;
     UndoRecord undo[MAX_UNDO_RECORDS];
     PlyData ply_data[SEARCH_STACK_SIZE];
     MoveEntry move_buffer[MOVE_BUFFER_SIZE];
-    i16 history[64][16];         // by to-square and moving piece code
-    Move counter_moves[64][16];  // by to-square of the last move and the piece now there
+    i16 history[SQUARE_COUNT][2 * PIECE_TYPES];  // by to-square and moving piece code
+    Move counter_moves[SQUARE_COUNT]
+                      [2 * PIECE_TYPES];  // by to-square of the last move and the piece now there
     EvalCacheEntry eval_cache[EVAL_CACHE_SIZE];
     PawnEntry pawn_cache[PAWN_CACHE_SIZE];
     EvalInfo eval_info;
@@ -44,11 +47,11 @@ struct ThreadBlock {
     std::atomic<u8> command;
     Relaxed<u8> root_status;
     Relaxed<i8> iteration_depth;
-    i16 best_depth;  // iteration of the running best move
-    Relaxed<i16> running_score;
-    i16 root_eval;             // static evaluation of the root
-    u8 extension_count;        // move extensions on the current path
-    u8 extension_accumulator;  // sixteenths of a ply
+    i16 best_depth;              // iteration of the running best move
+    Relaxed<i16> running_score;  // centipawns, for the side to move at the root
+    i16 root_eval;               // static evaluation of the root, likewise
+    u8 extension_count;          // move extensions on the current path
+    u8 extension_accumulator;    // sixteenths of a ply
     Relaxed<u64> nodes;
     u32 seed;  // perturbation of a secondary thread's root order
     Relaxed<u64> eval_probes, eval_hits;
@@ -62,8 +65,11 @@ struct ThreadBlock {
 
 extern ThreadBlock* ThreadData[THREAD_SLOTS];
 
-// Cache slots of a position: by its search key and the side of the probe (the two sides are
-// neighbours), and by its pawn key.
+static_assert((EVAL_CACHE_SIZE & (EVAL_CACHE_SIZE - 1)) == 0);
+static_assert((PAWN_CACHE_SIZE & (PAWN_CACHE_SIZE - 1)) == 0);
+
+// Cache slots of a position: by its search key and the side to move (the two sides are neighbours),
+// and by its pawn key. Called by the owner of the block.
 inline EvalCacheEntry* EvalCacheSlot(ThreadBlock* tb, u64 key, int side) {
     return &tb->eval_cache[(key & (EVAL_CACHE_SIZE - 2)) + static_cast<u64>(side)];
 }
@@ -80,9 +86,11 @@ inline void PrefetchEvaluation(ThreadBlock* tb, u64 key) {
 }
 
 // Zero-filled block of a slot with its links set, published in ThreadData[slot] (an older one is
-// freed); nullptr when memory is short. FreeThreadBlock empties the slot.
-ThreadBlock* NewThreadBlock(int slot);
+// freed); nullptr when memory is short. FreeThreadBlock empties the slot. Front-end thread, or the
+// slot's own; requires a slot 0..64 whose thread does not search.
+[[nodiscard]] ThreadBlock* NewThreadBlock(int slot);
 void FreeThreadBlock(int slot);
 
-// Empties the evaluation and pawn caches of every block. No search may run.
+// Empties the evaluation and pawn caches of every block. Front-end thread; requires that no search
+// runs.
 void ClearEvalCaches();

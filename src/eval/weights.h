@@ -28,6 +28,8 @@ struct Weight {
     const char* tuning_word = nullptr;  // its name in the tuner where that is another one
 };
 
+// Any thread may call the following, but a field is changed only while no search runs.
+
 // Every field of the record but LMR_table, once, in the order of the tuner's schedule.
 std::span<const Weight> AllWeights();
 
@@ -38,6 +40,7 @@ i16* WordField(const Weight& weight, PersonalityRecord* record);  // first of 64
 // The weight with that key in the parameter file, or nullptr.
 const Weight* FindKey(std::string_view key);
 
+// What the tuner calls the weight.
 const char* TuningWord(const Weight& weight);
 // The weight that the console's "tune" calls `word`, or nullptr.
 const Weight* FindTuningWord(std::string_view word);

@@ -4,9 +4,11 @@
 
 #include "board/types.h"
 
-// Prints the board of a position with its EPD fields and the side to move.
+// Shows the board of a position with its EPD fields and the side to move, as one message.
 void ShowBoard(const Position* pos);
-// Prints the evaluation of the game position. Requires that no search runs.
+// Shows how the evaluation sees the game position, as one message. Leaves the limits as they were;
+// what slot 1 counted includes the search that this takes. Requires a playable position and that no
+// search runs.
 void ShowEvalInfo();
-// Prints a title and a table of 64 values, rank 8 first.
+// Prints a title and a table of 64 values, rank 8 first, to standard output.
 void PrintPSQTable(const i16* table, const char* title);

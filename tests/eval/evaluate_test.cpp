@@ -60,7 +60,7 @@ TEST_F(EvaluateTest, ColourFlippedPositionsScoreTheSame) {
 }
 
 TEST_F(EvaluateTest, InCheckThereIsNoScoreAndTheOutputsAreCleared) {
-    SetGame("6k1/5ppp/8/8/8/8/8/K3R3 w - -");
+    SetGame("4R1k1/5ppp/8/8/8/8/8/K7 b - -");
     PlyData& pd = ThreadData[0]->ply_data[2];
     pd.hanging[BLACK] = 7;
     pd.free_pawn_rank[WHITE] = 3;
