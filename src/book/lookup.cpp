@@ -27,8 +27,8 @@ constexpr int RECORD_WORDS = BOOK_RECORD_SIZE / 2;
 
 // Numbers of the keys: those of a piece are found at (type - 1) * 128 + black * 64 + square, and at
 // the two places after it.
-constexpr int KEYS_PER_PIECE = 64;
-constexpr int KEY_COUNT = 12 * KEYS_PER_PIECE + 2;
+constexpr u32 KEYS_PER_PIECE = 64;
+constexpr u32 KEY_COUNT = 12 * KEYS_PER_PIECE + 2;
 constexpr u16 FIRST_KEY_SEED = 77;
 constexpr int KEY_FACTOR = 33;
 constexpr int KEY_SUMMAND = 12345;
@@ -161,9 +161,9 @@ void UpdatePosHash(const Position* pos) {
     u32 all = 0;
     for (int colour = WHITE; colour <= BLACK; ++colour) {
         for (Bitboard b = pos->bb[colour][0]; b != 0;) {
-            const int square = PopLSB(&b);
-            const int kind = 2 * (PieceType(pos->board[square]) - 1) + colour;
-            const std::size_t i = static_cast<std::size_t>(kind * KEYS_PER_PIECE + square);
+            const u32 square = static_cast<u32>(PopLSB(&b));
+            const u32 kind = static_cast<u32>(2 * (PieceType(pos->board[square]) - 1) + colour);
+            const u32 i = kind * KEYS_PER_PIECE + square;
             if (colour == pos->side) { own ^= hasharea[i]; }
             all ^= (u32{hasharea[i + 1]} << 16) + hasharea[i + 2];
         }
