@@ -235,7 +235,7 @@ double SecondsToTimeout() {
     GetElapsedTime(0);
     double seconds = SearchLimit(Instability()) - PBlock.time.elapsed;
     if (!TimeIsFixed()) { seconds = std::min(seconds, SecondsRemaining() - EmergencyReserve()); }
-    if (PBlock.progress.easy_move == 2) {
+    if (PBlock.progress.easy_move == EASY_CLEAR) {
         seconds = std::min(seconds, EASY_SHARE * PBlock.time.target_time - PBlock.time.elapsed);
     }
     // Once the time is over the search only has to reach a depth, which nobody announces.

@@ -89,4 +89,79 @@ TEST_F(PickerTest, OrderingMemoryScoresQuietMoves) {
     }
 }
 
+TEST_F(PickerTest, MovesComeBestFirstUntilManyHaveBeenSearched) {
+    for (const auto& row : ReadTable("picker_order.tsv")) {
+        Position* pos = SetGame(row[0]);
+        ResetOrdering(tb_);
+        pos->last_move = row[1] == "-" ? NO_MOVE : Word(row[1]);
+        Ply().hash_move = row[2] == "-" ? NO_MOVE : Word(row[2]);
+        Ply().killer[1] = row[3] == "-" ? NO_MOVE : Word(row[3]);
+        std::string moves;
+        for (const MoveEntry& e : PickAll(std::stoi(row[4]))) {
+            moves += (moves.empty() ? "" : " ") + MoveText(e.move);
+        }
+        EXPECT_EQ(moves, row[5]) << row[0];
+    }
+}
+
+// Twelve entries a pawn, 27 a queen and so on, and 24 to spare.
+TEST_F(PickerTest, AListFitsWhereTheMenOfTheSideCannotFillTheRoom) {
+    const struct {
+        const char* fen;
+        int room;
+    } cases[] = {{fen_opn, 225},
+                 {"kn1QQQQ1/pp1QQQQQ/8/8/8/8/PP4qq/KNqqqqq1 w - -", 307},
+                 {"R6R/3Q4/1Q4Q1/4Q3/2Q4Q/Q4Q2/pp1Q4/kBNN1KB1 w - -", 345},
+                 {"k7/8/8/8/8/8/8/KBBBBBBB w - -", 123}};
+    for (const auto& c : cases) {
+        SetGame(c.fen);
+        for (const int room : {c.room - 1, c.room, MAX_LIST_SIZE}) {
+            Ply().list_start = tb_->move_buffer + MOVE_BUFFER_SIZE - room;
+            EXPECT_EQ(MoveListFits(tb_), room >= c.room) << c.fen << ' ' << room;
+        }
+        EXPECT_LT(static_cast<int>(PickAll().size()) + 2, c.room) << c.fen;
+    }
+}
+
+TEST_F(PickerTest, HistoryApproachesItsLimits) {
+    const struct {
+        i16 before, raised, lowered;
+    } cases[] = {{2048, 2144, 2032}, {0, 128, 0}, {8192, 8192, 8128}, {8129, 8129, 8066}};
+    const MoveEntry e = {Word("g1f3"), KNIGHT, 0, 0};
+    i16& value = tb_->history[21][KNIGHT];
+    for (const auto& c : cases) {
+        value = c.before;
+        RaiseHistory(tb_, &e);
+        EXPECT_EQ(value, c.raised);
+        value = c.before;
+        LowerHistory(tb_, &e);
+        EXPECT_EQ(value, c.lowered);
+    }
+}
+
+TEST_F(PickerTest, CutOffsAreRememberedByTheKindOfTheirNode) {
+    const Move a = Word("a2a3"), b = Word("b2b3");
+    const auto killers = [this] {
+        const PlyData& ply = Ply();
+        return std::vector<Move>{ply.killer[0], ply.killer[1], ply.killer[2], ply.evasion_killer};
+    };
+    Position* pos = SetGame("rnbqkbnr/ppp1pppp/8/3p4/8/8/PPPPPPPP/RNBQKBNR w KQkq -");
+    pos->last_move = Word("d7d5");
+    StoreKiller(tb_, a, 0);
+    StoreKiller(tb_, a, 0);
+    EXPECT_EQ(killers(), (std::vector<Move>{0, a, 0, 0}));
+    StoreKiller(tb_, b, 0);
+    StoreKiller(tb_, b, 1);
+    StoreCounterMove(tb_, b);
+    EXPECT_EQ(killers(), (std::vector<Move>{0, b, a, b}));
+    EXPECT_EQ(tb_->counter_moves[35][PieceCode(BLACK, PAWN)], b);
+    pos->last_move = NO_MOVE;
+    StoreKiller(tb_, a, 0);
+    StoreCounterMove(tb_, a);
+    EXPECT_EQ(killers(), (std::vector<Move>{a, b, a, b}));
+    ResetOrdering(tb_);
+    EXPECT_EQ(killers(), (std::vector<Move>{0, 0, 0, 0}));
+    EXPECT_EQ(tb_->counter_moves[35][PieceCode(BLACK, PAWN)], NO_MOVE);
+}
+
 }  // namespace
