@@ -100,65 +100,41 @@ TEST_F(RootTest, EasyMovesAreTheOnlyOneAndThoseFarAboveTheOthersForLong) {
     }
 }
 
-// Takes standard output and stops the search at the nth line that ends as told: by a signal, which
-// comes before the write of the line returns.
-class StopAtLine {
-public:
-    StopAtLine(std::string_view end, int nth) {
-        end_ = end;
-        left_ = nth;
-        if (pipe(pipe_) != 0) { std::abort(); }
-        before_ = std::signal(SIGIO, Look);
-        fcntl(pipe_[0], F_SETOWN, getpid());
-        fcntl(pipe_[0], F_SETFL, O_NONBLOCK | O_ASYNC);
-        output_ = dup(STDOUT_FILENO);
-        dup2(pipe_[1], STDOUT_FILENO);
-    }
-    ~StopAtLine() {
-        dup2(output_, STDOUT_FILENO);
-        for (const int handle : {pipe_[0], pipe_[1], output_}) { close(handle); }
-        std::signal(SIGIO, before_);
-    }
-    StopAtLine(const StopAtLine&) = delete;
-    StopAtLine& operator=(const StopAtLine&) = delete;
+int output_reader;  // of the pipe that stands for standard output
+int lines_left;     // until the search is stopped
 
-private:
-    static void Look(int) {
-        char text[1024];
-        const ssize_t size = read(pipe_[0], text, sizeof text);
-        if (size > 0 && std::string_view(text, static_cast<std::size_t>(size)).ends_with(end_) &&
-            --left_ == 0) {
-            PBlock.control.stop = STOP_FINISH;
-        }
-    }
-
-    static inline std::string_view end_;
-    static inline int left_;
-    static inline int pipe_[2];
-    int output_;
-    void (*before_)(int);
-};
+// Comes as a signal before the write of a line returns.
+void StopAtLine(int) {
+    char text[1024];
+    const ssize_t size = read(output_reader, text, sizeof text);
+    const std::string_view line(text, static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
+    if (line.ends_with("pv d2e4\n") && --lines_left == 0) { PBlock.control.stop = STOP_FINISH; }
+}
 
 // At depth 5 the score rises from 13 for g5f4 to 186 for d2e4, shown at 14, 39 and 89 on the way.
 TEST_F(RootTest, AnInterruptedFailHighCountsOnceItIsFarAboveTheBest) {
-    const struct {
-        int interrupted_at_line;
-        const char* move;
-        int score;
-    } cases[] = {{1, "g5f4", 13}, {2, "d2e4", 39}, {3, "d2e4", 89}};
-    for (const auto& c : cases) {
+    int handles[2];
+    ASSERT_EQ(pipe(handles), 0);
+    output_reader = handles[0];
+    const auto before = std::signal(SIGIO, StopAtLine);
+    fcntl(output_reader, F_SETOWN, getpid());
+    fcntl(output_reader, F_SETFL, O_NONBLOCK | O_ASYNC);
+    const int output = dup(STDOUT_FILENO);
+    const std::pair<const char*, int> results[] = {{"g5f4", 13}, {"d2e4", 39}, {"d2e4", 89}};
+    for (int lines = 1; lines <= 3; ++lines) {
         ClearTTable();
         SetGame("r1bqkb1r/4npp1/p1p4p/1p1pP1B1/8/1B6/PPPN1PPP/R2Q1RK1 w kq -");
         PBlock.options.noise = 0.0;
-        {
-            const StopAtLine stop("pv d2e4\n", c.interrupted_at_line);
-            Run(5);
-        }
-        EXPECT_EQ(MoveText(PBlock.result.SnapshotMove()), c.move) << c.interrupted_at_line;
-        EXPECT_EQ(PBlock.result.Score(), c.score) << c.interrupted_at_line;
-        EXPECT_EQ(PBlock.result.DepthDone(), 5);
+        lines_left = lines;
+        dup2(handles[1], STDOUT_FILENO);
+        Run(5);
+        dup2(output, STDOUT_FILENO);
+        EXPECT_EQ(MoveText(PBlock.result.SnapshotMove()), results[lines - 1].first) << lines;
+        EXPECT_EQ(PBlock.result.Score(), results[lines - 1].second) << lines;
         EXPECT_EQ(int{PBlock.progress.completed_depth}, 4);
     }
+    std::signal(SIGIO, before);
+    for (const int handle : {handles[0], handles[1], output}) { close(handle); }
 }
 
 TEST_F(RootTest, AStopBeforeAnyResultLeavesTheFirstLegalMove) {

@@ -3,11 +3,30 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include <cstdlib>
 
 #include "board/reference.h"
 #include "frontend/pblock.h"
 #include "search/picker.h"
 #include "search/search.h"
+
+// Memory beyond `bytes` cannot be had while it lives. (Instrumented programs would not outlive it.)
+class MemoryLimit {
+public:
+    explicit MemoryLimit(rlim_t bytes) {
+        getrlimit(RLIMIT_AS, &before_);
+        const rlimit tight = {bytes, before_.rlim_max};
+        if (setrlimit(RLIMIT_AS, &tight) != 0) { std::abort(); }
+    }
+    ~MemoryLimit() { setrlimit(RLIMIT_AS, &before_); }
+    MemoryLimit(const MemoryLimit&) = delete;
+    MemoryLimit& operator=(const MemoryLimit&) = delete;
+
+private:
+    rlimit before_{};
+};
 
 class SearchingTest : public testing::Test {
 protected:

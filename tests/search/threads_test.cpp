@@ -2,21 +2,19 @@
 #include "search/threads.h"
 
 #include <gtest/gtest.h>
-#include <sys/resource.h>
 
 #include <cerrno>
 
-#include "board/reference.h"
-#include "frontend/pblock.h"
+#include "platform/clock.h"
 #include "platform/sleep.h"
-#include "search/search.h"
+#include "search/searching.h"
 
 namespace {
 
-class PoolTest : public testing::Test {
+class PoolTest : public SearchingTest {
 protected:
     void SetUp() override {
-        ResetEngine(1);
+        SearchingTest::SetUp();
         SetGame(SamplePositions()[1]);
         CreateAlert();
     }
@@ -35,10 +33,7 @@ protected:
     }
 
     static void Start(int depth) {
-        PBlock.limits.max_depth = static_cast<i8>(depth);
-        PBlock.control.start_request = SEARCH_THINK;
-        GetElapsedTime(1);
-        InitSearch();
+        Prepare(depth);
         StartSearch();
     }
 
@@ -71,6 +66,33 @@ TEST_F(PoolTest, SearchesOnOneFourAndTwoThreadsPublishALegalMoveAndTheirTotals) 
     }
 }
 
+TEST_F(PoolTest, HelpersBeginFiveMillisecondsAfterTheMainThread) {
+    Resize(2);
+    const double start = MonotonicSeconds();
+    Start(MAX_DEPTH);
+    while (ThreadData[2]->command != COMMAND_RUNNING) { std::this_thread::yield(); }
+    EXPECT_GE(MonotonicSeconds() - start, 0.005);
+}
+
+// Without threads: what the front end makes of the commands.
+TEST_F(PoolTest, HelpersThatHaveNotBegunWhenTheSearchEndsDoNotBegin) {
+    PBlock.options.threads = 2;
+    ASSERT_NE(NewThreadBlock(2), nullptr);
+    const struct {
+        int slot, command, stop, busy;
+    } cases[] = {{2, COMMAND_SEARCH, STOP_NONE, 1},
+                 {2, COMMAND_SEARCH, STOP_FINISH, 0},
+                 {2, COMMAND_RUNNING, STOP_FINISH, 1},
+                 {1, COMMAND_SEARCH, STOP_FINISH, 1}};
+    for (const auto& c : cases) {
+        PBlock.control.stop = static_cast<u8>(c.stop);
+        ThreadData[c.slot]->command = static_cast<u8>(c.command);
+        EXPECT_EQ(BusyThreads(), c.busy);
+        EXPECT_EQ(ThreadData[c.slot]->command, c.busy ? c.command : COMMAND_IDLE);
+        ThreadData[c.slot]->command = COMMAND_IDLE;
+    }
+}
+
 TEST_F(PoolTest, EndingThePoolStopsARunningSearchFirst) {
     Resize(3);
     Start(MAX_DEPTH);
@@ -94,15 +116,14 @@ TEST_F(PoolTest, MemoryAndThreadsThatCannotBeHadAreReported) {
     Resize(1);  // its stack stays cached
     KillThreadPool(1);
     FreeThreadBlock(1);
-    rlimit before{};
-    ASSERT_EQ(getrlimit(RLIMIT_AS, &before), 0);
-    const rlimit tight = {0, before.rlim_max};
-    ASSERT_EQ(setrlimit(RLIMIT_AS, &tight), 0);
-    const int without_memory = CreateThreadPool(1);
-    KillThreadPool(1);
-    const int without_threads = CreateThreadPool(8);
-    KillThreadPool(8);
-    setrlimit(RLIMIT_AS, &before);
+    int without_memory = 0, without_threads = 0;
+    {
+        const MemoryLimit limit(0);
+        without_memory = CreateThreadPool(1);
+        KillThreadPool(1);
+        without_threads = CreateThreadPool(8);
+        KillThreadPool(8);
+    }
     EXPECT_EQ(without_memory, NO_THREAD_RECORD);
     EXPECT_EQ(without_threads, EAGAIN);
     ASSERT_EQ(CreateThreadPool(1), 0);

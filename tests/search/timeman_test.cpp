@@ -1,18 +1,13 @@
 // Time management: targets, the rules that end a search, the branching factor.
-#include <gtest/gtest.h>
-
-#include "board/reference.h"
 #include "eval/personality.h"
-#include "frontend/pblock.h"
-#include "search/search.h"
+#include "search/searching.h"
 
 namespace {
 
-class TimeTest : public testing::Test {
+class TimeTest : public SearchingTest {
 protected:
     void SetUp() override {
-        ResetEngine(1);
-        SetGame(fen_opn);
+        SearchingTest::SetUp();
         PBlock.control.start_request = SEARCH_THINK;
     }
 
@@ -74,7 +69,6 @@ TEST_F(TimeTest, TargetsAgreeWithTheTable) {
         EXPECT_NEAR(PBlock.time.target_time, std::stod(row[8]), 1e-9) << "line " << line;
         EXPECT_EQ(PBlock.time.moves_to_go, std::stoi(row[9])) << "line " << line;
     }
-    EXPECT_GT(line, 2000);
 }
 
 TEST_F(TimeTest, NewSearchStartsFromClearedFields) {
@@ -90,15 +84,15 @@ TEST_F(TimeTest, NewSearchStartsFromClearedFields) {
     EXPECT_EQ(PBlock.time.target_time, 2.0);
     EXPECT_EQ(PBlock.time.clock[BLACK], 2.0);
     EXPECT_EQ(PBlock.control.stop, STOP_NONE);
-    for (Move m : PBlock.result.Snapshot().pv) { EXPECT_EQ(m, NO_MOVE); }
+    EXPECT_EQ(Line(PBlock.result.Snapshot().pv), "");
     EXPECT_EQ(PBlock.root.draw_score[BLACK], 12);
     EXPECT_EQ(PBlock.root.draw_score[WHITE], -12);
     EXPECT_EQ(tb->root_status, ROOT_NORMAL);
-    EXPECT_EQ(tb->pos.undo, tb->undo);
-    EXPECT_EQ(tb->undo[0].move, e2e4);
+    EXPECT_EQ(tb->pos.undo[0].move, e2e4);
     EXPECT_TRUE(PositionIsSound(&tb->pos));
 }
 
+// The last column is how long the command loop may sleep before it looks at the time.
 TEST_F(TimeTest, LimitsEndTheSearchOnlyFromDepthTwoAndNotWhilePondering) {
     for (const auto& row : ReadTable("limits.tsv")) {
         Pretend(2);
@@ -109,6 +103,7 @@ TEST_F(TimeTest, LimitsEndTheSearchOnlyFromDepthTwoAndNotWhilePondering) {
         PBlock.time.moves_per_control = static_cast<u8>(std::stoi(row[4]));
         PBlock.options.comm_overhead = std::stod(row[5]);
         PBlock.progress.easy_move = static_cast<u8>(std::stoi(row[6]));
+        EXPECT_DOUBLE_EQ(SecondsToTimeout(), std::stod(row[8])) << testing::PrintToString(row);
         EXPECT_EQ(std::to_string(StopAfterPoll()), row[7]) << testing::PrintToString(row);
     }
     // A clear best move is played after half its time; an order to quit stays one.

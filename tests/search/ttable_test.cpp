@@ -1,13 +1,10 @@
 // The transposition table: where entries go, what they replace, what a probe believes.
 #include "search/ttable.h"
 
-#include <gtest/gtest.h>
-#include <sys/resource.h>
+#include <tuple>
 
-#include "board/reference.h"
 #include "board/zobrist.h"
-#include "frontend/pblock.h"
-#include "search/search.h"
+#include "search/searching.h"
 
 namespace {
 
@@ -31,10 +28,10 @@ TTSlot* Bucket(const Position& pos) {
     return pos.side == WHITE ? hash_table.white + index : hash_table.black - index;
 }
 
-class TTableTest : public testing::Test {
+class TTableTest : public SearchingTest {
 protected:
     void SetUp() override {
-        ResetEngine(1);
+        SearchingTest::SetUp();
         pos_ = *SetGame(fen_opn);
     }
 
@@ -53,10 +50,8 @@ TEST_F(TTableTest, EntryComesBackAsStored) {
     StoreInTTable(&pos_, e2e4, 5, -33, BOUND_LOWER);
     PBlock.root.tt_age = 9;
     const TTEntry found = Probe(pos_);
-    EXPECT_EQ(found.move, e2e4);
-    EXPECT_EQ(found.score, -33);
-    EXPECT_EQ(found.bound, BOUND_LOWER);
-    EXPECT_EQ(found.depth, 5);
+    EXPECT_EQ(std::tuple(found.move, found.score, found.bound, found.depth),
+              std::tuple(e2e4, -33, BOUND_LOWER, 5));
     EXPECT_EQ(Bucket(pos_)->data >> 48, 9u) << "a probe renews the age";
     Store(pos_, e2e4, 6);
     EXPECT_DOUBLE_EQ(HashFill(), 1.0 / 65536) << "the same slot again";
@@ -128,20 +123,17 @@ TEST_F(TTableTest, ShallowResultsDoNotReplaceDeepOnesOfTheSameSearch) {
 
 TEST_F(TTableTest, DamagedAndImplausibleEntriesAreMisses) {
     const struct {
-        Move move;
+        const char* move;
         u64 damage;  // bits of the slot's first word to turn over
         int depth;
-    } cases[] = {
-        {e2e4, 0, 5},
-        {NO_MOVE, 0, 5},
-        {e2e4, u64{1} << 16, TT_BAD_CHECK_DEPTH},  // the score
-        {Word("e4e5"), 0, TT_BAD_MOVE_DEPTH},      // from an empty square
-        {Word("e7e5"), 0, TT_BAD_MOVE_DEPTH},      // an enemy's move
-        {Word("a1a2"), 0, TT_BAD_MOVE_DEPTH},      // onto an own piece
-    };
+    } cases[] = {{"e2e4", 0, 5},
+                 {"e2e4", u64{1} << 16, TT_BAD_CHECK_DEPTH},  // the score
+                 {"e4e5", 0, TT_BAD_MOVE_DEPTH},              // from an empty square
+                 {"e7e5", 0, TT_BAD_MOVE_DEPTH},              // an enemy's move
+                 {"a1a2", 0, TT_BAD_MOVE_DEPTH}};             // onto an own piece
     for (const auto& c : cases) {
         ClearTTable();
-        Store(pos_, c.move, 5);
+        Store(pos_, Word(c.move), 5);
         Bucket(pos_)->data ^= c.damage;
         EXPECT_EQ(Probe(pos_).depth, c.depth) << c.move;
     }
@@ -150,28 +142,16 @@ TEST_F(TTableTest, DamagedAndImplausibleEntriesAreMisses) {
     EXPECT_EQ(Probe(other).depth, TT_BAD_CHECK_DEPTH);
 }
 
-TEST_F(TTableTest, SwitchedOffTableNeitherStoresNorFinds) {
-    Store(pos_, e2e4, 5);
-    PBlock.options.hash_mode = 0;
-    EXPECT_EQ(Probe(pos_).depth, TT_PRESET_DEPTH);
-    Store(Rival(1), e2e4, 5);
-    PBlock.options.hash_mode = 1;
-    EXPECT_EQ(Probe(Rival(1)).depth, TT_PRESET_DEPTH);
-    EXPECT_EQ(Probe(pos_).depth, 5);
-}
-
-TEST_F(TTableTest, SearchWithoutATableWorksAndTheModeComesBackWithATable) {
-    PBlock.options.hash_mode = 2;
-    for (int mb : {0, 2, 0, 1}) {
+TEST_F(TTableTest, ATableThatIsOffOrEmptyNeitherStoresNorFindsAndComesBack) {
+    for (int mb : {1, 0, 2}) {
         PBlock.options.hash_mb = static_cast<u16>(mb);
         ASSERT_EQ(InitTTable(), 0);
-        PBlock.limits.max_depth = 4;
-        PBlock.control.start_request = SEARCH_THINK;
-        InitSearch();
-        EXPECT_EQ(PBlock.options.hash_mode, 2) << mb;
-        SearchIterations(1);
-        EXPECT_EQ(PBlock.result.DepthDone(), 4);
-        EXPECT_EQ(ThreadData[1]->tt_hits > 0, mb != 0);
+        for (int mode : {2, 0, 2}) {
+            PBlock.options.hash_mode = static_cast<u8>(mode);
+            const Position rival = Rival(static_cast<u64>(mode + 1));
+            Store(rival, e2e4, 5);
+            EXPECT_EQ(Probe(rival).depth, mode != 0 && mb != 0 ? 5 : TT_PRESET_DEPTH) << mb << mode;
+        }
         EXPECT_EQ(HashFill() > 0, mb != 0);
     }
 }
@@ -179,14 +159,12 @@ TEST_F(TTableTest, SearchWithoutATableWorksAndTheModeComesBackWithATable) {
 // The address-space limit that this test sets would end the sanitizers' own run time.
 #ifndef VESK_INSTRUMENTED
 TEST_F(TTableTest, MemoryThatCannotBeHadIsReported) {
-    rlimit before{};
-    ASSERT_EQ(getrlimit(RLIMIT_AS, &before), 0);
-    const rlimit tight = {rlim_t{4} << 30, before.rlim_max};
-    ASSERT_EQ(setrlimit(RLIMIT_AS, &tight), 0);
-    PBlock.options.hash_mb = MAX_HASH_MB;
-    EXPECT_EQ(InitTTable(), -1);
-    EXPECT_EQ(hash_table.slots, nullptr);
-    setrlimit(RLIMIT_AS, &before);
+    {
+        const MemoryLimit limit(rlim_t{4} << 30);
+        PBlock.options.hash_mb = MAX_HASH_MB;
+        EXPECT_EQ(InitTTable(), -1);
+        EXPECT_EQ(hash_table.slots, nullptr);
+    }
     PBlock.options.hash_mb = 1;
     EXPECT_EQ(InitTTable(), 0);
     Store(pos_, e2e4, 5);
@@ -195,18 +173,23 @@ TEST_F(TTableTest, MemoryThatCannotBeHadIsReported) {
 #endif
 
 // The first line's last entry is too shallow to be part of it; the second one ends where the
-// position repeats.
-TEST_F(TTableTest, LineIsReadBackToItsEndOrRepetition) {
+// position repeats; the others where more than a hundred plies are reversible, but not before the
+// third.
+TEST_F(TTableTest, LineIsReadBackToItsEndOrADraw) {
     Position* pos = game_position;
     const std::string before = Describe(pos, true);
     const struct {
         std::string stored;
-        int last_depth;
+        int last_depth, fifty;
         std::string found;
-    } cases[] = {{"e2e4 e7e5 g1f3", 0, "e2e4 e7e5"},
-                 {"g1f3 g8f6 f3g1 f6g8", 10, "g1f3 g8f6 f3g1 f6g8"}};
+    } cases[] = {{"e2e4 e7e5 g1f3", 0, 0, "e2e4 e7e5"},
+                 {"g1f3 g8f6 f3g1 f6g8", 10, 0, "g1f3 g8f6 f3g1 f6g8"},
+                 {"g1f3 g8f6 b1c3 b8c6 f3g5", 10, 97, "g1f3 g8f6 b1c3 b8c6"},
+                 {"g1f3 g8f6 b1c3 b8c6 f3g5", 10, 98, "g1f3 g8f6 b1c3"},
+                 {"g1f3 g8f6 b1c3 b8c6 f3g5", 10, 110, "g1f3 g8f6"}};
     for (const auto& c : cases) {
         ClearTTable();
+        pos->fifty = static_cast<u8>(c.fifty);
         std::istringstream words(c.stored);
         for (std::string word; words >> word;) {
             Store(*pos, Word(word), words.eof() ? c.last_depth : 10);
@@ -215,7 +198,8 @@ TEST_F(TTableTest, LineIsReadBackToItsEndOrRepetition) {
         while (pos->hist_count > 0) { UnmakeMove(pos); }
         Move pv[PV_SIZE + 2] = {};
         RetrievePV(ThreadData[0], pv);
-        EXPECT_EQ(Line(pv), c.found);
+        EXPECT_EQ(Line(pv), c.found) << c.fifty;
+        pos->fifty = 0;
         EXPECT_EQ(Describe(pos, true), before);
     }
 }
