@@ -2,12 +2,12 @@
 #include "board/trace.h"
 
 #include <atomic>
-#include <cstdio>
 #include <mutex>
 
 #include "board/moves.h"
 #include "board/plydata.h"
 #include "frontend/pblock.h"
+#include "platform/outfile.h"
 
 namespace {
 
@@ -20,7 +20,7 @@ std::atomic<bool> failed{false};
 // Invariant: written under `lock` only.
 struct Trace {
     std::mutex lock;
-    std::FILE* file = nullptr;
+    OutFile file;
     MoveStyle style = MoveStyle::Plain;
     int ply = 0;  // of the move written last
     int depth = NOTHING_TRACED;
@@ -32,23 +32,22 @@ Trace trace;
 void TraceMove(const Position* pos, Move m) {
     if (pos->ply > PBlock.options.trace || TraceFailed()) { return; }
     const std::lock_guard<std::mutex> guard(trace.lock);
-    if (trace.file == nullptr) { trace.file = std::fopen(TRACE_FILE_NAME, "w"); }
-    if (trace.file == nullptr) {
+    if (!trace.file.IsOpen() && !trace.file.CreateGrowing(TRACE_FILE_NAME)) {
         failed = true;
         return;
     }
     const int iteration = pos->sstack[0].depth;
     if (iteration > trace.depth) {
-        std::fprintf(trace.file, "\n\nSEARCH DEPTH= %d\n", iteration);
+        trace.file.Print("\n\nSEARCH DEPTH= %d\n", iteration);
         trace.depth = iteration;
     }
     if (pos->ply <= trace.ply) {
-        std::fputc('\n', trace.file);
-        for (int i = 1; i < pos->ply; ++i) { std::fputs(INDENT, trace.file); }
+        trace.file.Write("\n");
+        for (int i = 1; i < pos->ply; ++i) { trace.file.Write(INDENT); }
     }
     char text[MOVE_TEXT_SIZE];
     MoveToStr(m, text, trace.style);
-    std::fprintf(trace.file, "(%2d)%s ", pos->sstack[pos->ply].depth, text);
+    trace.file.Print("(%2d)%s ", pos->sstack[pos->ply].depth, text);
     trace.ply = pos->ply;
 }
 
@@ -61,8 +60,7 @@ bool TraceFailed() { return failed.load(std::memory_order_relaxed); }
 
 void ResetTrace() {
     const std::lock_guard<std::mutex> guard(trace.lock);
-    if (trace.file != nullptr) { std::fclose(trace.file); }
-    trace.file = nullptr;
+    if (trace.file.IsOpen()) { [[maybe_unused]] const bool written = trace.file.Commit(); }
     trace.ply = 0;
     trace.depth = NOTHING_TRACED;
     failed = false;

@@ -6,6 +6,7 @@
 #include <cassert>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <vector>
 
 #include "board/moves.h"
@@ -13,6 +14,7 @@
 #include "book/gamemove.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
+#include "platform/infile.h"
 #include "platform/textlines.h"
 #include "platform/words.h"
 
@@ -118,7 +120,10 @@ void CloseSource(RecordSource* s) {
 
 // Opens the output. What is written goes to the file in whole blocks.
 [[nodiscard]] bool OpenSink(BookBuild* build, RecordSink* sink) {
-    sink->file = std::fopen(OUTPUT_NAME, "wb");
+    // One of a build that was killed goes; a link is not written through.
+    std::error_code error;
+    if (!std::filesystem::is_directory(OUTPUT_NAME, error)) { std::remove(OUTPUT_NAME); }
+    sink->file = std::fopen(OUTPUT_NAME, "wbx");
     if (sink->file == nullptr) { return FailSystem(build, "write", OUTPUT_NAME); }
     std::setvbuf(sink->file, nullptr, _IONBF, 0);
     sink->bytes.reserve(STREAM_RECORDS * BOOK_RECORD_SIZE);
@@ -374,6 +379,11 @@ void MakeBook() {
     PBlock.options.book_file[0] = '\0';
     FreeBook();
     LineReader reader;
+    PathLock folder;  // the work files have fixed names
+    if (!folder.TryLock(".")) {
+        PrintDirect("a book is being built in this folder; %s is unchanged\n", BOOK_NAME);
+        return;
+    }
     if (!OpenLines(&reader, GAMES_NAME)) { return; }
     BookBuild build;
     build.records.reserve(SPILL_RECORDS);

@@ -2,7 +2,6 @@
 // games or labelled positions. Front-end thread only.
 #include <algorithm>
 #include <cassert>
-#include <cerrno>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
@@ -20,6 +19,7 @@
 #include "eval/personality.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
+#include "platform/outfile.h"
 #include "platform/textlines.h"
 #include "search/keepoptions.h"
 
@@ -77,7 +77,7 @@ struct ScannedMove {
 
 // State of one run of Scan_PGN_File.
 struct Scan {
-    std::FILE* out = nullptr;
+    OutFile out;
     int mode = 0;
     int games = 0;      // event tags read
     int positions = 0;  // lines with a position written
@@ -130,31 +130,31 @@ bool IsSuspectedMistake(const Scan& scan, std::size_t i) {
            score(i + 3) - score(i - 3) >= MISTAKE_LASTING_GAIN;
 }
 
-void WriteAnnotatedMove(const Scan& scan, std::size_t i) {
-    const ScannedMove& move = scan.moves[i];
+void WriteAnnotatedMove(Scan* scan, std::size_t i) {
+    const ScannedMove& move = scan->moves[i];
     const bool white_moves = i % 2 == 0;
     if (white_moves) {
-        std::fprintf(scan.out, "%3d. ", static_cast<int>(i / 2 + 1));
+        scan->out.Print("%3d. ", static_cast<int>(i / 2 + 1));
     } else {
-        std::fputs("     ", scan.out);
+        scan->out.Write("     ");
     }
-    std::fprintf(scan.out, " %-6s  {", move.text);
+    scan->out.Print(" %-6s  {", move.text);
     if (move.score >= LOWEST_SHOWN_SCORE) {
-        std::fprintf(scan.out, "%6.2f", (white_moves ? move.score : -move.score) / CENTIPAWNS);
+        scan->out.Print("%6.2f", (white_moves ? move.score : -move.score) / CENTIPAWNS);
     }
-    if (IsSuspectedMistake(scan, i)) {
+    if (IsSuspectedMistake(*scan, i)) {
         char fields[EPD_FIELDS_SIZE];
         MakeEPD(game_position, fields);
-        std::fprintf(scan.out, " ? %s", fields);
+        scan->out.Print(" ? %s", fields);
     }
-    std::fputs("}\n", scan.out);
+    scan->out.Write("}\n");
 }
 
 // Writes "<position> bm <move>; ce <score>;" without the line feed, and counts it.
 void WritePosition(Scan* scan, const ScannedMove& move) {
     char fields[EPD_FIELDS_SIZE];
     MakeEPD(game_position, fields);
-    std::fprintf(scan->out, "%s bm %s; ce %d;", fields, move.text, move.score);
+    scan->out.Print("%s bm %s; ce %d;", fields, move.text, move.score);
     ++scan->positions;
 }
 
@@ -175,13 +175,13 @@ void WriteTuningPosition(Scan* scan, std::size_t i) {
     const double p = WinProbability(move.score);
     if (std::fabs(target - p) >= MAX_SURPRISE) { return; }
     WritePosition(scan, move);
-    std::fprintf(scan->out, " tune %0.3f;\n", RESULT_SHARE * target + (1.0 - RESULT_SHARE) * p);
+    scan->out.Print(" tune %0.3f;\n", RESULT_SHARE * target + (1.0 - RESULT_SHARE) * p);
 }
 
 void WriteTestPosition(Scan* scan, std::size_t i) {
     if (i > LAST_TEST_PLY || InCheck(game_position, game_position->side)) { return; }
     WritePosition(scan, scan->moves[i]);
-    std::putc('\n', scan->out);
+    scan->out.Write("\n");
 }
 
 void WriteRookEnding(Scan* scan, std::size_t i) {
@@ -191,13 +191,13 @@ void WriteRookEnding(Scan* scan, std::size_t i) {
         return;
     }
     WritePosition(scan, scan->moves[i]);
-    std::fprintf(scan->out, " tune %0.5f;\n", GameResult(*scan));
+    scan->out.Print(" tune %0.5f;\n", GameResult(*scan));
 }
 
 void WriteMove(Scan* scan, std::size_t i) {
     switch (scan->mode) {
         case ANNOTATED_GAMES:
-            WriteAnnotatedMove(*scan, i);
+            WriteAnnotatedMove(scan, i);
             break;
         case TUNING_POSITIONS:
             WriteTuningPosition(scan, i);
@@ -224,7 +224,7 @@ void ProcessGame(Scan* scan) {
         PlayGameMove(game_position, reading.move);
         if (scan->mode == TEST_POSITIONS && !Within(move->score, MAX_TEST_SCORE)) { break; }
     }
-    if (scan->mode == ANNOTATED_GAMES) { std::putc('\n', scan->out); }
+    if (scan->mode == ANNOTATED_GAMES) { scan->out.Write("\n"); }
 }
 
 // --- reading ---
@@ -238,10 +238,10 @@ void ScanTagLine(Scan* scan, const TextLine& line) {
     scan->moves.clear();
     scan->full = false;
     if (scan->mode == ANNOTATED_GAMES) {
-        std::fwrite(line.text, 1, line.length, scan->out);
-        if (line.has_line_feed) { std::putc('\n', scan->out); }
+        scan->out.Write({line.text, line.length});
+        if (line.has_line_feed) { scan->out.Write("\n"); }
         if (std::strstr(line.text, "Round ") != nullptr) {
-            std::fprintf(scan->out, "[Tag \"game_%d\"]\n", scan->games);
+            scan->out.Print("[Tag \"game_%d\"]\n", scan->games);
         }
     }
     if (std::strstr(line.text, "Event ") != nullptr && ++scan->games % GAMES_PER_MESSAGE == 0) {
@@ -308,7 +308,13 @@ void ScanLines(Scan* scan, LineReader* reader) {
         }
     }
     if (!scan->moves.empty()) { ProcessGame(scan); }
-    std::putc('\n', scan->out);
+    scan->out.Write("\n");
+}
+
+// A scan whose output cannot be written has failed.
+void ShowFault(const OutFile& out) {
+    ShowMessage(out.Fault().c_str());
+    PBlock.tool.failed = true;
 }
 
 }  // namespace
@@ -320,9 +326,9 @@ void Scan_PGN_File(const char* path, int mode) {
     const char* out_name = mode == ANNOTATED_GAMES ? "tmp.pgn" : "tmp.epd";
     Scan scan;
     scan.mode = mode;
-    scan.out = std::fopen(out_name, "w");
-    if (scan.out == nullptr) {
+    if (!scan.out.Create(out_name)) {
         CloseLines(&reader);
+        ShowFault(scan.out);
         return;
     }
     // Nothing is logged; what may look at a position shows nothing and takes nothing from the
@@ -336,11 +342,7 @@ void Scan_PGN_File(const char* path, int mode) {
     ScanLines(&scan, &reader);
     const bool broken_off = reader.broken_off;
     CloseLines(&reader);
-    errno = 0;
-    const bool bad = std::ferror(scan.out) != 0;
-    if (std::fclose(scan.out) != 0 || bad) {
-        ShowMessageF("cannot write %s: %s", out_name, std::strerror(errno != 0 ? errno : EIO));
-    }
+    if (!scan.out.Commit()) { ShowFault(scan.out); }
     if (broken_off) { ShowError("interrupted: the rest of %s is not scanned\n", path); }
     ShowMessageF("games= %d, positions= %d\n", scan.games, scan.positions);
 }

@@ -15,13 +15,16 @@
 #include "frontend/consolecommands.h"
 #include "frontend/output.h"
 #include "frontend/report.h"
+#include "platform/outfile.h"
 #include "platform/textlines.h"
 #include "search/ttable.h"
 #include "tune/tune.h"
 
 namespace {
 
-constexpr std::size_t EPD_LINE_SHOWN = 254;  // characters of a line of "test.epd" that are printed
+constexpr const char* SAVED_GAMES = "tmp.pgn";
+constexpr std::size_t COPIED_AT_ONCE = 4096;  // bytes
+constexpr std::size_t EPD_LINE_SHOWN = 254;   // characters of a line of "test.epd" that are printed
 constexpr std::size_t EPD_LINE_WITH_BOARD = 9;  // a shorter one is no position
 constexpr int GAME_NUMBER_MAX = 1000;           // "load" takes a larger number for 1
 constexpr int PGN_MOVE_LENGTH = 32;             // characters of a move in a game file
@@ -139,22 +142,37 @@ void LoadCommand(const Command& c) {
     PBlock.time.ResetClocks();
 }
 
+// Adds what a file holds, if it is there, to an output.
+void CopyFile(const char* path, OutFile* out) {
+    std::FILE* in = std::fopen(path, "rb");
+    if (in == nullptr) { return; }
+    char bytes[COPIED_AT_ONCE];
+    for (std::size_t n = 0; (n = std::fread(bytes, 1, sizeof bytes, in)) > 0;) {
+        out->Write({bytes, n});
+    }
+    std::fclose(in);
+}
+
 void SaveCommand(const Command&) {
-    std::FILE* out = std::fopen("tmp.pgn", "a");
-    if (out == nullptr) { return; }
+    OutFile out;
+    if (!out.Create(SAVED_GAMES)) {
+        ShowMessage(out.Fault().c_str());
+        return;
+    }
+    CopyFile(SAVED_GAMES, &out);
     Position* pos = game_position;
     const int moves = pos->hist_count;
     TakeBackAll();
-    std::fputs("[Event \"Unknown\"]\n", out);
+    out.Write("[Event \"Unknown\"]\n");
     for (int i = 1; i <= moves; ++i) {
         const Move m = pos->undo[pos->hist_count].move;
         MoveForms forms;
         GenMoveStrings(pos, m, &forms);
-        std::fprintf(out, i % SAVED_MOVES_PER_LINE == 0 ? "%s \n" : "%s ", forms.san);
+        out.Print(i % SAVED_MOVES_PER_LINE == 0 ? "%s \n" : "%s ", forms.san);
         PlayGameMove(pos, m);
     }
-    std::fputs("\n\n", out);
-    std::fclose(out);
+    out.Write("\n\n");
+    if (!out.Commit()) { ShowMessage(out.Fault().c_str()); }
 }
 
 void GetCommand(const Command& c) {

@@ -19,6 +19,7 @@
 #include "frontend/report.h"
 #include "frontend/toolwait.h"
 #include "frontend/units.h"
+#include "platform/outfile.h"
 #include "search/keepoptions.h"
 #include "search/search.h"
 #include "search/searchinfo.h"
@@ -58,15 +59,15 @@ bool Quiet() { return PBlock.options.noise == NOISE_NEVER; }
 class EpdRun {
 public:
     EpdRun(int show, int max_depth) : show_(show), max_depth_(max_depth) {}
-    ~EpdRun() {
-        if (unsolved_ != nullptr) { std::fclose(unsolved_); }
-    }
     EpdRun(const EpdRun&) = delete;
     EpdRun& operator=(const EpdRun&) = delete;
 
     [[nodiscard]] bool OpenUnsolved() {
-        if (max_depth_ >= 1) { unsolved_ = std::fopen(UNSOLVED_FILE, "wb"); }
-        return max_depth_ < 1 || unsolved_ != nullptr;
+        return max_depth_ < 1 || unsolved_.Create(UNSOLVED_FILE) || ShowFault();
+    }
+    // Puts the file of unsolved positions in its place.
+    [[nodiscard]] bool KeepUnsolvedFile() {
+        return !unsolved_.IsOpen() || unsolved_.Commit() || ShowFault();
     }
     void Analyze(const std::string& line, const EpdRecord& record);
     void ShowSummary() const;
@@ -74,6 +75,10 @@ public:
 
 private:
     int Search();
+    bool ShowFault() {
+        ShowMessage(unsolved_.Fault().c_str());
+        return false;
+    }
     void KeepUnsolved(const std::string& line);
     void AddError(const EpdRecord& record, int score) {
         totals_.error += std::abs(record.result - WinProbability(score));
@@ -86,7 +91,7 @@ private:
 
     int show_;
     int max_depth_;
-    std::FILE* unsolved_ = nullptr;
+    OutFile unsolved_;
     EpdTotals totals_;
 };
 
@@ -123,10 +128,7 @@ void EpdRun::ShowResult(int score) const {
 }
 
 void EpdRun::KeepUnsolved(const std::string& line) {
-    if (unsolved_ == nullptr) { return; }
-    std::fwrite(line.data(), 1, line.size(), unsolved_);
-    std::fputc('\n', unsolved_);
-    std::fflush(unsolved_);
+    if (unsolved_.IsOpen()) { unsolved_.Write(line + '\n'); }
 }
 
 // Searches the position of one line and adds it to the totals. One that cannot be searched counts
@@ -198,8 +200,8 @@ double Analyze_EPD_File(int show) {
     if (!OpenLines(&reader, PBlock.tool.epd_file)) { return UNREADABLE_FILE; }
     EpdRun run(show, PBlock.limits.max_depth);
     if (!run.OpenUnsolved()) {
-        if (show) { ShowError("cannot write %s\n", UNSOLVED_FILE); }
         CloseLines(&reader);
+        PBlock.tool.failed = true;
         return UNREADABLE_FILE;
     }
     const KeepOptions kept;
@@ -212,6 +214,7 @@ double Analyze_EPD_File(int show) {
         run.Analyze(line, record);
     }
     CloseLines(&reader);
+    if (!run.KeepUnsolvedFile()) { PBlock.tool.failed = true; }
     if (show) {
         ClearStatus();
         run.ShowSummary();

@@ -26,6 +26,7 @@ bool Readable(const char* path) {
     std::FILE* file = std::fopen(path, "rb");
     if (file == nullptr) {
         ShowError("cannot read %s\n", path);
+        PBlock.tool.failed = true;
         return false;
     }
     std::fclose(file);
@@ -73,5 +74,5 @@ int main(int argc, char** argv) {
         RunChosenMode(options);
         CleanUp();
     }
-    return OutputIsBroken() ? 1 : 0;
+    return OutputIsBroken() || PBlock.tool.failed ? 1 : 0;
 }

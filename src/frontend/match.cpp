@@ -8,6 +8,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <vector>
 
 #include "board/bitboards.h"
@@ -18,6 +19,8 @@
 #include "frontend/output.h"
 #include "frontend/pblock.h"
 #include "frontend/toolwait.h"
+#include "platform/outfile.h"
+#include "platform/textlines.h"
 #include "search/draws.h"
 #include "search/keepoptions.h"
 #include "search/perft.h"
@@ -61,13 +64,15 @@ private:
     PersonalityRecord kept_ = Personality;
 };
 
+constexpr const char* GAME_START = "[Event ";
+
 struct Match {
     PersonalityRecord player[2];
     MatchScore score;
     unsigned plies_begun = 0;     // of all games
     int white_player = 0;         // index of the player who has White in this game
     std::vector<MatchPly> plies;  // of the game being played
-    std::FILE* out = nullptr;
+    OutFile out;
 };
 
 // True when the game position is drawn by repetition or by the fifty-move rule, which asks that
@@ -134,26 +139,51 @@ GameOutcome PlayGame(Match* match) {
     }
 }
 
-// Appends the game to the file, readable at once.
+// Appends the game to the file, readable at once. False when it cannot be written.
 // `number` counts from 1.
-void WriteGame(const Match& match, int number, GameOutcome outcome) {
+[[nodiscard]] bool WriteGame(Match* match, int number, GameOutcome outcome) {
     const char* const names[2] = {"Player1", "Player2"};
     const char* const result = outcome == GameOutcome::WhiteWins   ? "1-0"
                                : outcome == GameOutcome::BlackWins ? "0-1"
                                                                    : "1/2-1/2";
-    std::FILE* out = match.out;
-    std::fprintf(out, "[Event selfplay]\n[Game %d]\n", number);
-    std::fprintf(out, "[White \"%s\"]\n[Black \"%s\"]\n", names[match.white_player],
-                 names[match.white_player ^ 1]);
-    std::fprintf(out, "[Result \"%s\"]\n", result);
-    for (std::size_t i = 0; i < match.plies.size(); ++i) {
-        const MatchPly& ply = match.plies[i];
-        std::fprintf(out, "%s%s {%0.2f/%d}%s", square_name[MoveFrom(ply.move)],
-                     square_name[MoveTo(ply.move)], ply.score / CENTIPAWNS_PER_PAWN, ply.depth,
-                     i % 2 == 0 ? "   " : "\n");
+    OutFile& out = match->out;
+    out.Print("[Event selfplay]\n[Game %d]\n", number);
+    out.Print("[White \"%s\"]\n[Black \"%s\"]\n", names[match->white_player],
+              names[match->white_player ^ 1]);
+    out.Print("[Result \"%s\"]\n", result);
+    for (std::size_t i = 0; i < match->plies.size(); ++i) {
+        const MatchPly& ply = match->plies[i];
+        out.Print("%s%s {%0.2f/%d}%s", square_name[MoveFrom(ply.move)],
+                  square_name[MoveTo(ply.move)], ply.score / CENTIPAWNS_PER_PAWN, ply.depth,
+                  i % 2 == 0 ? "   " : "\n");
     }
-    std::fputs("\n\n", out);
-    std::fflush(out);
+    out.Write("\n\n");
+    return out.Flush();
+}
+
+// A file that is there and holds something else than games was named by mistake.
+bool HoldsNoGames(const char* path) {
+    LineReader reader;
+    if (!OpenLines(&reader, path)) { return false; }
+    TextLine line;
+    bool empty = true, games = false;
+    while (!games && ReadLine(&reader, &line)) {
+        empty = empty && line.length == 0;
+        games = std::strncmp(line.text, GAME_START, std::strlen(GAME_START)) == 0;
+    }
+    CloseLines(&reader);
+    return !empty && !games;
+}
+
+[[nodiscard]] bool OpenMatchFile(OutFile* out) {
+    const char* path = PBlock.tool.match_file;
+    if (HoldsNoGames(path)) {
+        ShowMessageF("%s holds no games and is left as it is", path);
+        return false;
+    }
+    if (out->CreateGrowing(path)) { return true; }
+    PrintDirect("can't open %s\n", path);
+    return false;
 }
 
 void ShowScore(const MatchScore& score) {
@@ -213,9 +243,8 @@ void Tune_3() {
         return;
     }
     InitEval();
-    match.out = std::fopen(PBlock.tool.match_file, "w");
-    if (match.out == nullptr) {
-        PrintDirect("can't open %s\n", PBlock.tool.match_file);
+    if (!OpenMatchFile(&match.out)) {
+        PBlock.tool.failed = true;
         return;
     }
     if (opening_book.bkrecnum == 0) {
@@ -228,9 +257,12 @@ void Tune_3() {
         const GameOutcome outcome = PlayGame(&match);
         if (outcome == GameOutcome::Undecided) { break; }
         match.score.Count(outcome, match.white_player);
-        WriteGame(match, match.score.games, outcome);
+        if (!WriteGame(&match, match.score.games, outcome)) { break; }
         ShowScore(match.score);
     }
     ClearStatus();
-    std::fclose(match.out);
+    if (!match.out.Commit()) {
+        ShowMessage(match.out.Fault().c_str());
+        PBlock.tool.failed = true;
+    }
 }

@@ -134,6 +134,7 @@ struct ToolState {
     char match_file[FILE_NAME_SIZE] = "";
     int expected_move = NO_MOVE_READ;  // of an EPD run: 0 unusable
     int profile = 0;                   // 1 under "-pbench"
+    bool failed = false;  // the tool could not do its work: the program ends with status 1
 };
 
 // The published result as it was at one moment.

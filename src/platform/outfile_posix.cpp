@@ -17,6 +17,7 @@ namespace {
 constexpr std::size_t WAITING_BYTES = std::size_t{1} << 16;  // handed to the system together
 constexpr mode_t NEW_FILE_MODE = 0666;                       // less the user's mask
 constexpr mode_t PERMISSION_BITS = 0777;
+constexpr std::size_t USUAL_TEXT = 512;  // bytes of what Print writes at once
 constexpr int MAX_NAMES = 100;  // names that are tried: other files may have the first ones
 
 }  // namespace
@@ -77,12 +78,17 @@ void OutFile::Print(const char* format, ...) {
     va_start(arguments, format);
     va_list again;
     va_copy(again, arguments);
-    const int length = std::vsnprintf(nullptr, 0, format, arguments);
+    char text[USUAL_TEXT];
+    const int length = std::vsnprintf(text, sizeof text, format, arguments);
     va_end(arguments);
-    std::string text(length > 0 ? static_cast<std::size_t>(length) : 0, '\0');
-    if (length > 0) { std::vsnprintf(text.data(), text.size() + 1, format, again); }
+    if (length >= static_cast<int>(sizeof text)) {
+        std::string whole(static_cast<std::size_t>(length), '\0');
+        std::vsnprintf(whole.data(), whole.size() + 1, format, again);
+        Write(whole);
+    } else if (length > 0) {
+        Write({text, static_cast<std::size_t>(length)});
+    }
     va_end(again);
-    Write(text);
 }
 
 bool OutFile::Flush() {

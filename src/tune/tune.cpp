@@ -12,6 +12,7 @@
 #include "frontend/output.h"
 #include "frontend/pblock.h"
 #include "platform/interrupt.h"
+#include "platform/outfile.h"
 #include "tune/errormeter.h"
 
 namespace {
@@ -55,7 +56,7 @@ void Narrow(Bracket* b, int trial, double error) {
 // Searches within +-range of the weight's value for the one that predicts best, prints its path,
 // and writes the result to `log` when there is one. The weight is left as it was. When the user
 // wants to end the search stops early, without a line in the log.
-void TuneWeight(ErrorMeter* meter, const Weight& weight, int range, std::FILE* log) {
+void TuneWeight(ErrorMeter* meter, const Weight& weight, int range, OutFile* log) {
     const char* name = TuningWord(weight);
     i16* field = WordField(weight, &Personality);
     const i16 original = *field;
@@ -77,8 +78,8 @@ void TuneWeight(ErrorMeter* meter, const Weight& weight, int range, std::FILE* l
     *field = original;
     InitEval();
     if (log != nullptr && !meter->Broken()) {
-        std::fprintf(log, "%-24s  %4d  %0.5f\n", name, b.best, b.error);
-        std::fflush(log);
+        log->Print("%-24s  %4d  %0.5f\n", name, b.best, b.error);
+        [[maybe_unused]] const bool written = log->Flush();  // a fault is told at the end
     }
 }
 
@@ -105,16 +106,22 @@ void TuneCommand(const char* name, const char* range) {
 }
 
 void RunTuneSchedule() {
-    std::FILE* log = std::fopen(LOG_NAME, "w");
-    if (log == nullptr) { return; }
+    OutFile log;
+    if (!log.CreateGrowing(LOG_NAME)) {
+        ShowMessage(log.Fault().c_str());
+        PBlock.tool.failed = true;
+        return;
+    }
     SetTuningFields();
     {
         ErrorMeter meter(POSITIONS_NAME);
         for (const Weight& weight : AllWeights()) {
-            if (weight.tuning_range == 0 || EndWanted()) { continue; }
-            TuneWeight(&meter, weight, weight.tuning_range, log);
+            if (weight.tuning_range == 0 || EndWanted() || !log.Fault().empty()) { continue; }
+            TuneWeight(&meter, weight, weight.tuning_range, &log);
         }
     }
-    const bool bad = std::ferror(log) != 0;
-    if (std::fclose(log) != 0 || bad) { ShowMessageF("cannot write %s", LOG_NAME); }
+    if (!log.Commit()) {
+        ShowMessage(log.Fault().c_str());
+        PBlock.tool.failed = true;
+    }
 }

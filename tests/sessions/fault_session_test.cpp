@@ -108,4 +108,37 @@ TEST(FaultSession, TheLogOfALivingEngineIsLeftAlone) {
     EXPECT_FALSE(third.output.starts_with("log file")) << third.output;
 }
 
+// Files that a tool reads and writes at the same time, or is given by mistake.
+TEST(FaultSession, AToolsInputOutlivesItsOutput) {
+    const ScratchFolder folder;
+    const std::string games = FileContent(DataFile("engine-games.pgn"));
+    const std::string suite = FileContent(DataFile("bratko-kopec.epd"));
+    std::ofstream("tmp.pgn") << games;
+    EXPECT_EQ(RunVesk({"-nolog", "-scan_pgn1", "tmp.pgn"}, "").status, 0);
+    std::ofstream("games.pgn") << games;
+    const std::string scanned = FileContent("tmp.pgn");
+    EXPECT_EQ(RunVesk({"-nolog", "-scan_pgn1", "games.pgn"}, "").status, 0);
+    EXPECT_EQ(FileContent("tmp.pgn"), scanned);
+
+    std::ofstream("unsolved.epd") << suite;
+    std::ofstream("suite.epd") << suite;
+    const std::vector<std::string> run = {"-quiet", "-d", "1", "-anepd"};
+    std::vector<std::string> own = run, other = run;
+    own.emplace_back("unsolved.epd");
+    other.emplace_back("suite.epd");
+    EXPECT_EQ(RunVesk(own, "").status, 0);
+    const std::string unsolved = FileContent("unsolved.epd");
+    EXPECT_EQ(RunVesk(other, "").status, 0);
+    EXPECT_EQ(FileContent("unsolved.epd"), unsolved);
+    EXPECT_NE(unsolved, "");
+
+    std::ofstream("vesk.rc") << "hung = -20\n";
+    std::ofstream("test1.rc") << "hung = -21\n";
+    const RunResult match = RunVesk({"-nolog", "-match", "vesk.rc"}, "");
+    EXPECT_EQ(match.status, 1);
+    EXPECT_NE(match.output.find("vesk.rc holds no games and is left as it is\n"),
+              std::string::npos);
+    EXPECT_EQ(FileContent("vesk.rc"), "hung = -20\n");
+}
+
 }  // namespace
