@@ -65,7 +65,6 @@ int MoveIsSafe(Position* pos, Move m) {
     assert(OwnPieceOn(pos, side, from));
     const u8 mover = pos->board[from];
     const u8 victim = pos->board[to];
-    if (PieceType(victim) == KING) { return 1; }
     if (exchange_scale[PieceType(mover)] <= exchange_scale[PieceType(victim)]) { return 1; }
     Bitboard* movers = &pos->bb[side][PieceType(mover)];
     pos->board[to] = mover;

@@ -264,6 +264,7 @@ void MakeEPD(const Position* pos, char* out) {
 }
 
 int PositionIsSound(const Position* pos) {
+    if (pos->side > BLACK || pos->castle > ALL_RIGHTS || pos->ep_square > NO_SQUARE) { return 0; }
     if (!BoardCodesAreSound(pos)) { return 0; }
     const DerivedFields d = Derive(pos);
     for (const int colour : {WHITE, BLACK}) {

@@ -36,6 +36,7 @@ inline constexpr int WHITE_KING_SIDE = 1;
 inline constexpr int WHITE_QUEEN_SIDE = 2;
 inline constexpr int BLACK_KING_SIDE = 4;
 inline constexpr int BLACK_QUEEN_SIDE = 8;
+inline constexpr int ALL_RIGHTS = 15;
 
 constexpr int PieceCode(int colour, int type) { return colour * 8 + type; }
 constexpr int PieceType(int code) { return code & 7; }
@@ -85,6 +86,7 @@ struct UndoRecord {
 // 3. hash and pawn_hash agree with the placement, except between a single-piece edit and SetHash.
 // 4. plist[c][t] holds the squares in the order of arrival, ended by 64; types 0 and 7 are always
 // empty.
+// 5. side, castle and ep_square hold values that they can have.
 struct Position {
     u8 board[65];        // piece code by square
     u8 plist[2][8][10];  // piece lists; [c][KING][0] is the king square

@@ -21,6 +21,29 @@ TEST_F(LegalityTest, LegalityAndChecksAgreeWithTheTable) {
     EXPECT_EQ(MoveIsLegal(game_position, WHITE, NO_MOVE), 0);
 }
 
+TEST_F(LegalityTest, ChecksOfUnusualKinds) {
+    const struct {
+        const char* fen;
+        const char* move;
+        int check;
+    } cases[] = {
+        {"7k/8/8/8/3N4/8/1B6/K7 w - -", "d4b5", DISCOVERED_CHECK},  // no other line piece
+        {"7k/8/8/8/3N4/8/1B6/K7 w - -", "b2a3", NO_CHECK},
+        {"7k/8/6N1/8/8/8/8/K6R w - -", "g6h4", NO_CHECK},
+        {"7k/7N/8/8/8/8/8/K6R w - -", "h7g5", DISCOVERED_CHECK},
+        {"7k/7N/8/8/8/8/8/K6R w - -", "h7f6", DISCOVERED_CHECK},
+        {"5k2/8/8/8/8/8/8/4K2R w K -", "e1g1", NO_CHECK},    // though the rook checks
+        {"8/8/8/R2pP2k/8/8/8/K7 w - d6", "e5d6", NO_CHECK},  // though two pawns leave the rank
+    };
+    for (const auto& c : cases) {
+        Position* pos = SetGame(c.fen);
+        for (const MoveEntry& e : AllMoves(pos)) {
+            if (MoveText(e.move) != c.move) { continue; }
+            EXPECT_EQ(MoveGivesCheck(pos, WHITE, &e), c.check) << c.fen << ' ' << c.move;
+        }
+    }
+}
+
 TEST_F(LegalityTest, PseudoLegalityAgreesWithTheGeneratorsForEveryMoveWord) {
     std::mt19937 random(5);
     for (const std::string& fen : SamplePositions()) {
@@ -66,6 +89,7 @@ TEST_F(LegalityTest, NewAttackOnTheKingAreaNeedsALineAndASecondPiece) {
         {"6k1/8/8/8/2Q5/8/8/1K1R4 w - -", "d1h1", 0},  // seconded by none
         {"6k1/8/8/8/5Q2/8/8/1K3R2 w - -", "f4c4", 1},  // by the rook that it uncovers
         {"7k/8/8/8/3Q4/8/8/K6R w - -", "h1g1", 1},
+        {"6k1/8/8/5Q2/8/8/8/K7 w - -", "f5h5", 0},  // the queen alone, on two lines
         {"r7/1k6/8/8/6n1/8/8/6K1 b - -", "a8h8", 1},
     };
     for (const auto& c : cases) {

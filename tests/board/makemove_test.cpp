@@ -100,6 +100,7 @@ TEST_F(MakeMoveTest, FiftyStopsAtItsLimitAndAVeryLongGameStaysWithinTheHistory) 
         ASSERT_TRUE(PositionIsSound(pos));
         ASSERT_EQ(pos->last_move, pos->hist_count ? moves[(5999 - taken) % 4] : NO_MOVE);
     }
+    EXPECT_EQ(pos->fifty, FIFTY_COUNTER_MAX) << "the oldest part was dropped";
 }
 
 }  // namespace

@@ -84,6 +84,17 @@ TEST_F(PositionTest, SoundnessCheckSeesDamageToAnyDerivedByte) {
             expect_all_matter(pos.plist[c][t], std::size_t(CountBits(pos.bb[c][t])) + 1);
         }
     }
+    const auto expect_bound = [&pos](u8& field, int bound) {
+        const u8 before = field;
+        field = static_cast<u8>(bound);
+        EXPECT_TRUE(PositionIsSound(&pos)) << bound;
+        field = static_cast<u8>(bound + 1);
+        EXPECT_FALSE(PositionIsSound(&pos)) << bound + 1;
+        field = before;
+    };
+    expect_bound(pos.side, BLACK);
+    expect_bound(pos.castle, ALL_RIGHTS);
+    expect_bound(pos.ep_square, NO_SQUARE);
     EXPECT_TRUE(PositionIsSound(&pos));
 }
 

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <thread>
 
@@ -96,13 +97,22 @@ TEST_F(PipedInput, WakesTheWaitOnlyWhenItCounts) {
         return SecondsOf([=] { SleepExOrInput(milliseconds * 1e-3); });
     };
     EXPECT_GE(sleep(20), 0.019);
+    EXPECT_LT(SecondsOf([] { SleepExOrInput(FOREVER); }), WOKEN) << "nobody could wake it";
     Write("x");
     EXPECT_LT(sleep(FOR_EVER_MS), WOKEN);
     EXPECT_GE(SecondsAsleep(20), 0.019);
-    CreateAlert();
-    RaiseAlert();
-    EXPECT_LT(SecondsAsleep(FOR_EVER_MS), WOKEN);
-    DestroyAlert();
+    EXPECT_GE(SecondsOf([] { SleepExOrInput(0.02, true); }), 0.019);
+}
+
+TEST_F(Alert, WakesAWaitWithoutEnd) {
+    std::thread other([] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        RaiseAlert();
+    });
+    const double slept = SecondsOf([] { SleepExOrInput(FOREVER, true); });
+    other.join();
+    EXPECT_GE(slept, 0.02);
+    EXPECT_LT(slept, WOKEN);
 }
 
 }  // namespace
