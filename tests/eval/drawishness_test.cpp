@@ -1,7 +1,5 @@
 // The factor that scales endings which are hard to win.
-#include <gtest/gtest.h>
-
-#include "support/engine.h"
+#include "eval/evaluated.h"
 
 namespace {
 
@@ -9,10 +7,7 @@ using DrawishnessTest = EngineTest;
 
 TEST_F(DrawishnessTest, HardWinsAreScaled) {
     for (const auto& row : ReadTable("factors.tsv")) {
-        SetPosition(&ThreadData[1]->pos, row[0].c_str());
-        EvalReport report;
-        EvaluateWithReport(ThreadData[1], &report);
-        EXPECT_DOUBLE_EQ(report.factor, std::stod(row[1])) << row[0] << ' ' << row[2];
+        EXPECT_DOUBLE_EQ(ReportOf(row[0]).factor, std::stod(row[1])) << row[0] << ' ' << row[2];
     }
 }
 

@@ -1,30 +1,17 @@
 // Every column of the table of evaluated positions: scores, stage, factor, report lines and
-// squares; and the evaluation report as a whole text.
-#include <gtest/gtest.h>
-
+// squares.
 #include <cstdio>
 
-#include "board/bitboards.h"
+#include "eval/evaluated.h"
 #include "eval/personality.h"
 #include "frontend/pblock.h"
-#include "frontend/report.h"
 #include "search/search.h"
-#include "support/engine.h"
 
 namespace {
 
 template <typename T>
 std::string Pair(const T* value) {
     return std::to_string(value[WHITE]) + "," + std::to_string(value[BLACK]);
-}
-
-std::string Names(Bitboard squares) {
-    std::string text;
-    while (squares != 0) {
-        if (!text.empty()) { text += " "; }
-        text += square_name[PopLSB(&squares)];
-    }
-    return text;
 }
 
 // The table's line as the engine would write it.
@@ -62,22 +49,6 @@ TEST(ReferenceTest, EveryColumnOfEveryPositionAgrees) {
     PBlock.limits.max_depth = 0;
     for (const std::vector<std::string>& row : ReadTable("evaluations.tsv")) {
         EXPECT_EQ(Evaluated(row[0]), row);
-    }
-}
-
-// One position with every optional line, and a special ending, whose score stands on the strong
-// king.
-TEST(ReportTest, WholeTexts) {
-    for (const auto& [fen, file] :
-         {std::pair("2r1q2k/1P5p/p1np1P1P/8/1pP2R2/8/PP1Q4/R1KN2r1 b - -", "middlegame.txt"),
-          std::pair("8/8/8/2k5/2B5/8/4N3/4K3 b - -", "bishop_and_knight.txt")}) {
-        ResetEngine();
-        PBlock.limits.max_depth = 9;
-        SetGame(fen);
-        testing::internal::CaptureStdout();
-        ShowEvalInfo();
-        EXPECT_EQ(testing::internal::GetCapturedStdout(), FileContent(DataFile("reports/") + file));
-        EXPECT_EQ(PBlock.limits.max_depth, 9);
     }
 }
 

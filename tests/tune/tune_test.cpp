@@ -29,13 +29,6 @@ protected:
     ScratchFolder folder_;
 };
 
-TEST(WinProbabilityTest, IsALogisticCurveOfTheScore) {
-    EXPECT_EQ(WinProbability(0), 0.5);
-    EXPECT_NEAR(WinProbability(400), 0.918, 0.0005);
-    EXPECT_NEAR(WinProbability(400) + WinProbability(-400), 1.0, 1e-12);
-    EXPECT_NEAR(WinProbability(-10000), 0.0, 1e-12);
-}
-
 TEST_F(Tuner, TheSearchTakesItsPath) {
     const PersonalityRecord before = Personality;
     PBlock.options.hash_mode = 2;
