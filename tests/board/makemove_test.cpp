@@ -24,9 +24,11 @@ TEST_F(MakeMoveTest, RandomWalksKeepTheRecordSoundAndComeBackExactly) {
                 ASSERT_EQ(pos->ep_square, NO_SQUARE);
                 ASSERT_EQ(pos->fifty, 0);
                 ASSERT_EQ(pos->last_move, NO_MOVE);
+                ASSERT_EQ(RecaptureSquare(pos), NO_SQUARE);
             } else {
                 MakeMove(pos, m);
                 ASSERT_EQ(pos->last_move, m);
+                ASSERT_EQ(RecaptureSquare(pos), MoveTo(m));
             }
             ASSERT_EQ(pos->side, side ^ 1);
             ASSERT_EQ(pos->hist_count, static_cast<int>(before.size()));
