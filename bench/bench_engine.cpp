@@ -17,6 +17,7 @@
 #include "eval/personality.h"
 #include "eval/threadblock.h"
 #include "frontend/pblock.h"
+#include "search/perft.h"
 #include "search/ttable.h"
 
 namespace {
@@ -154,7 +155,7 @@ void BenchBookLookup(benchmark::State& state) {
     Position* pos = &Worker()->pos;
     SetPosition(pos, "rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq e3");
     UpdatePosHash(pos);
-    if (FindPosition(pos->side) == nullptr) state.SkipWithError("the book cannot be read");
+    if (!FindPosition(pos->side)) { state.SkipWithError("the book cannot be read"); }
     for (auto _ : state) {
         UpdatePosHash(pos);
         benchmark::DoNotOptimize(FindPosition(pos->side));

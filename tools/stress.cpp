@@ -104,9 +104,9 @@ Setup RandomSetup(Random& random) {
 
 std::string RandomText(Random& random) {
     // No limits among them: in any line they would apply to the search that runs.
-    static const char* const words[] = {
-        "position", "go",   "moves", "fen", "-1", "99999999999", "setoption", "name",     "value",
-        "Hash",     "e2e4", "null",  "\t",  "x",  "\x80",        "uci",       "bestmove", "stop"};
+    static const char* const words[] = {"position",  "go",   "moves", "fen",  "-1",   "99999999999",
+                                        "setoption", "name", "value", "Hash", "e2e4", "null",
+                                        "\t",        "x",    "\x80",  "uci",  "stop"};
     std::string text = "zz";  // no command begins so
     for (unsigned n = Below(random, 6); n > 0; --n) {
         text += std::string(" ") + OneOf(random, words);

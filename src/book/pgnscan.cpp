@@ -205,8 +205,10 @@ void WriteMove(Scan* scan, std::size_t i) {
         case TEST_POSITIONS:
             WriteTestPosition(scan, i);
             break;
-        default:
+        case ROOK_ENDINGS:
             WriteRookEnding(scan, i);
+            break;
+        default:
             break;
     }
 }

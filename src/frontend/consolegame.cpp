@@ -19,11 +19,15 @@
 // ---- the game record ----
 
 RecordKeeper::RecordKeeper() : first_(game_position->hist_count) {
-    for (int i = first_; i < MAX_UNDO_RECORDS; ++i) { moves_[i] = game_position->undo[i].move; }
+    for (int i = first_; i < MAX_UNDO_RECORDS; ++i) {
+        moves_[static_cast<std::size_t>(i)] = game_position->undo[i].move;
+    }
 }
 
 RecordKeeper::~RecordKeeper() {
-    for (int i = first_; i < MAX_UNDO_RECORDS; ++i) { game_position->undo[i].move = moves_[i]; }
+    for (int i = first_; i < MAX_UNDO_RECORDS; ++i) {
+        game_position->undo[i].move = moves_[static_cast<std::size_t>(i)];
+    }
 }
 
 void EndGameRecord() {

@@ -16,8 +16,6 @@
 
 namespace {
 
-constexpr const char* SMALL_BOARD = "4k3/8/8/8/8/8/8/4KQ2 w - - ";
-
 TEST(EpdLine, NamesTheFirstLegalMoveOfItsText) {
     SetGame("4k3/8/8/8/8/2N5/8/4KQ2 w - -");
     const Move queen = MakeMoveWord(5, 53), knight = MakeMoveWord(18, 33);

@@ -2,12 +2,10 @@
 // cannot grow, two engines in one folder.
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <fcntl.h>
@@ -61,13 +59,13 @@ TEST(FaultSession, AFullPipeLosesNoLineAndLeavesInterruptsAlone) {
     for (const int flags : {0, O_NONBLOCK}) {
         Session engine({"-c", "-nolog"}, "", flags);
         engine.SendBytes(listings + "mv\nquit\n");
-        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        engine.WaitUntilFull();
         EXPECT_EQ(engine.Wait(SOON), 0);
         EXPECT_EQ(CountOf("30  0 ", engine.RestOfOutput()), 120u) << flags;
     }
     Session engine({"-c", "-nolog"});
     engine.SendBytes(listings);
-    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    engine.WaitUntilFull();
     engine.Signal(SIGINT);
     EXPECT_EQ(engine.WaitWithoutReading(SOON), 1) << "it waits for room that never comes";
 }

@@ -7,10 +7,12 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
+#include <thread>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -157,6 +159,17 @@ int Session::WaitWithoutReading(double limit_seconds) {
     }
     pid_ = -1;
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+void Session::WaitUntilFull() const {
+    constexpr int nearly_full = 60'000;  // of 65,536 bytes
+    const double end = Now() + SESSION_LIMIT_SECONDS;
+    int waiting = 0;
+    while (ioctl(output_, FIONREAD, &waiting) == 0 && waiting < nearly_full && Now() < end) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    EXPECT_GE(waiting, nearly_full);
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
 }
 
 void Session::Signal(int number) {

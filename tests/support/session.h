@@ -45,6 +45,9 @@ public:
     int WaitWithoutReading(double limit_seconds);
     // After Wait: all output that was not returned yet, byte for byte.
     std::string RestOfOutput() const { return pending_; }
+    // Waits until the engine's output pipe takes no more, and a moment longer, so that the engine
+    // stands before it.
+    void WaitUntilFull() const;
     void Signal(int number);
     // Everything the engine has written to standard error so far.
     std::string ErrorText() const;
