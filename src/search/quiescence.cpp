@@ -131,9 +131,9 @@ bool IsPawnToLastRanks(const Position* pos, const MoveEntry* e) {
     return PieceType(e->piece) == PAWN && RelativeRank(MoveTo(e->move), pos->side) >= SEVENTH_RANK;
 }
 
-// Is the move left out? `stand` + victim + `margin` is the most that a capture without check
-// promises.
-bool IsPruned(Position* pos, const MoveEntry* e, int depth, int stand, int margin, int best) {
+// Is the move left out? `promise`, the standing score and a margin, and the victim are the most
+// that a capture without check can bring.
+bool IsPruned(Position* pos, const MoveEntry* e, int depth, int promise, int best) {
     if (depth < RECAPTURES_ONLY_BELOW && MoveTo(e->move) != RecaptureSquare(pos)) { return true; }
     const int check = MoveGivesCheck(pos, pos->side, e);
     if (check == DISCOVERED_CHECK) { return false; }
@@ -141,7 +141,7 @@ bool IsPruned(Position* pos, const MoveEntry* e, int depth, int stand, int margi
     if (IsLateEndgameCapture(pos, e)) { return false; }
     const int captured = PieceType(e->captured);
     if (check == NO_CHECK && !IsPawnToLastRanks(pos, e) &&
-        stand + piece_value[captured] + margin <= best) {
+        promise + piece_value[captured] <= best) {
         return true;
     }
     return exchange_scale[PieceType(e->piece)] > exchange_scale[captured] &&
@@ -168,7 +168,7 @@ int Q_Search(ThreadBlock* tb, int depth, Window window, int node_type, Move* pv)
     while (const MoveEntry* e = NextMove(pos, pd, depth >= 0)) {
         const Move m = e->move;
         if (m == NO_MOVE || !MoveIsLegalNonZero(pos, side, m)) { continue; }
-        if (IsPruned(pos, e, depth, stand, margin, best)) { continue; }
+        if (IsPruned(pos, e, depth, stand + margin, best)) { continue; }
         MakeMove(pos, m);
         const int v = -Search(tb, depth - 1, Opposite({best, beta}), child_type, line);
         UnmakeMove(pos);
