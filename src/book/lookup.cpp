@@ -14,6 +14,7 @@
 #include "board/plydata.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
+#include "platform/infile.h"
 #include "search/picker.h"
 
 OpeningBook opening_book;
@@ -65,6 +66,13 @@ void ReadIndex(std::FILE* file) {
     }
 }
 
+// The book file, or nullptr; *why as OpenRegularFile sets it. A name that is empty is no book.
+std::FILE* OpenBookFile(const char** why) {
+    *why = nullptr;
+    const char* name = PBlock.options.book_file;
+    return name[0] == '\0' ? nullptr : OpenRegularFile(name, why);
+}
+
 void DropBlock() {
     opening_book.block_bucket = NO_BUCKET;
     opening_book.block_count = 0;
@@ -76,8 +84,9 @@ void LoadBlock(int bucket) {
     OpeningBook* book = &opening_book;
     DropBlock();
     const i32 first = book->bktable[bucket];
-    if (PBlock.options.book_file[0] == '\0' || first == NO_RECORD) { return; }
-    std::FILE* file = std::fopen(PBlock.options.book_file, "rb");
+    if (first == NO_RECORD) { return; }
+    const char* why;
+    std::FILE* file = OpenBookFile(&why);
     if (file == nullptr) { return; }
     if (std::fseek(file, static_cast<long>(first) * BOOK_RECORD_SIZE, SEEK_SET) == 0) {
         unsigned char bytes[BOOK_RECORD_SIZE];
@@ -138,12 +147,13 @@ BookRecord DecodeBookRecord(const unsigned char* in) {
 
 int InitBook() {
     FreeBook();
-    if (PBlock.options.book_file[0] != '\0') {
-        std::FILE* file = std::fopen(PBlock.options.book_file, "rb");
-        if (file != nullptr) {
-            ReadIndex(file);
-            std::fclose(file);
-        }
+    const char* why;
+    std::FILE* file = OpenBookFile(&why);
+    if (file != nullptr) {
+        ReadIndex(file);
+        std::fclose(file);
+    } else if (why != nullptr) {
+        ShowError("%s: %s\n", PBlock.options.book_file, why);
     }
     return 0;
 }

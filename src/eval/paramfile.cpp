@@ -11,6 +11,7 @@
 #include "eval/personality.h"
 #include "eval/weights.h"
 #include "frontend/output.h"
+#include "platform/infile.h"
 #include "platform/textlines.h"
 
 namespace {
@@ -232,9 +233,9 @@ void ReadSetting(ParameterFile* file, PersonalityRecord* record) {
 bool LoadConfigFile(const char* path, PersonalityRecord* record) {
     ParameterFile file;
     file.path = path;
-    if (!OpenLines(&file.reader, path)) { return false; }
-    if (std::ferror(file.reader.file)) {  // a folder opens but does not read
-        CloseLines(&file.reader);
+    const char* why = nullptr;
+    if (!OpenLines(&file.reader, OpenRegularFile(path, &why))) {
+        if (why != nullptr) { ShowError("%s: %s\n", path, why); }
         return false;
     }
     ShowMessageF("loading parameters from %s\n", path);

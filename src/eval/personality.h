@@ -121,7 +121,8 @@ void InitPersonality(const char* path);
 // record.
 void InitEval();
 
-// Reads a parameter file over `record`: the fields whose keys occur. False, without a word, when
-// the file cannot be read. Bad lines are named on the message output and change nothing but
+// Reads a parameter file over `record`: the fields whose keys occur. False when there is no
+// such file; also, said in a line on standard error, when it cannot be opened or is no regular
+// file. Bad lines are named on the message output and change nothing but
 // themselves. (paramfile.cpp)
 [[nodiscard]] bool LoadConfigFile(const char* path, PersonalityRecord* record);

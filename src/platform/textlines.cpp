@@ -27,12 +27,16 @@ void Refill(LineReader* reader) {
 }  // namespace
 
 bool OpenLines(LineReader* reader, const char* path) {
+    return OpenLines(reader, std::fopen(path, "rb"));
+}
+
+bool OpenLines(LineReader* reader, std::FILE* file) {
     *reader = {};
-    reader->file = std::fopen(path, "rb");
-    if (reader->file == nullptr) { return false; }
+    reader->file = file;
+    if (file == nullptr) { return false; }
     reader->buffer = static_cast<char*>(std::malloc(LINE_BUFFER_SIZE + 1));
     if (reader->buffer == nullptr) {
-        std::fclose(reader->file);
+        std::fclose(file);
         *reader = {};
         return false;
     }

@@ -33,6 +33,9 @@ struct TextLine {
 // Opens a file and skips its byte-order mark. False, with nothing to close, when the file cannot be
 // opened or there is no memory for the buffer.
 [[nodiscard]] bool OpenLines(LineReader* reader, const char* path);
+// The same with a file that is open already, at its start; it belongs to the reader from then on.
+// False when there is no file (nullptr), or no memory, in which case the file has been closed.
+[[nodiscard]] bool OpenLines(LineReader* reader, std::FILE* file);
 
 // Reads the next line. A line that is longer than the buffer comes in parts, cut at a blank (which
 // goes) where there is one. False at the end of the file, when reading fails (std::ferror tells

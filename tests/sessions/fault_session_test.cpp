@@ -10,6 +10,7 @@
 
 #include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 
 #include "frontend/output.h"
 #include "support/engine.h"
@@ -137,6 +138,49 @@ TEST(FaultSession, AToolsInputOutlivesItsOutput) {
     EXPECT_NE(match.output.find("vesk.rc holds no games and is left as it is\n"),
               std::string::npos);
     EXPECT_EQ(FileContent("vesk.rc"), "hung = -20\n");
+}
+
+// A pipe would stop the start, an endless device would never end.
+TEST(FaultSession, OnlyRegularFilesAreReadAtTheStart) {
+    const ScratchFolder folder;
+    ASSERT_EQ(mkfifo("vesk.rc", S_IRUSR | S_IWUSR), 0);
+    std::filesystem::create_symlink("/dev/zero", "vesk.opn");
+    Session engine({"-nolog"});
+    engine.Send("quit");
+    EXPECT_EQ(engine.Wait(), 0);
+    EXPECT_EQ(engine.ErrorText(), "vesk.rc: not a regular file\nvesk.opn: not a regular file\n");
+}
+
+// One build at a time in a folder; a build that was killed leaves nothing that spoils the next.
+TEST(FaultSession, BuildsOfABookDoNotMix) {
+    const ScratchFolder folder;
+    const std::string games = FileContent(DataFile("engine-games.pgn"));
+    std::ofstream("book.pgn") << games;
+    EXPECT_EQ(RunVesk({"-c", "-nolog"}, "mkbook\n").status, 0);
+    const std::string book = FileContent("book.opn");
+    EXPECT_NE(book, "");
+
+    std::ofstream collection("book.pgn");
+    for (int i = 0; i < 1000; ++i) { collection << games; }
+    collection.close();
+    Session first({"-c", "-nolog"});
+    first.Send("mkbook");
+    first.Expect(".");
+    const std::string second = RunVesk({"-c", "-nolog"}, "mkbook\n").output;
+    EXPECT_NE(second.find("a book is being built in this folder; book.opn is unchanged\n"),
+              std::string::npos);
+    EXPECT_EQ(FileContent("book.opn"), book);
+    first.Signal(SIGKILL);
+    first.Wait();
+
+    std::ofstream("book.pgn") << games;
+    EXPECT_EQ(RunVesk({"-c", "-nolog"}, "mkbook\n").status, 0);
+    EXPECT_EQ(FileContent("book.opn"), book);
+    std::size_t files = 0;
+    for (const auto& file : std::filesystem::directory_iterator(".")) {
+        files += file.exists() ? 1 : 0;
+    }
+    EXPECT_EQ(files, 3u) << "collection, book and log";
 }
 
 }  // namespace
