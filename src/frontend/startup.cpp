@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 
 #include "board/bitboards.h"
 #include "board/trace.h"
@@ -24,12 +25,19 @@
 namespace {
 
 constexpr const char* PARAMETER_FILE = "vesk.rc";
-constexpr int FAILED = 1;                       // exit status
+constexpr int FAILED = 1;  // exit status
+constexpr const char* NO_MEMORY = "not enough memory";
 constexpr unsigned WANTED_TIMER_PERIOD_MS = 5;  // the waits of the command loop
 
 unsigned wTimerRes = 0;  // period that was asked for, 0 = none
 
-// Warnings go out as lines with an empty line behind where they always have.
+// Says on standard error what a start-up without it cannot go on for. Returns the exit status.
+int Failed(const char* what, const char* why) {
+    ShowError("cannot start: %s: %s\n", what, why);
+    return FAILED;
+}
+
+// Warnings go out as lines with an empty line after them where they always have.
 void SetTimerResolution() {
     TimerCaps caps;
     if (timeGetDevCaps(&caps) != 0) {
@@ -49,7 +57,7 @@ int StartUp(int argc, char** argv, StartOptions* options) {
     OpenLog();
     std::fill(std::begin(ThreadData), std::end(ThreadData), nullptr);
     ThreadBlock* game = NewThreadBlock(0);
-    if (game == nullptr) { return FAILED; }
+    if (game == nullptr) { return Failed("game record", NO_MEMORY); }
     game_position = &game->pos;
     InitBitboards();
     InitKPK();
@@ -60,12 +68,15 @@ int StartUp(int argc, char** argv, StartOptions* options) {
     PBlock.options.protocol = PROTOCOL_UCI;
     ReadCommandLine(argc, argv, options);
     if (options->mode == RunMode::Nothing) { return 0; }
-    if (InitTTable() != 0) { return FAILED; }
+    if (FitHashToMemory()) {
+        ShowError("memory for a hash table of %dM only\n", PBlock.options.hash_mb);
+    }
+    if (InitTTable() != 0) { return Failed("hash table", NO_MEMORY); }
     if (InitBook() != 0) { ShowMessage("Not enough memory!"); }
     CreateAlert();  // without one the loop still wakes every few milliseconds
     if (const int error = CreateThreadPool(PBlock.options.threads)) {
-        options->mode = RunMode::Nothing;
-        return error == NO_THREAD_RECORD ? 0 : FAILED;
+        return Failed("search threads",
+                      error == NO_THREAD_RECORD ? NO_MEMORY : std::strerror(error));
     }
     SetTimerResolution();
     return 0;

@@ -19,10 +19,10 @@ constexpr int MAX_OVERHEAD_MS = 5000;
 constexpr int NO_MEMORY_STATUS = -1;  // exit status
 
 // Ends the process at once: search threads may be running, so nothing is torn down around them.
-[[noreturn]] void GiveUp(const char* what) {
+[[noreturn]] void GiveUp(const char* what, int status) {
     ShowMessageF("info string not enough memory for %s", what);
     CloseLog();
-    std::_Exit(NO_MEMORY_STATUS);
+    std::_Exit(status);
 }
 
 // --- setters: what the value of an option changes ---
@@ -30,8 +30,11 @@ constexpr int NO_MEMORY_STATUS = -1;  // exit status
 void SetHashSize(int megabytes) {
     FinishSearch();
     PBlock.options.hash_mb = static_cast<u16>(megabytes);
-    if (InitTTable() != 0) { GiveUp("the hash table"); }
-    ShowMessageF("info string Hash size set to %dM bytes", megabytes);
+    if (FitHashToMemory()) {
+        ShowMessageF("info string not enough memory for a hash table of %dM bytes", megabytes);
+    }
+    if (InitTTable() != 0) { GiveUp("the hash table", NO_MEMORY_STATUS); }
+    ShowMessageF("info string Hash size set to %dM bytes", PBlock.options.hash_mb);
 }
 
 void SetThreads(int n) {
@@ -39,7 +42,9 @@ void SetThreads(int n) {
     if (n == PBlock.options.threads) { return; }
     KillThreadPool(PBlock.options.threads);
     PBlock.options.threads = static_cast<u8>(n);
-    if (CreateThreadPool(n) != 0) { GiveUp("the search threads"); }
+    if (const int error = CreateThreadPool(n)) {
+        GiveUp("the search threads", error == NO_THREAD_RECORD ? 0 : NO_MEMORY_STATUS);
+    }
 }
 
 void SetPonder(int on) { PBlock.options.ponder = static_cast<u16>(on); }

@@ -3,8 +3,10 @@
 // costs one address translation less. Any thread may call.
 #include "platform/memory.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
+#include <fstream>
 
 #include <sys/mman.h>
 #include <unistd.h>
@@ -21,6 +23,25 @@ std::size_t BlockUnit(std::size_t bytes) {
 
 std::size_t RoundUp(std::size_t bytes, std::size_t unit) {
     return (bytes + unit - 1) / unit * unit;
+}
+
+// The number in a file; the greatest one when there is no file, or a word in it that means "none".
+u64 LimitIn(const std::string& path) {
+    std::ifstream file(path);
+    u64 limit = 0;
+    return file >> limit ? limit : UINT64_MAX;
+}
+
+// The smallest limit of a group and of those that it lies in. Inside a container the group's own
+// path may not exist, as the container's group is mounted as the root.
+u64 LimitUpwards(const std::string& root, std::string group, const std::string& name) {
+    u64 limit = LimitIn(root + "/" + name);
+    while (group.size() > 1) {
+        limit = std::min(limit, LimitIn(root + group + "/" + name));
+        const std::size_t last_part = group.rfind('/');
+        group.resize(last_part == std::string::npos ? 0 : last_part);
+    }
+    return limit;
 }
 
 }  // namespace
@@ -58,4 +79,32 @@ void ClearLargeBlock(void* block, std::size_t bytes) {
     if (madvise(block, RoundUp(bytes, BlockUnit(bytes)), MADV_DONTNEED) == 0) { return; }
 #endif
     std::memset(block, 0, bytes);
+}
+
+u64 ControlGroupLimit(const std::string& membership, const std::string& root) {
+    u64 limit = UINT64_MAX;
+    std::ifstream groups(membership);
+    // Each line is "number:controllers:/path"; the second version has no controllers.
+    for (std::string line; std::getline(groups, line);) {
+        const std::size_t controllers = line.find(':') + 1;
+        const std::size_t path = line.find(':', controllers) + 1;
+        if (controllers == 0 || path == 0) { continue; }
+        const std::string what = line.substr(controllers, path - 1 - controllers);
+        if (what.empty()) {
+            limit = std::min(limit, LimitUpwards(root, line.substr(path), "memory.max"));
+        } else if (what == "memory") {
+            limit = std::min(
+                limit, LimitUpwards(root + "/memory", line.substr(path), "memory.limit_in_bytes"));
+        }
+    }
+    return limit;
+}
+
+u64 MemoryLimit() {
+    const long pages = sysconf(_SC_PHYS_PAGES);
+    const long page_size = sysconf(_SC_PAGESIZE);
+    const u64 machine = pages > 0 && page_size > 0
+                            ? static_cast<u64>(pages) * static_cast<u64>(page_size)
+                            : UINT64_MAX;
+    return std::min(machine, ControlGroupLimit("/proc/self/cgroup", "/sys/fs/cgroup"));
 }

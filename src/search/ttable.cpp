@@ -18,6 +18,10 @@ TranspositionTable hash_table;
 namespace {
 
 constexpr u64 SLOTS_PER_MEGABYTE = 65536;
+constexpr u64 BYTES_PER_MEGABYTE = SLOTS_PER_MEGABYTE * sizeof(TTSlot);
+// The table may take three of four parts of the memory; threads and files need room as well.
+constexpr u64 TABLE_PARTS = 3;
+constexpr u64 MEMORY_PARTS = 4;
 constexpr u64 SPARE_SLOTS = 32;  // the buckets at both ends reach past the counted slots
 constexpr int BUCKET_SLOTS = 4;
 constexpr int CHECK_SCORE_OFFSET = 15000;
@@ -88,6 +92,13 @@ bool LineEndsByDraw(ThreadBlock* tb) {
 }
 
 }  // namespace
+
+bool FitHashToMemory() {
+    const u64 room = MemoryLimit() / MEMORY_PARTS * TABLE_PARTS / BYTES_PER_MEGABYTE;
+    if (PBlock.options.hash_mb <= room) { return false; }
+    PBlock.options.hash_mb = static_cast<u16>(room);
+    return true;
+}
 
 int InitTTable() {
     TranspositionTable& t = hash_table;

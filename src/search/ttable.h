@@ -63,6 +63,9 @@ struct TranspositionTable {
 };
 extern TranspositionTable hash_table;
 
+// Lowers PBlock.options.hash_mb to what the memory of the machine or container leaves room for.
+// True when it did. No table is changed.
+bool FitHashToMemory();
 // Frees the table and allocates one of `hash_mb` megabytes, cleared. Returns 0, or -1 when the
 // memory cannot be had; there is then no table. The first call generates the Zobrist keys.
 [[nodiscard]] int InitTTable();
