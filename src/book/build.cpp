@@ -369,7 +369,7 @@ void ReadMoveText(BookBuild* build, const char* text) {
             if (!tag_or_comment || build->braces > 0) { ReadMoveText(build, line.text); }
         }
     }
-    if (std::ferror(reader->file)) { return FailSystem(build, "read", GAMES_NAME); }
+    if (ReadingFailed(*reader)) { return FailSystem(build, "read", GAMES_NAME); }
     return !reader->broken_off || Fail(build, "finish", GAMES_NAME, "interrupted");
 }
 

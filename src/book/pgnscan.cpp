@@ -343,8 +343,15 @@ void Scan_PGN_File(const char* path, int mode) {
     InitEval();
     ScanLines(&scan, &reader);
     const bool broken_off = reader.broken_off;
+    const bool unreadable = ReadingFailed(reader);
     CloseLines(&reader);
-    if (!scan.out.Commit()) { ShowFault(scan.out); }
+    if (unreadable) {
+        ShowError("cannot read %s to its end; %s is unchanged\n", path, out_name);
+        PBlock.tool.failed = true;
+        scan.out.Abandon();
+    } else if (!scan.out.Commit()) {
+        ShowFault(scan.out);
+    }
     if (broken_off) { ShowError("interrupted: the rest of %s is not scanned\n", path); }
     ShowMessageF("games= %d, positions= %d\n", scan.games, scan.positions);
 }

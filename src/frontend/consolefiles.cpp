@@ -15,6 +15,7 @@
 #include "frontend/consolecommands.h"
 #include "frontend/output.h"
 #include "frontend/report.h"
+#include "platform/infile.h"
 #include "platform/outfile.h"
 #include "platform/textlines.h"
 #include "search/ttable.h"
@@ -142,15 +143,21 @@ void LoadCommand(const Command& c) {
     PBlock.time.ResetClocks();
 }
 
-// Adds what a file holds, if it is there, to an output.
-void CopyFile(const char* path, OutFile* out) {
-    std::FILE* in = std::fopen(path, "rb");
-    if (in == nullptr) { return; }
-    char bytes[COPIED_AT_ONCE];
-    for (std::size_t n = 0; (n = std::fread(bytes, 1, sizeof bytes, in)) > 0;) {
-        out->Write({bytes, n});
+// Adds what a file holds, if it is there, to an output. False, said in a line, when it cannot be
+// read: what it holds must not be lost.
+[[nodiscard]] bool CopyFile(const char* path, OutFile* out) {
+    const char* why;
+    std::FILE* in = OpenRegularFile(path, &why);
+    if (in != nullptr) {
+        char bytes[COPIED_AT_ONCE];
+        for (std::size_t n = 0; (n = std::fread(bytes, 1, sizeof bytes, in)) > 0;) {
+            out->Write({bytes, n});
+        }
+        if (std::ferror(in)) { why = "cannot be read"; }
+        std::fclose(in);
     }
-    std::fclose(in);
+    if (why != nullptr) { ShowMessageF("%s: %s", path, why); }
+    return why == nullptr;
 }
 
 void SaveCommand(const Command&) {
@@ -159,7 +166,7 @@ void SaveCommand(const Command&) {
         ShowMessage(out.Fault().c_str());
         return;
     }
-    CopyFile(SAVED_GAMES, &out);
+    if (!CopyFile(SAVED_GAMES, &out)) { return; }
     Position* pos = game_position;
     const int moves = pos->hist_count;
     TakeBackAll();

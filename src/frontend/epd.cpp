@@ -69,6 +69,7 @@ public:
     [[nodiscard]] bool KeepUnsolvedFile() {
         return !unsolved_.IsOpen() || unsolved_.Commit() || ShowFault();
     }
+    void AbandonUnsolvedFile() { unsolved_.Abandon(); }
     void Analyze(const std::string& line, const EpdRecord& record);
     void ShowSummary() const;
     double AverageError() const { return Average(totals_.error); }
@@ -213,8 +214,14 @@ double Analyze_EPD_File(int show) {
     while (PBlock.control.quit == 0 && NextEpdRecord(&reader, &line, &record)) {
         run.Analyze(line, record);
     }
+    if (ReadingFailed(reader)) {
+        ShowError("cannot read %s to its end\n", PBlock.tool.epd_file);
+        run.AbandonUnsolvedFile();
+        PBlock.tool.failed = true;
+    } else if (!run.KeepUnsolvedFile()) {
+        PBlock.tool.failed = true;
+    }
     CloseLines(&reader);
-    if (!run.KeepUnsolvedFile()) { PBlock.tool.failed = true; }
     if (show) {
         ClearStatus();
         run.ShowSummary();

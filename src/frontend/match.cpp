@@ -19,6 +19,7 @@
 #include "frontend/output.h"
 #include "frontend/pblock.h"
 #include "frontend/toolwait.h"
+#include "platform/infile.h"
 #include "platform/outfile.h"
 #include "platform/textlines.h"
 #include "search/draws.h"
@@ -164,7 +165,8 @@ GameOutcome PlayGame(Match* match) {
 // A file that is there and holds something else than games was named by mistake.
 bool HoldsNoGames(const char* path) {
     LineReader reader;
-    if (!OpenLines(&reader, path)) { return false; }
+    const char* why;
+    if (!OpenLines(&reader, OpenRegularFile(path, &why))) { return why != nullptr; }
     TextLine line;
     bool empty = true, games = false;
     while (!games && ReadLine(&reader, &line)) {

@@ -101,6 +101,11 @@ bool SeekLine(LineReader* reader, u64 offset) {
     return true;
 }
 
+bool ReadingFailed(const LineReader& reader) {
+    assert(reader.file != nullptr);
+    return std::ferror(reader.file) != 0;
+}
+
 void CloseLines(LineReader* reader) {
     assert(reader->file != nullptr);
     std::fclose(reader->file);

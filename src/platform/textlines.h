@@ -38,9 +38,12 @@ struct TextLine {
 [[nodiscard]] bool OpenLines(LineReader* reader, std::FILE* file);
 
 // Reads the next line. A line that is longer than the buffer comes in parts, cut at a blank (which
-// goes) where there is one. False at the end of the file, when reading fails (std::ferror tells
-// them apart), or once the end of the program is wanted (`broken_off`). Requires: an open reader.
+// goes) where there is one. False at the end of the file, when reading fails, or once the end of
+// the program is wanted (`broken_off`). Requires: an open reader.
 [[nodiscard]] bool ReadLine(LineReader* reader, TextLine* line);
+
+// The file could not be read to its end (a folder never can). Requires: an open reader.
+bool ReadingFailed(const LineReader& reader);
 
 // Goes on reading at the offset of a line that was handed out before. False when the file does not
 // allow it; the reader then goes on where it was. Requires: an open reader.

@@ -42,8 +42,9 @@ bool LoadPositions(const char* path, Position* scratch, PositionSet* set) {
     std::string line;
     EpdRecord record;
     while (NextEpdRecord(&reader, &line, &record)) { AddPosition(record, scratch, set); }
+    const bool complete = !ReadingFailed(reader);
     CloseLines(&reader);
-    return true;
+    return complete;
 }
 
 void SetUpPosition(const PositionSet& set, u32 index, Position* pos) {

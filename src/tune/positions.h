@@ -24,7 +24,7 @@ struct PositionSet {
     std::vector<u32> in_check;
 };
 
-// Reads every position of an EPD file into an empty set. False when the file cannot be opened. Sets
+// Reads every position of an EPD file into an empty set. False when the file cannot be read. Sets
 // *scratch to one position after the other. Requires a scratch position with its undo records.
 [[nodiscard]] bool LoadPositions(const char* path, Position* scratch, PositionSet* set);
 

@@ -151,6 +151,25 @@ TEST(FaultSession, OnlyRegularFilesAreReadAtTheStart) {
     EXPECT_EQ(engine.ErrorText(), "vesk.rc: not a regular file\nvesk.opn: not a regular file\n");
 }
 
+TEST(FaultSession, AnInputThatCannotBeReadToItsEndLeavesTheOutputAlone) {
+    const ScratchFolder folder;
+    for (const char* option : {"-anepd", "-scan_pgn1", "-scan_pgn2"}) {
+        for (const char* output : {"unsolved.epd", "tmp.pgn", "tmp.epd"}) {
+            std::ofstream(output) << "precious";
+        }
+        Session tool({"-nolog", option, "."});  // a folder opens, but cannot be read
+        EXPECT_EQ(tool.Wait(), 1) << option;
+        EXPECT_TRUE(tool.ErrorText().starts_with("cannot read . to its end")) << option;
+        for (const char* output : {"unsolved.epd", "tmp.pgn", "tmp.epd"}) {
+            EXPECT_EQ(FileContent(output), "precious") << option;
+        }
+    }
+    std::filesystem::remove("tmp.pgn");
+    ASSERT_EQ(mkfifo("tmp.pgn", S_IRUSR | S_IWUSR), 0);
+    EXPECT_NE(RunVesk({"-c", "-nolog"}, "save\n").output.find("tmp.pgn: not a regular file"),
+              std::string::npos);
+}
+
 // One build at a time in a folder; a build that was killed leaves nothing that spoils the next.
 TEST(FaultSession, BuildsOfABookDoNotMix) {
     const ScratchFolder folder;
