@@ -1,25 +1,13 @@
 // Any bytes as a parameter file: it is read to its end, whatever it holds, and an evaluation with
 // the values it sets still gives a score.
-#include <cstdio>
-
-#include <fcntl.h>
-#include <unistd.h>
-
-#include "frontend/pblock.h"
 #include "fuzz_engine.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     PrepareEngine();
-    static const std::string path = "/tmp/vesk-fuzz-" + std::to_string(getpid()) + ".rc";
-    static const int quiet = dup2(open("/dev/null", O_WRONLY), STDOUT_FILENO);
-    (void)quiet;
-    std::FILE* file = std::fopen(path.c_str(), "wb");
-    Require(file != nullptr);
-    Require(std::fwrite(data, 1, size, file) == size);
-    std::fclose(file);
+    const MemoryFolder folder;
+    WriteFile("fuzz.rc", {reinterpret_cast<const char*>(data), size});
     Personality = DefaultPersonality;
-    Require(LoadConfigFile(path.c_str(), &Personality));
-    std::remove(path.c_str());
+    Require(LoadConfigFile("fuzz.rc", &Personality));
     DeriveDepthLimits(&Personality);
     BuildReductionTable(&Personality);
     InitEval();

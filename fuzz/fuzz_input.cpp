@@ -1,12 +1,7 @@
 // Any bytes on standard input. The first byte chooses the protocol; lines go through the real input
 // reader to the UCI or console commands. No search threads exist here: a "go" is only requested.
 // Commands that would touch files or the thread pool are left out.
-#include <fcntl.h>
-#include <unistd.h>
-
 #include "board/moves.h"
-#include "frontend/input.h"
-#include "frontend/pblock.h"
 #include "fuzz_engine.h"
 
 namespace {
@@ -24,19 +19,11 @@ std::string WithoutLeftOut(std::string text) {
     return text;
 }
 
-// What is printed is of no interest; a fuzzer reports on standard error.
-void SilenceOutput() {
-    static const int null = open("/dev/null", O_WRONLY);
-    static const int done = dup2(null, STDOUT_FILENO);
-    (void)done;
-}
-
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     if (size == 0) { return 0; }
     PrepareEngine();
-    SilenceOutput();
     const std::string text =
         WithoutLeftOut(std::string(reinterpret_cast<const char*>(data + 1), size - 1)) + "\n";
     ResetInput();

@@ -290,7 +290,9 @@ void ScanMoveText(Scan* scan, const TextLine& line) {
         } else if (scan->depth > 0) {
             const char* from = s;
             while (s < end && *s != '{' && *s != '}') { ++s; }
-            AddToComment(scan, {from, static_cast<std::size_t>(s - from)});
+            std::string_view text(from, static_cast<std::size_t>(s - from));
+            if (s == end && text.ends_with('\r')) { text.remove_suffix(1); }  // of the line's end
+            AddToComment(scan, text);
         } else if (IsLetter(*s)) {
             s += TakeToken(scan, s);
         } else {

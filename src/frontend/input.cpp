@@ -139,3 +139,5 @@ void FeedInput(const char* bytes, int count) {
     reader.fed = true;
     reader.bytes.append(bytes, static_cast<std::size_t>(std::max(count, 0)));
 }
+
+void EndFedInput() { reader.fed = reader.ended = true; }

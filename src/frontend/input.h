@@ -19,7 +19,8 @@ bool InputPending();
 // bytes is dropped. False at the end of the input and after an interrupt. Requires size > 0.
 [[nodiscard]] bool ReadInputLine(char* buffer, int size);
 
-// For tests and fuzzing: forgets everything, and bytes as if they had arrived, after which standard
-// input is not read any more.
+// For tests and fuzzing: forgets everything; bytes as if they had arrived, after which standard
+// input is not read any more; and their end.
 void ResetInput();
 void FeedInput(const char* bytes, int count);
+void EndFedInput();

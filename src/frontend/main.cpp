@@ -53,7 +53,7 @@ void RunChosenMode(const StartOptions& options) {
             break;
         case RunMode::Tune:
             PBlock.options.noise = TOOL_NOISE_SECONDS;
-            RunTuneSchedule();
+            RunTuneSchedule(UserInput);
             break;
         case RunMode::CommandLoop:
             CommandLoop();

@@ -162,28 +162,28 @@ GameOutcome PlayGame(Match* match) {
     return out.Flush();
 }
 
-// A file that is there and holds something else than games was named by mistake.
-bool HoldsNoGames(const char* path) {
-    LineReader reader;
-    const char* why;
-    if (!OpenLines(&reader, OpenRegularFile(path, &why))) { return why != nullptr; }
+// A file that is there and holds something else than games was named by mistake. Requires an open
+// reader, and closes it.
+bool HoldsNoGames(LineReader* file) {
     TextLine line;
     bool empty = true, games = false;
-    while (!games && ReadLine(&reader, &line)) {
+    while (!games && ReadLine(file, &line)) {
         empty = empty && line.length == 0;
         games = std::strncmp(line.text, GAME_START, std::strlen(GAME_START)) == 0;
     }
-    CloseLines(&reader);
+    CloseLines(file);
     return !empty && !games;
 }
 
 [[nodiscard]] bool OpenMatchFile(OutFile* out) {
     const char* path = PBlock.tool.match_file;
-    if (HoldsNoGames(path)) {
+    LineReader reader;
+    const char* why;
+    if (OpenLines(&reader, OpenRegularFile(path, &why)) && HoldsNoGames(&reader)) {
         ShowMessageF("%s holds no games and is left as it is", path);
         return false;
     }
-    if (out->CreateGrowing(path)) { return true; }
+    if (why == nullptr && out->CreateGrowing(path)) { return true; }
     PrintDirect("can't open %s\n", path);
     return false;
 }

@@ -12,8 +12,7 @@ inline constexpr int BOUND_LOWER = 2;  // the node failed high
 inline constexpr int BOUND_EXACT = 3;
 
 // Depths that tell something else than a depth.
-inline constexpr int TT_EMPTY_DEPTH =
-    -50;  // of a slot whose words are 0      // of a slot never written
+inline constexpr int TT_EMPTY_DEPTH = -50;      // of a slot whose words are 0
 inline constexpr int TT_PRESET_DEPTH = -99;     // the caller's preset: no slot found
 inline constexpr int TT_BAD_CHECK_DEPTH = -98;  // the slot's words do not belong together
 inline constexpr int TT_BAD_MOVE_DEPTH = -97;   // its move does not fit the position
@@ -84,7 +83,7 @@ void StoreInTTable(const Position* pos, Move move, int depth, int score, int bou
 // Asks for the cache lines of the bucket of a search key.
 void PrefetchTTable(int side, u64 key);
 // Continues the line of the thread's position, which pv holds from the position's ply on, by the
-// table's moves, up to a draw, a move that is not legal, or MAX_DEPTH. pv must hold PV_SIZE + 2
+// table's moves, up to a draw, a move that is not legal, or MAX_DEPTH. pv must hold PV_SIZE
 // moves. Leaves the position as it found it.
 void RetrievePV(ThreadBlock* tb, Move* pv);
 // Share of the table in use, 0..1; 0 without entries.

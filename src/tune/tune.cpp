@@ -53,23 +53,39 @@ void Narrow(Bracket* b, int trial, double error) {
     }
 }
 
+// What a weight is tuned with.
+struct Tuner {
+    ErrorMeter meter{POSITIONS_NAME};
+    OutFile* log = nullptr;  // nullptr: none
+    void (*look)() =
+        nullptr;  // between passes; nullptr: nobody may end the tuning but by interrupt
+
+    // Asked after a pass.
+    bool EndIsWanted() const {
+        if (look != nullptr) { look(); }
+        return meter.Broken() || EndWanted() || PBlock.control.quit != 0;
+    }
+};
+
 // Searches within +-range of the weight's value for the one that predicts best, prints its path,
-// and writes the result to `log` when there is one. The weight is left as it was. When the user
+// and writes the result to the log when there is one. The weight is left as it was. When the user
 // wants to end the search stops early, without a line in the log.
-void TuneWeight(ErrorMeter* meter, const Weight& weight, int range, OutFile* log) {
+void TuneWeight(Tuner* tuner, const Weight& weight, int range) {
     const char* name = TuningWord(weight);
     i16* field = WordField(weight, &Personality);
     const i16 original = *field;
     range = std::clamp(range, -MAX_RANGE, MAX_RANGE);
     Bracket b = {original, std::max(original - range, INT16_MIN),
-                 std::min(original + range, INT16_MAX), meter->Measure(name, original)};
-    while (!meter->Broken() && b.hi - b.lo > range / WIDTH_DIVISOR + LEAST_WIDTH) {
+                 std::min(original + range, INT16_MAX), tuner->meter.Measure(name, original)};
+    bool ended = tuner->EndIsWanted();
+    while (!ended && b.hi - b.lo > range / WIDTH_DIVISOR + LEAST_WIDTH) {
         ShowBracket(b);
         const int trial = NextTrial(b);
         if (trial == b.best) { break; }
         *field = static_cast<i16>(trial);
-        const double error = meter->Measure(name, trial);
-        if (meter->Broken()) { break; }
+        const double error = tuner->meter.Measure(name, trial);
+        ended = tuner->EndIsWanted();
+        if (ended) { break; }
         PrintDirect("%s= %d, err= %0.5e\n", name, trial, error);
         Narrow(&b, trial, error);
     }
@@ -77,9 +93,9 @@ void TuneWeight(ErrorMeter* meter, const Weight& weight, int range, OutFile* log
     ShowBracket(b);
     *field = original;
     InitEval();
-    if (log != nullptr && !meter->Broken()) {
-        log->Print("%-24s  %4d  %0.5f\n", name, b.best, b.error);
-        [[maybe_unused]] const bool written = log->Flush();  // a fault is told at the end
+    if (tuner->log != nullptr && !ended) {
+        tuner->log->Print("%-24s  %4d  %0.5f\n", name, b.best, b.error);
+        [[maybe_unused]] const bool written = tuner->log->Flush();  // a fault is told at the end
     }
 }
 
@@ -97,15 +113,15 @@ void TuneCommand(const char* name, const char* range) {
     SetTuningFields();
     PrintDirect("tuning %s\n", name);
     if (const Weight* weight = FindTuningWord(name); weight != nullptr) {
-        ErrorMeter meter(POSITIONS_NAME);
+        Tuner tuner;
         const long value = std::strtol(range, nullptr, DECIMAL);
         const long limited = std::clamp(value, -long{MAX_RANGE}, long{MAX_RANGE});
-        TuneWeight(&meter, *weight, static_cast<int>(limited), nullptr);
+        TuneWeight(&tuner, *weight, static_cast<int>(limited));
     }
     PrintDirect("done!\n");
 }
 
-void RunTuneSchedule() {
+void RunTuneSchedule(void (*look)()) {
     OutFile log;
     if (!log.CreateGrowing(LOG_NAME)) {
         ShowMessage(log.Fault().c_str());
@@ -114,10 +130,13 @@ void RunTuneSchedule() {
     }
     SetTuningFields();
     {
-        ErrorMeter meter(POSITIONS_NAME);
+        Tuner tuner;
+        tuner.log = &log;
+        tuner.look = look;
         for (const Weight& weight : AllWeights()) {
-            if (weight.tuning_range == 0 || EndWanted() || !log.Fault().empty()) { continue; }
-            TuneWeight(&meter, weight, weight.tuning_range, &log);
+            if (weight.tuning_range == 0 || !log.Fault().empty()) { continue; }
+            if (EndWanted() || PBlock.control.quit != 0) { break; }
+            TuneWeight(&tuner, weight, weight.tuning_range);
         }
     }
     if (!log.Commit()) {

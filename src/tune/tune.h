@@ -9,5 +9,6 @@
 void TuneCommand(const char* name, const char* range);
 
 // Option "-tune": every weight of the schedule in turn, each with a line in "tune.log", which is
-// created anew. Nothing when it cannot be.
-void RunTuneSchedule();
+// created anew. Nothing when it cannot be. `look` is called between two passes over the positions;
+// when it sets PBlock.control.quit the schedule ends.
+void RunTuneSchedule(void (*look)() = nullptr);

@@ -104,7 +104,7 @@ TEST_F(Tuner, WithoutPositionsTheWeightStays) {
 // Each weight is searched from its default within its range, in a fixed order, and logged.
 TEST_F(Tuner, TheScheduleTakesTheWeightsInTheirOrder) {
     std::ofstream("tune.epd") << "# nothing here\n";
-    const std::string output = OutputOf(RunTuneSchedule);
+    const std::string output = OutputOf([] { RunTuneSchedule(); });
     std::istringstream log(FileContent("tune.log"));
     std::size_t at = 0;
     std::string line;
