@@ -1,57 +1,38 @@
-// Square tables, bit scans and sliding attacks against definitions that walk the board.
+// Square tables, bit scans and sliding attacks against plain definitions.
 #include "board/bitboards.h"
 
-#include <gtest/gtest.h>
+#include <bit>
 
 #include "board/reference.h"
 
 namespace {
 
-Bitboard RandomSet(std::mt19937_64& random) {
-    Bitboard set = random();
-    for (auto thinnings = random() % 3; thinnings > 0; --thinnings) { set &= random(); }
-    return set;
-}
-
-// The single rays show in the attacks further down.
-TEST(Bitboards, SquareTablesHoldTheSetsTheyName) {
+TEST(Bitboards, SquareTablesHoldForEverySquareAndPair) {
     for (int s = 0; s < 64; ++s) {
-        EXPECT_EQ(BB_RookRays[s], Walk(s, rook_steps)) << s;
-        EXPECT_EQ(BB_BishopRays[s], Walk(s, bishop_steps)) << s;
-        EXPECT_EQ(BB_KingRays[s], Walk(s, king_steps, 1)) << s;
-        EXPECT_EQ(BB_KnightRays[s], Walk(s, knight_steps, 1)) << s;
-        for (int side : {WHITE, BLACK}) {
-            EXPECT_EQ(BB_PawnRays[side][s], Walk(s, pawn_steps[side], 1)) << s;
-        }
-        EXPECT_EQ(BB_AdjacentSquares[s], Walk(s, {{-1, 0}, {1, 0}}, 1)) << s;
-        EXPECT_EQ(sq_color[s], (FileOf(s) + RankOf(s)) % 2 == 0 ? 1 : 0) << s;
-        const int i = s % 8;
-        Bitboard files = 0, north = 0, south = 0, span[2] = {};
+        EXPECT_EQ(BB_RookRays[s], AttacksFrom(s, ROOK)) << s;
+        EXPECT_EQ(BB_BishopRays[s], AttacksFrom(s, BISHOP)) << s;
+        EXPECT_EQ(BB_KingRays[s], AttacksFrom(s, KING)) << s;
+        EXPECT_EQ(BB_KnightRays[s], AttacksFrom(s, KNIGHT)) << s;
+        EXPECT_EQ(BB_PawnRays[WHITE][s], AttacksFrom(s, PieceCode(WHITE, PAWN))) << s;
+        EXPECT_EQ(BB_PawnRays[BLACK][s], AttacksFrom(s, PieceCode(BLACK, PAWN))) << s;
+        EXPECT_EQ(sq_color[s], (FileOf(s) + RankOf(s)) % 2 == 0) << s;
         for (int t = 0; t < 64; ++t) {
-            if (FileOf(t) == i - 1 || FileOf(t) == i + 1) { files |= Bit(t); }
-            if (RankOf(t) > i) { north |= Bit(t); }
-            if (RankOf(t) < i) { south |= Bit(t); }
-            if (std::abs(FileOf(t) - i) <= 1 && RankOf(t) != RankOf(s)) {
-                span[RankOf(t) > RankOf(s) ? WHITE : BLACK] |= Bit(t);
-            }
-        }
-        EXPECT_EQ(BB_AdjacentFiles[i], files) << i;
-        EXPECT_EQ(BB_North[i], north) << i;
-        EXPECT_EQ(BB_South[i], south) << i;
-        for (int side : {WHITE, BLACK}) { EXPECT_EQ(BB_PawnSpan[side][s], span[side]) << s; }
-    }
-}
-
-TEST(Bitboards, BetweenAndDistanceHoldForEveryPair) {
-    for (int a = 0; a < 64; ++a) {
-        for (int b = 0; b < 64; ++b) {
+            SCOPED_TRACE(square_name[s] + std::string(square_name[t]));
+            const auto has_t = [t](Bitboard set) { return (set & Bit(t)) != 0; };
+            const int files = std::abs(FileOf(t) - FileOf(s)), ranks = RankOf(t) - RankOf(s);
+            EXPECT_EQ(distance(s, t), std::max(files, std::abs(ranks)));
+            EXPECT_EQ(has_t(BB_AdjacentSquares[s]), files == 1 && ranks == 0);
+            EXPECT_EQ(has_t(BB_AdjacentFiles[FileOf(s)]), files == 1);
+            EXPECT_EQ(has_t(BB_North[RankOf(s)]), ranks > 0);
+            EXPECT_EQ(has_t(BB_South[RankOf(s)]), ranks < 0);
+            EXPECT_EQ(has_t(BB_PawnSpan[WHITE][s]), files <= 1 && ranks > 0);
+            EXPECT_EQ(has_t(BB_PawnSpan[BLACK][s]), files <= 1 && ranks < 0);
             Bitboard between = 0;
-            for (const auto& step : king_steps) {
-                if (Walk(a, {step}) & Bit(b)) { between = Walk(a, {step}, 7, Bit(b)) & ~Bit(b); }
+            for (int line : {ROOK, BISHOP}) {
+                if (!has_t(AttacksFrom(s, line))) { continue; }
+                between = AttacksFrom(s, line, Bit(t)) & AttacksFrom(t, line, Bit(s));
             }
-            EXPECT_EQ(BB_Between[a][b], between) << a << ' ' << b;
-            EXPECT_EQ(distance(a, b),
-                      std::max(std::abs(FileOf(a) - FileOf(b)), std::abs(RankOf(a) - RankOf(b))));
+            EXPECT_EQ(BB_Between[s][t], between);
         }
     }
 }
@@ -59,66 +40,40 @@ TEST(Bitboards, BetweenAndDistanceHoldForEveryPair) {
 TEST(Bitboards, ScansAndCountsAgreeInTableAndProcessorForm) {
     std::mt19937_64 random(1);
     for (int i = 0; i < 64 * 200; ++i) {
-        const int lowest = i % 64;
-        Bitboard b = (RandomSet(random) | 1) << lowest;
-        int highest = 63, count = 0;
-        while (!(b & Bit(highest))) { --highest; }
-        for (int s = 0; s < 64; ++s) { count += (b & Bit(s)) != 0; }
-        for (const auto scan : {GetLSB_1, GetLSB_2, GetLSB}) { ASSERT_EQ(scan(b), lowest); }
-        for (const auto scan : {GetMSB_1, GetMSB_2, GetMSB}) { ASSERT_EQ(scan(b), highest); }
-        for (const auto scan : {CountBits_1, CountBits_2, CountBits}) { ASSERT_EQ(scan(b), count); }
-        const Bitboard rest = b & ~Bit(lowest);
-        ASSERT_EQ(PopLSB(&b), lowest);
-        ASSERT_EQ(b, rest);
+        const int s = i % 64;
+        for (Bitboard b : {(random() & random()) << s | Bit(s), random() >> s | Bit(63 - s)}) {
+            const int lowest = std::countr_zero(b), highest = 63 - std::countl_zero(b);
+            const int count = std::popcount(b);
+            for (const auto scan : {GetLSB_1, GetLSB_2}) { ASSERT_EQ(scan(b), lowest); }
+            for (const auto scan : {GetMSB_1, GetMSB_2}) { ASSERT_EQ(scan(b), highest); }
+            for (const auto scan : {CountBits_1, CountBits_2}) { ASSERT_EQ(scan(b), count); }
+            const Bitboard rest = b & ~Bit(lowest);
+            ASSERT_EQ(PopLSB(&b), lowest);
+            ASSERT_EQ(b, rest);
+        }
     }
     for (const auto scan : {GetLSB_1, GetLSB_2}) { EXPECT_EQ(scan(0), 63); }
-    for (const auto scan : {GetMSB_1, GetMSB_2, CountBits_1, CountBits_2}) {
-        EXPECT_EQ(scan(0), 0);
-    }
+    for (const auto get : {GetMSB_1, GetMSB_2, CountBits_1, CountBits_2}) { EXPECT_EQ(get(0), 0); }
 }
 
-void ExpectSlidingAttacks(int square, Bitboard occupied) {
-    for (const auto attacks : {GenAttacksR, GenAttacksR_2}) {
-        ASSERT_EQ(attacks(square, occupied), Walk(square, rook_steps, 7, occupied)) << square;
-    }
-    for (const auto attacks : {GenAttacksB, GenAttacksB_2}) {
-        ASSERT_EQ(attacks(square, occupied), Walk(square, bishop_steps, 7, occupied)) << square;
-    }
-}
-
-TEST(SlidingAttacks, AgreeWithAWalkForRandomOccupanciesAndEveryBlockerPatternOfSomeSquares) {
-    std::mt19937_64 random(2);
-    for (int s = 0; s < 64; ++s) {
-        for (int i = 0; i < 500; ++i) { ExpectSlidingAttacks(s, RandomSet(random)); }
-    }
-    for (int s : {0, 7, 27, 36, 39, 56, 61, 63}) {
-        for (Bitboard lines : {BB_RookRays[s], BB_BishopRays[s]}) {
-            Bitboard subset = 0;
-            do {
-                ExpectSlidingAttacks(s, subset);
-                subset = (subset - lines) & lines;
-            } while (subset != 0);
-        }
-    }
-}
-
-TEST(AttackTest, AgreesWithWalkedAttacksInRandomPositions) {
+TEST(Bitboards, AttacksAgreeInRandomPositions) {
     ResetEngine();
-    std::mt19937 random(3);
-    for (const std::string& fen : SamplePositions()) {
-        Position* pos = SetGame(fen);
-        Move m = NO_MOVE;
-        for (int ply = 0; ply < 60; ++ply) {
-            for (int side : {WHITE, BLACK}) {
-                const Bitboard attacked = ReferenceAttacked(pos, side);
-                for (int s = 0; s < 64; ++s) {
-                    ASSERT_EQ(SqAtakd(pos, s, side), (attacked & Bit(s)) != 0) << fen << ' ' << s;
-                }
-            }
-            if ((m = RandomMove(pos, random)) == NO_MOVE) { break; }
-            PlayGameMove(pos, m);
+    ForRandomPositions(100, [](const Position* pos) {
+        SCOPED_TRACE(Epd(pos));
+        const Bitboard occupied = Occupied(pos);
+        Bitboard attacked[2] = {};
+        for (int s = 0; s < SQUARE_COUNT; ++s) {
+            ASSERT_EQ(GenAttacksR(s, occupied), AttacksFrom(s, ROOK, occupied)) << s;
+            ASSERT_EQ(GenAttacksR_2(s, occupied), AttacksFrom(s, ROOK, occupied)) << s;
+            ASSERT_EQ(GenAttacksB(s, occupied), AttacksFrom(s, BISHOP, occupied)) << s;
+            ASSERT_EQ(GenAttacksB_2(s, occupied), AttacksFrom(s, BISHOP, occupied)) << s;
+            attacked[PieceColour(pos->board[s])] |= AttacksFrom(s, pos->board[s], occupied);
         }
-    }
+        for (int s = 0; s < SQUARE_COUNT; ++s) {
+            ASSERT_EQ(SqAtakd(pos, s, WHITE), (attacked[WHITE] & Bit(s)) != 0) << s;
+            ASSERT_EQ(SqAtakd(pos, s, BLACK), (attacked[BLACK] & Bit(s)) != 0) << s;
+        }
+    });
 }
 
 }  // namespace

@@ -1,14 +1,11 @@
-// Plain second opinions for the board tests: attacks found by walking square by square, sample
-// positions, and repeatable random moves. Slow and obvious on purpose; nothing here uses the
-// engine's attack tables.
+// Plain second opinions for the board tests: attacks found square by square, rows of tests/data,
+// and repeatable random moves. Slow and obvious on purpose; nothing here uses the engine's attack
+// tables.
 #pragma once
 
 #include <random>
 #include <sstream>
-#include <string>
 #include <string_view>
-#include <utility>
-#include <vector>
 
 #include "board/bitboards.h"
 #include "board/moves.h"
@@ -16,112 +13,87 @@
 #include "frontend/pblock.h"
 #include "support/engine.h"
 
-using Steps = std::vector<std::pair<int, int>>;  // files and ranks
-
-inline const Steps rook_steps = {{0, 1}, {0, -1}, {1, 0}, {-1, 0}};
-inline const Steps bishop_steps = {{-1, 1}, {1, 1}, {1, -1}, {-1, -1}};
-inline const Steps king_steps = {{0, 1},  {0, -1}, {1, 0},  {-1, 0},
-                                 {-1, 1}, {1, 1},  {1, -1}, {-1, -1}};
-inline const Steps knight_steps = {{1, 2},   {2, 1},   {2, -1}, {1, -2},
-                                   {-1, -2}, {-2, -1}, {-2, 1}, {-1, 2}};
-inline const Steps pawn_steps[2] = {{{-1, 1}, {1, 1}}, {{-1, -1}, {1, -1}}};
-
-// Squares reached by up to `length` equal steps in each direction, the first occupied one included.
-inline Bitboard Walk(int square, const Steps& steps, int length = 7, Bitboard occupied = 0) {
-    Bitboard seen = 0;
-    for (const auto& [files, ranks] : steps) {
-        for (int n = 1; n <= length; ++n) {
-            const int file = FileOf(square) + files * n, rank = RankOf(square) + ranks * n;
-            if (file < 0 || file > 7 || rank < 0 || rank > 7) { break; }
-            seen |= Bit(rank * 8 + file);
-            if (occupied & Bit(rank * 8 + file)) { break; }
+// The squares that a piece attacks from `from`.
+inline Bitboard AttacksFrom(int from, int code, Bitboard occupied = 0) {
+    Bitboard attacked = 0;
+    for (int to = 0; to < SQUARE_COUNT; ++to) {
+        const int files = FileOf(to) - FileOf(from), ranks = RankOf(to) - RankOf(from);
+        const int near = std::min(std::abs(files), std::abs(ranks));
+        const int far = std::max(std::abs(files), std::abs(ranks));
+        const bool pawn = near * far == 1 && (ranks > 0) == (PieceColour(code) == WHITE);
+        const bool line = near == 0, diagonal = near == far, leap = near * far == 2;
+        const bool reached[] = {false, pawn, leap, diagonal, line, line || diagonal, far == 1};
+        bool free = far > 0;
+        for (int n = 1; n < far && !leap; ++n) {
+            free = free && !(occupied & Bit(from + n * (to - from) / far));
         }
-    }
-    return seen;
-}
-
-// Everything `side` attacks.
-inline Bitboard ReferenceAttacked(const Position* pos, int side) {
-    const Steps* steps[] = {nullptr,     &pawn_steps[side], &knight_steps, &bishop_steps,
-                            &rook_steps, &king_steps,       &king_steps};
-    Bitboard occupied = 0, attacked = 0;
-    for (int s = 0; s < 64; ++s) {
-        if (pos->board[s]) { occupied |= Bit(s); }
-    }
-    for (int s = 0; s < 64; ++s) {
-        const int type = PieceType(pos->board[s]);
-        if (type == 0 || PieceColour(pos->board[s]) != side) { continue; }
-        const bool slides = type == BISHOP || type == ROOK || type == QUEEN;
-        attacked |= Walk(s, *steps[type], slides ? 7 : 1, occupied);
+        if (free && reached[PieceType(code)]) { attacked |= Bit(to); }
     }
     return attacked;
 }
 
-// Positions rich in castling, en passant, promotions, pins and many pieces of a kind.
-inline const std::vector<std::string>& SamplePositions() {
-    static const std::vector<std::string> samples = [] {
-        std::vector<std::string> fens;
-        for (const auto& row : ReadTable("samples.tsv")) { fens.push_back(row[0]); }
-        return fens;
-    }();
-    return samples;
-}
+using Row = std::vector<std::string>;
 
-// Columns of moves.tsv, the table of generated moves and of what is said of each.
-enum MoveColumn : std::size_t {
-    FEN,
-    INDEX,
-    MOVE,
-    MOVER,
-    CAPTURED,
-    SCORE,
-    LEGAL,
-    CHECK,
-    SAFE,
-    EXCHANGE,
-    COORD,
-};
-
-// Calls check(position, entry, row) for each row of moves.tsv: the position is set up, and the
-// entry is the one of its list that the row describes.
+// Calls check(position, row) for each row of a table, with the position of its first column set up.
 template <typename Check>
-void ForEachMoveOfTable(const Check& check) {
-    std::string fen;
-    for (const std::vector<std::string>& row : ReadTable("moves.tsv")) {
-        if (row[FEN] != fen) { GenerateAll(SetGame(fen = row[FEN])); }
-        Position* pos = game_position;
-        check(pos, pos->sstack[pos->ply].list_start + std::stoi(row[INDEX]), row);
+void ForEachRow(const std::string& table, const Check& check) {
+    for (const Row& row : ReadTable(table)) {
+        SCOPED_TRACE(testing::PrintToString(row));
+        check(SetGame(row[0]), row);
         if (testing::Test::HasFatalFailure()) { return; }
     }
 }
 
+// Positions rich in castling, en passant, promotions, pins and many pieces of a kind.
+inline std::vector<std::string> SamplePositions() {
+    std::vector<std::string> fens;
+    for (const Row& row : ReadTable("samples.tsv")) { fens.push_back(row[0]); }
+    return fens;
+}
+
 // A move without a flag by its coordinates.
 constexpr Move Word(std::string_view text) {
-    return MakeMoveWord(text[0] - 'a' + (text[1] - '1') * 8, text[2] - 'a' + (text[3] - '1') * 8);
+    return MakeMoveWord(SquareOfText(text), SquareOfText(text.substr(2)));
 }
 
 // The moves of the list that GenerateAll leaves at the current ply.
 inline std::vector<MoveEntry> AllMoves(Position* pos) {
     GenerateAll(pos);
-    std::vector<MoveEntry> moves;
-    for (const MoveEntry* e = pos->sstack[pos->ply].list_start; e->move != END_OF_LIST; ++e) {
-        moves.push_back(*e);
-    }
-    return moves;
+    const PlyData* pd = &pos->sstack[pos->ply];
+    return {pd[0].list_start, pd[1].list_start - 1};
 }
 
-inline std::vector<Move> LegalMoves(Position* pos) {
-    std::vector<Move> legal;
-    for (const MoveEntry& e : AllMoves(pos)) {
-        if (MoveIsLegal(pos, pos->side, e.move)) { legal.push_back(e.move); }
-    }
-    return legal;
+// Columns of moves.tsv, the table of generated moves and of what is said of each.
+inline constexpr std::size_t INDEX = 1, MOVE = 2, MOVER = 3, CAPTURED = 4, SCORE = 5, LEGAL = 6,
+                             CHECK = 7, SAFE = 8, EXCHANGE = 9, COORD = 10;
+
+// Calls check(position, entry, row) for each row of moves.tsv, with the entry of the list of moves
+// that it describes.
+template <typename Check>
+void ForEachMoveOfTable(const Check& check) {
+    ForEachRow("moves.tsv", [&check](Position* pos, const Row& row) {
+        const std::vector<MoveEntry> moves = AllMoves(pos);
+        check(pos, &moves.at(std::stoul(row[INDEX])), row);
+    });
 }
 
 // A random legal move, 0 when there is none.
 inline Move RandomMove(Position* pos, std::mt19937& random) {
-    const std::vector<Move> legal = LegalMoves(pos);
-    return legal.empty() ? NO_MOVE : legal[random() % legal.size()];
+    std::vector<MoveEntry> moves = AllMoves(pos);
+    std::erase_if(moves, [=](const MoveEntry& e) { return !MoveIsLegal(pos, pos->side, e.move); });
+    return moves.empty() ? NO_MOVE : moves[random() % moves.size()].move;
+}
+
+// Calls check(position) for each sample and after each move of a random game of `plies` from there.
+template <typename Check>
+void ForRandomPositions(int plies, const Check& check) {
+    std::mt19937 random(3);
+    ForEachRow("samples.tsv", [&](Position* pos, const Row&) {
+        for (int ply = 0; ply <= plies; ++ply) {
+            check(pos);
+            if (const Move m = RandomMove(pos, random)) { PlayGameMove(pos, m); }
+        }
+    });
 }
 
 // A principal variation, from index 1 on, as coordinates.
@@ -133,52 +105,39 @@ inline std::string Line(const Move* pv) {
     return line;
 }
 
-// Takes back the last move or null move.
-inline void TakeBack(Position* pos) {
-    if (pos->undo[pos->hist_count - 1].move == NO_MOVE) {
-        UnmakeNullMove(pos);
-    } else {
-        UnmakeMove(pos);
-    }
-}
-
-// Makes the legal moves of a script of coordinates; "null" passes and "-" takes back.
+// Makes the moves of a script; "null" passes and "-" takes back.
 inline void Play(Position* pos, const std::string& script) {
     std::istringstream words(script);
     for (std::string word; words >> word;) {
-        Move found = NO_MOVE;
-        for (Move m : LegalMoves(pos)) {
-            if (MoveText(m) == word) { found = m; }
-        }
+        const Move m = ReadMove(pos, word).move;
         if (word == "-") {
-            TakeBack(pos);
+            (pos->undo[pos->hist_count - 1].move == NO_MOVE ? UnmakeNullMove : UnmakeMove)(pos);
         } else if (word == "null") {
             MakeNullMove(pos);
-        } else if (found != NO_MOVE) {
-            MakeMove(pos, found);
         } else {
-            ADD_FAILURE() << word << " is not legal";
+            ASSERT_NE(m, NO_MOVE) << word;
+            MakeMove(pos, m);
         }
     }
+}
+
+// The position's text, which must end within its limit.
+inline std::string Epd(const Position* pos) {
+    char text[2 * EPD_FIELDS_SIZE];
+    MakeEPD(pos, text);
+    EXPECT_LT(std::string_view(text).size(), std::size_t{EPD_FIELDS_SIZE});
+    return text;
 }
 
 // The record's content as a text, for comparisons, with or without the order of the piece lists.
 inline std::string Describe(const Position* pos, bool list_order) {
     std::ostringstream text;
-    text << std::string(pos->board, pos->board + 65);
-    for (int c = 0; c < 2; ++c) {
-        for (int t = 0; t < 8; ++t) {
-            text << ' ' << pos->bb[c][t];
-            for (int i = 0; list_order && pos->plist[c][t][i] != NO_SQUARE; ++i) {
-                text << ' ' << int{pos->plist[c][t][i]};
-            }
-        }
-        text << ' ' << pos->sig[c] << ' ' << pos->npm[c];
+    text << Epd(pos) << (PositionIsSound(pos) ? "" : " unsound");
+    text << ' ' << int{pos->fifty} << ' ' << pos->last_move << ' ' << pos->hist_count << ' '
+         << pos->ply;
+    for (int list = 0; list_order && list < 2 * PIECE_TYPES; ++list) {
+        const u8* squares = pos->plist[list / PIECE_TYPES][list % PIECE_TYPES];
+        while (*squares != NO_SQUARE) { text << ' ' << int{*squares++}; }
     }
-    for (int field : {int{pos->side}, int{pos->castle}, int{pos->ep_square}, int{pos->fifty},
-                      int{pos->last_move}, int{pos->hist_count}, int{pos->ply}}) {
-        text << ' ' << field;
-    }
-    text << ' ' << pos->hash << ' ' << pos->pawn_hash;
     return text.str();
 }
