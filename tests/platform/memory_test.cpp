@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 
@@ -12,43 +12,39 @@
 
 namespace {
 
+constexpr std::size_t HUGE_PAGE = std::size_t{2} << 20;
+
 TEST(LargeBlock, IsZeroedAlignedAndWritableToItsEnd) {
-    for (const std::size_t bytes : {std::size_t{1}, std::size_t{5000}, (std::size_t{2} << 20) - 1,
-                                    std::size_t{2} << 20, (std::size_t{7} << 20) + 123}) {
+    for (std::size_t bytes : {std::size_t{1}, HUGE_PAGE - 1, HUGE_PAGE, 3 * HUGE_PAGE + 123}) {
         auto* block = static_cast<unsigned char*>(AllocateLargeBlock(bytes));
         ASSERT_NE(block, nullptr) << bytes;
-        const std::size_t alignment = bytes >= (std::size_t{2} << 20) ? std::size_t{2} << 20 : 64;
-        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % alignment, 0u) << bytes;
-        for (std::size_t i = 0; i < bytes; i += 61) { ASSERT_EQ(block[i], 0) << bytes; }
-        std::memset(block, 0xFF, bytes);
-        ClearLargeBlock(block, bytes);
-        for (std::size_t i = 0; i < bytes; i += 61) { ASSERT_EQ(block[i], 0) << bytes; }
-        block[bytes - 1] = 1;
+        EXPECT_EQ(reinterpret_cast<std::uintptr_t>(block) % 64, 0u) << bytes;
+        for (int round = 0; round < 2; ++round) {
+            EXPECT_EQ(std::count(block, block + bytes, 0), std::ptrdiff_t(bytes)) << round;
+            std::fill(block, block + bytes, 0xFF);
+            ClearLargeBlock(block, bytes);
+        }
         FreeLargeBlock(block, bytes);
     }
     FreeLargeBlock(nullptr, 100);
 }
 
 TEST(LargeBlock, IsRefusedWhenThereIsNoSuchMemory) {
-    EXPECT_EQ(AllocateLargeBlock(std::size_t{1} << 60), nullptr);
-    EXPECT_EQ(AllocateLargeBlock(SIZE_MAX), nullptr);
-    EXPECT_EQ(AllocateLargeBlock(SIZE_MAX - (std::size_t{2} << 20)), nullptr);
+    for (std::size_t bytes : {std::size_t{1} << 60, SIZE_MAX, SIZE_MAX - HUGE_PAGE}) {
+        EXPECT_EQ(AllocateLargeBlock(bytes), nullptr) << bytes;
+    }
 }
 
 TEST(MemoryLimit, IsTheSmallestOfTheControlGroupsThatHoldTheProgram) {
     const ScratchFolder folder;
-    const struct {
-        const char* file;
-        const char* content;
-    } files[] = {{"memory.max", "max\n"},
-                 {"a/memory.max", "5000\n"},
-                 {"a/b/memory.max", "7000\n"},
-                 {"memory/memory.limit_in_bytes", "9000\n"},
-                 {"memory/c/memory.limit_in_bytes", "6000\n"}};
-    for (const char* group : {"tree/a/b", "tree/memory/c"}) {
-        std::filesystem::create_directories(group);
-    }
-    for (const auto& f : files) { std::ofstream(std::string("tree/") + f.file) << f.content; }
+    const char* const files[][2] = {{"memory.max", "max"},
+                                    {"a/memory.max", "5000"},
+                                    {"a/b/memory.max", "7000"},
+                                    {"memory/memory.limit_in_bytes", "9000"},
+                                    {"memory/c/memory.limit_in_bytes", "6000"}};
+    std::filesystem::create_directories("tree/a/b");
+    std::filesystem::create_directories("tree/memory/c");
+    for (const auto& f : files) { std::ofstream(std::string("tree/") + f[0]) << f[1]; }
     const struct {
         const char* membership;
         u64 limit;

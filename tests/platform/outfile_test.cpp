@@ -1,16 +1,11 @@
 // Output files: the old file until the new one is complete, links, failures.
 #include "platform/outfile.h"
 
-#include <gtest/gtest.h>
-
 #include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
-#include <string>
 
 #include <sys/resource.h>
-#include <sys/stat.h>
 
 #include "support/engine.h"
 
@@ -18,99 +13,83 @@ namespace {
 
 namespace fs = std::filesystem;
 
-long FilesHere() { return std::distance(fs::directory_iterator("."), fs::directory_iterator()); }
+// A folder with one file "a.txt", which holds "old".
+class OutFileTest : public testing::Test {
+protected:
+    OutFileTest() { std::ofstream("a.txt") << "old"; }
 
-TEST(OutFile, TakesTheTargetsPlaceOnlyWhenItIsComplete) {
-    const ScratchFolder folder;
-    std::ofstream("a.txt") << "old";
-    chmod("a.txt", 0640);
-    OutFile out;
-    ASSERT_TRUE(out.Create("a.txt"));
-    out.Print("%s %d\n", "new", 7);
-    ASSERT_TRUE(out.Flush());
+    static std::ptrdiff_t FilesHere() { return std::distance(fs::directory_iterator("."), {}); }
+
+    const ScratchFolder folder_;
+    OutFile out_;
+};
+
+TEST_F(OutFileTest, TakesTheTargetsPlaceOnlyWhenItIsComplete) {
+    fs::permissions("a.txt", fs::perms{0640});
+    ASSERT_TRUE(out_.Create("a.txt"));
+    out_.Print("%s %d\n", "new", 7);
+    ASSERT_TRUE(out_.Flush());
     EXPECT_EQ(FileContent("a.txt"), "old");
-    ASSERT_TRUE(out.Commit());
+    ASSERT_TRUE(out_.Commit());
     EXPECT_EQ(FileContent("a.txt"), "new 7\n");
-    struct stat about = {};
-    stat("a.txt", &about);
-    EXPECT_EQ(about.st_mode & 0777, 0640u);
+    EXPECT_EQ(fs::status("a.txt").permissions(), fs::perms{0640});
 
-    ASSERT_TRUE(out.Create("a.txt"));
-    out.Write(std::string(200'000, 'x'));
-    out.Abandon();
+    ASSERT_TRUE(out_.Create("a.txt"));
+    out_.Write(std::string(200'000, 'x'));
+    out_.Abandon();
     EXPECT_EQ(FileContent("a.txt"), "new 7\n");
     EXPECT_EQ(FilesHere(), 1) << "nothing is left of an abandoned output";
 }
 
-TEST(OutFile, GrowsInSightUnderTheTargetsName) {
-    const ScratchFolder folder;
-    std::ofstream("games.pgn") << "old";
-    std::ifstream reader("games.pgn");
-    OutFile out;
-    ASSERT_TRUE(out.CreateGrowing("games.pgn"));
-    EXPECT_EQ(FileContent("games.pgn"), "");
-    out.Write("one\n");
-    ASSERT_TRUE(out.Flush());
-    EXPECT_EQ(FileContent("games.pgn"), "one\n");
-    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(reader), {}), "old")
-        << "who reads the old file goes on reading it";
-    out.Write("two\n");
-    ASSERT_TRUE(out.Commit());
-    EXPECT_EQ(FileContent("games.pgn"), "one\ntwo\n");
+TEST_F(OutFileTest, GrowsInSightUnderTheTargetsName) {
+    std::ifstream reader("a.txt");
+    ASSERT_TRUE(out_.CreateGrowing("a.txt"));
+    EXPECT_EQ(FileContent("a.txt"), "");
+    out_.Write("one\n");
+    ASSERT_TRUE(out_.Flush());
+    EXPECT_EQ(FileContent("a.txt"), "one\n");
+    EXPECT_EQ(reader.get(), 'o') << "who reads the old file goes on reading it";
+    out_.Write("two\n");
+    ASSERT_TRUE(out_.Commit());
+    EXPECT_EQ(FileContent("a.txt"), "one\ntwo\n");
     EXPECT_EQ(FilesHere(), 1);
 }
 
-TEST(OutFile, IsNotWrittenThroughLinksNorOverWhatIsNoFile) {
-    const ScratchFolder folder;
-    std::ofstream("precious.txt") << "precious";
-    fs::create_symlink("precious.txt", "link");
-    OutFile out;
-    ASSERT_TRUE(out.CreateGrowing("link"));
-    out.Write("new");
-    ASSERT_TRUE(out.Commit());
-    EXPECT_EQ(FileContent("precious.txt"), "precious");
+TEST_F(OutFileTest, IsNotWrittenThroughLinksNorOverWhatIsNoFile) {
+    fs::create_symlink("a.txt", "link");
+    ASSERT_TRUE(out_.CreateGrowing("link"));
+    out_.Write("new");
+    ASSERT_TRUE(out_.Commit());
+    EXPECT_EQ(FileContent("a.txt"), "old");
     EXPECT_EQ(FileContent("link"), "new");
-    EXPECT_FALSE(fs::is_symlink("link"));
 
-    fs::create_directory("folder");
-    mkfifo("pipe", 0600);
-    const char* const why[][2] = {{"folder", "cannot write folder: Is a directory"},
-                                  {"pipe", "cannot write pipe: not a regular file"},
-                                  {"/dev/null", "cannot write /dev/null: not a regular file"},
-                                  {"no/such", "cannot write no/such: No such file or directory"}};
-    for (const auto& [target, fault] : why) {
-        EXPECT_FALSE(out.Create(target));
-        EXPECT_EQ(out.Fault(), fault);
-        EXPECT_FALSE(out.CreateGrowing(target));
+    for (const auto& [target, why] : {std::pair{".", "Is a directory"},
+                                      {"/dev/null", "not a regular file"},
+                                      {"no/such", "No such file or directory"}}) {
+        EXPECT_FALSE(out_.Create(target));
+        EXPECT_EQ(out_.Fault(), std::string("cannot write ") + target + ": " + why);
+        EXPECT_FALSE(out_.CreateGrowing(target));
     }
 }
 
-TEST(OutFile, FailureKeepsTheOldFileAndNamesTheCause) {
-    const ScratchFolder folder;
-    std::ofstream("a.txt") << "old";
-    const auto before = std::signal(SIGXFSZ, SIG_IGN);
+TEST_F(OutFileTest, FailureKeepsTheOldFileAndNamesTheCause) {
+    std::signal(SIGXFSZ, SIG_IGN);
     rlimit limit = {};
     getrlimit(RLIMIT_FSIZE, &limit);
     const rlimit small = {1000, limit.rlim_max};
     setrlimit(RLIMIT_FSIZE, &small);
-    OutFile whole, growing;
-    ASSERT_TRUE(whole.Create("a.txt"));
-    ASSERT_TRUE(growing.CreateGrowing("b.txt"));
-    whole.Write(std::string(5000, 'x'));
-    growing.Write(std::string(600, 'x'));
-    EXPECT_TRUE(growing.Flush());
-    growing.Write(std::string(600, 'y'));
-    EXPECT_FALSE(growing.Flush());
-    growing.Write("more");
-    EXPECT_FALSE(growing.Commit());
-    EXPECT_FALSE(whole.Commit());
+    for (const bool grows : {false, true}) {
+        ASSERT_TRUE(grows ? out_.CreateGrowing("a.txt") : out_.Create("a.txt"));
+        out_.Write(std::string(600, 'x'));
+        EXPECT_TRUE(out_.Flush());
+        out_.Write(std::string(600, 'y'));
+        EXPECT_FALSE(out_.Flush());
+        EXPECT_FALSE(out_.Commit());
+        EXPECT_EQ(out_.Fault(), "cannot write a.txt: File too large");
+        EXPECT_EQ(FileContent("a.txt").size(), grows ? 1000u : 3u);
+        EXPECT_EQ(FilesHere(), 1);
+    }
     setrlimit(RLIMIT_FSIZE, &limit);
-    std::signal(SIGXFSZ, before);
-    EXPECT_EQ(whole.Fault(), "cannot write a.txt: File too large");
-    EXPECT_EQ(growing.Fault(), "cannot write b.txt: File too large");
-    EXPECT_EQ(FileContent("a.txt"), "old");
-    EXPECT_EQ(FileContent("b.txt").size(), 1000u);
-    EXPECT_EQ(FilesHere(), 2);
 }
 
 }  // namespace

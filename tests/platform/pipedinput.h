@@ -3,34 +3,29 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
+#include <string_view>
+#include <utility>
 
 #include <unistd.h>
 
 class PipedInput : public testing::Test {
 protected:
-    void SetUp() override {
-        int ends[2];
-        ASSERT_EQ(pipe(ends), 0);
-        before_ = dup(STDIN_FILENO);
-        dup2(ends[0], STDIN_FILENO);
-        close(ends[0]);
-        writer_ = ends[1];
+    PipedInput() {
+        EXPECT_EQ(pipe(ends_), 0);
+        dup2(ends_[0], STDIN_FILENO);
+        close(ends_[0]);
     }
-    void TearDown() override {
+    ~PipedInput() override {
         Close();
         dup2(before_, STDIN_FILENO);
         close(before_);
     }
-    void Write(const std::string& text) {
-        ASSERT_EQ(write(writer_, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    void Write(std::string_view text) {
+        EXPECT_EQ(write(ends_[1], text.data(), text.size()), std::ssize(text));
     }
-    void Close() {
-        if (writer_ >= 0) { close(writer_); }
-        writer_ = -1;
-    }
+    void Close() { close(std::exchange(ends_[1], -1)); }
 
 private:
-    int before_ = -1;
-    int writer_ = -1;
+    int before_ = dup(STDIN_FILENO);
+    int ends_[2];
 };
