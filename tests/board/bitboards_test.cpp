@@ -43,10 +43,9 @@ TEST(Bitboards, ScansAndCountsAgreeInTableAndProcessorForm) {
         const int s = i % 64;
         for (Bitboard b : {(random() & random()) << s | Bit(s), random() >> s | Bit(63 - s)}) {
             const int lowest = std::countr_zero(b), highest = 63 - std::countl_zero(b);
-            const int count = std::popcount(b);
             for (const auto scan : {GetLSB_1, GetLSB_2}) { ASSERT_EQ(scan(b), lowest); }
             for (const auto scan : {GetMSB_1, GetMSB_2}) { ASSERT_EQ(scan(b), highest); }
-            for (const auto scan : {CountBits_1, CountBits_2}) { ASSERT_EQ(scan(b), count); }
+            for (const auto n : {CountBits_1, CountBits_2}) { ASSERT_EQ(n(b), std::popcount(b)); }
             const Bitboard rest = b & ~Bit(lowest);
             ASSERT_EQ(PopLSB(&b), lowest);
             ASSERT_EQ(b, rest);

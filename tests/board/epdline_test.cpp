@@ -11,11 +11,10 @@ TEST(EpdLine, UsableLinesOfAFileAreTakenApart) {
     const ScratchFolder folder;
     const std::vector<Row> rows = ReadTable("epdlines.tsv");
     const std::string board = "4k3/8/8/8/8/8/8/4KQ2 w - -";
-    std::ofstream file("file", std::ios::binary);
     // Parts of the first line after its first would pass for positions.
-    file << board << ' ' << std::string(2 * LINE_BUFFER_SIZE, 'x') << board << '\n';
-    for (const Row& row : rows) { file << row[0] << "\r\n"; }
-    file.close();
+    std::string text = board + ' ' + std::string(2 * LINE_BUFFER_SIZE, 'x') + board + '\n';
+    for (const Row& row : rows) { text += row[0] + "\r\n"; }
+    std::ofstream("file", std::ios::binary) << text;
     LineReader reader;
     ASSERT_TRUE(OpenLines(&reader, "file"));
     std::string line;

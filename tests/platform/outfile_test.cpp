@@ -27,17 +27,18 @@ protected:
 TEST_F(OutFileTest, TakesTheTargetsPlaceOnlyWhenItIsComplete) {
     fs::permissions("a.txt", fs::perms{0640});
     ASSERT_TRUE(out_.Create("a.txt"));
-    out_.Print("%s %d\n", "new", 7);
+    const std::string text(1000, 'n');
+    out_.Print("%s %d\n", text.c_str(), 7);
     ASSERT_TRUE(out_.Flush());
     EXPECT_EQ(FileContent("a.txt"), "old");
     ASSERT_TRUE(out_.Commit());
-    EXPECT_EQ(FileContent("a.txt"), "new 7\n");
+    EXPECT_EQ(FileContent("a.txt"), text + " 7\n");
     EXPECT_EQ(fs::status("a.txt").permissions(), fs::perms{0640});
 
     ASSERT_TRUE(out_.Create("a.txt"));
     out_.Write(std::string(200'000, 'x'));
     out_.Abandon();
-    EXPECT_EQ(FileContent("a.txt"), "new 7\n");
+    EXPECT_EQ(FileContent("a.txt"), text + " 7\n");
     EXPECT_EQ(FilesHere(), 1) << "nothing is left of an abandoned output";
 }
 

@@ -31,7 +31,7 @@ bool WriteMuch(int flags) {
     constexpr std::size_t size = 300'000;
     std::size_t got = 0;
     std::thread reader([&got, handle = PipeOutput(flags)] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        std::this_thread::sleep_for(std::chrono::milliseconds(250));
         char bytes[4096];
         ssize_t n = 0;
         while ((n = read(handle, bytes, sizeof bytes)) > 0) { got += static_cast<std::size_t>(n); }
