@@ -1,30 +1,17 @@
 // Time management: targets, the rules that end a search, the branching factor.
+#include <algorithm>
+#include <tuple>
+
 #include "eval/personality.h"
+#include "platform/clock.h"
 #include "search/searching.h"
 
 namespace {
 
+constexpr Move e2e4 = Word("e2e4");
+
 class TimeTest : public SearchingTest {
 protected:
-    void SetUp() override {
-        SearchingTest::SetUp();
-        PBlock.control.start_request = SEARCH_THINK;
-    }
-
-    // A search that stands at iteration `depth` and published e2e4 with a score of 50; its clocks
-    // are far from any limit.
-    static void Pretend(int depth) {
-        InitSearch();
-        GetElapsedTime(1);
-        PBlock.time.clock[WHITE] = PBlock.time.clock[BLACK] = 1000.0;
-        PBlock.time.target_time = 500.0;
-        PretendResult(50, depth, 1);
-        ThreadBlock* tb = ThreadData[1];
-        tb->iteration_depth = static_cast<i8>(depth);
-        tb->root_move = tb->pv[1] = e2e4;
-        tb->running_score = tb->best_score_by_depth[depth - 1] = 50;
-    }
-
     static void PretendResult(int score, int depth, int change_depth) {
         ResultSnapshot result;
         result.score = score;
@@ -33,31 +20,13 @@ protected:
         result.pv[1] = e2e4;
         PBlock.result.PublishSnapshot(result);
     }
-
-    static int StopAfterPoll() {
-        PBlock.control.stop = STOP_NONE;
-        SearchTimeout();
-        return PBlock.control.stop;
-    }
-
-    // The instability percentage behind SearchTimeout's limit. With 1000 s on the clock each
-    // percent adds 10 s, so a target of -10p-5 s ends the search exactly when the percentage is at
-    // most p.
-    static int Instability() {
-        for (int p = 0; p <= 20; ++p) {
-            PBlock.time.target_time = -10.0 * p - 5.0;
-            if (StopAfterPoll() != STOP_NONE) { return p; }
-        }
-        return -1;
-    }
-
-    static constexpr Move e2e4 = Word("e2e4");
 };
 
 TEST_F(TimeTest, TargetsAgreeWithTheTable) {
-    int line = 0;
+    int side = WHITE;
     for (const auto& row : ReadTable("times.tsv")) {
-        const int side = ++line % 2;
+        SCOPED_TRACE(testing::PrintToString(row));
+        side ^= 1;
         PBlock.time.clock[side] = std::stod(row[0]);
         PBlock.time.base_time = std::stod(row[1]);
         PBlock.time.increment = std::stod(row[2]);
@@ -66,8 +35,8 @@ TEST_F(TimeTest, TargetsAgreeWithTheTable) {
         PBlock.options.ponder = static_cast<u16>(std::stoi(row[6]));
         PBlock.options.protocol = static_cast<u16>(row[7] == "1" ? PROTOCOL_UCI : PROTOCOL_CONSOLE);
         SetTargetTime(side, std::stoi(row[5]));
-        EXPECT_NEAR(PBlock.time.target_time, std::stod(row[8]), 1e-9) << "line " << line;
-        EXPECT_EQ(PBlock.time.moves_to_go, std::stoi(row[9])) << "line " << line;
+        EXPECT_NEAR(PBlock.time.target_time, std::stod(row[8]), 1e-9);
+        EXPECT_EQ(PBlock.time.moves_to_go, std::stoi(row[9]));
     }
 }
 
@@ -77,8 +46,7 @@ TEST_F(TimeTest, NewSearchStartsFromClearedFields) {
     PretendResult(50, 40, 1);
     tb->root_status = ROOT_ABANDONED;
     Personality.draw_score = 12;
-    PBlock.time.moves_per_control = 1;
-    PBlock.time.base_time = 2.0;
+    PBlock.time.SetTimePerMove(2.0);
     PlayGameMove(game_position, e2e4);
     InitSearch();
     EXPECT_EQ(PBlock.time.target_time, 2.0);
@@ -92,72 +60,49 @@ TEST_F(TimeTest, NewSearchStartsFromClearedFields) {
     EXPECT_TRUE(PositionIsSound(&tb->pos));
 }
 
-// The last column is how long the command loop may sleep before it looks at the time.
-TEST_F(TimeTest, LimitsEndTheSearchOnlyFromDepthTwoAndNotWhilePondering) {
-    for (const auto& row : ReadTable("limits.tsv")) {
-        Pretend(2);
-        PBlock.control.search_state = static_cast<u8>(std::stoi(row[0]));
-        PretendResult(50, std::stoi(row[1]), 1);
-        PBlock.time.target_time = std::stod(row[2]);
-        PBlock.time.clock[WHITE] = std::stod(row[3]);
-        PBlock.time.moves_per_control = static_cast<u8>(std::stoi(row[4]));
-        PBlock.options.comm_overhead = std::stod(row[5]);
-        PBlock.progress.easy_move = static_cast<u8>(std::stoi(row[6]));
-        EXPECT_DOUBLE_EQ(SecondsToTimeout(), std::stod(row[8])) << testing::PrintToString(row);
-        EXPECT_EQ(std::to_string(StopAfterPoll()), row[7]) << testing::PrintToString(row);
-    }
-    // A clear best move is played after half its time; an order to quit stays one.
-    Pretend(8);
-    PBlock.progress.easy_move = 2;
-    PBlock.options.comm_overhead = -1000.0;
-    while (PBlock.time.elapsed <= 0.02) { GetElapsedTime(0); }
-    PBlock.time.target_time = 0.039;
-    EXPECT_EQ(StopAfterPoll(), STOP_FINISH);
-    PBlock.control.stop = STOP_QUIT;
-    SearchTimeout();
-    EXPECT_EQ(PBlock.control.stop, STOP_QUIT);
-}
-
-TEST_F(TimeTest, InstabilityStretchesTheTarget) {
+// Slot 1 prefers e2e4, slot 2 d2d4. 1 % of the clock, which the instability of the result adds, is
+// 10 s in its rows. The last column is how long the command loop may sleep before it looks again.
+TEST_F(TimeTest, SearchEndsByItsLimitAndTheInstabilityOfItsResult) {
     PBlock.options.threads = 2;
     ASSERT_NE(NewThreadBlock(2), nullptr);
-    ThreadBlock* main = ThreadData[1];
-    ThreadBlock* other = ThreadData[2];
-    Pretend(8);
-    main->root_status = ROOT_FIRST_FAILS_LOW;
-    main->running_score = 20;
-    EXPECT_EQ(Instability(), 0) << "too early to judge";
-    while (PBlock.time.elapsed <= 0.02) { GetElapsedTime(0); }
-    EXPECT_EQ(Instability(), 15);
-    main->running_score = 50;
-    EXPECT_EQ(Instability(), 0);
-
-    // The score against the last iteration's, in steps of |previous| / 16 + 15; a change of the
-    // move late in the search; another thread that prefers another move.
-    main->root_status = ROOT_NORMAL;
-    other->root_move = other->pv[1] = Word("d2d4");
-    for (const auto& row : ReadTable("instability.tsv")) {
-        main->best_score_by_depth[7] = static_cast<i16>(std::stoi(row[0]));
-        main->running_score = static_cast<i16>(std::stoi(row[1]));
-        PretendResult(main->running_score, 8, std::stoi(row[2]));
-        other->iteration_depth = static_cast<i8>(std::stoi(row[3]));
-        other->running_score = static_cast<i16>(std::stoi(row[4]));
-        other->root_status = static_cast<u8>(std::stoi(row[5]));
-        EXPECT_EQ(std::to_string(Instability()), row[6]) << testing::PrintToString(row);
+    ThreadBlock *main = ThreadData[1], *other = ThreadData[2];
+    for (const auto& row : ReadTable("stops.tsv")) {
+        SCOPED_TRACE(testing::PrintToString(row));
+        InitSearch();
+        PBlock.control.search_state = static_cast<u8>(std::stoi(row[0]));
+        PBlock.time.start_time = MonotonicSeconds() - std::stoi(row[2]);
+        PBlock.time.target_time = std::stoi(row[3]);
+        PBlock.time.clock[WHITE] = std::stod(row[4]);
+        PBlock.time.moves_per_control = static_cast<u8>(std::stoi(row[5]));
+        PBlock.options.comm_overhead = std::stod(row[6]);
+        PBlock.progress.easy_move = static_cast<u8>(std::stoi(row[7]));
+        PretendResult(std::stoi(row[9]), std::stoi(row[1]), std::stoi(row[10]));
+        main->best_score_by_depth[7] = static_cast<i16>(std::stoi(row[8]));
+        main->root_move = e2e4;
+        main->iteration_depth = 8;
+        main->running_score = static_cast<i16>(std::stoi(row[11]));
+        main->root_status = static_cast<u8>(std::stoi(row[12]));
+        other->root_move = Word("d2d4");
+        other->iteration_depth = static_cast<i8>(std::stoi(row[13]));
+        other->running_score = static_cast<i16>(std::stoi(row[14]));
+        other->root_status = static_cast<u8>(std::stoi(row[15]));
+        const double wait = SecondsToTimeout();
+        SearchTimeout();
+        EXPECT_EQ(PBlock.control.stop, std::stoi(row[16]));
+        EXPECT_DOUBLE_EQ(wait, std::stod(row[17]));
     }
 }
 
 TEST_F(TimeTest, BranchingFactorSpansFourIterations) {
     ThreadBlock* tb = ThreadData[1];
+    std::fill_n(tb->nodes_by_depth, 9, u64{1});
     tb->nodes_by_depth[8] = 81000;
-    tb->nodes_by_depth[4] = 1000;
-    tb->nodes_by_depth[5] = tb->nodes_by_depth[1] = 1;
-    PBlock.progress.completed_depth = 8;
-    EXPECT_DOUBLE_EQ(EffectiveBranchingFactor(), 3.0);
-    tb->nodes_by_depth[4] = 0;
-    EXPECT_EQ(EffectiveBranchingFactor(), 2.0);
-    PBlock.progress.completed_depth = 5;
-    EXPECT_EQ(EffectiveBranchingFactor(), 2.0);
+    for (const auto& [completed, earlier, factor] :
+         {std::tuple(8, 1000, 3.0), std::tuple(8, 0, 2.0), std::tuple(5, 1000, 2.0)}) {
+        PBlock.progress.completed_depth = static_cast<i8>(completed);
+        tb->nodes_by_depth[4] = static_cast<u64>(earlier);
+        EXPECT_DOUBLE_EQ(EffectiveBranchingFactor(), factor);
+    }
 }
 
 }  // namespace

@@ -30,19 +30,19 @@ TTSlot* Bucket(const Position& pos) {
 
 class TTableTest : public SearchingTest {
 protected:
-    void SetUp() override {
-        SearchingTest::SetUp();
-        pos_ = *SetGame(fen_opn);
-    }
-
-    // The start position with another upper key half: same bucket, another entry.
-    Position Rival(u64 n) const {
-        Position rival = pos_;
-        rival.hash ^= n << 32;
+    // The start position with another upper key half, unless `n` is 0: same bucket, another entry.
+    static Position Rival(int n) {
+        Position rival = *game_position;
+        rival.hash ^= static_cast<u64>(n) << 32;
         return rival;
     }
 
-    Position pos_;
+    static void Resize(int mb) {
+        PBlock.options.hash_mb = static_cast<u16>(mb);
+        ASSERT_EQ(InitTTable(), 0);
+    }
+
+    const Position pos_ = Rival(0);
 };
 
 TEST_F(TTableTest, EntryComesBackAsStored) {
@@ -53,8 +53,7 @@ TEST_F(TTableTest, EntryComesBackAsStored) {
     EXPECT_EQ(std::tuple(found.move, found.score, found.bound, found.depth),
               std::tuple(e2e4, -33, BOUND_LOWER, 5));
     EXPECT_EQ(Bucket(pos_)->data >> 48, 9u) << "a probe renews the age";
-    Store(pos_, e2e4, 6);
-    EXPECT_DOUBLE_EQ(HashFill(), 1.0 / 65536) << "the same slot again";
+    EXPECT_DOUBLE_EQ(HashFill(), 1.0 / 65536);
     ClearTTable();
     EXPECT_EQ(Probe(pos_).depth, TT_PRESET_DEPTH);
     EXPECT_EQ(Probe(pos_).move, NO_MOVE);
@@ -63,94 +62,62 @@ TEST_F(TTableTest, EntryComesBackAsStored) {
 
 TEST_F(TTableTest, BothSidesAddressTheWholeOfTablesOfAnySize) {
     for (int mb : {1, 3, 5, 16}) {
-        PBlock.options.hash_mb = static_cast<u16>(mb);
-        ASSERT_EQ(InitTTable(), 0);
+        Resize(mb);
         const u64 entries = hash_table.entries, mask = hash_table.mask;
         EXPECT_EQ(entries, u64(mb) * 65536);
-        for (int side : {WHITE, BLACK}) {
-            ClearTTable();
-            Position p = pos_;
-            p.side = static_cast<u8>(side);
-            for (u64 low : {u64{0}, mask, mask / 2, u64{0xFFFFFFFF}}) {
+        for (u64 low : {u64{0}, mask, mask / 2, u64{0xFFFFFFFF}}) {
+            for (int side : {WHITE, BLACK}) {
+                Position p = pos_;
+                p.side = static_cast<u8>(side);
                 p.hash ^= (SearchKey(&p) & 0xFFFFFFFFu) ^ low;
                 ASSERT_GE(Bucket(p), hash_table.slots);
-                ASSERT_LE(Bucket(p) + 4, hash_table.slots + entries / 16 * 16 + 32);
+                ASSERT_LE(Bucket(p) + 4, hash_table.slots + entries + 32);
                 Store(p, side == WHITE ? e2e4 : Word("e7e5"), 3);
                 EXPECT_EQ(Probe(p).depth, 3);
-                Position other_side = p, other_rights = p;
-                other_side.side ^= 1;
-                other_rights.castle ^= 1;
-                EXPECT_LT(Probe(other_side).depth, TT_HIT_DEPTH);
-                EXPECT_LT(Probe(other_rights).depth, TT_HIT_DEPTH);
+                p.castle ^= 1;
+                EXPECT_LT(Probe(p).depth, TT_HIT_DEPTH) << "other rights";
             }
         }
     }
 }
 
-TEST_F(TTableTest, FullBucketGivesUpItsOldestThenShallowestThenFirstSlot) {
+// Within a bucket its own slot, then the oldest, the shallowest, the first one; but a much
+// shallower result of the same search replaces no deep one.
+TEST_F(TTableTest, StoresReplaceWhatIsWorthLeast) {
     for (const auto& row : ReadTable("replacement.tsv")) {
         ClearTTable();
-        std::istringstream ages(row[0]), depths(row[1]);
-        for (u64 i = 0; i < 4; ++i) {
-            int depth = 0;
-            ages >> PBlock.root.tt_age;
-            depths >> depth;
-            Store(Rival(i + 1), e2e4, depth);
+        PBlock.progress.iteration_depth = static_cast<i8>(std::stoi(row[1]));
+        std::istringstream stores(row[0]);
+        char slash = 0;
+        for (int key = 0, depth = 0;
+             stores >> key >> slash >> PBlock.root.tt_age >> slash >> depth;) {
+            Store(Rival(key), e2e4, depth);
         }
-        PBlock.root.tt_age = 100;
-        Store(pos_, e2e4, 12);
-        EXPECT_EQ(hash_table.used, 4u);
-        EXPECT_EQ(Probe(pos_).depth, 12);
-        std::string replaced;
-        for (u64 i = 0; i < 4; ++i) {
-            if (Probe(Rival(i + 1)).depth == TT_PRESET_DEPTH) { replaced += std::to_string(i); }
+        std::istringstream expected(row[2]);
+        for (int key = 0, depth = 0; expected >> depth; ++key) {
+            EXPECT_EQ(Probe(Rival(key)).depth, depth) << key << " after " << row[0];
         }
-        EXPECT_EQ(replaced, row[2]) << row[0] << ", " << row[1];
-    }
-}
-
-TEST_F(TTableTest, ShallowResultsDoNotReplaceDeepOnesOfTheSameSearch) {
-    for (const auto& row : ReadTable("same_search.tsv")) {
-        ClearTTable();
-        PBlock.progress.iteration_depth = static_cast<i8>(std::stoi(row[3]));
-        PBlock.root.tt_age = static_cast<i16>(std::stoi(row[1]));
-        Store(pos_, e2e4, std::stoi(row[0]));
-        PBlock.root.tt_age = 5;
-        Store(pos_, e2e4, std::stoi(row[2]));
-        EXPECT_EQ(Probe(pos_).depth, std::stoi(row[4])) << testing::PrintToString(row);
+        EXPECT_EQ(std::to_string(hash_table.used), row[3]) << row[0];
     }
 }
 
 TEST_F(TTableTest, DamagedAndImplausibleEntriesAreMisses) {
-    const struct {
-        const char* move;
-        u64 damage;  // bits of the slot's first word to turn over
-        int depth;
-    } cases[] = {{"e2e4", 0, 5},
-                 {"e2e4", u64{1} << 16, TT_BAD_CHECK_DEPTH},  // the score
-                 {"e4e5", 0, TT_BAD_MOVE_DEPTH},              // from an empty square
-                 {"e7e5", 0, TT_BAD_MOVE_DEPTH},              // an enemy's move
-                 {"a1a2", 0, TT_BAD_MOVE_DEPTH}};             // onto an own piece
-    for (const auto& c : cases) {
+    for (const auto& row : ReadTable("damaged_entries.tsv")) {
         ClearTTable();
-        Store(pos_, Word(c.move), 5);
-        Bucket(pos_)->data ^= c.damage;
-        EXPECT_EQ(Probe(pos_).depth, c.depth) << c.move;
+        Store(pos_, Word(row[0]), 5);
+        Bucket(pos_)->data ^= std::stoull(row[1], nullptr, 16);
+        Bucket(pos_)->keys ^= std::stoull(row[2], nullptr, 16);
+        EXPECT_EQ(std::to_string(Probe(pos_).depth), row[3]) << testing::PrintToString(row);
     }
-    Position other = pos_;
-    other.hash ^= u64{1} << 20;  // same bucket and same upper key half
-    EXPECT_EQ(Probe(other).depth, TT_BAD_CHECK_DEPTH);
 }
 
 TEST_F(TTableTest, ATableThatIsOffOrEmptyNeitherStoresNorFindsAndComesBack) {
     for (int mb : {1, 0, 2}) {
-        PBlock.options.hash_mb = static_cast<u16>(mb);
-        ASSERT_EQ(InitTTable(), 0);
-        for (int mode : {2, 0, 2}) {
+        Resize(mb);
+        for (int mode : {2, 0, 3}) {
             PBlock.options.hash_mode = static_cast<u8>(mode);
-            const Position rival = Rival(static_cast<u64>(mode + 1));
-            Store(rival, e2e4, 5);
-            EXPECT_EQ(Probe(rival).depth, mode != 0 && mb != 0 ? 5 : TT_PRESET_DEPTH) << mb << mode;
+            Store(Rival(mode), e2e4, 5);
+            EXPECT_EQ(Probe(Rival(mode)).depth, mode != 0 && mb != 0 ? 5 : TT_PRESET_DEPTH);
         }
         EXPECT_EQ(HashFill() > 0, mb != 0);
     }
@@ -165,40 +132,27 @@ TEST_F(TTableTest, MemoryThatCannotBeHadIsReported) {
         EXPECT_EQ(InitTTable(), -1);
         EXPECT_EQ(hash_table.slots, nullptr);
     }
-    PBlock.options.hash_mb = 1;
-    EXPECT_EQ(InitTTable(), 0);
-    Store(pos_, e2e4, 5);
-    EXPECT_EQ(Probe(pos_).depth, 5);
+    Resize(1);
 }
 #endif
 
-// The first line's last entry is too shallow to be part of it; the second one ends where the
-// position repeats; the others where more than a hundred plies are reversible, but not before the
-// third.
+// A result that is too shallow is no part of a line; it ends where the position repeats, and where
+// more than a hundred plies are reversible, but not before the third.
 TEST_F(TTableTest, LineIsReadBackToItsEndOrADraw) {
-    Position* pos = game_position;
-    const std::string before = Describe(pos, true);
-    const struct {
-        std::string stored;
-        int last_depth, fifty;
-        std::string found;
-    } cases[] = {{"e2e4 e7e5 g1f3", 0, 0, "e2e4 e7e5"},
-                 {"g1f3 g8f6 f3g1 f6g8", 10, 0, "g1f3 g8f6 f3g1 f6g8"},
-                 {"g1f3 g8f6 b1c3 b8c6 f3g5", 10, 97, "g1f3 g8f6 b1c3 b8c6"},
-                 {"g1f3 g8f6 b1c3 b8c6 f3g5", 10, 98, "g1f3 g8f6 b1c3"},
-                 {"g1f3 g8f6 b1c3 b8c6 f3g5", 10, 110, "g1f3 g8f6"}};
-    for (const auto& c : cases) {
+    const std::string before = Describe(game_position, true);
+    for (const auto& row : ReadTable("table_lines.tsv")) {
         ClearTTable();
-        pos->fifty = static_cast<u8>(c.fifty);
-        std::istringstream words(c.stored);
+        Position* pos = game_position;
+        pos->fifty = static_cast<u8>(std::stoi(row[2]));
+        std::istringstream words(row[0]);
         for (std::string word; words >> word;) {
-            Store(*pos, Word(word), words.eof() ? c.last_depth : 10);
+            Store(*pos, Word(word), words.eof() ? std::stoi(row[1]) : 10);
             MakeMove(pos, Word(word));
         }
         while (pos->hist_count > 0) { UnmakeMove(pos); }
         Move pv[PV_SIZE + 2] = {};
         RetrievePV(ThreadData[0], pv);
-        EXPECT_EQ(Line(pv), c.found) << c.fifty;
+        EXPECT_EQ(Line(pv), row[3]) << testing::PrintToString(row);
         pos->fifty = 0;
         EXPECT_EQ(Describe(pos, true), before);
     }
