@@ -1,14 +1,40 @@
 // Leaf counts through the move picker, the mate test, and the move buffer's guard.
-#include "search/perft_lines.h"
-#include "search/picker.h"
+#include "search/perft.h"
+
+#include <algorithm>
+
+#include "search/searching.h"
 
 namespace {
 
-TEST(Perft, CountsOfTheCollectionUpTo300000Leaves) { ExpectPerftCounts(300'000, 30'000); }
+u64 CountLeaves(int depth) {
+    ThreadData[0]->nodes = 0;
+    EXPECT_TRUE(Perft(ThreadData[0], depth));
+    return ThreadData[0]->nodes;
+}
 
-TEST(Perft, DepthZeroCountsThePosition) {
-    SetGame(fen_opn);
-    EXPECT_EQ(CountLeaves(0), 1u);
+// On the fresh position, and once more after random moves, all taken back, have shuffled its piece
+// lists.
+TEST(Perft, LeavesOfTheCollection) {
+    ResetEngine();
+    std::mt19937 random(9);
+    for (const auto& row : ReadTable("perft.tsv")) {
+        Position* pos = SetGame(row[0]);
+        const std::string before = Describe(pos, false);
+        EXPECT_EQ(CountLeaves(0), 1u);
+        for (const u64 most : {VESK_MOST_LEAVES, VESK_MOST_LEAVES / 10}) {
+            for (std::size_t depth = 1; depth < row.size(); ++depth) {
+                if (row[depth] == "-" || std::stoull(row[depth]) > most) { continue; }
+                EXPECT_EQ(std::to_string(CountLeaves(static_cast<int>(depth))), row[depth])
+                    << row[0];
+            }
+            for (int made = 0; made < 150; ++made) {
+                if (const Move m = RandomMove(pos, random)) { PlayGameMove(pos, m); }
+            }
+            while (pos->hist_count > 0) { TakeBackGameMove(pos); }
+        }
+        EXPECT_EQ(Describe(pos, false), before) << row[0];
+    }
 }
 
 TEST(MateTest, TellsMateStalemateAndALegalMoveApart) {

@@ -87,11 +87,8 @@ TEST_F(RootTest, SearchesEndAsTheTableSays) {
 
 TEST_F(RootTest, AnEverLongGameCanStillBeSearched) {
     SetGame(fen_opn);
-    for (int i = 0; i < 400; ++i) {
-        for (const char* move : {"g1f3", "g8f6", "f3g1", "f6g8"}) {
-            PlayGameMove(game_position, Word(move));
-        }
-    }
+    const Move shuffle[] = {Word("g1f3"), Word("g8f6"), Word("f3g1"), Word("f6g8")};
+    for (int ply = 0; ply < 1600; ++ply) { PlayGameMove(game_position, shuffle[ply % 4]); }
     EXPECT_TRUE(PositionIsSound(&Run(6)->pos));
     EXPECT_TRUE(MoveIsLegal(game_position, WHITE, PBlock.result.SnapshotMove()));
 }

@@ -12,21 +12,17 @@
 #include "search/picker.h"
 #include "search/search.h"
 
-// Memory beyond `bytes` cannot be had while it lives. (Instrumented programs would not outlive it.)
-class MemoryLimit {
-public:
-    explicit MemoryLimit(rlim_t bytes) {
-        getrlimit(RLIMIT_AS, &before_);
-        const rlimit tight = {bytes, before_.rlim_max};
-        if (setrlimit(RLIMIT_AS, &tight) != 0) { std::abort(); }
-    }
-    ~MemoryLimit() { setrlimit(RLIMIT_AS, &before_); }
-    MemoryLimit(const MemoryLimit&) = delete;
-    MemoryLimit& operator=(const MemoryLimit&) = delete;
-
-private:
-    rlimit before_{};
-};
+// Runs an action for which memory beyond `bytes` cannot be had. (Instrumented programs would not
+// outlive it.)
+template <typename Action>
+void WithMemory(rlim_t bytes, const Action& action) {
+    rlimit before{};
+    getrlimit(RLIMIT_AS, &before);
+    const rlimit tight = {bytes, before.rlim_max};
+    if (setrlimit(RLIMIT_AS, &tight) != 0) { std::abort(); }
+    action();
+    setrlimit(RLIMIT_AS, &before);
+}
 
 class SearchingTest : public testing::Test {
 protected:

@@ -1,9 +1,8 @@
 // The pool of search threads: creation, growth and shrinkage, ending it while it searches, totals.
 #include "search/threads.h"
 
-#include <gtest/gtest.h>
-
 #include <cerrno>
+#include <valarray>
 
 #include "platform/clock.h"
 #include "platform/sleep.h"
@@ -20,15 +19,13 @@ protected:
     }
 
     void TearDown() override {
-        KillThreadPool(PBlock.options.threads);
+        KillThreadPool(MAX_THREADS);
         DestroyAlert();
     }
 
-    void Resize(int n) {
-        if (running_) { KillThreadPool(PBlock.options.threads); }
+    static void Create(int n) {
         PBlock.options.threads = static_cast<u8>(n);
         ASSERT_EQ(CreateThreadPool(n), 0);
-        running_ = true;
         EXPECT_EQ(BusyThreads(), 0);
     }
 
@@ -37,37 +34,43 @@ protected:
         StartSearch();
     }
 
-    bool running_ = false;
+    // Of one thread or of all.
+    template <typename Counter>
+    static std::valarray<u64> Counts(const Counter& c) {
+        return {c.nodes,   c.eval_probes, c.eval_hits, c.tt_probes,
+                c.tt_hits, c.pawn_probes, c.pawn_hits};
+    }
 };
 
-TEST_F(PoolTest, SearchesOnOneFourAndTwoThreadsPublishALegalMoveAndTheirTotals) {
+TEST_F(PoolTest, SearchesPublishAMoveAndTheirTotalsAndAreStoppedWithTheirPool) {
     for (int n : {1, 4, 2}) {
-        Resize(n);
+        Create(n);
         Start(8);
-        while (BusyThreads() > 0) {
-            SearchTimeout();
-            SleepEx(1);
-        }
         WaitUntilIdle();
-        EXPECT_NE(PBlock.control.stop, STOP_NONE);
+        EXPECT_EQ(PBlock.control.stop, STOP_FINISH);
         EXPECT_EQ(PBlock.result.DepthDone(), 8);
         EXPECT_TRUE(MoveIsLegal(game_position, WHITE, PBlock.result.SnapshotMove()));
         ThreadData[0]->nodes = 1u << 30;  // never part of the totals
-        const SearchStats totals = Collect();
-        u64 nodes = 0, hits = 0;
+        std::valarray<u64> counts = Counts(SearchStats{});
+        for (int slot = 1; slot <= n; ++slot) { counts += Counts(*ThreadData[slot]); }
+        EXPECT_TRUE((Counts(Collect()) == counts).min());
+        EXPECT_GT(ThreadData[1]->pawn_hits, 0u);
+
+        Start(MAX_DEPTH);
+        SleepEx(20);
+        EXPECT_GT(BusyThreads(), 0);
+        KillThreadPool(n);
+        EXPECT_EQ(BusyThreads(), 0);
+        EXPECT_EQ(PBlock.control.stop, STOP_QUIT);
         for (int slot = 1; slot <= n; ++slot) {
-            nodes += ThreadData[slot]->nodes;
-            hits += ThreadData[slot]->eval_hits;
             EXPECT_EQ(ThreadData[slot]->pos.hash, game_position->hash);
+            EXPECT_TRUE(PositionIsSound(&ThreadData[slot]->pos)) << slot;
         }
-        EXPECT_GT(ThreadData[1]->nodes, 0u);
-        EXPECT_EQ(totals.nodes, nodes);
-        EXPECT_EQ(totals.eval_hits, hits);
     }
 }
 
 TEST_F(PoolTest, HelpersBeginFiveMillisecondsAfterTheMainThread) {
-    Resize(2);
+    Create(2);
     const double start = MonotonicSeconds();
     Start(MAX_DEPTH);
     while (ThreadData[2]->command != COMMAND_RUNNING) { std::this_thread::yield(); }
@@ -79,54 +82,36 @@ TEST_F(PoolTest, HelpersThatHaveNotBegunWhenTheSearchEndsDoNotBegin) {
     PBlock.options.threads = 2;
     ASSERT_NE(NewThreadBlock(2), nullptr);
     const struct {
-        int slot, command, stop, busy;
-    } cases[] = {{2, COMMAND_SEARCH, STOP_NONE, 1},
-                 {2, COMMAND_SEARCH, STOP_FINISH, 0},
-                 {2, COMMAND_RUNNING, STOP_FINISH, 1},
-                 {1, COMMAND_SEARCH, STOP_FINISH, 1}};
+        int slot, stop;
+        u8 command, left;
+    } cases[] = {{2, STOP_NONE, COMMAND_SEARCH, COMMAND_SEARCH},
+                 {2, STOP_FINISH, COMMAND_SEARCH, COMMAND_IDLE},
+                 {2, STOP_FINISH, COMMAND_RUNNING, COMMAND_RUNNING},
+                 {1, STOP_FINISH, COMMAND_SEARCH, COMMAND_SEARCH}};
     for (const auto& c : cases) {
         PBlock.control.stop = static_cast<u8>(c.stop);
-        ThreadData[c.slot]->command = static_cast<u8>(c.command);
-        EXPECT_EQ(BusyThreads(), c.busy);
-        EXPECT_EQ(ThreadData[c.slot]->command, c.busy ? c.command : COMMAND_IDLE);
-        ThreadData[c.slot]->command = COMMAND_IDLE;
+        ThreadData[c.slot]->command = c.command;
+        EXPECT_EQ(BusyThreads(), c.left == COMMAND_IDLE ? 0 : 1);
+        EXPECT_EQ(ThreadData[c.slot]->command.exchange(COMMAND_IDLE), c.left);
     }
-}
-
-TEST_F(PoolTest, EndingThePoolStopsARunningSearchFirst) {
-    Resize(3);
-    Start(MAX_DEPTH);
-    SleepEx(20);
-    EXPECT_GT(BusyThreads(), 0);
-    KillThreadPool(3);
-    EXPECT_EQ(BusyThreads(), 0);
-    EXPECT_EQ(PBlock.control.stop, STOP_QUIT);
-    for (int slot = 1; slot <= 3; ++slot) {
-        EXPECT_TRUE(PositionIsSound(&ThreadData[slot]->pos)) << slot;
-    }
-    ASSERT_EQ(CreateThreadPool(3), 0);
-    Start(2);
-    WaitUntilIdle();
-    EXPECT_EQ(PBlock.result.DepthDone(), 2);
 }
 
 // The system gives neither memory nor threads; what has started is ended like any pool.
 #ifndef VESK_INSTRUMENTED
 TEST_F(PoolTest, MemoryAndThreadsThatCannotBeHadAreReported) {
-    Resize(1);  // its stack stays cached
+    Create(1);  // its stack stays cached
     KillThreadPool(1);
     FreeThreadBlock(1);
     int without_memory = 0, without_threads = 0;
-    {
-        const MemoryLimit limit(0);
+    WithMemory(0, [&] {
         without_memory = CreateThreadPool(1);
         KillThreadPool(1);
         without_threads = CreateThreadPool(8);
         KillThreadPool(8);
-    }
+    });
     EXPECT_EQ(without_memory, NO_THREAD_RECORD);
     EXPECT_EQ(without_threads, EAGAIN);
-    ASSERT_EQ(CreateThreadPool(1), 0);
+    Create(1);
 }
 #endif
 

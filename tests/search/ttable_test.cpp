@@ -41,22 +41,20 @@ protected:
         PBlock.options.hash_mb = static_cast<u16>(mb);
         ASSERT_EQ(InitTTable(), 0);
     }
-
-    const Position pos_ = Rival(0);
 };
 
 TEST_F(TTableTest, EntryComesBackAsStored) {
     PBlock.root.tt_age = 7;
-    StoreInTTable(&pos_, e2e4, 5, -33, BOUND_LOWER);
+    StoreInTTable(game_position, e2e4, 5, -33, BOUND_LOWER);
     PBlock.root.tt_age = 9;
-    const TTEntry found = Probe(pos_);
+    const TTEntry found = Probe(*game_position);
     EXPECT_EQ(std::tuple(found.move, found.score, found.bound, found.depth),
               std::tuple(e2e4, -33, BOUND_LOWER, 5));
-    EXPECT_EQ(Bucket(pos_)->data >> 48, 9u) << "a probe renews the age";
+    EXPECT_EQ(Bucket(*game_position)->data >> 48, 9u) << "a probe renews the age";
     EXPECT_DOUBLE_EQ(HashFill(), 1.0 / 65536);
     ClearTTable();
-    EXPECT_EQ(Probe(pos_).depth, TT_PRESET_DEPTH);
-    EXPECT_EQ(Probe(pos_).move, NO_MOVE);
+    EXPECT_EQ(Probe(*game_position).depth, TT_PRESET_DEPTH);
+    EXPECT_EQ(Probe(*game_position).move, NO_MOVE);
     EXPECT_EQ(HashFill(), 0.0);
 }
 
@@ -67,7 +65,7 @@ TEST_F(TTableTest, BothSidesAddressTheWholeOfTablesOfAnySize) {
         EXPECT_EQ(entries, u64(mb) * 65536);
         for (u64 low : {u64{0}, mask, mask / 2, u64{0xFFFFFFFF}}) {
             for (int side : {WHITE, BLACK}) {
-                Position p = pos_;
+                Position p = *game_position;
                 p.side = static_cast<u8>(side);
                 p.hash ^= (SearchKey(&p) & 0xFFFFFFFFu) ^ low;
                 ASSERT_GE(Bucket(p), hash_table.slots);
@@ -104,10 +102,11 @@ TEST_F(TTableTest, StoresReplaceWhatIsWorthLeast) {
 TEST_F(TTableTest, DamagedAndImplausibleEntriesAreMisses) {
     for (const auto& row : ReadTable("damaged_entries.tsv")) {
         ClearTTable();
-        Store(pos_, Word(row[0]), 5);
-        Bucket(pos_)->data ^= std::stoull(row[1], nullptr, 16);
-        Bucket(pos_)->keys ^= std::stoull(row[2], nullptr, 16);
-        EXPECT_EQ(std::to_string(Probe(pos_).depth), row[3]) << testing::PrintToString(row);
+        Store(*game_position, Word(row[0]), 5);
+        Bucket(*game_position)->data ^= std::stoull(row[1], nullptr, 16);
+        Bucket(*game_position)->keys ^= std::stoull(row[2], nullptr, 16);
+        EXPECT_EQ(std::to_string(Probe(*game_position).depth), row[3])
+            << testing::PrintToString(row);
     }
 }
 
@@ -126,12 +125,9 @@ TEST_F(TTableTest, ATableThatIsOffOrEmptyNeitherStoresNorFindsAndComesBack) {
 // The address-space limit that this test sets would end the sanitizers' own run time.
 #ifndef VESK_INSTRUMENTED
 TEST_F(TTableTest, MemoryThatCannotBeHadIsReported) {
-    {
-        const MemoryLimit limit(rlim_t{4} << 30);
-        PBlock.options.hash_mb = MAX_HASH_MB;
-        EXPECT_EQ(InitTTable(), -1);
-        EXPECT_EQ(hash_table.slots, nullptr);
-    }
+    PBlock.options.hash_mb = MAX_HASH_MB;
+    WithMemory(rlim_t{4} << 30, [] { EXPECT_EQ(InitTTable(), -1); });
+    EXPECT_EQ(hash_table.slots, nullptr);
     Resize(1);
 }
 #endif
