@@ -72,12 +72,11 @@ TEST_F(RootTest, SearchesEndAsTheTableSays) {
         if (lines_left == 0) { PBlock.control.stop = STOP_FINISH; }
         SearchIterations(1);
         const ResultSnapshot result = PBlock.result.Snapshot();
-        row[3] = MoveText(result.pv[1]);
-        row[4] = std::to_string(result.score);
-        row[5] = std::to_string(result.depth_done);
-        row[6] = std::to_string(PBlock.progress.completed_depth);
-        row[7] = std::to_string(PBlock.progress.easy_move);
-        row[8] = std::to_string(PBlock.control.stop);
+        std::ostringstream end;
+        end << MoveText(result.pv[1]) << ' ' << result.score << ' ' << result.depth_done << ' '
+            << int{PBlock.progress.completed_depth} << ' ' << int{PBlock.progress.easy_move} << ' '
+            << int{PBlock.control.stop};
+        row[3] = end.str();
     }
     dup2(output, STDOUT_FILENO);
     std::signal(SIGIO, before);
@@ -85,33 +84,17 @@ TEST_F(RootTest, SearchesEndAsTheTableSays) {
     EXPECT_EQ(found, table);
 }
 
-TEST_F(RootTest, AnEverLongGameCanStillBeSearched) {
-    SetGame(fen_opn);
-    const Move shuffle[] = {Word("g1f3"), Word("g8f6"), Word("f3g1"), Word("f6g8")};
-    for (int ply = 0; ply < 1600; ++ply) { PlayGameMove(game_position, shuffle[ply % 4]); }
-    EXPECT_TRUE(PositionIsSound(&Run(6)->pos));
-    EXPECT_TRUE(MoveIsLegal(game_position, WHITE, PBlock.result.SnapshotMove()));
-}
-
 // Slot 2 of four threads searches on until its nodes are spent; the depths of the others stand
-// still.
-class HelperTest : public RootTest {
-protected:
-    void SetUp() override {
-        RootTest::SetUp();
-        PBlock.options.threads = 4;
-        for (int slot = 2; slot <= 4; ++slot) { ASSERT_NE(NewThreadBlock(slot), nullptr); }
-        SetGame("4k3/1pp5/8/8/8/8/PPP5/4K3 w - -");
-        Prepare(11);
-        PBlock.limits.node_limit = 100000;
-    }
-};
-
-// A depth that it leaves out keeps its old node count; one that it abandons, marked by "-", gets no
-// score.
-TEST_F(HelperTest, LeavesOutCrowdedDepthsAndAbandonsCompletedOnes) {
+// still. A depth that it leaves out keeps its old node count; one that it abandons, marked by "-",
+// gets no score.
+TEST_F(RootTest, HelpersLeaveOutCrowdedDepthsAndAbandonCompletedOnes) {
+    PBlock.options.threads = 4;
+    for (int slot = 2; slot <= 4; ++slot) { ASSERT_NE(NewThreadBlock(slot), nullptr); }
+    SetGame("4k3/1pp5/8/8/8/8/PPP5/4K3 w - -");
+    PBlock.limits.node_limit = 100000;
     for (const auto& row : ReadTable("helper_depths.tsv")) {
-        InitSearch();
+        ClearTTable();
+        Prepare(11);
         std::istringstream others(row[0]);
         for (int slot : {1, 3, 4}) {
             int depth = 0;
@@ -133,15 +116,10 @@ TEST_F(HelperTest, LeavesOutCrowdedDepthsAndAbandonsCompletedOnes) {
         EXPECT_EQ(depths, row[4]) << testing::PrintToString(row);
         EXPECT_EQ(PBlock.result.DepthDone(), 0) << "a helper publishes nothing";
     }
-}
-
-TEST_F(HelperTest, EachOrdersItsRootMovesInItsOwnWay) {
-    for (int slot : {2, 3}) {
-        ClearTTable();
-        PBlock.control.stop = STOP_NONE;
-        SearchIterations(slot);
-    }
-    EXPECT_NE(ThreadData[2]->nodes_by_depth[6], ThreadData[3]->nodes_by_depth[6]);
+    ClearTTable();
+    PBlock.control.stop = STOP_NONE;
+    SearchIterations(3);
+    EXPECT_NE(ThreadData[2]->nodes_by_depth[6], ThreadData[3]->nodes_by_depth[6]) << "own orders";
 }
 
 }  // namespace

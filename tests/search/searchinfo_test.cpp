@@ -1,13 +1,16 @@
 // Search lines with their times, which sessions do not compare, and when they are held back.
 #include "search/searchinfo.h"
 
+#include <algorithm>
+
 #include "search/searching.h"
 
 namespace {
 
 class SearchInfo : public SearchingTest {};
 
-// Variations of so many moves, knights there and back; in the table "\\n" stands for a new line.
+// Variations of so many moves, knights there and back; in the table "|" stands for the
+// end of a line.
 TEST_F(SearchInfo, LinesShowTimeNodesAndRateUnlessTheyAreHeldBack) {
     const Move word[4] = {Word("f6g8"), Word("g1f3"), Word("g8f6"), Word("f3g1")};
     ThreadData[1]->nodes = 12345;
@@ -20,9 +23,7 @@ TEST_F(SearchInfo, LinesShowTimeNodesAndRateUnlessTheyAreHeldBack) {
         for (int i = 1; i <= std::stoi(row[6]); ++i) { pv[i] = word[i % 4]; }
         std::string found =
             OutputOf([&] { DisplaySearchInfo(1, std::stoi(row[4]), std::stoi(row[5]), -34, pv); });
-        for (std::size_t at; (at = found.find('\n')) != std::string::npos;) {
-            found.replace(at, 1, at + 1 == found.size() ? "" : "\\n");
-        }
+        std::replace(found.begin(), found.end(), '\n', '|');
         EXPECT_EQ(found, row[7]);
     }
 }
@@ -30,9 +31,11 @@ TEST_F(SearchInfo, LinesShowTimeNodesAndRateUnlessTheyAreHeldBack) {
 TEST_F(SearchInfo, ProgressShowsIterationAndMove) {
     ThreadData[1]->nodes = 12345;
     PBlock.time.elapsed = 1.5;
-    EXPECT_EQ(OutputOf([] { DisplayIterationStart(12); }),
-              "info depth 12 time 1500 nodes 12345 nps 8230 hashfull 0\n");
-    EXPECT_EQ(OutputOf([] { DisplayCurrentMove(MakeMoveWord(48, 56, PROMOTE_QUEEN), 3); }),
+    EXPECT_EQ(OutputOf([] {
+                  DisplayIterationStart(12);
+                  DisplayCurrentMove(MakeMoveWord(48, 56, PROMOTE_QUEEN), 3);
+              }),
+              "info depth 12 time 1500 nodes 12345 nps 8230 hashfull 0\n"
               "info currmove a7a8 currmovenumber 3\n");
 }
 

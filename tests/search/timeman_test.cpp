@@ -10,17 +10,7 @@ namespace {
 
 constexpr Move e2e4 = Word("e2e4");
 
-class TimeTest : public SearchingTest {
-protected:
-    static void PretendResult(int score, int depth, int change_depth) {
-        ResultSnapshot result;
-        result.score = score;
-        result.depth_done = depth;
-        result.change_depth = change_depth;
-        result.pv[1] = e2e4;
-        PBlock.result.PublishSnapshot(result);
-    }
-};
+class TimeTest : public SearchingTest {};
 
 TEST_F(TimeTest, TargetsAgreeWithTheTable) {
     int side = WHITE;
@@ -37,27 +27,19 @@ TEST_F(TimeTest, TargetsAgreeWithTheTable) {
         SetTargetTime(side, std::stoi(row[5]));
         EXPECT_NEAR(PBlock.time.target_time, std::stod(row[8]), 1e-9);
         EXPECT_EQ(PBlock.time.moves_to_go, std::stoi(row[9]));
+        EXPECT_EQ(PBlock.time.clock[side], std::stod(row[row[3] == "1" ? 1 : 0]));
     }
 }
 
-TEST_F(TimeTest, NewSearchStartsFromClearedFields) {
-    ThreadBlock* tb = ThreadData[1];
-    PBlock.control.stop = STOP_QUIT;
-    PretendResult(50, 40, 1);
-    tb->root_status = ROOT_ABANDONED;
+TEST_F(TimeTest, NewSearchTakesOverTheGame) {
     Personality.draw_score = 12;
-    PBlock.time.SetTimePerMove(2.0);
     PlayGameMove(game_position, e2e4);
     InitSearch();
-    EXPECT_EQ(PBlock.time.target_time, 2.0);
-    EXPECT_EQ(PBlock.time.clock[BLACK], 2.0);
-    EXPECT_EQ(PBlock.control.stop, STOP_NONE);
-    EXPECT_EQ(Line(PBlock.result.Snapshot().pv), "");
     EXPECT_EQ(PBlock.root.draw_score[BLACK], 12);
     EXPECT_EQ(PBlock.root.draw_score[WHITE], -12);
-    EXPECT_EQ(tb->root_status, ROOT_NORMAL);
-    EXPECT_EQ(tb->pos.undo[0].move, e2e4);
-    EXPECT_TRUE(PositionIsSound(&tb->pos));
+    EXPECT_EQ(PBlock.root.tt_age, 1);
+    EXPECT_EQ(ThreadData[1]->pos.undo[0].move, e2e4);
+    EXPECT_TRUE(PositionIsSound(&ThreadData[1]->pos));
 }
 
 // Slot 1 prefers e2e4, slot 2 d2d4. 1 % of the clock, which the instability of the result adds, is
@@ -76,7 +58,12 @@ TEST_F(TimeTest, SearchEndsByItsLimitAndTheInstabilityOfItsResult) {
         PBlock.time.moves_per_control = static_cast<u8>(std::stoi(row[5]));
         PBlock.options.comm_overhead = std::stod(row[6]);
         PBlock.progress.easy_move = static_cast<u8>(std::stoi(row[7]));
-        PretendResult(std::stoi(row[9]), std::stoi(row[1]), std::stoi(row[10]));
+        ResultSnapshot result;
+        result.score = std::stoi(row[9]);
+        result.depth_done = std::stoi(row[1]);
+        result.change_depth = std::stoi(row[10]);
+        result.pv[1] = e2e4;
+        PBlock.result.PublishSnapshot(result);
         main->best_score_by_depth[7] = static_cast<i16>(std::stoi(row[8]));
         main->root_move = e2e4;
         main->iteration_depth = 8;
