@@ -1,7 +1,5 @@
-// The interior search node by node: bounds, answers of the table, move flags, the cuts that look at
-// captures, and the size of its buffers.
-#include <algorithm>
-
+// The interior search node by node: bounds, answers of the table, move flags, and the cuts that
+// look at captures.
 #include "search/searching.h"
 
 namespace {
@@ -45,20 +43,6 @@ TEST_F(InteriorTest, CutsByCapturesAskWhatHangsAndWhatIsSafeToTake) {
         const int bound = std::stoi(row[2]);
         const int cut = row[1] == "static null" ? SNMP(tb, 1000, bound) : ProbCut(tb, 2, bound);
         EXPECT_EQ(std::to_string(cut), row[3]) << testing::PrintToString(row);
-    }
-}
-
-TEST_F(InteriorTest, PositionsWithManyQueensStayInsideTheirBuffers) {
-    for (const char* fen : {"QQQQ2nk/QQQQQ1pp/8/8/8/8/PP3qqq/KN2qqqq w - -",
-                            "kn1QQQQ1/pp1QQQQQ/8/8/8/8/PP4qq/KNqqqqq1 w - -"}) {
-        SetGame(fen);
-        PBlock.limits.node_limit = 100000;
-        const ThreadBlock* tb = Run(30);
-        for (const PlyData& pd : tb->ply_data) {
-            EXPECT_LE(std::max(pd.list_start, pd.cursor), tb->move_buffer + MOVE_BUFFER_SIZE);
-        }
-        EXPECT_TRUE(MoveIsLegal(game_position, WHITE, PBlock.result.SnapshotMove())) << fen;
-        EXPECT_TRUE(PositionIsSound(&tb->pos));
     }
 }
 

@@ -31,11 +31,9 @@ TEST_F(SearchInfo, LinesShowTimeNodesAndRateUnlessTheyAreHeldBack) {
 TEST_F(SearchInfo, ProgressShowsIterationAndMove) {
     ThreadData[1]->nodes = 12345;
     PBlock.time.elapsed = 1.5;
-    EXPECT_EQ(OutputOf([] {
-                  DisplayIterationStart(12);
-                  DisplayCurrentMove(MakeMoveWord(48, 56, PROMOTE_QUEEN), 3);
-              }),
-              "info depth 12 time 1500 nodes 12345 nps 8230 hashfull 0\n"
+    EXPECT_EQ(OutputOf([] { DisplayIterationStart(12); }),
+              "info depth 12 time 1500 nodes 12345 nps 8230 hashfull 0\n");
+    EXPECT_EQ(OutputOf([] { DisplayCurrentMove(MakeMoveWord(48, 56, PROMOTE_QUEEN), 3); }),
               "info currmove a7a8 currmovenumber 3\n");
 }
 

@@ -12,16 +12,18 @@
 #include "search/picker.h"
 #include "search/search.h"
 
-// Runs an action for which memory beyond `bytes` cannot be had. (Instrumented programs would not
-// outlive it.)
+// Runs an action for which memory beyond `bytes` cannot be had. Instrumented programs would not
+// outlive it: they leave it out.
 template <typename Action>
-void WithMemory(rlim_t bytes, const Action& action) {
+void WithMemory([[maybe_unused]] rlim_t bytes, [[maybe_unused]] const Action& action) {
+#ifndef VESK_INSTRUMENTED
     rlimit before{};
     getrlimit(RLIMIT_AS, &before);
     const rlimit tight = {bytes, before.rlim_max};
     if (setrlimit(RLIMIT_AS, &tight) != 0) { std::abort(); }
     action();
     setrlimit(RLIMIT_AS, &before);
+#endif
 }
 
 class SearchingTest : public testing::Test {
@@ -34,12 +36,6 @@ protected:
         PBlock.control.start_request = SEARCH_THINK;
         GetElapsedTime(1);
         InitSearch();
-    }
-
-    static ThreadBlock* Run(int max_depth) {
-        Prepare(max_depth);
-        SearchIterations(1);
-        return ThreadData[1];
     }
 
     // Sets the game position at `ply` of a path that a quiet move has led along, prepared for a

@@ -55,27 +55,26 @@ TEST_F(TTableTest, EntryComesBackAsStored) {
     ClearTTable();
     EXPECT_EQ(Probe(*game_position).depth, TT_PRESET_DEPTH);
     EXPECT_EQ(Probe(*game_position).move, NO_MOVE);
-    EXPECT_EQ(HashFill(), 0.0);
 }
 
-TEST_F(TTableTest, BothSidesAddressTheWholeOfTablesOfAnySize) {
-    for (int mb : {1, 3, 5, 16}) {
+TEST_F(TTableTest, BothSidesAddressTheWholeOfTablesOfAnySizeUnlessTheyAreOff) {
+    for (int mb : {1, 3, 0, 5, 16}) {
         Resize(mb);
-        const u64 entries = hash_table.entries, mask = hash_table.mask;
-        EXPECT_EQ(entries, u64(mb) * 65536);
+        EXPECT_EQ(hash_table.entries, u64(mb) * 65536);
+        const u64 mask = hash_table.mask;
         for (u64 low : {u64{0}, mask, mask / 2, u64{0xFFFFFFFF}}) {
-            for (int side : {WHITE, BLACK}) {
-                Position p = *game_position;
-                p.side = static_cast<u8>(side);
-                p.hash ^= (SearchKey(&p) & 0xFFFFFFFFu) ^ low;
-                ASSERT_GE(Bucket(p), hash_table.slots);
-                ASSERT_LE(Bucket(p) + 4, hash_table.slots + entries + 32);
-                Store(p, side == WHITE ? e2e4 : Word("e7e5"), 3);
-                EXPECT_EQ(Probe(p).depth, 3);
+            for (int mode : {1, 0, 2, 3}) {
+                PBlock.options.hash_mode = static_cast<u8>(mode);
+                Position p = Rival(mode);
+                p.side = static_cast<u8>(mode % 2);
+                p.hash ^= (SearchKey(&p) ^ low) & 0xFFFFFFFFu;
+                Store(p, p.side == WHITE ? e2e4 : Word("e7e5"), 3);
+                EXPECT_EQ(Probe(p).depth, mb != 0 && mode != 0 ? 3 : TT_PRESET_DEPTH);
                 p.castle ^= 1;
                 EXPECT_LT(Probe(p).depth, TT_HIT_DEPTH) << "other rights";
             }
         }
+        EXPECT_EQ(HashFill() > 0, mb != 0);
     }
 }
 
@@ -110,35 +109,21 @@ TEST_F(TTableTest, DamagedAndImplausibleEntriesAreMisses) {
     }
 }
 
-TEST_F(TTableTest, ATableThatIsOffOrEmptyNeitherStoresNorFindsAndComesBack) {
-    for (int mb : {1, 0, 2}) {
-        Resize(mb);
-        for (int mode : {2, 0, 3}) {
-            PBlock.options.hash_mode = static_cast<u8>(mode);
-            Store(Rival(mode), e2e4, 5);
-            EXPECT_EQ(Probe(Rival(mode)).depth, mode != 0 && mb != 0 ? 5 : TT_PRESET_DEPTH);
-        }
-        EXPECT_EQ(HashFill() > 0, mb != 0);
-    }
-}
-
-// The address-space limit that this test sets would end the sanitizers' own run time.
-#ifndef VESK_INSTRUMENTED
 TEST_F(TTableTest, MemoryThatCannotBeHadIsReported) {
-    PBlock.options.hash_mb = MAX_HASH_MB;
-    WithMemory(rlim_t{4} << 30, [] { EXPECT_EQ(InitTTable(), -1); });
-    EXPECT_EQ(hash_table.slots, nullptr);
+    WithMemory(rlim_t{4} << 30, [] {
+        PBlock.options.hash_mb = MAX_HASH_MB;
+        EXPECT_EQ(InitTTable(), -1);
+        EXPECT_EQ(hash_table.slots, nullptr);
+    });
     Resize(1);
 }
-#endif
 
 // A result that is too shallow is no part of a line; it ends where the position repeats, and where
 // more than a hundred plies are reversible, but not before the third.
 TEST_F(TTableTest, LineIsReadBackToItsEndOrADraw) {
-    const std::string before = Describe(game_position, true);
+    Position* pos = game_position;
     for (const auto& row : ReadTable("table_lines.tsv")) {
         ClearTTable();
-        Position* pos = game_position;
         pos->fifty = static_cast<u8>(std::stoi(row[2]));
         std::istringstream words(row[0]);
         for (std::string word; words >> word;) {
@@ -149,8 +134,7 @@ TEST_F(TTableTest, LineIsReadBackToItsEndOrADraw) {
         Move pv[PV_SIZE + 2] = {};
         RetrievePV(ThreadData[0], pv);
         EXPECT_EQ(Line(pv), row[3]) << testing::PrintToString(row);
-        pos->fifty = 0;
-        EXPECT_EQ(Describe(pos, true), before);
+        EXPECT_EQ(pos->hist_count, 0);
     }
 }
 
