@@ -43,17 +43,16 @@ protected:
     static ThreadBlock* SetNode(const std::string& fen, int ply) {
         SetGame(fen);
         InitSearch();
-        ThreadBlock* tb = ThreadData[0];
-        StandAtPly(ply);
-        return tb;
+        return StandAtPly(ply);
     }
 
-    static void StandAtPly(int ply) {
+    static ThreadBlock* StandAtPly(int ply) {
         ThreadBlock* tb = ThreadData[0];
         tb->move_buffer[0] = {Word("g1f3"), KNIGHT, 0, 0};
         tb->pos.ply = static_cast<i16>(ply);
         tb->ply_data[ply - 1].list_start = tb->ply_data[ply - 1].cursor = tb->move_buffer;
         tb->ply_data[ply].list_start = tb->move_buffer + 2;
+        return tb;
     }
 
     // Score of slot 0's position as a node of the search; its line is left in `pv_`.
