@@ -6,19 +6,21 @@ namespace {
 
 class InteriorTest : public SearchingTest {};
 
-// An entry answers a node when it is deep enough and its bound tells enough; near the root a PV
-// node is always searched. Mates bound the window by their distance, and the last ply ends all
-// lines. A node that is answered is the only one.
-TEST_F(InteriorTest, NodesAreAnsweredByTheTableTheMateDistanceAndThePlyLimit) {
-    for (const auto& row : ReadTable("table_cuts.tsv")) {
+// Each at a ply that a line of moves has led to. An entry answers a node when it is deep enough and
+// its bound tells enough; one of depth -20 tells nothing. The number of nodes shows what is cut,
+// pruned, reduced and extended.
+TEST_F(InteriorTest, NodesFollowTheRulesOfTheTable) {
+    for (const auto& row : ReadTable("nodes.tsv")) {
         const auto number = [&row](std::size_t i) { return std::stoi(row[i]); };
-        ThreadBlock* tb = SetNode("r3k3/pp6/8/8/8/8/PP6/R3K3 w - -", number(1));
+        ThreadBlock* tb = SetNode(row[1], 1);
+        Play(&tb->pos, row[2]);
+        StandAtPly(number(4));
+        ResetOrdering(tb);
         ClearTTable();
-        StoreInTTable(&tb->pos, Word("a1b1"), number(3), number(5), number(4));
+        StoreInTTable(&tb->pos, Word("a1b1"), number(6), number(8), number(7));
         tb->nodes = 0;
-        const int score = NodeScore(number(2), {number(6), number(7)}, number(0));
-        EXPECT_EQ(tb->nodes == 1 ? std::to_string(score) : "-", row[8])
-            << testing::PrintToString(row);
+        const int score = NodeScore(number(5), {number(9), number(10)}, number(3));
+        EXPECT_EQ(std::to_string(score) + ' ' + std::to_string(tb->nodes), row[11]) << row[0];
     }
 }
 
