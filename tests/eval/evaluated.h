@@ -1,23 +1,13 @@
 // How the engine evaluates a position at the root, and tables of such values.
 #pragma once
 
-#include <gtest/gtest.h>
-
-#include <cstring>
-#include <sstream>
+#include <cstdio>
+#include <map>
 #include <string>
 
 #include "board/bitboards.h"
 #include "eval/evaluate.h"
 #include "support/engine.h"
-
-// The report of a position, which becomes the game position, evaluated with slot 0.
-inline EvalReport ReportOf(const std::string& fen) {
-    SetGame(fen);
-    EvalReport report;
-    EvaluateWithReport(ThreadData[0], &report);
-    return report;
-}
 
 // Score for the side to move, which must not be in check, computed anew.
 inline int Score(const std::string& fen) {
@@ -28,26 +18,58 @@ inline int Score(const std::string& fen) {
 // "e4 f7": a set of squares as the tables name it.
 inline std::string Names(Bitboard squares) {
     std::string text;
-    while (squares != 0) {
-        if (!text.empty()) { text += " "; }
-        text += square_name[PopLSB(&squares)];
+    for (const char* gap = ""; squares != 0; gap = " ") {
+        text += gap + std::string(square_name[PopLSB(&squares)]);
     }
     return text;
 }
 
-// Compares lines of the report with a table: position, line, values of both sides, reason.
-inline void ExpectLines(const std::string& table) {
-    constexpr const char* names[REPORT_TERMS] = {"pawns",  "knights", "bishops", "rooks",
-                                                 "queens", "kings",   "passers"};
+// "white,black".
+template <typename T>
+std::string Pair(const T* value) {
+    return std::to_string(value[WHITE]) + "," + std::to_string(value[BLACK]);
+}
+
+// What an evaluation tells, by the name that the tables have for it.
+using Columns = std::map<std::string, std::string>;
+
+// The position becomes the game position and is evaluated with slot 0.
+inline Columns Evaluated(const std::string& fen) {
+    const Position* pos = SetGame(fen);
+    const PlyData& pd = ThreadData[0]->ply_data[1];
+    EvalReport r;
+    const int score = EvaluateWithReport(ThreadData[0], &r);
+    char factor[16];
+    std::snprintf(factor, sizeof factor, "%g", r.factor);
+    std::string squares;
+    for (Bitboard men = Occupied(pos); men != 0;) {
+        const int sq = PopLSB(&men);
+        squares += (squares.empty() ? "" : " ") + std::string(square_name[sq]) + ":" +
+                   std::to_string(r.squares[sq]);
+    }
+    return {{"eval", std::to_string(score)},
+            {"stage", std::to_string(r.stage)},
+            {"factor", factor},
+            {"mtl", Pair(r.material)},
+            {"pos", Pair(r.positional)},
+            {"pawns", Pair(r.terms[PAWN_TERM])},
+            {"knights", Pair(r.terms[KNIGHT_TERM])},
+            {"bishops", Pair(r.terms[BISHOP_TERM])},
+            {"rooks", Pair(r.terms[ROOK_TERM])},
+            {"queens", Pair(r.terms[QUEEN_TERM])},
+            {"kings", Pair(r.terms[KING_TERM])},
+            {"passers", Pair(r.terms[PASSER_TERM])},
+            {"hung", Names(r.hanging)},
+            {"danger", Pair(pd.hanging)},
+            {"pinned", Names(r.pinned)},
+            {"free", Pair(r.free_pawn_rank)},
+            {"squares", squares},
+            {"dead", std::to_string(pd.trivial_draw)}};
+}
+
+// Compares a table with the engine: position, column, value, and why.
+inline void ExpectColumns(const std::string& table) {
     for (const auto& row : ReadTable(table)) {
-        const EvalReport report = ReportOf(row[0]);
-        const i16* values = row[1] == "positional" ? report.positional : nullptr;
-        for (int term = 0; term < REPORT_TERMS; ++term) {
-            if (row[1] == names[term]) { values = report.terms[term]; }
-        }
-        ASSERT_NE(values, nullptr) << row[1];
-        const std::string found =
-            std::to_string(values[WHITE]) + "," + std::to_string(values[BLACK]);
-        EXPECT_EQ(found, row[2]) << row[0] << ' ' << row[1] << ": " << row[3];
+        EXPECT_EQ(Evaluated(row[0])[row[1]], row[2]) << row[0] << ' ' << row[1] << ": " << row[3];
     }
 }

@@ -5,6 +5,6 @@ namespace {
 
 using PawnsTest = EngineTest;
 
-TEST_F(PawnsTest, LinesOfTheReport) { ExpectLines("pawn_lines.tsv"); }
+TEST_F(PawnsTest, LinesOfTheReport) { ExpectColumns("pawn_lines.tsv"); }
 
 }  // namespace
