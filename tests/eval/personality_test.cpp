@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-#include "support/engine.h"
+#include "eval/evaluated.h"
 
 namespace {
 
@@ -13,21 +13,20 @@ using PersonalityTest = EngineTest;
 
 TEST_F(PersonalityTest, DepthLimitsStopBeforeTheFirstEntryThatIsOff) {
     PersonalityRecord p = DefaultPersonality;
-    DeriveDepthLimits(&p);
-    EXPECT_EQ(p.CNP_depth, 3);
-    EXPECT_EQ(p.FP_depth, 2);
-    EXPECT_EQ(p.LMP_depth, 4);
-    p.CNP_margin[2] = 5000;
+    const auto expect_depths = [&p](int cnp, int fp, int lmp) {
+        DeriveDepthLimits(&p);
+        EXPECT_EQ(p.CNP_depth, cnp);
+        EXPECT_EQ(p.FP_depth, fp);
+        EXPECT_EQ(p.LMP_depth, lmp);
+    };
+    expect_depths(3, 2, 4);
+    p.CNP_margin[2] = 1001;
     p.FP_margin[3] = 1000;  // not beyond the limit
-    p.LMP_count[1] = 255;
-    DeriveDepthLimits(&p);
-    EXPECT_EQ(p.CNP_depth, 1);
-    EXPECT_EQ(p.FP_depth, 3);
-    EXPECT_EQ(p.LMP_depth, 0);
-    for (int k = 1; k <= 5; ++k) { p.FP_margin[k] = 10; }
-    p.FP_depth = 2;
-    DeriveDepthLimits(&p);
-    EXPECT_EQ(p.FP_depth, 2);
+    p.LMP_count[1] = 201;
+    expect_depths(1, 3, 0);
+    std::fill_n(p.FP_margin, SELECTIVITY_DEPTHS, i16{10});
+    p.LMP_count[1] = 200;
+    expect_depths(1, 3, 4);
 }
 
 TEST_F(PersonalityTest, OwnSquareValuesReplaceComputedOnes) {
@@ -41,23 +40,15 @@ TEST_F(PersonalityTest, OwnSquareValuesReplaceComputedOnes) {
     EXPECT_EQ(eval_tables.KingEnding[63], 55);
 }
 
-TEST_F(PersonalityTest, KingSafetyOfNothingOrLessMakesNoDanger) {
-    for (const int percent : {0, -1, -100, -32768}) {
-        Personality.king_safety = static_cast<i16>(percent);
-        InitEval();
-        for (const i16 danger : eval_tables.KingDanger) { EXPECT_EQ(danger, 0) << percent; }
-    }
-}
-
 // Whatever the parameter file says, evaluating must stay defined behaviour.
 TEST_F(PersonalityTest, ExtremeWeightsAreHarmless) {
-    for (const i16 weight : {i16{-32768}, i16{32767}}) {
-        i16* first = &Personality.pawn_value_op;
-        std::fill(first, &Personality.PST_op[0][0], weight);
+    for (const int weight : {-32768, -100, -1, 0, 32767}) {
+        std::fill(&Personality.pawn_value_op, &Personality.PST_op[0][0], static_cast<i16>(weight));
         InitEval();
-        for (const std::vector<std::string>& row : ReadTable("evaluations.tsv")) {
-            SetGame(row[0]);
-            const int fresh = Evaluate(ThreadData[0], 1, false);
+        const i16* danger = eval_tables.KingDanger;
+        EXPECT_EQ(std::count(danger, danger + DANGER_COUNTS, 0) == DANGER_COUNTS, weight <= 0);
+        for (const auto& row : ReadTable("evaluations.tsv")) {
+            const int fresh = Score(row[0]);
             EXPECT_EQ(Evaluate(ThreadData[0], 2, false), fresh) << row[0];
         }
     }
