@@ -44,27 +44,26 @@ inline Columns Evaluated(const std::string& fen) {
     std::string squares;
     for (Bitboard men = Occupied(pos); men != 0;) {
         const int sq = PopLSB(&men);
-        squares += (squares.empty() ? "" : " ") + std::string(square_name[sq]) + ":" +
-                   std::to_string(r.squares[sq]);
+        squares += Names(Bit(sq)) + ":" + std::to_string(r.squares[sq]) + (men != 0 ? " " : "");
     }
-    return {{"eval", std::to_string(score)},
-            {"stage", std::to_string(r.stage)},
-            {"factor", factor},
-            {"mtl", Pair(r.material)},
-            {"pos", Pair(r.positional)},
-            {"pawns", Pair(r.terms[PAWN_TERM])},
-            {"knights", Pair(r.terms[KNIGHT_TERM])},
-            {"bishops", Pair(r.terms[BISHOP_TERM])},
-            {"rooks", Pair(r.terms[ROOK_TERM])},
-            {"queens", Pair(r.terms[QUEEN_TERM])},
-            {"kings", Pair(r.terms[KING_TERM])},
-            {"passers", Pair(r.terms[PASSER_TERM])},
-            {"hung", Names(r.hanging)},
-            {"danger", Pair(pd.hanging)},
-            {"pinned", Names(r.pinned)},
-            {"free", Pair(r.free_pawn_rank)},
-            {"squares", squares},
-            {"dead", std::to_string(pd.trivial_draw)}};
+    Columns columns = {{"eval", std::to_string(score)},
+                       {"stage", std::to_string(r.stage)},
+                       {"factor", factor},
+                       {"mtl", Pair(r.material)},
+                       {"pos", Pair(r.positional)},
+                       {"hung", Names(r.hanging)},
+                       {"danger", Pair(pd.hanging)},
+                       {"pinned", Names(r.pinned)},
+                       {"free", Pair(r.free_pawn_rank)},
+                       {"runner", Pair(pd.free_pawn_rank)},
+                       {"squares", squares},
+                       {"dead", std::to_string(pd.trivial_draw)}};
+    const i16(*line)[2] = r.terms;
+    for (const char* name :
+         {"pawns", "knights", "bishops", "rooks", "queens", "kings", "passers"}) {
+        columns[name] = Pair(*line++);
+    }
+    return columns;
 }
 
 // Compares a table with the engine: position, column, value, and why.

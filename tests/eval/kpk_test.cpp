@@ -10,37 +10,34 @@ namespace {
 
 // White king (strong) and pawn (files a to d) against the black king (weak), on squares 0 to 63,
 // by plain coordinates. `to_move`: 0 the pawn's side.
-bool Won(int to_move, int pawn, int strong, int weak) {
-    return kpk_db[to_move][pawn % 8 + pawn / 8 * 4][strong][weak] == KPK_WIN;
-}
-
 int Apart(int a, int b) { return std::max(std::abs(a % 8 - b % 8), std::abs(a / 8 - b / 8)); }
 
 bool Guards(int pawn, int sq) { return sq / 8 == pawn / 8 + 1 && std::abs(sq % 8 - pawn % 8) == 1; }
 
+// False too when the men cannot stand so. A pawn that has arrived must outlive the next move.
+bool Won(int to_move, int pawn, int strong, int weak) {
+    if (pawn == strong || pawn == weak || Apart(strong, weak) <= 1) { return false; }
+    if (pawn >= 56) { return Apart(weak, pawn) > 1 || Apart(strong, pawn) <= 1; }
+    return kpk_db[to_move][pawn % 8 + pawn / 8 * 4][strong][weak] == KPK_WIN;
+}
+
 bool PawnSideWins(int pawn, int strong, int weak) {
-    if (Guards(pawn, weak)) { return false; }
-    for (int to = 0; to < 64; ++to) {
-        if (Apart(strong, to) == 1 && to != pawn && Apart(to, weak) > 1 && Won(1, pawn, to, weak)) {
-            return true;
-        }
-    }
     const int ahead = pawn + 8;
-    if (ahead == strong || ahead == weak) { return false; }
-    if (ahead >= 56) { return Apart(weak, ahead) > 1 || Apart(strong, ahead) <= 1; }
-    return Won(1, ahead, strong, weak) || (pawn < 16 && ahead + 8 != strong && ahead + 8 != weak &&
-                                           Won(1, ahead + 8, strong, weak));
+    bool win = Won(1, ahead, strong, weak) ||
+               (pawn < 16 && ahead != strong && ahead != weak && Won(1, ahead + 8, strong, weak));
+    for (int to = 0; to < 64; ++to) { win |= Apart(strong, to) == 1 && Won(1, pawn, to, weak); }
+    return win && !Guards(pawn, weak);
 }
 
 // Mates by the pawn and stalemates are no wins.
 bool LoneKingLoses(int pawn, int strong, int weak) {
-    bool any_step = false;
+    int steps = 0, losing = 0;
     for (int to = 0; to < 64; ++to) {
         if (Apart(weak, to) != 1 || Apart(strong, to) <= 1 || Guards(pawn, to)) { continue; }
-        if (to == pawn || !Won(0, pawn, strong, to)) { return false; }
-        any_step = true;
+        ++steps;
+        losing += Won(0, pawn, strong, to);  // not when the pawn is taken
     }
-    return any_step;
+    return steps > 0 && losing == steps;
 }
 
 // Every entry follows from those one move later. The true wins are the smallest set of which that

@@ -1,7 +1,7 @@
 // What follows from the parameters: depth limits and the evaluation's tables.
 #include "eval/personality.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <algorithm>
 
@@ -9,24 +9,23 @@
 
 namespace {
 
+using testing::ElementsAre;
 using PersonalityTest = EngineTest;
 
 TEST_F(PersonalityTest, DepthLimitsStopBeforeTheFirstEntryThatIsOff) {
     PersonalityRecord p = DefaultPersonality;
-    const auto expect_depths = [&p](int cnp, int fp, int lmp) {
+    const auto depths = [&p] {
         DeriveDepthLimits(&p);
-        EXPECT_EQ(p.CNP_depth, cnp);
-        EXPECT_EQ(p.FP_depth, fp);
-        EXPECT_EQ(p.LMP_depth, lmp);
+        return std::vector<int>{p.CNP_depth, p.FP_depth, p.LMP_depth};
     };
-    expect_depths(3, 2, 4);
+    EXPECT_THAT(depths(), ElementsAre(3, 2, 4));
     p.CNP_margin[2] = 1001;
     p.FP_margin[3] = 1000;  // not beyond the limit
     p.LMP_count[1] = 201;
-    expect_depths(1, 3, 0);
+    EXPECT_THAT(depths(), ElementsAre(1, 3, 0));
     std::fill_n(p.FP_margin, SELECTIVITY_DEPTHS, i16{10});
     p.LMP_count[1] = 200;
-    expect_depths(1, 3, 4);
+    EXPECT_THAT(depths(), ElementsAre(1, 3, 4));
 }
 
 TEST_F(PersonalityTest, OwnSquareValuesReplaceComputedOnes) {

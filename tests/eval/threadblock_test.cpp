@@ -27,10 +27,9 @@ TEST_F(ThreadBlockTest, ANewBlockIsZeroWithItsLinksSetAndTakesThePlaceOfAnOlder)
         EXPECT_EQ(tb->ply_data[1].list_start, tb->move_buffer);
     }
     EXPECT_NE(ThreadData[SLOT]->seed, ThreadData[1]->seed) << "their roots have one order";
-    for (int times = 0; times < 2; ++times) {
-        FreeThreadBlock(SLOT);
-        EXPECT_EQ(ThreadData[SLOT], nullptr);
-    }
+    FreeThreadBlock(SLOT);
+    EXPECT_EQ(ThreadData[SLOT], nullptr);
+    FreeThreadBlock(SLOT);  // nothing
 }
 
 // The two sides of a position have entries of their own, every entry is within its cache, and
