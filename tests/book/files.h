@@ -21,25 +21,6 @@ inline void WriteFile(const std::string& path, const std::string& bytes) {
     std::ofstream(path, std::ios::binary) << bytes;
 }
 
-inline std::string EncodeBook(const std::vector<BookRecord>& records) {
-    std::string bytes;
-    for (const BookRecord& r : records) {
-        unsigned char out[BOOK_RECORD_SIZE];
-        EncodeBookRecord(r, out);
-        bytes.append(reinterpret_cast<char*>(out), sizeof out);
-    }
-    return bytes;
-}
-
-inline std::vector<BookRecord> DecodeBook(const std::string& bytes) {
-    std::vector<BookRecord> records;
-    for (std::size_t at = 0; at + BOOK_RECORD_SIZE <= bytes.size(); at += BOOK_RECORD_SIZE) {
-        records.push_back(
-            DecodeBookRecord(reinterpret_cast<const unsigned char*>(bytes.data()) + at));
-    }
-    return records;
-}
-
 inline std::string Repeat(const std::string& text, int times) {
     std::string all;
     for (int i = 0; i < times; ++i) { all += text; }
@@ -64,4 +45,31 @@ inline void PlayFromStart(const std::string& moves) {
         PlayGameMove(game_position, m);
     }
     UpdatePosHash(game_position);
+}
+
+// Bytes of the book that holds these records.
+inline std::string EncodeBook(std::vector<BookRecord> records) {
+    std::ranges::sort(records, std::greater(), [](const BookRecord& r) { return BookOrder(r); });
+    std::string bytes(records.size() * BOOK_RECORD_SIZE, ' ');
+    auto* out = reinterpret_cast<unsigned char*>(bytes.data());
+    for (const BookRecord& r : records) {
+        EncodeBookRecord(r, out);
+        out += BOOK_RECORD_SIZE;
+    }
+    return bytes;
+}
+
+// The same of "e2e4:3 0 9,e2e4 e7e5:0 3 9": records by moves from the start position, with the wins
+// of the side that made the last one, of the other side, and the draws.
+inline std::string BookOf(const std::string& text) {
+    std::vector<BookRecord> records;
+    std::istringstream words(text);
+    for (std::string moves, counters; std::getline(words, moves, ':');) {
+        std::getline(words, counters, ',');
+        PlayFromStart(moves);
+        BookRecord r = {BookKey1(game_position->side), opening_book.hash2, 0, 0, 0, 0};
+        std::istringstream(counters) >> r.prev_wins >> r.stm_wins >> r.draws;
+        records.push_back(r);
+    }
+    return EncodeBook(records);
 }
