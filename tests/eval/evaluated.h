@@ -1,7 +1,6 @@
 // How the engine evaluates a position at the root, and tables of such values.
 #pragma once
 
-#include <cstdio>
 #include <map>
 #include <string>
 
@@ -39,8 +38,6 @@ inline Columns Evaluated(const std::string& fen) {
     const PlyData& pd = ThreadData[0]->ply_data[1];
     EvalReport r;
     const int score = EvaluateWithReport(ThreadData[0], &r);
-    char factor[16];
-    std::snprintf(factor, sizeof factor, "%g", r.factor);
     std::string squares;
     for (Bitboard men = Occupied(pos); men != 0;) {
         const int sq = PopLSB(&men);
@@ -48,7 +45,7 @@ inline Columns Evaluated(const std::string& fen) {
     }
     Columns columns = {{"eval", std::to_string(score)},
                        {"stage", std::to_string(r.stage)},
-                       {"factor", factor},
+                       {"factor", std::to_string(r.factor)},
                        {"mtl", Pair(r.material)},
                        {"pos", Pair(r.positional)},
                        {"hung", Names(r.hanging)},

@@ -1,7 +1,5 @@
 // The parameter file: every key, the example file, and a corpus of good and bad files, each with
 // the record it must leave and the messages it must give.
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <cstring>
 #include <fstream>

@@ -1,8 +1,6 @@
 // Thread records: their links, and what makes and empties them.
 #include "eval/threadblock.h"
 
-#include <gtest/gtest.h>
-
 #include <iterator>
 
 #include "support/engine.h"

@@ -2,8 +2,6 @@
 #include "eval/weights.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
-
 #include <map>
 #include <regex>
 #include <set>
