@@ -108,7 +108,7 @@ void Session::CloseOutput() {
     output_ended_ = true;
 }
 
-// Appends what arrives to pending_; false when the output has ended or nothing came in time.
+// Appends what arrives to printed_; false when the output has ended or nothing came in time.
 bool Session::ReadMore(double end) {
     if (output_ended_) { return false; }
     pollfd handle{output_, POLLIN, 0};
@@ -118,28 +118,27 @@ bool Session::ReadMore(double end) {
     char buffer[65536];
     const ssize_t got = read(output_, buffer, sizeof(buffer));
     output_ended_ = got <= 0;
-    if (got > 0) { pending_.append(buffer, static_cast<std::size_t>(got)); }
+    if (got > 0) { printed_.append(buffer, static_cast<std::size_t>(got)); }
     return got > 0;
 }
 
 std::string Session::Expect(const std::string& prefix, double limit_seconds) {
     const double end = Now() + limit_seconds;
-    lines_.clear();
+    const std::size_t begin = returned_;
     do {
-        for (std::size_t feed; (feed = pending_.find('\n')) != std::string::npos;) {
-            lines_.push_back(pending_.substr(0, feed));
-            pending_.erase(0, feed + 1);
-            if (lines_.back().starts_with(prefix)) { return lines_.back(); }
+        for (std::size_t feed; (feed = printed_.find('\n', returned_)) != std::string::npos;) {
+            const std::string line = printed_.substr(returned_, feed - returned_);
+            returned_ = feed + 1;
+            if (line.starts_with(prefix)) { return line; }
         }
     } while (ReadMore(end));
-    std::string seen;
-    for (const std::string& line : lines_) { seen += "  " + line + "\n"; }
-    ADD_FAILURE() << "waited for: " << prefix << "\nread:\n" << seen << pending_ << ErrorText();
+    ADD_FAILURE() << "waited for: " << prefix << "\nread:\n"
+                  << printed_.substr(begin) << ErrorText();
     return "";
 }
 
 bool Session::IsSilentFor(double seconds) {
-    return pending_.empty() && !ReadMore(Now() + seconds) && !output_ended_;
+    return RestOfOutput().empty() && !ReadMore(Now() + seconds) && !output_ended_;
 }
 
 int Session::Wait(double limit_seconds) {
@@ -154,7 +153,7 @@ int Session::WaitWithoutReading(double limit_seconds) {
     int status = 0, ended = 0;
     while ((ended = waitpid(pid_, &status, WNOHANG)) == 0 && Now() < end) { usleep(500); }
     if (ended != pid_) {
-        ADD_FAILURE() << "the engine did not end within " << limit_seconds << " s\n" << pending_;
+        ADD_FAILURE() << "the engine did not end within " << limit_seconds << " s\n" << printed_;
         return -1;
     }
     pid_ = -1;

@@ -28,11 +28,9 @@ public:
     void CloseInput();   // the engine sees the end of its input
     void CloseOutput();  // nobody reads what it writes any more
 
-    // Reads lines until one starts with `prefix`, and returns it; the lines read, that one
-    // included, are in Lines(). Empty, with a test failure, when it does not come.
+    // Reads lines until one starts with `prefix`, and returns it. Empty, with a test failure, when
+    // it does not come.
     std::string Expect(const std::string& prefix, double limit_seconds = SESSION_LIMIT_SECONDS);
-    // Lines read by the last Expect.
-    const std::vector<std::string>& Lines() const { return lines_; }
 
     // True when nothing arrives for the given time; what has been read already but not been
     // returned counts as arrived.
@@ -43,8 +41,10 @@ public:
     int Wait(double limit_seconds = SESSION_LIMIT_SECONDS);
     // The same without reading what the engine writes.
     int WaitWithoutReading(double limit_seconds);
-    // After Wait: all output that was not returned yet, byte for byte.
-    std::string RestOfOutput() const { return pending_; }
+    // What was read of its output, byte for byte: all of it, and what Expect has not passed yet.
+    // Everything after Wait.
+    const std::string& Output() const { return printed_; }
+    std::string RestOfOutput() const { return printed_.substr(returned_); }
     // Waits until the engine's output pipe takes no more, and a moment longer, so that the engine
     // stands before it.
     void WaitUntilFull() const;
@@ -60,8 +60,8 @@ private:
     int output_ = -1;  // the engine writes, we read
     std::FILE* errors_ = nullptr;
     bool output_ended_ = false;
-    std::string pending_;  // output bytes that are not a line yet
-    std::vector<std::string> lines_;
+    std::string printed_;
+    std::size_t returned_ = 0;  // bytes of printed_ that Expect has passed
 };
 
 // What one run of the engine left behind.
