@@ -202,4 +202,19 @@ TEST(FaultSession, BuildsOfABookDoNotMix) {
     EXPECT_EQ(files, 3u) << "collection, book and log";
 }
 
+TEST(FaultSession, BytesOfEveryKindAreSurvived) {
+    const ScratchFolder folder;
+    std::string noise;
+    unsigned seed = 12345;
+    for (int i = 0; i < 40000; ++i) {
+        seed = seed * 1103515245u + 12345u;
+        noise += static_cast<char>(seed >> 16);
+    }
+    for (const char* protocol : {"-c", "-uci"}) {
+        const RunResult run = RunVesk({protocol, "-nolog"}, noise + "\nuci\n");
+        EXPECT_EQ(run.status, 0);
+        EXPECT_TRUE(run.output.ends_with("uciok\n")) << run.output;
+    }
+}
+
 }  // namespace
