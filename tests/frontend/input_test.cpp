@@ -9,50 +9,41 @@
 
 namespace {
 
-class Input : public testing::Test {
+class Input : public EngineTest {
 protected:
     void SetUp() override {
         ResetEngine();
         PBlock.options.log = 1;  // lines are echoed
     }
-    void TearDown() override { ResetInput(); }
-
-    static void Feed(const std::string& bytes) {
+    // What so many looks at the input echo and answer once these bytes have arrived.
+    static std::string Feed(const std::string& bytes, int looks = 1) {
         FeedInput(bytes.data(), static_cast<int>(bytes.size()));
-    }
-    static std::string Poll(int calls = 1) {
-        testing::internal::CaptureStdout();
-        while (calls-- > 0) { UserInput(); }
-        return testing::internal::GetCapturedStdout();
+        return OutputOf([looks] {
+            for (int i = 0; i < looks; ++i) { UserInput(); }
+        });
     }
 };
 
 TEST_F(Input, LineArrivesInPieces) {
-    Feed("isre");
-    EXPECT_EQ(Poll(), "");
+    EXPECT_EQ(Feed("isre"), "");
     EXPECT_FALSE(InputPending());
-    Feed("ady\nx");
-    EXPECT_TRUE(InputPending());
-    EXPECT_EQ(Poll(), "CMD: isready\nreadyok\n");
-    EXPECT_EQ(Poll(3), "");
+    EXPECT_EQ(Feed("ady\nx"), "CMD: isready\nreadyok\n");
+    EXPECT_EQ(Feed("", 3), "");
 }
 
 TEST_F(Input, OneLinePerCallWhateverEndsIt) {
-    Feed(std::string("a\n\nb@c\0d\r\n\r\ne\rignored\n", 23));
-    EXPECT_EQ(Poll(), "CMD: a\n");
-    EXPECT_EQ(Poll(), "CMD: b@c\n");
-    EXPECT_EQ(Poll(), "CMD: d\n");
-    EXPECT_EQ(Poll(2), "CMD: e\n");
+    EXPECT_EQ(Feed(std::string("a\n\nb@c\0d\r\n\r\ne\rignored\n", 23)), "CMD: a\n");
+    EXPECT_EQ(Feed(""), "CMD: b@c\n");
+    EXPECT_EQ(Feed(""), "CMD: d\n");
+    EXPECT_EQ(Feed("", 2), "CMD: e\n");
     EXPECT_FALSE(InputPending());
 }
 
 TEST_F(Input, ToolsOwnTheGamePosition) {
     SetToolInput(true);
-    Feed("position startpos moves e2e4\nisready\nquit\n");
-    EXPECT_EQ(Poll(), "");
+    EXPECT_EQ(Feed("position startpos moves e2e4\nisready\n.\nstop\nnew\nquit\n", 6),
+              "CMD: isready\nreadyok\nCMD: .\nCMD: stop\nCMD: quit\n");
     EXPECT_EQ(game_position->hist_count, 0);
-    EXPECT_EQ(Poll(), "CMD: isready\nreadyok\n");
-    Poll();
     EXPECT_EQ(PBlock.control.quit, 1);
 }
 

@@ -18,38 +18,36 @@ inline std::vector<std::pair<std::string, double>> Settings() {
     const Options& o = PBlock.options;
     const TimeControl& t = PBlock.time;
     const ControlBytes& c = PBlock.control;
-    return {
-        {"threads", o.threads},
-        {"overhead", o.comm_overhead},
-        {"own_book", o.own_book},
-        {"hash_mode", o.hash_mode},
-        {"ponder", o.ponder},
-        {"hash", o.hash_mb},
-        {"noise", o.noise},
-        {"log", o.log},
-        {"trace", o.trace},
-        {"debug", o.debug},
-        {"multipv", o.multipv},
-        {"protocol", o.protocol},
-        {"extra", o.uci_extra},
-        {"go_depth", o.go_limits.max_depth},
-        {"moves", t.moves_per_control},
-        {"base", t.base_time},
-        {"increment", t.increment},
-        {"white", t.clock[WHITE]},
-        {"black", t.clock[BLACK]},
-        {"to_go", t.moves_to_go},
-        {"depth", PBlock.limits.max_depth},
-        {"nodes", PBlock.limits.node_limit},
-        {"profile", PBlock.tool.profile},
-        {"quit", c.quit},
-        {"stop", c.stop},
-        {"state", c.search_state},
-        {"request", c.start_request},
-        {"infinite", c.infinite},
-        {"computer", c.computer},
-        {"selfplay", c.selfplay},
-    };
+    return {{"threads", o.threads},
+            {"overhead", o.comm_overhead},
+            {"own_book", o.own_book},
+            {"hash_mode", o.hash_mode},
+            {"ponder", o.ponder},
+            {"hash", o.hash_mb},
+            {"noise", o.noise},
+            {"log", o.log},
+            {"trace", o.trace},
+            {"debug", o.debug},
+            {"multipv", o.multipv},
+            {"protocol", o.protocol},
+            {"extra", o.uci_extra},
+            {"go_depth", o.go_limits.max_depth},
+            {"moves", t.moves_per_control},
+            {"base", t.base_time},
+            {"increment", t.increment},
+            {"white", t.clock[WHITE]},
+            {"black", t.clock[BLACK]},
+            {"to_go", t.moves_to_go},
+            {"depth", PBlock.limits.max_depth},
+            {"nodes", PBlock.limits.node_limit},
+            {"profile", PBlock.tool.profile},
+            {"quit", c.quit},
+            {"stop", c.stop},
+            {"state", c.search_state},
+            {"request", c.start_request},
+            {"infinite", c.infinite},
+            {"computer", c.computer},
+            {"selfplay", c.selfplay}};
 }
 
 // The settings that an action changes, as "depth 6, base 0.1".
@@ -82,6 +80,19 @@ inline std::string GameAfter(const std::string& lines) {
     return std::to_string(plies) + " " + MoveText(game_position->undo[plies].move) + " " +
            board.substr(0, board.find('\n'));
 }
+
+// The words of a command line, as the program's main gets them.
+struct CommandWords {
+    explicit CommandWords(const std::string& line) {
+        std::istringstream in("vesk " + line);
+        for (std::string word; in >> word;) { words.push_back(word); }
+        for (std::string& word : words) { argv.push_back(word.data()); }
+    }
+    int Count() const { return static_cast<int>(argv.size()); }
+
+    std::vector<std::string> words;
+    std::vector<char*> argv;
+};
 
 // Lets `handle` work on every text of this kind, at the program's defaults and the start position,
 // and compares what it returns with the row.

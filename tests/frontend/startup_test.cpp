@@ -5,51 +5,31 @@
 
 #include <filesystem>
 #include <fstream>
-#include <string>
-#include <vector>
 
 #include "eval/personality.h"
 #include "frontend/output.h"
-#include "frontend/pblock.h"
-#include "support/engine.h"
+#include "frontend/rows.h"
 
 namespace {
 
-class StartUpTest : public EngineTest {
-protected:
-    void TearDown() override { ResetEngine(); }
-    int Start(std::vector<std::string> words) {
-        std::vector<char*> argv;
-        words.insert(words.begin(), "vesk");
-        for (std::string& word : words) { argv.push_back(word.data()); }
-        return StartUp(static_cast<int>(argv.size()), argv.data(), &options_);
-    }
-    ScratchFolder folder_;
-    StartOptions options_;
-};
-
-TEST_F(StartUpTest, BuildsWhatTheOptionsAskForOnTopOfTheParameterFile) {
+TEST(StartUp, BuildsWhatTheOptionsAskForOnTopOfTheParameterFile) {
+    const ScratchFolder folder;
     std::ofstream("vesk.rc") << "rook_value_op 777\n";
+    FreeThreadBlock(0);
     FreeThreadBlock(1);
-    testing::internal::CaptureStdout();
-    ASSERT_EQ(Start({"-c", "-hash", "1", "-threads", "2"}), 0);
-    testing::internal::GetCapturedStdout();
-    EXPECT_EQ(options_.mode, RunMode::CommandLoop);
+    CommandWords words("-c -hash 1 -threads 2");
+    StartOptions options;
+    OutputOf([&] { EXPECT_EQ(StartUp(words.Count(), words.argv.data(), &options), 0); });
+    EXPECT_EQ(options.mode, RunMode::CommandLoop);
     EXPECT_EQ(Personality.rook_value_op, 777);
     EXPECT_EQ(DefaultPersonality.rook_value_op, 777);
-    EXPECT_EQ(PBlock.options.protocol, PROTOCOL_CONSOLE);
     EXPECT_EQ(game_position, &ThreadData[0]->pos);
     EXPECT_NE(ThreadData[2], nullptr);
     EXPECT_EQ(ThreadData[3], nullptr);
     EXPECT_TRUE(std::filesystem::exists(LOG_FILE_NAME));
     CleanUp();
     for (const ThreadBlock* tb : ThreadData) { EXPECT_EQ(tb, nullptr); }
-}
-
-TEST_F(StartUpTest, StopsAfterACommandLineThatAsksForNothingPossible) {
-    std::string said = OutputOf([this] { EXPECT_EQ(Start({"-match"}), 0); });
-    EXPECT_EQ(options_.mode, RunMode::Nothing);
-    EXPECT_EQ(said, "option -match needs a file name after it\n");
+    ResetEngine();
 }
 
 }  // namespace

@@ -1,15 +1,13 @@
-// Sessions in which something outside breaks: readers that go away, pipes that are full, a log that
-// cannot grow, two engines in one folder.
+// Sessions in which something outside breaks that no script can tell: pipes that are full, two
+// engines in one folder, noise for input.
 #include <gtest/gtest.h>
 
 #include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <string>
-#include <vector>
 
 #include <fcntl.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include "frontend/output.h"
@@ -31,28 +29,6 @@ std::size_t CountOf(const std::string& text, const std::string& in) {
     return count;
 }
 
-TEST(FaultSession, AnEngineWithoutAReaderEndsWhateverItDoes) {
-    const ScratchFolder folder;
-    const struct {
-        std::vector<std::string> arguments;
-        const char* typed;
-        const char* shown;  // a line begins so: by then it works
-    } cases[] = {
-        {{"-nolog"}, "uci\n", "uciok"},
-        {{"-nolog", "-threads", "2"}, "isready\ngo infinite\n", "info"},
-        {{"-nolog", "-noise", "9999"}, "isready\ngo depth 64\n", "readyok"},
-        {{"-nolog", "-c"}, "perft 12\n", "white"},
-        {{"-nolog", "-bench2"}, "", "running"},
-    };
-    for (const auto& c : cases) {
-        Session engine(c.arguments);
-        engine.SendBytes(c.typed);
-        engine.Expect(c.shown);
-        engine.CloseOutput();
-        EXPECT_EQ(engine.Wait(SOON), 1) << c.typed << c.arguments.back();
-    }
-}
-
 TEST(FaultSession, AFullPipeLosesNoLineAndLeavesInterruptsAlone) {
     const ScratchFolder folder;
     std::string listings;
@@ -69,21 +45,6 @@ TEST(FaultSession, AFullPipeLosesNoLineAndLeavesInterruptsAlone) {
     engine.WaitUntilFull();
     engine.Signal(SIGINT);
     EXPECT_EQ(engine.WaitWithoutReading(SOON), 1) << "it waits for room that never comes";
-}
-
-TEST(FaultSession, ALogThatCannotGrowEndsAlone) {
-    const ScratchFolder folder;
-    rlimit limit = {};
-    getrlimit(RLIMIT_FSIZE, &limit);
-    const rlimit small = {1500, limit.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &small);
-    Session session({"-c"});
-    setrlimit(RLIMIT_FSIZE, &limit);
-    for (int i = 0; i < 20; ++i) { session.Send("bd"); }
-    session.Send("quit");
-    EXPECT_EQ(session.Wait(), 0);
-    EXPECT_EQ(session.ErrorText(), "the log ends: cannot write vesk.log: File too large\n");
-    EXPECT_EQ(CountOf("white", session.RestOfOutput()), 21u);
 }
 
 TEST(FaultSession, TheLogOfALivingEngineIsLeftAlone) {
@@ -105,39 +66,6 @@ TEST(FaultSession, TheLogOfALivingEngineIsLeftAlone) {
     EXPECT_NE(FileContent(LOG_FILE_NAME).find("Hash fill"), std::string::npos);
     const RunResult third = RunVesk({"-c"}, "quit\n");
     EXPECT_FALSE(third.output.starts_with("log file")) << third.output;
-}
-
-// Files that a tool reads and writes at the same time, or is given by mistake.
-TEST(FaultSession, AToolsInputOutlivesItsOutput) {
-    const ScratchFolder folder;
-    const std::string games = FileContent(DataFile("engine-games.pgn"));
-    const std::string suite = FileContent(DataFile("bratko-kopec.epd"));
-    std::ofstream("tmp.pgn") << games;
-    EXPECT_EQ(RunVesk({"-nolog", "-scan_pgn1", "tmp.pgn"}, "").status, 0);
-    std::ofstream("games.pgn") << games;
-    const std::string scanned = FileContent("tmp.pgn");
-    EXPECT_EQ(RunVesk({"-nolog", "-scan_pgn1", "games.pgn"}, "").status, 0);
-    EXPECT_EQ(FileContent("tmp.pgn"), scanned);
-
-    std::ofstream("unsolved.epd") << suite;
-    std::ofstream("suite.epd") << suite;
-    const std::vector<std::string> run = {"-quiet", "-d", "1", "-anepd"};
-    std::vector<std::string> own = run, other = run;
-    own.emplace_back("unsolved.epd");
-    other.emplace_back("suite.epd");
-    EXPECT_EQ(RunVesk(own, "").status, 0);
-    const std::string unsolved = FileContent("unsolved.epd");
-    EXPECT_EQ(RunVesk(other, "").status, 0);
-    EXPECT_EQ(FileContent("unsolved.epd"), unsolved);
-    EXPECT_NE(unsolved, "");
-
-    std::ofstream("vesk.rc") << "hung = -20\n";
-    std::ofstream("test1.rc") << "hung = -21\n";
-    const RunResult match = RunVesk({"-nolog", "-match", "vesk.rc"}, "");
-    EXPECT_EQ(match.status, 1);
-    EXPECT_NE(match.output.find("vesk.rc holds no games and is left as it is\n"),
-              std::string::npos);
-    EXPECT_EQ(FileContent("vesk.rc"), "hung = -20\n");
 }
 
 // A pipe would stop the start, an endless device would never end.
