@@ -74,8 +74,9 @@ const char* const ALWAYS_HIDDEN[] = {
 void Type(const std::string& lines, Session* vesk) {
     std::string typed;
     for (const std::string& line : SplitLines(lines)) {
-        const std::size_t blank = std::min(line.find(' '), line.size() - 1);
-        const std::string action = line.substr(0, blank), text = line.substr(blank + 1);
+        const std::size_t blank = line.find(' ');
+        const std::string action = line.substr(0, blank);
+        const std::string text = blank == std::string::npos ? "" : line.substr(blank + 1);
         if (action == "<*") {
             for (int left = std::stoi(text); left > 0; --left) {
                 typed += text.substr(text.find(' ') + 1);
@@ -89,9 +90,9 @@ void Type(const std::string& lines, Session* vesk) {
         vesk->SendBytes(typed);
         typed.clear();
         if (action == "<<") { vesk->Expect(text); }
-        if (line == "<silence") { EXPECT_TRUE(vesk->IsSilentFor(0.2)) << lines; }
-        if (line == "<interrupt") { vesk->Signal(SIGINT); }
-        if (line == "<unread") { vesk->CloseOutput(); }
+        if (action == "<silence") { EXPECT_TRUE(vesk->IsSilentFor(0.2)) << lines; }
+        if (action == "<interrupt") { vesk->Signal(SIGINT); }
+        if (action == "<unread") { vesk->CloseOutput(); }
     }
     vesk->SendBytes(typed);
     vesk->CloseInput();

@@ -1,29 +1,13 @@
-// Starts the tests with the engine's tables filled, in a folder of their own: an engine that is
-// started writes its log where it stands. An environment, so that listing tests stays cheap.
+// Starts the tests in a folder of their own, since an engine that is started writes its log where
+// it stands, and with the engine's tables filled. Listing the tests stays cheap.
 #include <gtest/gtest.h>
-
-#include <memory>
 
 #include "support/engine.h"
 
-namespace {
-
-class EngineTables : public testing::Environment {
-public:
-    void SetUp() override {
-        folder_ = std::make_unique<ScratchFolder>();
-        InitEngineForTests();
-    }
-    void TearDown() override { folder_.reset(); }
-
-private:
-    std::unique_ptr<ScratchFolder> folder_;
-};
-
-}  // namespace
-
 int main(int argc, char** argv) {
     testing::InitGoogleTest(&argc, argv);
-    testing::AddGlobalTestEnvironment(new EngineTables);
+    if (GTEST_FLAG_GET(list_tests)) { return RUN_ALL_TESTS(); }
+    const ScratchFolder folder;
+    InitEngineForTests();
     return RUN_ALL_TESTS();
 }
