@@ -6,9 +6,7 @@
 #include <cstdio>
 #include <string>
 
-#include "frontend/input.h"
-#include "frontend/pblock.h"
-#include "support/engine.h"
+#include "frontend/rows.h"
 #include "support/session.h"
 
 namespace {
@@ -22,22 +20,18 @@ TEST(EpdLine, NamesTheFirstLegalMoveOfItsText) {
     for (const auto& [text, move] : cases) { EXPECT_EQ(ExpectedMove(text), move) << text; }
 }
 
-class EpdRunTest : public EngineTest {
-protected:
-    static double Error(const std::string& path) {
-        PBlock.limits.max_depth = 1;
-        std::snprintf(PBlock.tool.epd_file, FILE_NAME_SIZE, "%s", path.c_str());
-        return Analyze_EPD_File(0);
-    }
-    ScratchFolder folder_;
-};
-
-TEST_F(EpdRunTest, AMissingFileIsTheGreatestError) { EXPECT_EQ(Error("missing.epd"), 1.0); }
-
-TEST_F(EpdRunTest, QuitEndsTheRunAfterTheCurrentPosition) {
+TEST(EpdRun, EndsAtQuitAndWithoutItsFile) {
+    ResetEngine();
+    const ScratchFolder folder;
+    PBlock.limits.max_depth = 1;
+    std::snprintf(PBlock.tool.epd_file, FILE_NAME_SIZE, "missing.epd");
+    EXPECT_EQ(Analyze_EPD_File(0), 1.0) << "the greatest error";
+    const std::string suite = DataFile("bratko-kopec.epd");
+    std::snprintf(PBlock.tool.epd_file, FILE_NAME_SIZE, "%s", suite.c_str());
     FeedInput("quit\n", 5);
-    EXPECT_NE(Error(DataFile("bratko-kopec.epd")), 0.0);
-    EXPECT_EQ(SplitLines(FileContent("unsolved.epd")).size(), 15u);
+    Analyze_EPD_File(0);
+    EXPECT_EQ(SplitLines(FileContent("unsolved.epd")).size(), 15u) << "heard after 16 positions";
+    ResetEngine();
 }
 
 }  // namespace

@@ -11,12 +11,10 @@ namespace {
 
 class Input : public EngineTest {
 protected:
-    void SetUp() override {
-        ResetEngine();
-        PBlock.options.log = 1;  // lines are echoed
-    }
-    // What so many looks at the input echo and answer once these bytes have arrived.
+    // What so many looks at the input echo and answer once these bytes have arrived. The echo tells
+    // the lines that are handled.
     static std::string Feed(const std::string& bytes, int looks = 1) {
+        PBlock.options.log = 1;
         FeedInput(bytes.data(), static_cast<int>(bytes.size()));
         return OutputOf([looks] {
             for (int i = 0; i < looks; ++i) { UserInput(); }

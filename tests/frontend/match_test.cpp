@@ -22,9 +22,10 @@ TEST(Match, PlaysLegalGamesThatCanBeReadAtAnyTime) {
     Session match({"-match", "match.pgn"});
     match.CloseInput();
     match.Expect("Starting match...");
-    for (int i = 0; i < 1200 && FileContent("match.pgn").find("[Game 2]") == std::string::npos;
-         ++i) {
+    std::string text;
+    for (int i = 0; i < 1200 && text.find("[Game 2]") == std::string::npos; ++i) {
         match.IsSilentFor(0.1);
+        text = FileContent("match.pgn");
     }
     match.Signal(SIGINT);
     EXPECT_EQ(match.Wait(), 0);
@@ -36,7 +37,7 @@ TEST(Match, PlaysLegalGamesThatCanBeReadAtAnyTime) {
 \[Result "(1-0|0-1|1/2-1/2)"\]
 ([a-h][1-8]){2} \{-?\d+\.\d\d/\d+\}   ([a-h][1-8]){2} \{-?\d+\.\d\d/\d+\}
 )x");
-    const std::string text = FileContent("match.pgn");
+    text = FileContent("match.pgn");
     const auto games = std::distance(std::sregex_iterator(text.begin(), text.end(), form), {});
     EXPECT_TRUE(text.ends_with("\n\n"));
     Session checker({"match.pgn"}, VESK_CHECKMATCH);
@@ -50,9 +51,8 @@ TEST(MatchScore, CountsGamesForPlayersAndMarksWhatIsBeyondTheMargin) {
     score.Count(GameOutcome::WhiteWins, 0);
     score.Count(GameOutcome::WhiteWins, 1);
     score.Count(GameOutcome::BlackWins, 1);
-    score.Count(GameOutcome::BlackWins, 1);
     score.Count(GameOutcome::Drawn, 1);
-    EXPECT_EQ(score.Line(), "   5 games,    3   1   1  0.700 (+/- 0.968)  ");
+    EXPECT_EQ(score.Line(), "   4 games,    2   1   1  0.625 (+/- 1.122)  ");
     const std::pair<MatchScore, const char*> cases[] = {
         {{200, {200, 0}, 0}, " 200 games,  200   0   0  1.000 (+/- 0.108)  "},
         {{201, {201, 0}, 0}, " 201 games,  201   0   0  1.000 (+/- 0.108) *"},

@@ -17,9 +17,7 @@ TEST(ReportTest, WholeTexts) {
         ResetEngine();
         PBlock.limits.max_depth = 9;
         SetGame(fen);
-        testing::internal::CaptureStdout();
-        ShowEvalInfo();
-        EXPECT_EQ(testing::internal::GetCapturedStdout(), FileContent(DataFile("reports/") + file));
+        EXPECT_EQ(OutputOf(ShowEvalInfo), FileContent(DataFile("reports/") + file));
         EXPECT_EQ(PBlock.limits.max_depth, 9);
     }
 }

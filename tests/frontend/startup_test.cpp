@@ -4,25 +4,20 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 
-#include "eval/personality.h"
 #include "frontend/output.h"
 #include "frontend/rows.h"
 
 namespace {
 
-TEST(StartUp, BuildsWhatTheOptionsAskForOnTopOfTheParameterFile) {
+TEST(StartUp, BuildsWhatTheOptionsAskForAndCleansItUp) {
     const ScratchFolder folder;
-    std::ofstream("vesk.rc") << "rook_value_op 777\n";
     FreeThreadBlock(0);
     FreeThreadBlock(1);
     CommandWords words("-c -hash 1 -threads 2");
     StartOptions options;
     OutputOf([&] { EXPECT_EQ(StartUp(words.Count(), words.argv.data(), &options), 0); });
     EXPECT_EQ(options.mode, RunMode::CommandLoop);
-    EXPECT_EQ(Personality.rook_value_op, 777);
-    EXPECT_EQ(DefaultPersonality.rook_value_op, 777);
     EXPECT_EQ(game_position, &ThreadData[0]->pos);
     EXPECT_NE(ThreadData[2], nullptr);
     EXPECT_EQ(ThreadData[3], nullptr);

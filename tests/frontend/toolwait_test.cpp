@@ -3,15 +3,12 @@
 
 #include <gtest/gtest.h>
 
-#include "frontend/input.h"
-#include "frontend/pblock.h"
-#include "support/engine.h"
+#include "frontend/rows.h"
 
 namespace {
 
-class ToolWait : public EngineTest {};
-
-TEST_F(ToolWait, InputIsHeardAtEverySixteenthSearch) {
+TEST(ToolWait, InputIsHeardAtEverySixteenthSearch) {
+    ResetEngine();
     FeedInput("quit\n", 5);
     for (unsigned searches = 17; searches < 32; ++searches) { LookAtInput(searches); }
     EXPECT_EQ(PBlock.control.quit, 0);

@@ -1,7 +1,6 @@
 #!/bin/bash
-# Compares the benchmark's node total with the newest "Bench:" line of the history: a change of the engine that changes
-# what it searches must say so in its commit. Usage: bench_signature.sh ENGINE SOURCE_FOLDER. Exit status 77 = not applicable
-# (no history to compare with).
+# Compares the benchmark's node total with the newest "Bench:" line of the history, which every change of the search must
+# carry. Usage: bench_signature.sh ENGINE SOURCE_FOLDER. Exit status 77 = no history to compare with.
 set -u
 engine=$1
 source_folder=$2

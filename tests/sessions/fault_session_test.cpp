@@ -1,5 +1,5 @@
 // Sessions in which something outside breaks that no script can tell: pipes that are full, two
-// engines in one folder, noise for input.
+// engines in one folder.
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -128,21 +128,6 @@ TEST(FaultSession, BuildsOfABookDoNotMix) {
         files += file.exists() ? 1 : 0;
     }
     EXPECT_EQ(files, 3u) << "collection, book and log";
-}
-
-TEST(FaultSession, BytesOfEveryKindAreSurvived) {
-    const ScratchFolder folder;
-    std::string noise;
-    unsigned seed = 12345;
-    for (int i = 0; i < 40000; ++i) {
-        seed = seed * 1103515245u + 12345u;
-        noise += static_cast<char>(seed >> 16);
-    }
-    for (const char* protocol : {"-c", "-uci"}) {
-        const RunResult run = RunVesk({protocol, "-nolog"}, noise + "\nuci\n");
-        EXPECT_EQ(run.status, 0);
-        EXPECT_TRUE(run.output.ends_with("uciok\n")) << run.output;
-    }
 }
 
 }  // namespace

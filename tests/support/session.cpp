@@ -7,7 +7,6 @@
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
-#include <thread>
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -83,14 +82,9 @@ bool Session::SendBytes(const std::string& bytes) {
     std::size_t sent = 0;
     while (sent < bytes.size() && Now() < end) {
         const ssize_t n = write(input_, bytes.data() + sent, bytes.size() - sent);
-        if (n > 0) {
-            sent += static_cast<std::size_t>(n);
-            continue;
-        }
         if (n < 0 && errno != EAGAIN && errno != EINTR) { break; }
-        pollfd handles[2] = {{input_, POLLOUT, 0}, {output_ended_ ? -1 : output_, POLLIN, 0}};
-        poll(handles, 2, MillisecondsUntil(end));
-        if (handles[1].revents != 0) { ReadMore(Now()); }
+        if (n < 0) { ReadMore(Now() + 0.001); }
+        sent += static_cast<std::size_t>(std::max<ssize_t>(n, 0));
     }
     if (sent == bytes.size()) { return true; }
     ADD_FAILURE() << "the engine does not read its input: " << bytes.substr(0, 200);
@@ -165,10 +159,10 @@ void Session::WaitUntilFull() const {
     const double end = Now() + SESSION_LIMIT_SECONDS;
     int waiting = 0;
     while (ioctl(output_, FIONREAD, &waiting) == 0 && waiting < nearly_full && Now() < end) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        usleep(5000);
     }
     EXPECT_GE(waiting, nearly_full);
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    usleep(100000);
 }
 
 void Session::Signal(int number) {
@@ -176,12 +170,9 @@ void Session::Signal(int number) {
 }
 
 std::string Session::ErrorText() const {
-    std::string text;
-    char buffer[4096];
-    for (ssize_t got; (got = pread(fileno(errors_), buffer, sizeof(buffer),
-                                   static_cast<off_t>(text.size()))) > 0;) {
-        text.append(buffer, static_cast<std::size_t>(got));
-    }
+    std::string text(1 << 20, '\0');
+    const ssize_t size = pread(fileno(errors_), text.data(), text.size(), 0);
+    text.resize(static_cast<std::size_t>(std::max<ssize_t>(size, 0)));
     return text;
 }
 
