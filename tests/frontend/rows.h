@@ -13,11 +13,12 @@
 #include "frontend/report.h"
 #include "support/engine.h"
 
-// What the user can set, with the requests that wait.
+// What the user can set, with the requests that wait and the evaluations that are kept.
 inline std::vector<std::pair<std::string, double>> Settings() {
     const Options& o = PBlock.options;
     const TimeControl& t = PBlock.time;
     const ControlBytes& c = PBlock.control;
+    const auto kept = [](const PawnEntry& e) { return e.key != 0; };
     return {{"threads", o.threads},
             {"overhead", o.comm_overhead},
             {"own_book", o.own_book},
@@ -47,7 +48,8 @@ inline std::vector<std::pair<std::string, double>> Settings() {
             {"request", c.start_request},
             {"infinite", c.infinite},
             {"computer", c.computer},
-            {"selfplay", c.selfplay}};
+            {"selfplay", c.selfplay},
+            {"kept", std::ranges::count_if(ThreadData[1]->pawn_cache, kept)}};
 }
 
 // The settings that an action changes, as "depth 6, base 0.1".
