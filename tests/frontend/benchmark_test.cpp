@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <string>
+
 #include "frontend/rows.h"
 
 namespace {
@@ -13,7 +15,8 @@ TEST(Benchmark, PutsTheOptionsBackAndEndsTheProgram) {
     const SearchPool pool;
     PBlock.limits.max_depth = 3;
     PBlock.options.noise = 1.5;
-    EXPECT_EQ(ChangesOf([] { RunBenchmark(2); }), "quit 1, stop 1");
+    const std::string changes = ChangesOf([] { RunBenchmark(2); });
+    EXPECT_TRUE(changes.starts_with("quit 1, stop 1, kept ")) << changes;
 }
 
 }  // namespace
