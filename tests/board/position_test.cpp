@@ -12,8 +12,7 @@ using PositionTest = EngineTest;
 // history.
 void SetExactly(const std::string& text) {
     const std::vector<char> exact(text.c_str(), text.c_str() + text.size() + 1);
-    game_position->fifty = 1;
-    game_position->last_move = 1;
+    game_position->last_move = game_position->fifty = 1;
     SetPosition(game_position, exact.data());
     EXPECT_EQ(Describe(game_position, false), Epd(game_position) + " 0 0 0 1") << text;
 }
@@ -58,7 +57,8 @@ TEST_F(PositionTest, SoundnessCheckSeesDamageToAnyDerivedByte) {
     expect_all_matter(pos.ep_square, 1, NO_SQUARE ^ (NO_SQUARE + 1));
     for (int list = 0; list < 2 * PIECE_TYPES; ++list) {
         auto& squares = pos.plist[list / PIECE_TYPES][list % PIECE_TYPES];
-        expect_all_matter(squares, std::ranges::find(squares, NO_SQUARE) - squares + 1, 1);
+        const auto used = std::ranges::find(squares, NO_SQUARE) - squares + 1;
+        for (int bit : {1, NO_SQUARE}) { expect_all_matter(squares, used, bit); }
     }
 }
 
