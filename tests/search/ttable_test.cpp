@@ -36,11 +36,6 @@ protected:
         rival.hash ^= static_cast<u64>(n) << 32;
         return rival;
     }
-
-    static void Resize(int mb) {
-        PBlock.options.hash_mb = static_cast<u16>(mb);
-        ASSERT_EQ(InitTTable(), 0);
-    }
 };
 
 TEST_F(TTableTest, EntryComesBackAsStored) {
@@ -59,7 +54,8 @@ TEST_F(TTableTest, EntryComesBackAsStored) {
 
 TEST_F(TTableTest, BothSidesAddressTheWholeOfTablesOfAnySizeUnlessTheyAreOff) {
     for (int mb : {1, 3, 0, 5, 16}) {
-        Resize(mb);
+        PBlock.options.hash_mb = static_cast<u16>(mb);
+        ASSERT_EQ(InitTTable(), 0);
         EXPECT_EQ(hash_table.entries, u64(mb) * 65536);
         const u64 mask = hash_table.mask;
         for (u64 low : {u64{0}, mask, mask / 2, u64{0xFFFFFFFF}}) {
@@ -115,7 +111,8 @@ TEST_F(TTableTest, MemoryThatCannotBeHadIsReported) {
         EXPECT_EQ(InitTTable(), -1);
         EXPECT_EQ(hash_table.slots, nullptr);
     });
-    Resize(1);
+    PBlock.options.hash_mb = 1;
+    EXPECT_EQ(InitTTable(), 0);
 }
 
 // A result that is too shallow is no part of a line; it ends where the position repeats, and where
