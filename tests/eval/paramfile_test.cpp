@@ -14,10 +14,8 @@ static_assert(std::has_unique_object_representations_v<PersonalityRecord>);
 
 const std::string NO_FAULTS = "loading parameters from test.rc\n\n";
 
-class ParameterFileTest : public testing::Test {
+class ParameterFileTest : public EngineTest {
 protected:
-    void SetUp() override { ResetEngine(); }
-
     // Loads a file with that text over the defaults and returns the messages.
     std::string Load(const std::string& text) {
         std::ofstream("test.rc", std::ios::binary) << text;
@@ -68,24 +66,29 @@ TEST_F(ParameterFileTest, CorpusFilesSetTheGoodLinesAndNameTheBadOnes) {
         EXPECT_EQ(Load(FileContent(path + ".rc")), FileContent(path + ".messages")) << name;
         EXPECT_TRUE(Same(record_, twin)) << name;
     }
-    const std::string shown(40, '=');
     EXPECT_EQ(Load(std::string(1000000, '=') + "\nhung = 7"),
-              NO_FAULTS + "test.rc, line 1: line too long: \"" + shown + "\"\n");
+              NO_FAULTS + "test.rc, line 1: line too long: \"" + std::string(40, '=') + "\"\n");
     EXPECT_EQ(record_.hung, 7);
 }
 
-TEST_F(ParameterFileTest, AMissingFileIsSilent) {
+TEST_F(ParameterFileTest, TheExampleFileChangesNothing) {
+    EXPECT_EQ(Load(FileContent(DataFile("../../share/vesk.rc.example"))), NO_FAULTS);
+    const PersonalityRecord example = record_;
+    EXPECT_EQ(Load(""), NO_FAULTS);
+    EXPECT_TRUE(Same(record_, example));
+}
+
+// A missing file is silent. One that is there comes before the limits, the reduction table and the
+// copy of the record.
+TEST_F(ParameterFileTest, StartUpDerivesFromWhatTheFileSays) {
     for (const char* path : {"nowhere.rc", "."}) {
         EXPECT_EQ(OutputOf([&] { EXPECT_FALSE(LoadConfigFile(path, &record_)); }), "") << path;
     }
-}
-
-// The file comes before the limits, the reduction table and the copy of the record.
-TEST_F(ParameterFileTest, StartUpDerivesFromWhatTheFileSays) {
-    Load("LMR_strength = 0\nCNP_margin_depth2 = 5000\n");
+    Load("LMR_strength = 25\nCNP_margin_depth2 = 5000\n");
     EXPECT_EQ(OutputOf([] { InitPersonality("test.rc"); }), NO_FAULTS);
     EXPECT_EQ(Personality.CNP_depth, 1);
-    EXPECT_EQ(Personality.LMR_table[1][69][31], 0);
+    EXPECT_EQ(Personality.LMR_table[0][49][9], 1);  // of 0.72
+    EXPECT_EQ(Personality.LMR_table[1][49][9], 2);  // of 1.92
     EXPECT_TRUE(Same(DefaultPersonality, Personality));
 }
 

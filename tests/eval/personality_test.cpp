@@ -51,6 +51,9 @@ TEST_F(PersonalityTest, ExtremeWeightsAreHarmless) {
             EXPECT_EQ(Evaluate(ThreadData[0], 2, false), fresh) << row[0];
         }
     }
+    std::fill_n(&Personality.rook_value_op, 4, i16{20000});  // of rooks and queens
+    InitEval();
+    EXPECT_EQ(Score("6k1/5ppp/8/8/8/8/5PPP/QR4K1 w - -"), INT16_MAX);
 }
 
 }  // namespace
