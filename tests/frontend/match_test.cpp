@@ -1,5 +1,5 @@
 // The self-play match: its games are games. How it starts and ends is compared in sessions.
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <csignal>
 #include <fstream>
@@ -43,7 +43,7 @@ TEST(Match, PlaysLegalGamesThatCanBeReadAtAnyTime) {
     Session checker({"match.pgn"}, VESK_CHECKMATCH);
     EXPECT_EQ(checker.Wait(), 0);
     const std::string verdict = "player 1 won 0, player 2 won " + std::to_string(games);
-    EXPECT_NE(checker.Output().find(verdict), std::string::npos) << checker.Output();
+    EXPECT_THAT(checker.Output(), testing::HasSubstr(verdict));
 }
 
 TEST(MatchScore, CountsGamesForPlayersAndMarksWhatIsBeyondTheMargin) {

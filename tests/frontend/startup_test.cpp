@@ -17,7 +17,6 @@ TEST(StartUp, BuildsWhatTheOptionsAskForAndCleansItUp) {
     CommandWords words("-c -hash 1 -threads 2");
     StartOptions options;
     OutputOf([&] { EXPECT_EQ(StartUp(words.Count(), words.argv.data(), &options), 0); });
-    EXPECT_EQ(options.mode, RunMode::CommandLoop);
     EXPECT_EQ(game_position, &ThreadData[0]->pos);
     EXPECT_NE(ThreadData[2], nullptr);
     EXPECT_EQ(ThreadData[3], nullptr);

@@ -30,9 +30,12 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
+#include <map>
 #include <regex>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "support/engine.h"
@@ -71,27 +74,29 @@ const char* const ALWAYS_HIDDEN[] = {
     "( - +[0-9]+ - +[0-9]+ +[0-9.]+ +)[0-9.]+",
 };
 
-// Does what the lines of a run say.
+// Types the lines of a run, and does what they say.
 void Type(const std::string& lines, Session* vesk) {
+    const std::map<std::string, std::function<void(const std::string&)>> actions = {
+        {"<<", [vesk](const std::string& text) { vesk->Expect(text); }},
+        {"<silence", [vesk](const auto&) { EXPECT_TRUE(vesk->IsSilentFor(0.2)); }},
+        {"<interrupt", [vesk](const auto&) { vesk->Signal(SIGINT); }},
+        {"<unread", [vesk](const auto&) { vesk->CloseOutput(); }},
+    };
     std::string typed;
     for (const std::string& line : SplitLines(lines)) {
-        const std::size_t blank = line.find(' ');
-        const std::string action = line.substr(0, blank);
-        const std::string text = blank == std::string::npos ? "" : line.substr(blank + 1);
-        if (!line.starts_with("<")) { typed += line + "\n"; }
-        if (action == "<data") { typed += FileContent(DataFile(text)); }
-        if (action == "<*") {
-            for (int left = std::stoi(text); left > 0; --left) {
-                typed += text.substr(text.find(' ') + 1);
-            }
+        const std::string action = line.substr(0, line.find(' '));
+        const std::string text = line.substr(std::min(action.size() + 1, line.size()));
+        if (!line.starts_with("<")) {
+            typed += line + "\n";
+        } else if (action == "<data") {
+            typed += FileContent(DataFile(text));
+        } else if (action == "<*") {
+            const std::string repeated = text.substr(text.find(' ') + 1);
+            for (int left = std::stoi(text); left > 0; --left) { typed += repeated; }
+        } else {
+            vesk->SendBytes(std::exchange(typed, ""));
+            actions.at(action)(text);
         }
-        if (!line.starts_with("<") || action == "<data" || action == "<*") { continue; }
-        vesk->SendBytes(typed);
-        typed.clear();
-        if (action == "<<") { vesk->Expect(text); }
-        if (action == "<silence") { EXPECT_TRUE(vesk->IsSilentFor(0.2)) << lines; }
-        if (action == "<interrupt") { vesk->Signal(SIGINT); }
-        if (action == "<unread") { vesk->CloseOutput(); }
     }
     vesk->SendBytes(typed);
     vesk->CloseInput();
@@ -121,7 +126,7 @@ public:
             } else if (kind == "hide") {
                 for (const std::string& line : SplitLines(s.body)) { hidden_.emplace_back(line); }
             } else if (kind == "limit") {
-                limit_ = s.words.at(1) + " " + s.words.at(2);
+                limit_ = "ulimit " + s.words.at(1) + " " + s.words.at(2) + "; ";
             } else if (kind != "comment") {
                 ADD_FAILURE() << "unknown section: " << s.text;
             }
@@ -146,11 +151,8 @@ private:
 
     std::string AnswersTo(const Section& run) {
         std::vector<std::string> arguments(run.words.begin() + 1, run.words.end());
-        if (!limit_.empty()) {
-            const std::string start = "ulimit " + limit_ + R"(; exec "$0" "$@")";
-            arguments.insert(arguments.begin(), {"-c", start, EnginePath()});
-        }
-        Session vesk(arguments, limit_.empty() ? "" : "/bin/sh");
+        arguments.insert(arguments.begin(), {"-c", limit_ + R"(exec "$0" "$@")", EnginePath()});
+        Session vesk(arguments, "/bin/sh");
         limit_.clear();
         Type(run.body, &vesk);
         const int status = vesk.Wait();
@@ -161,7 +163,7 @@ private:
     }
 
     std::vector<std::regex> hidden_{std::begin(ALWAYS_HIDDEN), std::end(ALWAYS_HIDDEN)};
-    std::string limit_;
+    std::string limit_;  // a command of the shell
 };
 
 std::vector<std::string> ScriptNames() {
