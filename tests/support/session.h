@@ -42,7 +42,7 @@ public:
     // The same without reading what the engine writes.
     int WaitWithoutReading(double limit_seconds);
     // What was read of its output, byte for byte: all of it, and what Expect has not passed yet.
-    // Everything after Wait.
+    // Complete after Wait.
     const std::string& Output() const { return printed_; }
     std::string RestOfOutput() const { return printed_.substr(returned_); }
     // Waits until the engine's output pipe takes no more, and a moment longer, so that the engine
