@@ -35,9 +35,13 @@ u64 LimitIn(const std::string& path) {
 // The smallest limit of a group and of those that it lies in. Inside a container the group's own
 // path may not exist, as the container's group is mounted as the root.
 u64 LimitUpwards(const std::string& root, std::string group, const std::string& name) {
-    u64 limit = LimitIn(root + "/" + name);
+    const std::string file = "/" + name;
+    u64 limit = LimitIn(root + file);
     while (group.size() > 1) {
-        limit = std::min(limit, LimitIn(root + group + "/" + name));
+        std::string path = root;
+        path += group;
+        path += file;
+        limit = std::min(limit, LimitIn(path));
         const std::size_t last_part = group.rfind('/');
         group.resize(last_part == std::string::npos ? 0 : last_part);
     }

@@ -10,23 +10,14 @@
 
 namespace {
 
-// True when the men, rights and en passant square are the same, and the men in the same order.
-bool SameSetUp(const Position& a, const Position& b) {
-    return std::memcmp(&a.plist, &b.plist, sizeof a.plist) == 0 &&
-           std::memcmp(&a.board, &b.board, sizeof a.board) == 0 && a.castle == b.castle &&
-           a.ep_square == b.ep_square;
-}
-
 void AddPosition(const EpdRecord& record, Position* scratch, PositionSet* set) {
     SetPosition(scratch, record.position.c_str());
     const LabelledPosition labelled = {set->texts.size(), record.result, scratch->side};
-    // The short text does, unless a malformed line has put the men on the board in another order.
-    const Position whole = *scratch;
+    // A short text puts the men on the board in the same order, whatever else the line held: texts
+    // are read in the order of the squares, and a square that is taken stays so.
     char epd[EPD_FIELDS_SIZE];
     MakeEPD(scratch, epd);
-    SetPosition(scratch, epd);
-    const char* text = SameSetUp(whole, *scratch) ? epd : record.position.c_str();
-    set->texts.insert(set->texts.end(), text, text + std::strlen(text) + 1);
+    set->texts.insert(set->texts.end(), epd, epd + std::strlen(epd) + 1);
     const u32 index = static_cast<u32>(set->positions.size());
     set->positions.push_back(labelled);
     if (WhyUnplayable(scratch) != nullptr) { return; }
