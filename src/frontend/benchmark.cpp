@@ -81,6 +81,7 @@ void RunBenchmark(int positions) {
     double nodes = 0.0;
     for (int i = 0; i < positions && PBlock.control.quit == 0; ++i) {
         UserInput();
+        if (PBlock.control.quit != 0) { break; }  // the next search would not hear it
         ShowStatus("position %d of %d", i + 1, positions);
         SearchPosition(benchmark_positions[i]);
         ClearStatus();

@@ -149,11 +149,11 @@ void GoCommand(const char* rest) {
 }
 
 void StopCommand() {
+    PBlock.control.stop = STOP_FINISH;  // a tool's search as well
+    PBlock.control.computer = NO_COMPUTER;
     if (PBlock.control.search_state == SEARCH_IDLE) { return; }
-    PBlock.control.stop = STOP_FINISH;
     PBlock.control.infinite = 0;
     PBlock.control.search_state = SEARCH_THINK;
-    PBlock.control.computer = NO_COMPUTER;
 }
 
 // --- search limits ---

@@ -57,7 +57,8 @@ TEST_F(PositionTest, SoundnessCheckSeesDamageToAnyDerivedByte) {
     expect_all_matter(pos.ep_square, 1, NO_SQUARE ^ (NO_SQUARE + 1));
     for (int list = 0; list < 2 * PIECE_TYPES; ++list) {
         auto& squares = pos.plist[list / PIECE_TYPES][list % PIECE_TYPES];
-        const auto used = std::ranges::find(squares, NO_SQUARE) - squares + 1;
+        const auto used =
+            static_cast<std::size_t>(std::ranges::find(squares, NO_SQUARE) - squares + 1);
         for (int bit : {1, NO_SQUARE}) { expect_all_matter(squares, used, bit); }
     }
 }

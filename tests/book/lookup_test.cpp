@@ -81,7 +81,7 @@ TEST_F(BookLookup, TheBestRecordIsChosenAndAGameThatLeftTheBookStaysOutOfIt) {
 TEST_F(BookLookup, TheRandomTermIsBoundedByTheWeight) {
     UseBook(BookOf("e2e4:2 4 0"));
     for (const auto& [weight, chosen] : {std::pair(4, 0), std::pair(5, 100)}) {
-        PBlock.options.book_weight = static_cast<u16>(weight);
+        PBlock.options.book_weight = static_cast<i16>(weight);
         int times = 0;
         for (int i = 0; i < 500; ++i) { times += Answer("") == "e2e4"; }
         EXPECT_NEAR(times, chosen, chosen / 2);

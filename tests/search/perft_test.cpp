@@ -15,7 +15,7 @@ TEST(Perft, LeavesOfTheCollection) {
     std::mt19937 random(9);
     for (const auto& row : ReadTable("perft.tsv")) {
         Position* pos = SetGame(row[0]);
-        for (const u64 most : {VESK_MOST_LEAVES, VESK_MOST_LEAVES / 10}) {
+        for (const u64 most : {u64{VESK_MOST_LEAVES}, u64{VESK_MOST_LEAVES} / 10}) {
             for (std::size_t column = 1; column < row.size(); ++column) {
                 if (row[column] == "-" || std::stoull(row[column]) > most) { continue; }
                 tb->nodes = 0;

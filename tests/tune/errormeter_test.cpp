@@ -26,7 +26,7 @@ TEST_F(ErrorMeterTest, TheErrorIsThatOfTheEpdAnalysisWhateverTheWeightsAndLimits
     file.close();
     std::strcpy(PBlock.tool.epd_file, "tune.epd");
     PBlock.limits.max_depth = 0;
-    for (const u64 node_limit : {0, 5}) {  // with one the calling thread does it alone
+    for (const u64 node_limit : {u64{0}, u64{5}}) {  // with one the calling thread does it alone
         PBlock.limits.node_limit = node_limit;
         for (const i16 draw_score : {i16{0}, i16{25}}) {
             Personality.draw_score = Personality.bishop_pair = draw_score;
