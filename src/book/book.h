@@ -46,7 +46,7 @@ extern OpeningBook opening_book;  // empty at the start of the program
 // --- look-up (lookup.cpp) ---
 
 // Reads the index of PBlock.options.book_file. No file, or one without a whole record, means no
-// book; one that cannot be opened, or is no regular file, is named on standard error as well.
+// book; one that cannot be read, or is no regular file, is named on standard error as well.
 // Returns 0: all memory is static.
 int InitBook();
 

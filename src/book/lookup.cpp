@@ -98,6 +98,7 @@ void LoadBlock(int bucket) {
         }
         book->block_bucket = bucket;
     }
+    if (std::ferror(file)) { DropBlock(); }
     std::fclose(file);
 }
 
@@ -151,10 +152,13 @@ int InitBook() {
     std::FILE* file = OpenBookFile(&why);
     if (file != nullptr) {
         ReadIndex(file);
+        if (std::ferror(file)) {
+            why = "cannot be read";
+            FreeBook();
+        }
         std::fclose(file);
-    } else if (why != nullptr) {
-        ShowError("%s: %s\n", PBlock.options.book_file, why);
     }
+    if (why != nullptr) { ShowError("%s: %s\n", PBlock.options.book_file, why); }
     return 0;
 }
 

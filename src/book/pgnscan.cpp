@@ -345,15 +345,18 @@ void Scan_PGN_File(const char* path, int mode) {
     InitEval();
     ScanLines(&scan, &reader);
     const bool broken_off = reader.broken_off;
-    const bool unreadable = ReadingFailed(reader);
+    const bool unreadable = !broken_off && ReadingFailed(reader);
     CloseLines(&reader);
     if (unreadable) {
         ShowError("cannot read %s to its end; %s is unchanged\n", path, out_name);
         PBlock.tool.failed = true;
         scan.out.Abandon();
-    } else if (!scan.out.Commit()) {
-        ShowFault(scan.out);
+    } else if (broken_off && SameFile(path, out_name)) {
+        ShowError("interrupted: %s is unchanged\n", path);
+        scan.out.Abandon();
+    } else {
+        if (!scan.out.Commit()) { ShowFault(scan.out); }
+        if (broken_off) { ShowError("interrupted: the rest of %s is not scanned\n", path); }
     }
-    if (broken_off) { ShowError("interrupted: the rest of %s is not scanned\n", path); }
     ShowMessageF("games= %d, positions= %d\n", scan.games, scan.positions);
 }

@@ -238,10 +238,12 @@ bool LoadConfigFile(const char* path, PersonalityRecord* record) {
         if (why != nullptr) { ShowError("%s: %s\n", path, why); }
         return false;
     }
-    ShowMessageF("loading parameters from %s\n", path);
+    if (!ReadingFailed(file.reader)) { ShowMessageF("loading parameters from %s\n", path); }
     while (NextLine(&file)) {
         if (!IsComment(&file)) { ReadSetting(&file, record); }
     }
+    const bool complete = !ReadingFailed(file.reader);
+    if (!complete) { ShowError("%s cannot be read to its end\n", path); }
     CloseLines(&file.reader);
-    return true;
+    return complete;
 }

@@ -122,7 +122,7 @@ void InitPersonality(const char* path);
 void InitEval();
 
 // Reads a parameter file over `record`: the fields whose keys occur. False when there is no
-// such file; also, said in a line on standard error, when it cannot be opened or is no regular
-// file. Bad lines are named on the message output and change nothing but
+// such file; also, said in a line on standard error, when it is no regular file or cannot be read
+// to its end. Bad lines are named on the message output and change nothing but
 // themselves. (paramfile.cpp)
 [[nodiscard]] bool LoadConfigFile(const char* path, PersonalityRecord* record);

@@ -127,25 +127,9 @@ std::string FindEpdLine(LineReader* reader, const std::string& id) {
     return "";
 }
 
-}  // namespace
-
-void LoadCommand(const Command& c) {
-    ShowMessageF("loading %s, tag %s\n", c.word[1].c_str(), c.word[2].c_str());
-    LineReader reader;
-    if (OpenLines(&reader, c.word[1].c_str())) {
-        EndSelfPlay();
-        NewGamePosition(fen_opn);
-        if (FindGame(&reader, c.word[2])) { PlayGame(&reader); }
-        CloseLines(&reader);
-        EndGameRecord();
-        ShowBoard(game_position);
-    }
-    PBlock.time.ResetClocks();
-}
-
 // Adds what a file holds, if it is there, to an output. False, said in a line, when it cannot be
 // read: what it holds must not be lost.
-[[nodiscard]] bool CopyFile(const char* path, OutFile* out) {
+[[nodiscard]] bool AppendFile(const char* path, OutFile* out) {
     const char* why;
     std::FILE* in = OpenRegularFile(path, &why);
     if (in != nullptr) {
@@ -160,13 +144,33 @@ void LoadCommand(const Command& c) {
     return why == nullptr;
 }
 
+}  // namespace
+
+void LoadCommand(const Command& c) {
+    ShowMessageF("loading %s, tag %s\n", c.word[1].c_str(), c.word[2].c_str());
+    const char* path = c.word[1].c_str();
+    LineReader reader;
+    const char* why;
+    if (OpenLines(&reader, OpenRegularFile(path, &why))) {
+        EndSelfPlay();
+        NewGamePosition(fen_opn);
+        if (FindGame(&reader, c.word[2])) { PlayGame(&reader); }
+        CloseLines(&reader);
+        EndGameRecord();
+        ShowBoard(game_position);
+    } else if (why != nullptr) {
+        ShowError("%s: %s\n", path, why);
+    }
+    PBlock.time.ResetClocks();
+}
+
 void SaveCommand(const Command&) {
     OutFile out;
     if (!out.Create(SAVED_GAMES)) {
         ShowMessage(out.Fault().c_str());
         return;
     }
-    if (!CopyFile(SAVED_GAMES, &out)) { return; }
+    if (!AppendFile(SAVED_GAMES, &out)) { return; }
     Position* pos = game_position;
     const int moves = pos->hist_count;
     TakeBackAll();
@@ -185,7 +189,8 @@ void SaveCommand(const Command&) {
 void GetCommand(const Command& c) {
     LeaveGame();
     LineReader reader;
-    if (!OpenLines(&reader, "test.epd")) { return; }
+    const char* why;
+    if (!OpenLines(&reader, OpenRegularFile("test.epd", &why))) { return; }
     const std::string line = FindEpdLine(&reader, c.word[1]);
     CloseLines(&reader);
     ShowMessage(line.c_str());

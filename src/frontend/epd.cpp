@@ -65,11 +65,7 @@ public:
     [[nodiscard]] bool OpenUnsolved() {
         return max_depth_ < 1 || unsolved_.Create(UNSOLVED_FILE) || ShowFault();
     }
-    // Puts the file of unsolved positions in its place.
-    [[nodiscard]] bool KeepUnsolvedFile() {
-        return !unsolved_.IsOpen() || unsolved_.Commit() || ShowFault();
-    }
-    void AbandonUnsolvedFile() { unsolved_.Abandon(); }
+    void EndUnsolvedFile(bool broken_off, bool unreadable);
     void Analyze(const std::string& line, const EpdRecord& record);
     void ShowSummary() const;
     double AverageError() const { return Average(totals_.error); }
@@ -196,6 +192,23 @@ int ExpectedMove(const std::string& text) {
     return 0;
 }
 
+// Puts the file of unsolved positions in its place, unless the run did not come to the end of the
+// suite and would replace what it has not read.
+void EpdRun::EndUnsolvedFile(bool broken_off, bool unreadable) {
+    const char* suite = PBlock.tool.epd_file;
+    if (unreadable) {
+        ShowError("cannot read %s to its end\n", suite);
+        PBlock.tool.failed = true;
+        unsolved_.Abandon();
+    } else if (unsolved_.IsOpen() && broken_off && SameFile(suite, UNSOLVED_FILE)) {
+        ShowError("interrupted: %s is unchanged\n", suite);
+        unsolved_.Abandon();
+    } else if (unsolved_.IsOpen() && !unsolved_.Commit()) {
+        PBlock.tool.failed = true;
+        ShowFault();
+    }
+}
+
 double Analyze_EPD_File(int show) {
     LineReader reader;
     if (!OpenLines(&reader, PBlock.tool.epd_file)) { return UNREADABLE_FILE; }
@@ -214,14 +227,10 @@ double Analyze_EPD_File(int show) {
     while (PBlock.control.quit == 0 && NextEpdRecord(&reader, &line, &record)) {
         run.Analyze(line, record);
     }
-    if (ReadingFailed(reader)) {
-        ShowError("cannot read %s to its end\n", PBlock.tool.epd_file);
-        run.AbandonUnsolvedFile();
-        PBlock.tool.failed = true;
-    } else if (!run.KeepUnsolvedFile()) {
-        PBlock.tool.failed = true;
-    }
+    const bool broken_off = reader.broken_off || PBlock.control.quit != 0;
+    const bool unreadable = !broken_off && ReadingFailed(reader);
     CloseLines(&reader);
+    run.EndUnsolvedFile(broken_off, unreadable);
     if (show) {
         ClearStatus();
         run.ShowSummary();

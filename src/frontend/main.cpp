@@ -1,5 +1,6 @@
 // The program: starts up, runs the one mode that the command line chose, cleans up. The exit status
-// is 0, or 1 when the start-up failed or the output could not be written.
+// is 0, or 1 when the start-up failed, a tool could not do its work, or the output could not be
+// written.
 #include <cstdio>
 
 #include "book/book.h"

@@ -108,11 +108,8 @@ void ChooseMove(Match* match) {
 GameOutcome Judge() {
     const bool white_moves = game_position->side == WHITE;
     const int score = PBlock.result.Score();
-    if (score < -DECIDED_SCORE) {
-        return white_moves ? GameOutcome::BlackWins : GameOutcome::WhiteWins;
-    }
-    if (score > DECIDED_SCORE) {
-        return white_moves ? GameOutcome::WhiteWins : GameOutcome::BlackWins;
+    if (std::abs(score) > DECIDED_SCORE) {
+        return (score > 0) == white_moves ? GameOutcome::WhiteWins : GameOutcome::BlackWins;
     }
     if (game_position->fifty > FIFTY_MOVE_PLIES || PBlock.result.SnapshotMove() == NO_MOVE) {
         return GameOutcome::Drawn;
@@ -162,29 +159,47 @@ GameOutcome PlayGame(Match* match) {
     return out.Flush();
 }
 
-// A file that is there and holds something else than games was named by mistake. Requires an open
-// reader, and closes it.
-bool HoldsNoGames(LineReader* file) {
+constexpr const char* HOLDS_NO_GAMES = "holds no games";
+
+// Why the games may not take the place of what `path` holds; nullptr when they may: there is no
+// such file, it is empty, or it holds games. Anything else was named by mistake.
+const char* WhyKept(const char* path) {
+    const char* why;
+    std::FILE* file = OpenRegularFile(path, &why);
+    if (file == nullptr) { return why; }
+    LineReader reader;
+    if (!OpenLines(&reader, file)) { return "not enough memory"; }
     TextLine line;
     bool empty = true, games = false;
-    while (!games && ReadLine(file, &line)) {
+    while (!games && ReadLine(&reader, &line)) {
         empty = empty && line.length == 0;
         games = std::strncmp(line.text, GAME_START, std::strlen(GAME_START)) == 0;
     }
-    CloseLines(file);
-    return !empty && !games;
+    if (reader.broken_off) {
+        why = "interrupted";
+    } else if (ReadingFailed(reader)) {
+        why = "cannot be read";
+    } else if (!empty && !games) {
+        why = HOLDS_NO_GAMES;
+    }
+    CloseLines(&reader);
+    return why;
 }
 
 [[nodiscard]] bool OpenMatchFile(OutFile* out) {
     const char* path = PBlock.tool.match_file;
-    LineReader reader;
-    const char* why;
-    if (OpenLines(&reader, OpenRegularFile(path, &why)) && HoldsNoGames(&reader)) {
+    const char* why = WhyKept(path);
+    if (why == nullptr && out->CreateGrowing(path)) { return true; }
+    if (why == HOLDS_NO_GAMES) {
         ShowMessageF("%s holds no games and is left as it is", path);
         return false;
     }
-    if (why == nullptr && out->CreateGrowing(path)) { return true; }
     PrintDirect("can't open %s\n", path);
+    if (why != nullptr) {
+        ShowError("%s: %s\n", path, why);
+    } else {
+        ShowError("%s\n", out->Fault().c_str());
+    }
     return false;
 }
 

@@ -27,17 +27,16 @@ namespace {
 constexpr const char* PARAMETER_FILE = "vesk.rc";
 constexpr int FAILED = 1;  // exit status
 constexpr const char* NO_MEMORY = "not enough memory";
-constexpr unsigned WANTED_TIMER_PERIOD_MS = 5;  // the waits of the command loop
+constexpr unsigned WANTED_TIMER_PERIOD_MS = 5;
 
 unsigned wTimerRes = 0;  // period that was asked for, 0 = none
 
-// Says on standard error what a start-up without it cannot go on for. Returns the exit status.
+// Says on standard error what the start-up lacks, and why. Returns the exit status.
 int Failed(const char* what, const char* why) {
     ShowError("cannot start: %s: %s\n", what, why);
     return FAILED;
 }
 
-// Warnings go out as lines with an empty line after them where they always have.
 void SetTimerResolution() {
     TimerCaps caps;
     if (timeGetDevCaps(&caps) != 0) {

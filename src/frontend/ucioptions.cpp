@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 
 #include "frontend/commandloop.h"
 #include "frontend/output.h"
@@ -16,11 +17,13 @@
 namespace {
 
 constexpr int MAX_OVERHEAD_MS = 5000;
-constexpr int NO_MEMORY_STATUS = -1;  // exit status
+constexpr const char* NO_MEMORY = "not enough memory";
+constexpr int NO_MEMORY_STATUS = -1;  // exit status; also without threads
+constexpr int NO_RECORD_STATUS = 0;   // a thread found no memory for its record
 
 // Ends the process at once: search threads may be running, so nothing is torn down around them.
-[[noreturn]] void GiveUp(const char* what, int status) {
-    ShowMessageF("info string not enough memory for %s", what);
+[[noreturn]] void GiveUp(const char* what, const char* why, int status) {
+    ShowMessageF("info string %s: %s", what, why);
     CloseLog();
     std::_Exit(status);
 }
@@ -33,7 +36,7 @@ void SetHashSize(int megabytes) {
     if (FitHashToMemory()) {
         ShowMessageF("info string not enough memory for a hash table of %dM bytes", megabytes);
     }
-    if (InitTTable() != 0) { GiveUp("the hash table", NO_MEMORY_STATUS); }
+    if (InitTTable() != 0) { GiveUp("hash table", NO_MEMORY, NO_MEMORY_STATUS); }
     ShowMessageF("info string Hash size set to %dM bytes", PBlock.options.hash_mb);
 }
 
@@ -42,9 +45,9 @@ void SetThreads(int n) {
     if (n == PBlock.options.threads) { return; }
     KillThreadPool(PBlock.options.threads);
     PBlock.options.threads = static_cast<u8>(n);
-    if (const int error = CreateThreadPool(n)) {
-        GiveUp("the search threads", error == NO_THREAD_RECORD ? 0 : NO_MEMORY_STATUS);
-    }
+    const int error = CreateThreadPool(n);
+    if (error == NO_THREAD_RECORD) { GiveUp("search threads", NO_MEMORY, NO_RECORD_STATUS); }
+    if (error != 0) { GiveUp("search threads", std::strerror(error), NO_MEMORY_STATUS); }
 }
 
 void SetPonder(int on) { PBlock.options.ponder = static_cast<u16>(on); }

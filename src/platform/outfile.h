@@ -8,6 +8,9 @@
 #include <string>
 #include <string_view>
 
+// True when both paths lead to one existing file: what is written to one replaces the other.
+bool SameFile(const std::string& one, const std::string& other);
+
 class OutFile {
 public:
     OutFile() = default;

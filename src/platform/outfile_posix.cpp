@@ -6,7 +6,9 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <string>
+#include <system_error>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -21,6 +23,11 @@ constexpr std::size_t USUAL_TEXT = 512;  // bytes of what Print writes at once
 constexpr int MAX_NAMES = 100;  // names that are tried: other files may have the first ones
 
 }  // namespace
+
+bool SameFile(const std::string& one, const std::string& other) {
+    std::error_code error;
+    return std::filesystem::equivalent(one, other, error);
+}
 
 bool OutFile::Fail(const char* why) {
     if (fault_.empty()) { fault_ = "cannot write " + target_ + ": " + why; }

@@ -1,6 +1,7 @@
 // The transposition table: sizing, clearing, probing, storing, and reading a line back out of it.
 #include "search/ttable.h"
 
+#include <algorithm>
 #include <bit>
 #include <cassert>
 
@@ -93,11 +94,16 @@ bool LineEndsByDraw(ThreadBlock* tb) {
 
 }  // namespace
 
+int HashThatFits(int wanted, u64 memory) {
+    assert(wanted >= 0 && wanted <= MAX_HASH_MB);
+    const u64 room = memory / MEMORY_PARTS * TABLE_PARTS / BYTES_PER_MEGABYTE;
+    return static_cast<int>(std::min(room, static_cast<u64>(wanted)));
+}
+
 bool FitHashToMemory() {
-    const u64 room = MemoryLimit() / MEMORY_PARTS * TABLE_PARTS / BYTES_PER_MEGABYTE;
-    if (PBlock.options.hash_mb <= room) { return false; }
-    PBlock.options.hash_mb = static_cast<u16>(room);
-    return true;
+    const int wanted = PBlock.options.hash_mb;
+    PBlock.options.hash_mb = static_cast<u16>(HashThatFits(wanted, MemoryLimit()));
+    return PBlock.options.hash_mb < wanted;
 }
 
 int InitTTable() {

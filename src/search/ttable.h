@@ -62,6 +62,8 @@ struct TranspositionTable {
 };
 extern TranspositionTable hash_table;
 
+// Megabytes of the table, at most `wanted`, that `memory` bytes leave room for.
+int HashThatFits(int wanted, u64 memory);
 // Lowers PBlock.options.hash_mb to what the memory of the machine or container leaves room for.
 // True when it did. No table is changed.
 bool FitHashToMemory();

@@ -22,8 +22,11 @@ public:
 
     // Rebuilds the evaluation's tables and returns the average of |result - prediction|, 0..1, over
     // all positions: what the EPD analysis at depth 0 returns. 0 without positions, UNREADABLE_FILE
-    // when the file could not be opened. The status line calls the pass `name`= `trial`.
+    // when the file could not be read. The status line calls the pass `name`= `trial`.
     double Measure(const char* name, int trial);
+
+    // False when the positions could not be read.
+    bool HasPositions() const { return opened_; }
 
     // True when the last pass was broken off, because the user wants to end; its result is then
     // worth nothing.

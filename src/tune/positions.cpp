@@ -12,7 +12,7 @@ namespace {
 
 void AddPosition(const EpdRecord& record, Position* scratch, PositionSet* set) {
     SetPosition(scratch, record.position.c_str());
-    const LabelledPosition labelled = {set->texts.size(), record.result, scratch->side};
+    const LabelledPosition labelled = {set->texts.size(), record.result};
     // A short text puts the men on the board in the same order, whatever else the line held: texts
     // are read in the order of the squares, and a square that is taken stays so.
     char epd[EPD_FIELDS_SIZE];
@@ -40,7 +40,5 @@ bool LoadPositions(const char* path, Position* scratch, PositionSet* set) {
 
 void SetUpPosition(const PositionSet& set, u32 index, Position* pos) {
     assert(index < set.positions.size());
-    const LabelledPosition& p = set.positions[index];
-    pos->side = p.side;
-    SetPosition(pos, &set.texts[p.text]);
+    SetPosition(pos, &set.texts[set.positions[index].text]);
 }

@@ -11,7 +11,6 @@
 struct LabelledPosition {
     std::size_t text;  // index of its text in PositionSet.texts
     double result;     // expected, 0..1, for the side to move
-    u8 side;           // to move; the text may leave it open
 };
 
 // Invariant: each playable position is in exactly one of the lists of indices.

@@ -57,8 +57,8 @@ void Narrow(Bracket* b, int trial, double error) {
 struct Tuner {
     ErrorMeter meter{POSITIONS_NAME};
     OutFile* log = nullptr;  // nullptr: none
-    void (*look)() =
-        nullptr;  // between passes; nullptr: nobody may end the tuning but by interrupt
+    // Called between passes; nullptr: nothing but an interrupt ends the tuning.
+    void (*look)() = nullptr;
 
     // Asked after a pass.
     bool EndIsWanted() const {
@@ -133,6 +133,10 @@ void RunTuneSchedule(void (*look)()) {
         Tuner tuner;
         tuner.log = &log;
         tuner.look = look;
+        if (!tuner.meter.HasPositions()) {
+            ShowError("cannot read %s\n", POSITIONS_NAME);
+            PBlock.tool.failed = true;
+        }
         for (const Weight& weight : AllWeights()) {
             if (weight.tuning_range == 0 || !log.Fault().empty()) { continue; }
             if (EndWanted() || PBlock.control.quit != 0) { break; }

@@ -81,7 +81,7 @@ TEST_F(ParameterFileTest, TheExampleFileChangesNothing) {
 // A missing file is silent. One that is there comes before the limits, the reduction table and the
 // copy of the record.
 TEST_F(ParameterFileTest, StartUpDerivesFromWhatTheFileSays) {
-    for (const char* path : {"nowhere.rc", "."}) {
+    for (const char* path : {"nowhere.rc", ".", "/proc/self/mem"}) {
         EXPECT_EQ(OutputOf([&] { EXPECT_FALSE(LoadConfigFile(path, &record_)); }), "") << path;
     }
     Load("LMR_strength = 25\nCNP_margin_depth2 = 5000\n");

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <fstream>
 #include <string>
 
 #include "frontend/rows.h"
@@ -31,6 +32,11 @@ TEST(EpdRun, EndsAtQuitAndWithoutItsFile) {
     FeedInput("quit\n", 5);
     Analyze_EPD_File(0);
     EXPECT_EQ(SplitLines(FileContent("unsolved.epd")).size(), 15u) << "heard after 16 positions";
+    std::ofstream("unsolved.epd") << FileContent(suite);
+    std::snprintf(PBlock.tool.epd_file, FILE_NAME_SIZE, "./unsolved.epd");
+    PBlock.control.quit = 1;
+    Analyze_EPD_File(0);
+    EXPECT_EQ(FileContent("unsolved.epd"), FileContent(suite)) << "its own input, not read";
     ResetEngine();
 }
 

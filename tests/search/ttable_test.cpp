@@ -113,6 +113,13 @@ TEST_F(TTableTest, MemoryThatCannotBeHadIsReported) {
     });
     PBlock.options.hash_mb = 1;
     EXPECT_EQ(InitTTable(), 0);
+    constexpr u64 MB = 1 << 20;
+    for (const auto& [memory, fits] : {std::pair(4000 * MB, 3000), std::pair(3999 * MB, 2999),
+                                       std::pair(20000 * MB, MAX_HASH_MB), std::pair(MB, 0)}) {
+        EXPECT_EQ(HashThatFits(std::min(fits + 1, MAX_HASH_MB), memory), fits);
+        EXPECT_EQ(HashThatFits(fits, memory), fits);
+    }
+    EXPECT_FALSE(FitHashToMemory());
 }
 
 // A result that is too shallow is no part of a line; it ends where the position repeats, and where

@@ -49,6 +49,13 @@ TEST_F(Tuner, TheScheduleTakesTheWeightsInTheirOrder) {
         ASSERT_NE(at, std::string::npos) << row[0] << ": " << row[1];
     }
     EXPECT_EQ(FileContent("tune.log"), log);
+    EXPECT_EQ(OutputOf([] { RunTuneSchedule([] { PBlock.control.quit = 1; }); }),
+              output.substr(0, output.find("\n\n") + 2));
+    EXPECT_EQ(FileContent("tune.log"), "");
+    EXPECT_FALSE(PBlock.tool.failed);
+    std::filesystem::remove("tune.epd");
+    OutputOf([] { RunTuneSchedule(); });
+    EXPECT_TRUE(PBlock.tool.failed) << "no positions";
 }
 
 }  // namespace
