@@ -1,20 +1,19 @@
-// The bitbase is solved by sweeps: every position starts undecided, illegal, or won by a promotion
-// that stands, and takes the best of its moves until a sweep changes nothing. What is undecided in
-// the end is a draw.
+// The bitbase is solved backward from the promotions, pawn by pawn, the foremost first: positions
+// that are won a move earlier are added until there are no more; the rest are draws. A set of
+// squares holds the lone king's squares for one pawn and king, so that 64 positions are solved at a
+// time.
 #include "eval/kpk.h"
 
 #include <cassert>
 
 #include "board/bitboards.h"
 #include "board/moves.h"
+#include "eval/evalhelpers.h"
 
 u8 kpk_db[2][KPK_PAWNS][SQUARE_COUNT][SQUARE_COUNT];
 
 namespace {
 
-// Further values while the bitbase is built. Values of several moves are combined by OR.
-constexpr u8 KPK_ILLEGAL = 0;
-constexpr u8 KPK_UNKNOWN = 4;
 constexpr int PAWN_SIDE = 0;  // to move
 constexpr int LONE_KING = 1;
 
@@ -28,87 +27,93 @@ constexpr int PawnIndex(int square) { return FileOf(square) + PAWN_FILES * RankO
 constexpr int HalfTurn(int square) { return LAST_SQUARE - square; }
 constexpr int Mirrored(int square) { return square ^ LAST_FILE; }
 
-void StartEntries(int pawn, int strong, int weak) {
-    const int sq = PawnSquare(pawn);
-    u8* pawn_moves = &kpk_db[PAWN_SIDE][pawn][strong][weak];
-    u8* king_moves = &kpk_db[LONE_KING][pawn][strong][weak];
-    *pawn_moves = *king_moves = KPK_UNKNOWN;
-    if (strong == sq || weak == sq || distance(strong, weak) <= 1) {
-        *pawn_moves = *king_moves = KPK_ILLEGAL;
-    } else if (BB_PawnRays[WHITE][sq] & Bit(weak)) {
-        *pawn_moves = KPK_ILLEGAL;
-    } else if (RankOf(sq) == LAST_RANK) {
-        *pawn_moves = KPK_WIN;
-        if (distance(weak, sq) > 1 || distance(strong, sq) <= 1) { *king_moves = KPK_WIN; }
+// For one pawn, by the square of its king: the squares of the lone king where the pawn wins.
+struct WonSquares {
+    Bitboard to_move[SQUARE_COUNT] = {};  // the pawn's side is to move
+    Bitboard waiting[SQUARE_COUNT] = {};  // the lone king is
+};
+
+// Squares that are a king's step away from one of `kings`.
+Bitboard KingSteps(Bitboard kings) {
+    const Bitboard beside = Sideways(kings);
+    const Bitboard row = kings | beside;
+    return beside | row << NORTH | row >> NORTH;
+}
+
+// Where the lone king can stand.
+Bitboard Possible(int pawn_square, int strong) {
+    if (strong == pawn_square) { return 0; }
+    return ~(BB_KingRays[strong] | Bit(strong) | Bit(pawn_square));
+}
+
+// A pawn that has arrived wins unless the lone king takes it at once.
+void SolveArrived(int sq, WonSquares* won) {
+    for (int strong = 0; strong < SQUARE_COUNT; ++strong) {
+        const Bitboard takers = distance(strong, sq) > 1 ? BB_KingRays[sq] : 0;
+        won->waiting[strong] = Possible(sq, strong) & ~takers;
     }
 }
 
-// Best of the pawn side's moves.
-u8 PawnSideValue(int pawn, int strong, int weak) {
-    const auto& after = kpk_db[LONE_KING];
-    const int step = pawn + PAWN_FILES;
-    int found = after[step][strong][weak];
-    if (pawn < END_OF_DOUBLE_STEPS && found != KPK_ILLEGAL) {
-        found |= after[step + PAWN_FILES][strong][weak];
+// Where the pawn's side, to move, has a move that wins.
+Bitboard WonByAMove(int pawn, int strong, const WonSquares* all) {
+    const int sq = PawnSquare(pawn);
+    const int ahead = pawn + PAWN_FILES;
+    Bitboard won = all[ahead].waiting[strong];
+    if (pawn < END_OF_DOUBLE_STEPS && strong != PawnSquare(ahead)) {
+        won |= all[ahead + PAWN_FILES].waiting[strong] & ~Bit(PawnSquare(ahead));
     }
     for (Bitboard steps = BB_KingRays[strong]; steps != 0;) {
-        found |= after[pawn][PopLSB(&steps)][weak];
+        won |= all[pawn].waiting[PopLSB(&steps)];
     }
-    return found & KPK_WIN ? KPK_WIN : found & KPK_UNKNOWN ? KPK_UNKNOWN : KPK_DRAW;
+    return won & Possible(sq, strong) & ~BB_PawnRays[WHITE][sq];
 }
 
-// Best of the lone king's moves; no move at all is stalemate.
-u8 LoneKingValue(int pawn, int strong, int weak) {
+// Where every move of the lone king, and there is one, loses.
+Bitboard WonAgainstEveryMove(int pawn, int strong, const WonSquares& won) {
     const int sq = PawnSquare(pawn);
-    int found = 0;
-    for (Bitboard steps = BB_KingRays[weak]; steps != 0;) {
-        const int to = PopLSB(&steps);
-        if (to != sq) {
-            found |= kpk_db[PAWN_SIDE][pawn][strong][to];
-        } else if (distance(strong, sq) > 1) {
-            found |= KPK_DRAW;
-        }
-    }
-    if (found == 0 || (found & KPK_DRAW)) { return KPK_DRAW; }
-    return found & KPK_UNKNOWN ? KPK_UNKNOWN : KPK_WIN;
+    const Bitboard possible = Possible(sq, strong);
+    const Bitboard targets = possible & ~BB_PawnRays[WHITE][sq];
+    const Bitboard takers = distance(strong, sq) > 1 ? BB_KingRays[sq] : 0;
+    const Bitboard saved = KingSteps(targets & ~won.to_move[strong]) | takers;
+    return possible & KingSteps(targets) & ~saved;
 }
 
-// Calls visit(pawn, strong, weak) for every placement with a pawn on the indices first..end - 1.
-template <typename Visitor>
-void ForEachPlacement(int first, int end, const Visitor& visit) {
-    for (int pawn = first; pawn < end; ++pawn) {
+// Adds what is won a move earlier until nothing is. The pawns further ahead must have been solved.
+void Solve(int pawn, WonSquares* all) {
+    WonSquares* won = &all[pawn];
+    for (bool changed = true; changed;) {
+        changed = false;
         for (int strong = 0; strong < SQUARE_COUNT; ++strong) {
-            for (int weak = 0; weak < SQUARE_COUNT; ++weak) { visit(pawn, strong, weak); }
+            won->to_move[strong] = WonByAMove(pawn, strong, all);
+        }
+        for (int strong = 0; strong < SQUARE_COUNT; ++strong) {
+            const Bitboard waiting = WonAgainstEveryMove(pawn, strong, *won);
+            changed |= waiting != won->waiting[strong];
+            won->waiting[strong] = waiting;
         }
     }
 }
 
-// One pass over the undecided entries of one side to move; true when it decided any.
-bool Sweep(int to_move) {
-    bool changed = false;
-    ForEachPlacement(FIRST_PAWN, END_OF_PAWNS, [&](int pawn, int strong, int weak) {
-        u8* entry = &kpk_db[to_move][pawn][strong][weak];
-        if (*entry != KPK_UNKNOWN) { return; }
-        *entry = to_move == PAWN_SIDE ? PawnSideValue(pawn, strong, weak)
-                                      : LoneKingValue(pawn, strong, weak);
-        changed |= *entry != KPK_UNKNOWN;
-    });
-    return changed;
+void Store(const Bitboard (&won)[SQUARE_COUNT], u8 (*entries)[SQUARE_COUNT]) {
+    for (int strong = 0; strong < SQUARE_COUNT; ++strong) {
+        for (int weak = 0; weak < SQUARE_COUNT; ++weak) {
+            entries[strong][weak] = (won[strong] & Bit(weak)) != 0 ? KPK_WIN : KPK_DRAW;
+        }
+    }
 }
 
 }  // namespace
 
 void InitKPK() {
-    ForEachPlacement(0, KPK_PAWNS, StartEntries);
-    for (bool changed = true; changed;) {
-        changed = Sweep(PAWN_SIDE);
-        changed |= Sweep(LONE_KING);
-    }
-    for (auto& half : kpk_db) {
-        ForEachPlacement(FIRST_PAWN, END_OF_PAWNS, [&](int pawn, int strong, int weak) {
-            u8& entry = half[pawn][strong][weak];
-            if (entry != KPK_WIN) { entry = KPK_DRAW; }
-        });
+    static WonSquares won[KPK_PAWNS];
+    for (int pawn = KPK_PAWNS - 1; pawn >= FIRST_PAWN; --pawn) {
+        if (pawn >= END_OF_PAWNS) {
+            SolveArrived(PawnSquare(pawn), &won[pawn]);
+        } else {
+            Solve(pawn, won);
+        }
+        Store(won[pawn].to_move, kpk_db[PAWN_SIDE][pawn]);
+        Store(won[pawn].waiting, kpk_db[LONE_KING][pawn]);
     }
 }
 
