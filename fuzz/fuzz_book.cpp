@@ -22,16 +22,12 @@ Move LegalMoveAfter(Position* pos, unsigned skipped) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    PrepareEngine();
-    const MemoryFolder folder;
-    ResetProgram();
-    const FuzzInput input(data, size);
-    WriteFile(PBlock.options.book_file, input.text);
+    const FileRun run(data, size, "vesk.opn");
     Require(InitBook() == 0);
     Position* pos = game_position;
     for (unsigned ply = 0; ply < PLIES; ++ply) {
         Move m = ChooseBookMove(pos, ply % 2 == 1);
-        if (m == NO_MOVE) { m = LegalMoveAfter(pos, (input.variant + ply) % 16); }
+        if (m == NO_MOVE) { m = LegalMoveAfter(pos, (run.input.variant + ply) % 16); }
         if (m == NO_MOVE) { break; }
         Require(MoveIsPseudoLegal(pos, m) && MoveIsLegal(pos, pos->side, m));
         MakeMove(pos, m);

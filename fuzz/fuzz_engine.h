@@ -109,3 +109,16 @@ struct FuzzInput {
         text = {reinterpret_cast<const char*>(data) + 1, size - 1};
     }
 };
+
+// A run of a target on a file: the engine as it starts, the folder, and the input but for its first
+// byte in the file `name`.
+struct FileRun {
+    FileRun(const std::uint8_t* data, std::size_t size, const char* name) : input(data, size) {
+        ResetProgram();
+        WriteFile(name, input.text);
+    }
+
+    const bool prepared = (PrepareEngine(), true);
+    const MemoryFolder folder;
+    const FuzzInput input;
+};

@@ -23,18 +23,14 @@ void Load(unsigned game) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    PrepareEngine();
-    const MemoryFolder folder;
-    ResetProgram();
-    const FuzzInput input(data, size);
-    WriteFile("book.pgn", input.text);
-    const unsigned reader = input.variant % (SCANS + 2);
+    const FileRun run(data, size, "book.pgn");
+    const unsigned reader = run.input.variant % (SCANS + 2);
     if (reader == 0) {
         Build();
     } else if (reader <= SCANS) {
         Scan_PGN_File("book.pgn", static_cast<int>(reader));
     } else {
-        Load(1 + input.variant % 3);
+        Load(1 + run.input.variant % 3);
     }
     Require(PositionIsSound(game_position) == 1);
     return 0;

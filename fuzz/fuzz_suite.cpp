@@ -8,15 +8,11 @@
 #include "fuzz_engine.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    PrepareEngine();
-    const MemoryFolder folder;
-    ResetProgram();
-    const FuzzInput input(data, size);
-    WriteFile("suite.epd", input.text);
+    const FileRun run(data, size, "suite.epd");
     std::strcpy(PBlock.tool.epd_file, "suite.epd");
     SetToolInput(true);
-    PBlock.limits.max_depth = static_cast<i8>(input.variant & 1);
-    if ((input.variant & 2) != 0) { PBlock.options.noise = 0.0; }
+    PBlock.limits.max_depth = static_cast<i8>(run.input.variant & 1);
+    if ((run.input.variant & 2) != 0) { PBlock.options.noise = 0.0; }
     const double error = Analyze_EPD_File(1);
     Require(std::isfinite(error) && error >= 0.0);
     Require(PositionIsSound(game_position) == 1);

@@ -4,7 +4,7 @@
 
 #include "board/position.h"
 
-// Values of the bitbase; the smaller ones stand for positions that cannot be.
+// Values of the bitbase; positions that cannot be are draws.
 inline constexpr u8 KPK_DRAW = 1;
 inline constexpr u8 KPK_WIN = 2;
 inline constexpr int KPK_PAWNS = 32;  // pawn squares of the files a to d: file + 4 * rank

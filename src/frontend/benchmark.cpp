@@ -79,7 +79,7 @@ void RunBenchmark(int positions) {
     ShowMessage("running benchmark");
     double seconds = SHORTEST_RUN;
     double nodes = 0.0;
-    for (int i = 0; i < positions && PBlock.control.quit == 0; ++i) {
+    for (int i = 0; i < positions; ++i) {
         UserInput();
         if (PBlock.control.quit != 0) { break; }  // the next search would not hear it
         ShowStatus("position %d of %d", i + 1, positions);

@@ -65,6 +65,8 @@ public:
     [[nodiscard]] bool OpenUnsolved() {
         return max_depth_ < 1 || unsolved_.Create(UNSOLVED_FILE) || ShowFault();
     }
+    // Puts the file of unsolved positions in its place, unless the run did not come to the end of
+    // the suite and would replace what it has not read.
     void EndUnsolvedFile(bool broken_off, bool unreadable);
     void Analyze(const std::string& line, const EpdRecord& record);
     void ShowSummary() const;
@@ -176,6 +178,21 @@ void EpdRun::ShowSummary() const {
     ShowMessageF("avg error= %0.5f\n", AverageError());
 }
 
+void EpdRun::EndUnsolvedFile(bool broken_off, bool unreadable) {
+    const char* suite = PBlock.tool.epd_file;
+    if (unreadable) {
+        ShowError("cannot read %s to its end\n", suite);
+        PBlock.tool.failed = true;
+        unsolved_.Abandon();
+    } else if (unsolved_.IsOpen() && broken_off && SameFile(suite, UNSOLVED_FILE)) {
+        ShowError("interrupted: %s is unchanged\n", suite);
+        unsolved_.Abandon();
+    } else if (unsolved_.IsOpen() && !unsolved_.Commit()) {
+        PBlock.tool.failed = true;
+        ShowFault();
+    }
+}
+
 }  // namespace
 
 int ExpectedMove(const std::string& text) {
@@ -190,23 +207,6 @@ int ExpectedMove(const std::string& text) {
         first = last == end ? end : last + 1;
     }
     return 0;
-}
-
-// Puts the file of unsolved positions in its place, unless the run did not come to the end of the
-// suite and would replace what it has not read.
-void EpdRun::EndUnsolvedFile(bool broken_off, bool unreadable) {
-    const char* suite = PBlock.tool.epd_file;
-    if (unreadable) {
-        ShowError("cannot read %s to its end\n", suite);
-        PBlock.tool.failed = true;
-        unsolved_.Abandon();
-    } else if (unsolved_.IsOpen() && broken_off && SameFile(suite, UNSOLVED_FILE)) {
-        ShowError("interrupted: %s is unchanged\n", suite);
-        unsolved_.Abandon();
-    } else if (unsolved_.IsOpen() && !unsolved_.Commit()) {
-        PBlock.tool.failed = true;
-        ShowFault();
-    }
 }
 
 double Analyze_EPD_File(int show) {
