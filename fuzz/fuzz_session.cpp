@@ -20,6 +20,11 @@ namespace {
 constexpr unsigned MOST_THREADS = 4;
 constexpr int NUMBERS = 4;  // a session knows 0 to 3
 
+// Few sessions have searches long enough for the threads that begin later.
+constexpr unsigned LONG_SEARCHES = 252;  // first byte
+constexpr std::chrono::microseconds PATIENCE{100};
+constexpr std::chrono::microseconds LONG_PATIENCE{10000};
+
 // Every number becomes a digit from 0 to 3, so that depths, seconds and threads are few; those
 // within words, as in squares, stay. Paths cannot leave the folder: none begins with a slash, and
 // none goes up.
@@ -53,18 +58,18 @@ void UseThreads(int wanted) {
 // Stops searches that go on for long, as an impatient user would, as long as it lives.
 class ImpatientUser {
 public:
+    explicit ImpatientUser(std::chrono::microseconds patience) : patience_(patience) {}
     ~ImpatientUser() {
         gone_ = true;
         thread_.join();
     }
 
 private:
-    static constexpr std::chrono::milliseconds PATIENCE{2};
-
+    const std::chrono::microseconds patience_;
     std::atomic<bool> gone_ = false;
     std::thread thread_{[this] {
         while (!gone_) {
-            std::this_thread::sleep_for(PATIENCE);
+            std::this_thread::sleep_for(patience_);
             PBlock.control.stop = STOP_FINISH;
             RaiseAlert();
         }
@@ -92,7 +97,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     FeedInput(text.data(), static_cast<int>(text.size()));
     EndFedInput();
     {
-        const ImpatientUser user;
+        const ImpatientUser user(input.variant >= LONG_SEARCHES ? LONG_PATIENCE : PATIENCE);
         CommandLoop();
     }
     PBlock.control.stop = STOP_QUIT;
