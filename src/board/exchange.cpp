@@ -1,5 +1,4 @@
-// Static exchange evaluation. The position is changed on the board and in single bitboards and
-// restored before return.
+// Static exchange evaluation: both sides take on one square, each with its least valuable man.
 #include <algorithm>
 #include <cassert>
 
@@ -8,71 +7,114 @@
 
 namespace {
 
-constexpr int KING_TAKEN = 9999;  // capturing a king wins everything
+constexpr int KING_TAKEN = 9999;   // capturing a king wins everything
+constexpr int MOST_CAPTURES = 64;  // on one square: every man once
 
-int LowestSlider(Bitboard candidates, int to, Bitboard occupied) {
-    while (candidates) {
-        const int square = PopLSB(&candidates);
-        if ((BB_Between[square][to] & occupied) == 0) { return square; }
+// The men around one square that have not taken on it yet.
+class Attackers {
+public:
+    Attackers(const Position* pos, int to, Bitboard occupied)
+        : pos_(pos), to_(to), occupied_(occupied) {
+        const Bitboard* white = pos->bb[WHITE];
+        const Bitboard* black = pos->bb[BLACK];
+        const Bitboard queens = white[QUEEN] | black[QUEEN];
+        diagonal_ = BB_BishopRays[to] & (white[BISHOP] | black[BISHOP] | queens);
+        straight_ = BB_RookRays[to] & (white[ROOK] | black[ROOK] | queens);
+        ready_ = (BB_PawnRays[BLACK][to] & white[PAWN]) | (BB_PawnRays[WHITE][to] & black[PAWN]) |
+                 (BB_KnightRays[to] & (white[KNIGHT] | black[KNIGHT])) |
+                 (BB_KingRays[to] & (white[KING] | black[KING]));
+        AddLinePieces();
     }
-    return NO_SQUARE;
-}
 
-// Least valuable man of `side` that attacks `to`, lowest square first within a kind; NO_SQUARE if
-// none.
-int LeastAttacker(const Position* pos, int side, int to, Bitboard occupied) {
-    const Bitboard* men = pos->bb[side];
-    if (const Bitboard b = BB_PawnRays[side ^ 1][to] & men[PAWN]) { return GetLSB(b); }
-    if (const Bitboard b = BB_KnightRays[to] & men[KNIGHT]) { return GetLSB(b); }
-    int from = LowestSlider(BB_BishopRays[to] & men[BISHOP], to, occupied);
-    if (from == NO_SQUARE) { from = LowestSlider(BB_RookRays[to] & men[ROOK], to, occupied); }
-    if (from == NO_SQUARE) {
-        from = LowestSlider((BB_BishopRays[to] | BB_RookRays[to]) & men[QUEEN], to, occupied);
+    // Takes the least valuable attacker of `side` off, the one on the lowest square of several, and
+    // returns its type; NO_PIECE when there is none.
+    int TakeLeast(int side) {
+        const Bitboard* men = pos_->bb[side];
+        const Bitboard own = ready_ & men[0];
+        if (own == 0) { return NO_PIECE; }
+        int type = PAWN;
+        while ((own & men[type]) == 0) { ++type; }
+        const Bitboard candidates = own & men[type];
+        occupied_ ^= candidates & (~candidates + 1);
+        AddLinePieces();
+        return type;
     }
-    if (from != NO_SQUARE) { return from; }
-    if (const Bitboard b = BB_KingRays[to] & men[KING]) { return GetLSB(b); }
-    return NO_SQUARE;
-}
+
+private:
+    // Line pieces come into play when what stood before them is gone; what is gone drops out.
+    void AddLinePieces() {
+        if (diagonal_) { ready_ |= GenAttacksB(to_, occupied_) & diagonal_; }
+        if (straight_) { ready_ |= GenAttacksR(to_, occupied_) & straight_; }
+        ready_ &= occupied_;
+    }
+
+    const Position* pos_;
+    int to_;
+    Bitboard occupied_;
+    Bitboard diagonal_, straight_;  // line pieces of both colours that may come into play
+    Bitboard ready_;                // attackers of both colours, over what is still occupied
+};
 
 }  // namespace
 
-int swapoff1(Position* pos, int side, int from, int to, Bitboard occupied) {
+int swapoff1(const Position* pos, int side, int from, int to, Bitboard occupied) {
     const bool may_decline = from == NO_SQUARE;
-    if (may_decline) {
-        from = LeastAttacker(pos, side, to, occupied);
-        if (from == NO_SQUARE) { return 0; }
+    assert(may_decline || OwnPieceOn(pos, side, from));
+    int standing = PieceType(pos->board[to]);
+    int taken[MOST_CAPTURES];
+    int captures = 0;
+    int result = 0;  // of the captures that are left, for the side that comes next
+    if (!may_decline) {
+        if (standing == KING) { return KING_TAKEN; }
+        taken[captures++] = piece_value[standing];
+        standing = PieceType(pos->board[from]);
+        occupied &= ~Bit(from);
+        side ^= 1;
     }
-    assert(OwnPieceOn(pos, side, from));
-    const u8 victim = pos->board[to];
-    if (PieceType(victim) == KING) { return KING_TAKEN; }
-    const u8 attacker = pos->board[from];
-    Bitboard* attackers = &pos->bb[side][PieceType(attacker)];
-    pos->board[to] = attacker;
-    pos->board[from] = 0;
-    *attackers ^= Bit(from);
-    const int reply = swapoff1(pos, side ^ 1, NO_SQUARE, to, occupied & ~Bit(from));
-    *attackers ^= Bit(from);
-    pos->board[from] = attacker;
-    pos->board[to] = victim;
-    const int gain = piece_value[PieceType(victim)] - reply;
-    return may_decline ? std::max(gain, 0) : gain;
+    Attackers attackers(pos, to, occupied);
+    while (const int type = attackers.TakeLeast(side)) {
+        if (standing == KING) {
+            result = KING_TAKEN;
+            break;
+        }
+        taken[captures++] = piece_value[standing];
+        standing = type;
+        side ^= 1;
+    }
+    while (captures > 0) {
+        result = taken[--captures] - result;
+        if (captures > 0 || may_decline) { result = std::max(result, 0); }
+    }
+    return result;
 }
 
-int MoveIsSafe(Position* pos, Move m) {
-    const int side = pos->side;
+bool ExchangeLoses(const Position* pos, int from, int to) {
+    const int us = PieceColour(pos->board[from]);
+    const int victim = PieceType(pos->board[to]);
+    assert(pos->board[from] != NO_PIECE && !OwnPieceOn(pos, us, to));
+    if (victim == KING) { return false; }
+    int standing = PieceType(pos->board[from]);
+    // What the side that took last keeps above the limit if its man is taken back.
+    int balance = piece_value[victim] - LOSING_EXCHANGE - piece_value[standing];
+    if (balance >= 0) { return false; }
+    Attackers attackers(pos, to, Occupied(pos) & ~Bit(from));
+    int side = us ^ 1;
+    // Whoever has to take and cannot loses, and whoever faces a side that stays ahead anyway.
+    while (const int type = attackers.TakeLeast(side)) {
+        side ^= 1;
+        balance = -balance - 1 - piece_value[type];
+        if (balance >= 0 || standing == KING) { break; }
+        standing = type;
+    }
+    assert((side == us) == (swapoff1(pos, us, from, to, Occupied(pos)) < LOSING_EXCHANGE));
+    return side == us;
+}
+
+int MoveIsSafe(const Position* pos, Move m) {
     const int from = MoveFrom(m);
     const int to = MoveTo(m);
-    assert(OwnPieceOn(pos, side, from));
-    const u8 mover = pos->board[from];
-    const u8 victim = pos->board[to];
-    if (exchange_scale[PieceType(mover)] <= exchange_scale[PieceType(victim)]) { return 1; }
-    Bitboard* movers = &pos->bb[side][PieceType(mover)];
-    pos->board[to] = mover;
-    pos->board[from] = 0;
-    *movers ^= Bit(from);
-    const int loss = swapoff1(pos, side ^ 1, NO_SQUARE, to, Occupied(pos) & ~Bit(from));
-    *movers ^= Bit(from);
-    pos->board[from] = mover;
-    pos->board[to] = victim;
-    return piece_value[PieceType(victim)] - loss >= LOSING_EXCHANGE;
+    if (exchange_scale[PieceType(pos->board[from])] <= exchange_scale[PieceType(pos->board[to])]) {
+        return 1;
+    }
+    return ExchangeLoses(pos, from, to) ? 0 : 1;
 }

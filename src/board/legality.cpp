@@ -45,16 +45,20 @@ int SafeAfterMove(const Position* pos, int side, int from, int to, int square) {
     return 1;
 }
 
+bool IsSingle(Bitboard b) { return b != 0 && (b & (b - 1)) == 0; }
+
+// Line pieces among `men` that attack `square` on an empty board.
+Bitboard SlidersOnLines(const Bitboard* men, int square) {
+    return (BB_BishopRays[square] & (men[BISHOP] | men[QUEEN])) |
+           (BB_RookRays[square] & (men[ROOK] | men[QUEEN]));
+}
+
 // Does a line piece of `candidates`, all on lines through `king`, see the king over `occupied`?
 bool LineIsOpen(Bitboard candidates, int king, Bitboard occupied) {
     while (candidates) {
         if ((BB_Between[king][PopLSB(&candidates)] & occupied) == 0) { return true; }
     }
     return false;
-}
-
-int ArrivingType(const MoveEntry* e) {
-    return IsPromotion(e->move) ? PromotedType(e->move) : PieceType(e->piece);
 }
 
 bool AttacksFromSquare(int type, int side, int to, int king, Bitboard occupied) {
@@ -127,6 +131,50 @@ int MoveIsLegalNonZero(const Position* pos, int side, Move m) {
 
 int MoveIsLegal(const Position* pos, int side, Move m) {
     return m == NO_MOVE ? 0 : MoveIsLegalNonZero(pos, side, m);
+}
+
+LegalityMasks FindLegality(const Position* pos) {
+    const int side = pos->side;
+    const int king = KingSquare(pos, side);
+    const Bitboard* enemy = pos->bb[side ^ 1];
+    const Bitboard occupied = Occupied(pos);
+    Bitboard shields = 0;
+    Bitboard checkers = (BB_PawnRays[side][king] & enemy[PAWN]) |
+                        (BB_KnightRays[king] & enemy[KNIGHT]) | (BB_KingRays[king] & enemy[KING]);
+    Bitboard sliders = SlidersOnLines(enemy, king);
+    while (sliders) {
+        const int slider = PopLSB(&sliders);
+        const Bitboard between = BB_Between[king][slider] & occupied;
+        if (between == 0) {
+            checkers |= Bit(slider);
+        } else if (IsSingle(between)) {
+            shields |= between;
+        }
+    }
+    LegalityMasks masks = {shields | Bit(king), ~Bitboard{0}};
+    if (checkers != 0) {
+        const int checker = GetLSB(checkers);
+        masks.targets = IsSingle(checkers) ? BB_Between[king][checker] | checkers : 0;
+    }
+    return masks;
+}
+
+CheckMasks FindChecks(const Position* pos) {
+    const int side = pos->side;
+    const int king = KingSquare(pos, side ^ 1);
+    const Bitboard occupied = Occupied(pos);
+    const Bitboard diagonal = GenAttacksB(king, occupied);
+    const Bitboard straight = GenAttacksR(king, occupied);
+    CheckMasks masks = {{0, BB_PawnRays[side ^ 1][king], BB_KnightRays[king], diagonal, straight,
+                         diagonal | straight, 0, 0},
+                        0};
+    Bitboard sliders = SlidersOnLines(pos->bb[side], king);
+    while (sliders) {
+        const Bitboard between = BB_Between[king][PopLSB(&sliders)] & occupied;
+        if (IsSingle(between)) { masks.shields |= between; }
+    }
+    masks.shields &= pos->bb[side][0];
+    return masks;
 }
 
 int MoveGivesCheck(const Position* pos, int side, const MoveEntry* e) {

@@ -124,6 +124,25 @@ void TakeBackGameMove(Position* pos);
 int MoveIsLegalNonZero(const Position* pos, int side, Move m);
 // The same, and 0 for NO_MOVE.
 int MoveIsLegal(const Position* pos, int side, Move m);
+
+// What tells the legality of most moves of the side to move by a bit: found once for a position.
+struct LegalityMasks {
+    Bitboard full_test;  // the king and the men that alone shield it: their moves need more
+    Bitboard targets;  // squares that all other men may go to: those that end a check, if there is
+};
+// Requires the king of the side to move.
+LegalityMasks FindLegality(const Position* pos);
+// MoveIsLegalNonZero for the side to move, by the masks of this position.
+inline bool MoveIsLegal(const Position* pos, const LegalityMasks& masks, Move m) {
+    const int to = MoveTo(m);
+    if ((masks.full_test >> MoveFrom(m) & 1) != 0 || to == pos->ep_square) {
+        return MoveIsLegalNonZero(pos, pos->side, m) != 0;
+    }
+    const bool legal = (masks.targets >> to & 1) != 0;
+    assert(legal == (MoveIsLegalNonZero(pos, pos->side, m) != 0));
+    return legal;
+}
+
 // 1 when m, any 16 bits, could have come from the generators for the side to move, else 0.
 int MoveIsPseudoLegal(const Position* pos, Move m);
 // Results of MoveGivesCheck.
@@ -134,21 +153,48 @@ inline constexpr int DISCOVERED_CHECK = 2;  // only by a line piece behind it
 // Castling's rook and the line that a pawn taken en passant opens count as no check. Requires: a
 // pseudo-legal move of `side`, an enemy king.
 int MoveGivesCheck(const Position* pos, int side, const MoveEntry* e);
+
+// What tells the checks of the side to move by a bit: found once for a position.
+struct CheckMasks {
+    Bitboard squares[PIECE_TYPES];  // by type, from where it attacks the enemy king
+    Bitboard shields;  // men of the side that alone stand before one of its line pieces
+};
+// Requires an enemy king that is not attacked.
+CheckMasks FindChecks(const Position* pos);
+// The type that stands on the move's square after it.
+constexpr int ArrivingType(const MoveEntry* e) {
+    return IsPromotion(e->move) ? PromotedType(e->move) : PieceType(e->piece);
+}
+// MoveGivesCheck for the side to move, by the masks of this position.
+inline int MoveGivesCheck(const Position* pos, const CheckMasks& masks, const MoveEntry* e) {
+    int check = NO_CHECK;
+    if ((masks.squares[ArrivingType(e)] >> MoveTo(e->move) & 1) != 0) {
+        check = DIRECT_CHECK;
+    } else if ((masks.shields >> MoveFrom(e->move) & 1) != 0) {
+        return MoveGivesCheck(pos, pos->side, e);
+    }
+    assert(check == MoveGivesCheck(pos, pos->side, e));
+    return check;
+}
+
 // 1 when a bishop, rook or queen (0 for any other type) of the side to move that goes from `from`
 // to `to` newly attacks a square of `area` that another of its side attacks too. Requires: that
 // piece on `from`.
 int MoveAttacksKingArea(const Position* pos, int type, int from, int to, Bitboard area);
 
 // --- exchanges (exchange.cpp) ---
-// The position is changed while these work and is the same again when they return.
 
 // What `side` gains in centipawns, -9999..10000, when both sides take on `to` as long as it pays,
-// over the occupancy `occupied`. With from = NO_SQUARE `side` begins with its least valuable
-// attacker or declines (>= 0); else its piece on `from` goes to `to` whatever comes of it.
-int swapoff1(Position* pos, int side, int from, int to, Bitboard occupied);
+// over the occupancy `occupied`, in which every attacker stands. With from = NO_SQUARE `side`
+// begins with its least valuable attacker or declines (>= 0); else its piece on `from` goes to `to`
+// whatever comes of it.
+int swapoff1(const Position* pos, int side, int from, int to, Bitboard occupied);
+// Does the exchange that the piece on `from` begins on `to` end below LOSING_EXCHANGE? Requires a
+// piece on `from`; what stands on `to` is not its own.
+bool ExchangeLoses(const Position* pos, int from, int to);
 // 1 when the piece of the side to move that m moves is not lost on its square by more than
 // -LOSING_EXCHANGE, else 0. Requires: a piece on the move's square.
-int MoveIsSafe(Position* pos, Move m);
+int MoveIsSafe(const Position* pos, Move m);
 
 // --- text (movetext.cpp) ---
 // The four spellings of one move, each with "+" where it gives check. Empty where a pawn move has

@@ -246,7 +246,7 @@ bool ShowsThreat(const Position* pos, int side, const MoveEntry* e) {
 }
 
 // Late-move pruning of a move without flags, once enough moves have been searched.
-bool IsLateMovePruned(Position* pos, int side, const MoveEntry* e) {
+bool IsLateMovePruned(const Position* pos, int side, const MoveEntry* e) {
     const bool unproven = e->score <= GOOD_QUIET_SCORE;
     if (PieceType(e->piece) == KING) {
         if (IsTwoFileStep(MoveFrom(e->move), MoveTo(e->move))) { return false; }
@@ -272,7 +272,7 @@ int Reduction(ThreadBlock* tb, const PlyData* pd, const MoveEntry* e, int depth)
     return std::min(r, MAX_REDUCTION);
 }
 
-int MoveExtension(Position* pos, int side, const MoveEntry* e, u8 flags) {
+int MoveExtension(const Position* pos, int side, const MoveEntry* e, u8 flags) {
     if (flags & FLAG_DISCOVERED) { return 1; }
     if (flags & (FLAG_CHECK | FLAG_SEVENTH_RANK_PAWN)) { return MoveIsSafe(pos, e->move); }
     const int captured = PieceType(e->captured);
@@ -298,9 +298,10 @@ void StoreResult(const ThreadBlock* tb, int depth, Window window) {
 
 }  // namespace
 
-u8 MoveFlags(const Position* pos, int side, const MoveEntry* e) {
+u8 MoveFlags(const Position* pos, const CheckMasks& checks, const MoveEntry* e) {
+    const int side = pos->side;
     u8 flags = 0;
-    const int check = MoveGivesCheck(pos, side, e);
+    const int check = MoveGivesCheck(pos, checks, e);
     if (check != NO_CHECK) { flags = FLAG_CHECK; }
     if (check == DISCOVERED_CHECK) { flags |= FLAG_DISCOVERED; }
     if (e->captured) { flags |= FLAG_CAPTURE; }
@@ -336,11 +337,12 @@ int ProbCut(ThreadBlock* tb, int depth, int bound) {
     end = GeneratePieceCaptures(pos, side, end);
     TerminateList(pd, end);
     for (MoveEntry* e = first; e != end; ++e) { e->score = CaptureOrder(e); }
+    const LegalityMasks legality = FindLegality(pos);
     Move line[PV_SIZE];
     for (MoveEntry* e = first; e != end; ++e) {
         PickNextMove(e);
         const Move m = e->move;
-        if (!MoveIsLegalNonZero(pos, side, m) || !MoveIsSafe(pos, m)) { continue; }
+        if (!MoveIsLegal(pos, legality, m) || !MoveIsSafe(pos, m)) { continue; }
         pd->cursor = e;
         MakeMove(pos, m);
         const int v = -Search(tb, depth - 1, Opposite({bound - 1, bound}), NODE_ALL, line);
@@ -374,19 +376,21 @@ int FW_Search(ThreadBlock* tb, int depth, Window window, int in_check, Move* pv)
     pd->best_move = NO_MOVE;
     pd->moves_searched = 0;
     pd->stage = STAGE_START;
+    const LegalityMasks legality = FindLegality(pos);
+    const CheckMasks checks = in_check ? CheckMasks{} : FindChecks(pos);
     Move line[PV_SIZE];
 
     while (const MoveEntry* e = GetNextMoveFW(tb, in_check)) {
         const Move m = e->move;
         if (m == NO_MOVE || (m == pd->hash_move && pd->moves_searched > 0)) { continue; }
-        if (!MoveIsLegalNonZero(pos, side, m)) { continue; }
+        if (!MoveIsLegal(pos, legality, m)) { continue; }
 
         // Extension, pruning and reduction are decided before the move is made.
         int extension = 0;
         int reduction = 0;
         pd->move_flags = 0;
         if (!in_check) {
-            pd->move_flags = MoveFlags(pos, side, e);
+            pd->move_flags = MoveFlags(pos, checks, e);
             extension = MoveExtension(pos, side, e, pd->move_flags);
             if (best >= LOSING_MATE && e->score <= PROMISING_SCORE && extension == 0) {
                 if (pruning_allowed && pd->move_flags == 0 && pd->moves_searched >= pruning_count &&

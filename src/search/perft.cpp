@@ -11,8 +11,9 @@ int IsMate(ThreadBlock* tb, int in_check) {
     const Position* pos = &tb->pos;
     assert(in_check == InCheck(pos, pos->side));
     CurrentPly(tb)->stage = STAGE_START;
+    const LegalityMasks legality = FindLegality(pos);
     while (const MoveEntry* e = GetNextMoveFW(tb, in_check)) {
-        if (e->move != NO_MOVE && MoveIsLegalNonZero(pos, pos->side, e->move)) { return NO_MATE; }
+        if (e->move != NO_MOVE && MoveIsLegal(pos, legality, e->move)) { return NO_MATE; }
     }
     return in_check ? CHECKMATE : STALEMATE;
 }
@@ -24,15 +25,15 @@ bool Perft(ThreadBlock* tb, int depth) {
         return true;
     }
     if (!MoveListFits(tb) || EndWanted()) { return false; }
-    const int side = pos->side;
-    const int in_check = InCheck(pos, side);
+    const int in_check = InCheck(pos, pos->side);
+    const LegalityMasks legality = FindLegality(pos);
     PlyData* pd = CurrentPly(tb);
     pd->hash_move = NO_MOVE;
     pd->stage = STAGE_START;
     bool complete = true;
     while (const MoveEntry* e = GetNextMoveFW(tb, in_check)) {
         const Move m = e->move;
-        if (m == NO_MOVE || !MoveIsLegalNonZero(pos, side, m)) { continue; }
+        if (m == NO_MOVE || !MoveIsLegal(pos, legality, m)) { continue; }
         if (depth == 1) {
             tb->nodes += 1;
             continue;

@@ -50,12 +50,12 @@ int ListBound(const Position* pos) {
            MOST_MOVES[KING] * CountBits(pos->bb[pos->side][KING]) + LIST_BOUND_SLACK;
 }
 
-int TacticalScore(Position* pos, const MoveEntry* e, int recapture, Bitboard occupied) {
+int TacticalScore(const Position* pos, const MoveEntry* e, int recapture) {
     const int mover = PieceType(e->piece);
     const int captured = PieceType(e->captured);
     const int score = TacticalOrder(e, OTHER_TACTICAL_SCORE);
     if (exchange_scale[mover] > exchange_scale[captured] &&
-        swapoff1(pos, pos->side, MoveFrom(e->move), MoveTo(e->move), occupied) < LOSING_EXCHANGE) {
+        ExchangeLoses(pos, MoveFrom(e->move), MoveTo(e->move))) {
         return BAD_CAPTURE_SCORE + captured;
     }
     return MoveTo(e->move) == recapture ? score + RECAPTURE_BONUS : score;
@@ -63,16 +63,15 @@ int TacticalScore(Position* pos, const MoveEntry* e, int recapture, Bitboard occ
 
 // Generates and scores captures and promotions at the cursor.
 void GenerateTactical(ThreadBlock* tb, PlyData* pd) {
-    Position* pos = &tb->pos;
+    const Position* pos = &tb->pos;
     const int side = pos->side;
     MoveEntry* end = GeneratePawnCaptures(pos, side, pd->cursor);
     end = GeneratePieceCaptures(pos, side, end);
     end = GeneratePromotions(pos, side, 1, end);
     TerminateList(pd, end);
     const int recapture = RecaptureSquare(pos);
-    const Bitboard occupied = Occupied(pos);
     for (MoveEntry* e = pd->cursor; e != end; ++e) {
-        e->score = static_cast<i16>(TacticalScore(pos, e, recapture, occupied));
+        e->score = static_cast<i16>(TacticalScore(pos, e, recapture));
     }
 }
 

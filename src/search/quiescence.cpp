@@ -133,9 +133,9 @@ bool IsPawnToLastRanks(const Position* pos, const MoveEntry* e) {
 
 // Is the move left out? `promise`, the standing score and a margin, and the victim are the most
 // that a capture without check can bring.
-bool IsPruned(Position* pos, const MoveEntry* e, int depth, int promise, int best) {
-    if (depth < RECAPTURES_ONLY_BELOW && MoveTo(e->move) != RecaptureSquare(pos)) { return true; }
-    const int check = MoveGivesCheck(pos, pos->side, e);
+bool IsPruned(const Position* pos, const CheckMasks& checks, const MoveEntry* e, int promise,
+              int best) {
+    const int check = MoveGivesCheck(pos, checks, e);
     if (check == DISCOVERED_CHECK) { return false; }
     if (pos->npm[WHITE] == 0 || pos->npm[BLACK] == 0) { return false; }
     if (IsLateEndgameCapture(pos, e)) { return false; }
@@ -145,8 +145,7 @@ bool IsPruned(Position* pos, const MoveEntry* e, int depth, int promise, int bes
         return true;
     }
     return exchange_scale[PieceType(e->piece)] > exchange_scale[captured] &&
-           swapoff1(pos, pos->side, MoveFrom(e->move), MoveTo(e->move), Occupied(pos)) <
-               LOSING_EXCHANGE;
+           ExchangeLoses(pos, MoveFrom(e->move), MoveTo(e->move));
 }
 
 }  // namespace
@@ -154,10 +153,9 @@ bool IsPruned(Position* pos, const MoveEntry* e, int depth, int promise, int bes
 int Q_Search(ThreadBlock* tb, int depth, Window window, int node_type, Move* pv) {
     Position* pos = &tb->pos;
     PlyData* pd = CurrentPly(tb);
-    const int side = pos->side;
     const int ply = pos->ply;
     const int beta = window.beta;
-    assert(window.alpha < beta && !InCheck(pos, side));
+    assert(window.alpha < beta && !InCheck(pos, pos->side));
     const int stand = pd->static_eval;
     if (stand >= beta) { return beta; }
     int best = std::max(window.alpha, stand);
@@ -165,10 +163,21 @@ int Q_Search(ThreadBlock* tb, int depth, Window window, int node_type, Move* pv)
     const int child_type = node_opp[node_type];
     const int margin = depth <= 0 && node_type != NODE_PV ? DELTA_MARGIN : WIDE_DELTA_MARGIN;
     Move line[PV_SIZE];
+    // Found for the first move that asks for them: most nodes have none.
+    bool masks_known = false;
+    LegalityMasks legality;
+    CheckMasks checks;
     while (const MoveEntry* e = NextMove(pos, pd, depth >= 0)) {
         const Move m = e->move;
-        if (m == NO_MOVE || !MoveIsLegalNonZero(pos, side, m)) { continue; }
-        if (IsPruned(pos, e, depth, stand + margin, best)) { continue; }
+        if (m == NO_MOVE) { continue; }
+        if (depth < RECAPTURES_ONLY_BELOW && MoveTo(m) != RecaptureSquare(pos)) { continue; }
+        if (!masks_known) {
+            legality = FindLegality(pos);
+            checks = FindChecks(pos);
+            masks_known = true;
+        }
+        if (IsPruned(pos, checks, e, stand + margin, best)) { continue; }
+        if (!MoveIsLegal(pos, legality, m)) { continue; }
         MakeMove(pos, m);
         const int v = -Search(tb, depth - 1, Opposite({best, beta}), child_type, line);
         UnmakeMove(pos);

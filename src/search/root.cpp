@@ -381,7 +381,7 @@ int SearchRoot(ThreadBlock* tb, int depth, int index) {
         pd->cursor = e;
         ShowProgress(&r, e, index);
         e->score = NO_SCORE;
-        pd->move_flags = r.in_check ? 0 : MoveFlags(pos, side, e);
+        pd->move_flags = r.in_check ? 0 : MoveFlags(pos, FindChecks(pos), e);
 
         const int v = SearchRootMove(&r, e);
         std::copy(std::begin(saved_pv), std::end(saved_pv), tb->pv);

@@ -44,8 +44,9 @@ int SNMP(ThreadBlock* tb, int static_eval, int beta);
 // 1 when a safe capture, searched to depth - 1, reaches the bound, else 0. Uses up the picker of
 // the ply. Requires depth >= 1.
 int ProbCut(ThreadBlock* tb, int depth, int bound);
-// FLAG_... bits of a move of the side to move, which is not in check. Requires a pseudo-legal move.
-u8 MoveFlags(const Position* pos, int side, const MoveEntry* e);
+// FLAG_... bits of a move of the side to move, which is not in check, by the masks of its position.
+// Requires a pseudo-legal move.
+u8 MoveFlags(const Position* pos, const CheckMasks& checks, const MoveEntry* e);
 
 // Copies a line from index `from` on, up to its first 0 or the end of the array.
 inline void CopyLine(Move* to, const Move* line, int from) {

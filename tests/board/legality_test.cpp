@@ -14,6 +14,22 @@ TEST_F(LegalityTest, LegalityAndChecksAgreeWithTheTable) {
     EXPECT_EQ(MoveIsLegal(game_position, WHITE, NO_MOVE), 0);
 }
 
+TEST_F(LegalityTest, MasksOfAPositionTellTheSameAsTheFullTests) {
+    const auto check = [](Position* pos) {
+        if (WhyUnplayable(pos) != nullptr) { return; }
+        const LegalityMasks legality = FindLegality(pos);
+        const CheckMasks checks = FindChecks(pos);
+        for (const MoveEntry& e : AllMoves(pos)) {
+            const int legal = MoveIsLegalNonZero(pos, pos->side, e.move);
+            ASSERT_EQ(MoveIsLegal(pos, legality, e.move), legal != 0)
+                << Epd(pos) << MoveText(e.move);
+            ASSERT_EQ(MoveGivesCheck(pos, checks, &e), MoveGivesCheck(pos, pos->side, &e))
+                << Epd(pos) << MoveText(e.move);
+        }
+    };
+    ForRandomPositions(60, check, 20);
+}
+
 TEST_F(LegalityTest, PseudoLegalityAgreesWithTheGeneratorsForEveryMoveWord) {
     ForRandomPositions(6, [](Position* pos) {
         std::vector<bool> generated(65536);

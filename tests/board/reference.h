@@ -84,14 +84,17 @@ inline Move RandomMove(Position* pos, std::mt19937& random) {
     return moves.empty() ? NO_MOVE : moves[random() % moves.size()].move;
 }
 
-// Calls check(position) for each sample and after each move of a random game of `plies` from there.
+// Calls check(position) for each sample and after each move of random games of `plies` from there.
 template <typename Check>
-void ForRandomPositions(int plies, const Check& check) {
+void ForRandomPositions(int plies, const Check& check, int games = 1) {
     std::mt19937 random(3);
-    ForEachRow("samples.tsv", [&](Position* pos, const Row&) {
-        for (int ply = 0; ply <= plies; ++ply) {
-            check(pos);
-            if (const Move m = RandomMove(pos, random)) { PlayGameMove(pos, m); }
+    ForEachRow("samples.tsv", [&](Position* pos, const Row& row) {
+        for (int game = 0; game < games; ++game) {
+            SetPosition(pos, row[0].c_str());
+            for (int ply = 0; ply <= plies; ++ply) {
+                check(pos);
+                if (const Move m = RandomMove(pos, random)) { PlayGameMove(pos, m); }
+            }
         }
     });
 }

@@ -29,7 +29,7 @@ TEST_F(InteriorTest, MoveFlagsTellWhatAMoveDoes) {
         const Position* pos = SetGame(row[0]);
         const Move m = ReadMove(pos, row[1]).move;
         const MoveEntry e = {m, pos->board[MoveFrom(m)], pos->board[MoveTo(m)], 0};
-        const u8 flags = MoveFlags(pos, pos->side, &e);
+        const u8 flags = MoveFlags(pos, FindChecks(pos), &e);
         std::string found;
         for (std::size_t bit = 0; bit < 5; ++bit) {
             if (flags & (1 << bit)) { found += "x+d7q"[bit]; }
