@@ -97,8 +97,15 @@ bool ExchangeLoses(const Position* pos, int from, int to) {
     // What the side that took last keeps above the limit if its man is taken back.
     int balance = piece_value[victim] - LOSING_EXCHANGE - piece_value[standing];
     if (balance >= 0) { return false; }
-    Attackers attackers(pos, to, Occupied(pos) & ~Bit(from));
     int side = us ^ 1;
+    // Most often a pawn or a knight that takes back decides: with it in exchange it is not enough.
+    const Bitboard* enemy = pos->bb[side];
+    if ((-balance > piece_value[PAWN] && (BB_PawnRays[us][to] & enemy[PAWN]) != 0) ||
+        (-balance > piece_value[KNIGHT] && (BB_KnightRays[to] & enemy[KNIGHT]) != 0)) {
+        assert(swapoff1(pos, us, from, to, Occupied(pos)) < LOSING_EXCHANGE);
+        return true;
+    }
+    Attackers attackers(pos, to, Occupied(pos) & ~Bit(from));
     // Whoever has to take and cannot loses, and whoever faces a side that stays ahead anyway.
     while (const int type = attackers.TakeLeast(side)) {
         side ^= 1;

@@ -23,17 +23,15 @@ constexpr LookupTable<u8, SQUARE_COUNT> MakeCastlingBits() {
 }
 constexpr LookupTable<u8, SQUARE_COUNT> csbits = MakeCastlingBits();
 
-void ReplaceInList(u8* entry, int from, int to) {
-    while (*entry != from) { ++entry; }
-    *entry = static_cast<u8>(to);
-}
-
 // Moves a piece on the board, in its list and in the bitboards; the keys are the caller's business.
 void ShiftPiece(Position* pos, int side, int code, int from, int to) {
     const int type = PieceType(code);
     pos->board[to] = static_cast<u8>(code);
     pos->board[from] = 0;
-    ReplaceInList(pos->plist[side][type], from, to);
+    const int place = pos->place[from];
+    assert(pos->plist[side][type][place] == from);
+    pos->plist[side][type][place] = static_cast<u8>(to);
+    pos->place[to] = static_cast<u8>(place);
     const Bitboard both = Bit(from) | Bit(to);
     pos->bb[side][0] ^= both;
     pos->bb[side][type] ^= both;

@@ -43,9 +43,9 @@ Bitboard AttacksFrom(int square, Bitboard occupied) {
     return BB_KingRays[square];
 }
 
-// All moves of the pieces of one type to squares of `targets`, in piece-list order, lowest target
-// first.
-template <int TYPE>
+// All moves of the pieces of one type to squares of `targets`, which are all occupied or all empty,
+// in piece-list order, lowest target first.
+template <int TYPE, bool OCCUPIED>
 MoveEntry* AddPieceMoves(const Position* pos, int side, Bitboard targets, MoveEntry* list) {
     const Bitboard occupied = Occupied(pos);
     for (const u8* piece = pos->plist[side][TYPE]; *piece != NO_SQUARE; ++piece) {
@@ -53,18 +53,20 @@ MoveEntry* AddPieceMoves(const Position* pos, int side, Bitboard targets, MoveEn
         Bitboard reached = AttacksFrom<TYPE>(from, occupied) & targets;
         while (reached) {
             const int to = PopLSB(&reached);
-            list = Add(list, MakeMoveWord(from, to), PieceCode(side, TYPE), pos->board[to]);
+            const int captured = OCCUPIED ? pos->board[to] : NO_PIECE;
+            list = Add(list, MakeMoveWord(from, to), PieceCode(side, TYPE), captured);
         }
     }
     return list;
 }
 
+template <bool OCCUPIED>
 MoveEntry* AddAllPieceMoves(const Position* pos, int side, Bitboard targets, MoveEntry* list) {
-    list = AddPieceMoves<KNIGHT>(pos, side, targets, list);
-    list = AddPieceMoves<BISHOP>(pos, side, targets, list);
-    list = AddPieceMoves<ROOK>(pos, side, targets, list);
-    list = AddPieceMoves<QUEEN>(pos, side, targets, list);
-    return AddPieceMoves<KING>(pos, side, targets, list);
+    list = AddPieceMoves<KNIGHT, OCCUPIED>(pos, side, targets, list);
+    list = AddPieceMoves<BISHOP, OCCUPIED>(pos, side, targets, list);
+    list = AddPieceMoves<ROOK, OCCUPIED>(pos, side, targets, list);
+    list = AddPieceMoves<QUEEN, OCCUPIED>(pos, side, targets, list);
+    return AddPieceMoves<KING, OCCUPIED>(pos, side, targets, list);
 }
 
 Bitboard SeventhRank(int side) {
@@ -151,7 +153,7 @@ MoveEntry* GeneratePawnCaptures(const Position* pos, int side, MoveEntry* list) 
 }
 
 MoveEntry* GeneratePieceCaptures(const Position* pos, int side, MoveEntry* list) {
-    return AddAllPieceMoves(pos, side, pos->bb[side ^ 1][0], list);
+    return AddAllPieceMoves<true>(pos, side, pos->bb[side ^ 1][0], list);
 }
 
 MoveEntry* GeneratePromotions(const Position* pos, int side, int underpromote, MoveEntry* list) {
@@ -173,7 +175,7 @@ MoveEntry* GeneratePromotions(const Position* pos, int side, int underpromote, M
 
 MoveEntry* GenerateNonCaptures(const Position* pos, int side, MoveEntry* list) {
     list = AddPawnPushes(pos, side, list);
-    list = AddAllPieceMoves(pos, side, ~Occupied(pos), list);
+    list = AddAllPieceMoves<false>(pos, side, ~Occupied(pos), list);
     return AddCastling(pos, side, list);
 }
 

@@ -15,7 +15,13 @@ inline constexpr u8 FLAG_DISCOVERED = 4;
 inline constexpr u8 FLAG_SEVENTH_RANK_PAWN = 8;
 inline constexpr u8 FLAG_QUEEN_PROMOTION = 16;
 
-struct PlyData {
+// What is known, when a move is made, of a check that it gives.
+inline constexpr u8 CHECK_UNKNOWN = 0;
+inline constexpr u8 CHECK_NOT_GIVEN = 1;
+inline constexpr u8 CHECK_GIVEN = 2;
+
+// A line of the processor's cache each.
+struct alignas(64) PlyData {
     u8 node_type;     // 0 null-move child or re-search, 1 PV, 2 expected cut, 3 expected all
     i16 depth;        // remaining depth on entry; ply 0: the thread's iteration depth
     i16 static_eval;  // centipawns for the side to move, 0 until evaluated
@@ -25,6 +31,7 @@ struct PlyData {
     u8 iid;                // 1 while internal iterative deepening runs here
     u8 trivial_draw;       // evaluation output: the material cannot win
     u8 move_flags;         // FLAG_... of the move being searched
+    u8 check;              // CHECK_... of it
     i16 hanging[2];        // evaluation output: hanging material per side, centipawns
     u8 free_pawn_rank[2];  // evaluation output: rank index of the most advanced free passer, 0 if
                            // none
@@ -38,3 +45,4 @@ struct PlyData {
     MoveEntry* list_start;  // first entry of this ply's list
     MoveEntry* cursor;      // entry returned last
 };
+static_assert(sizeof(PlyData) == 64);

@@ -34,18 +34,12 @@ void ClearBoard(Position* pos) {
     }
 }
 
-int ListLength(const Position* pos, int colour, int type) {
-    int n = 0;
-    while (pos->plist[colour][type][n] != NO_SQUARE) { ++n; }
-    return n;
-}
-
 // Adds a piece of the text unless the record has no room for it.
 void AddPieceOfText(Position* pos, char letter, int square) {
     int colour = WHITE;
     const int type = PieceTypeOfLetter(letter, &colour);
     if (type == NO_PIECE || pos->board[square] != 0) { return; }
-    if (ListLength(pos, colour, type) >= MAX_PIECES_OF_A_KIND) { return; }
+    if (CountBits(pos->bb[colour][type]) >= MAX_PIECES_OF_A_KIND) { return; }
     AddPiece(pos, colour, type, square);
 }
 
@@ -144,7 +138,8 @@ bool ListsAreSound(const Position* pos, const DerivedFields& d) {
             Bitboard seen = 0;
             int n = 0;
             for (; n <= MAX_PIECES_OF_A_KIND && list[n] != NO_SQUARE; ++n) {
-                if (list[n] > NO_SQUARE || pos->board[list[n]] != PieceCode(colour, type)) {
+                if (list[n] > NO_SQUARE || pos->board[list[n]] != PieceCode(colour, type) ||
+                    pos->place[list[n]] != n) {
                     return false;
                 }
                 seen |= Bit(list[n]);
@@ -175,11 +170,13 @@ void AddPiece(Position* pos, int colour, int type, int square) {
     assert(colour == WHITE || colour == BLACK);
     assert(type >= PAWN && type <= KING);
     assert(square >= 0 && square < SQUARE_COUNT && pos->board[square] == NO_PIECE);
-    const int n = ListLength(pos, colour, type);
+    const int n = CountBits(pos->bb[colour][type]);
     assert(n < MAX_PIECES_OF_A_KIND);
     u8* list = pos->plist[colour][type];
+    assert(list[n] == NO_SQUARE);
     list[n] = static_cast<u8>(square);
     list[n + 1] = NO_SQUARE;
+    pos->place[square] = static_cast<u8>(n);
     pos->board[square] = static_cast<u8>(PieceCode(colour, type));
     pos->npm[colour] = static_cast<i16>(pos->npm[colour] + npv[type]);
     pos->sig[colour] += msig[type];
@@ -194,9 +191,15 @@ void RemovePiece(Position* pos, int square) {
     const int colour = PieceColour(code);
     const int type = PieceType(code);
     pos->board[square] = 0;
-    u8* entry = pos->plist[colour][type];
-    while (*entry != square) { ++entry; }
-    do { entry[0] = entry[1]; } while (*entry++ != NO_SQUARE);
+    // The later ones move up.
+    u8* list = pos->plist[colour][type];
+    int n = pos->place[square];
+    assert(list[n] == square);
+    for (; list[n + 1] != NO_SQUARE; ++n) {
+        list[n] = list[n + 1];
+        pos->place[list[n]] = static_cast<u8>(n);
+    }
+    list[n] = NO_SQUARE;
     pos->npm[colour] = static_cast<i16>(pos->npm[colour] - npv[type]);
     pos->sig[colour] -= msig[type];
     pos->bb[colour][0] &= ~Bit(square);

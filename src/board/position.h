@@ -85,11 +85,12 @@ struct UndoRecord {
 // 2. bb[c][0] is the union of bb[c][1..6]; bb[c][7] is 0; board[64] is 0.
 // 3. hash and pawn_hash agree with the placement, except between a single-piece edit and SetHash.
 // 4. plist[c][t] holds the squares in the order of arrival, ended by 64; types 0 and 7 are always
-// empty.
+// empty; place leads from a square to its entry.
 // 5. side, castle and ep_square hold values that they can have.
 struct Position {
     u8 board[65];        // piece code by square
     u8 plist[2][8][10];  // piece lists; [c][KING][0] is the king square
+    u8 place[64];        // by occupied square: where its piece stands in its list
     Bitboard bb[2][8];   // by colour and type, [c][0] = all pieces of the colour
     u8 side;             // side to move
     u8 castle;           // castling rights

@@ -223,8 +223,10 @@ Move ChooseBookMove(Position* pos, int verbose) {
     char text[MOVE_TEXT_SIZE];
     Move chosen = NO_MOVE;
     double best = 0.0;
-    for (MoveEntry* e = pos->sstack[pos->ply].list_start; e->move != END_OF_LIST; ++e) {
-        PickNextMove(e);
+    const PlyData* pd = &pos->sstack[pos->ply];
+    const MoveEntry* end = EndOfPlyList(pd);
+    for (MoveEntry* e = pd->list_start; e != end; ++e) {
+        PickNextMove(e, end);
         e->score = 0;
         const Move m = e->move;
         if (!MoveIsLegal(pos, side, m)) { continue; }

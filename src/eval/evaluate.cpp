@@ -223,6 +223,8 @@ void EvaluatePieces(EvalInfo* info, Report report) {
 template <int US>
 inline void CountMaterial(EvalInfo* info) {
     const u32 sig = info->pos->sig[US];
+    if (sig == info->counted[US]) { return; }
+    info->counted[US] = sig;
     const int p = PawnCount(sig), n = KnightCount(sig), b = BishopCount(sig);
     const int r = RookCount(sig), q = QueenCount(sig);
     info->pawns[US] = p;

@@ -23,15 +23,20 @@ struct EvalCacheEntry {
 static_assert(sizeof(EvalCacheEntry) == 16);
 
 // What depends on the pawns alone, by their key. [0] white, [1] black. Owned by one thread.
-struct PawnEntry {
+struct alignas(64) PawnEntry {
     i16 opening[2];  // structure, with the piece-square values of pawns, in centipawns
     i16 ending[2];
     u16 mask[2];  // low byte files, high byte ranks that hold a pawn of the side, a and 1 lowest
+    // What covers the side's king where it stood last, with its centipawns and missing pawns.
+    u8 cover_key[2];  // of king.cpp, 0 for none
+    u8 cover_holes[2];
+    i32 cover_value[2];
     Bitboard attack_span[2];  // squares that a pawn of the side attacks or may come to attack
     Bitboard passed;          // both colours
     Bitboard candidates;      // both colours: pawns that may become passed by exchanges
     u64 key;                  // pawn_hash
 };
+static_assert(sizeof(PawnEntry) == 64);  // a line of the processor's cache
 
 // The files with a pawn of `side`, file a the lowest of eight bits.
 constexpr unsigned PawnFiles(const PawnEntry* entry, int side) {
@@ -83,17 +88,19 @@ struct EvalReport {
     u8 free_pawn_rank[2];
 };
 
-// Scratch record of one Evaluate call; owned by the thread, lives during the call only. [0] white,
-// [1] black; values in centipawns. Each part of the evaluation fills its own fields.
+// Scratch record of one Evaluate call; owned by the thread. [0] white, [1] black; values in
+// centipawns. Each part of the evaluation fills its own fields. What the material decides stays for
+// the next call, which most often finds the same; a zero-filled record is right for bare kings.
 struct EvalInfo {
     const Position* pos;
     PlyData* pd;
-    const PawnEntry* pawn_entry;
+    PawnEntry* pawn_entry;
     int ply;
     int stage;                 // 0..24
     bool back_rank_target[2];  // enemy king or pawns make the seventh rank worth a visit
     bool king_confined[2];     // the side's king is held on the edge
     int race[2];               // lead of a pawn that outruns the king, in moves; 0 without one
+    u32 counted[2];            // material signatures that the next four lines belong to
     int pawns[2], knights[2], bishops[2], rooks[2], queens[2];
     int pieces[2];  // knights + bishops + rooks + queens
     int phase[2];   // capped at 12

@@ -23,6 +23,10 @@ constexpr int SHIELD_PAWNS = 2;         // own pawns next to the king that leave
 constexpr int SHIELD_HOLES_FREE = 2;    // more holes than these cost
 constexpr int STORM_FILE_DISTANCE = 2;  // castled to opposite wings when farther apart
 
+// Bits of a kept cover's key beside the king's square.
+constexpr int COVER_STORM = 0x40;
+constexpr int COVER_KEPT = 0x80;
+
 // Pressure, in entries of KingDanger where it is not centipawns.
 constexpr Bitboard SHELTERED = Bit(SquareOfText("a1")) | Bit(SquareOfText("b1")) |
                                Bit(SquareOfText("g1")) | Bit(SquareOfText("h1"));
@@ -58,24 +62,45 @@ constexpr std::array<i8, FILE_MASKS> rightbit = [] {
 static_assert(leftbit[0] == FILE_COUNT && leftbit[0b100100] == 2);
 static_assert(rightbit[0] == -1 && rightbit[0b100100] == 5);
 
-// Opening value of the pawns before the king; *holes gets what is missing of them.
+// What the pawns before a king are worth.
+struct Cover {
+    int value;  // centipawns of the opening
+    int holes;  // pawns that are missing
+};
+
+// The cover of a king on `k`; with `storm` the enemy pawns count that have not left home.
 template <int US>
-inline int PawnCover(const EvalInfo* info, int k, int* holes) {
+Cover PawnCover(const Position* pos, int k, bool storm) {
     constexpr int THEM = US ^ 1;
-    const Position* pos = info->pos;
     const Bitboard own = pos->bb[US][PAWN];
     const int centre = shield_centre_file[FileOf(k)];
-    const bool storm = std::abs(centre - FileOf(info->king_square[THEM])) > STORM_FILE_DISTANCE;
-    *holes = std::max(0, SHIELD_PAWNS - CountBits(own & BB_KingRays[k]));
+    int holes = std::max(0, SHIELD_PAWNS - CountBits(own & BB_KingRays[k]));
     int storm_files = 0;
     for (int file = centre - 1; file <= centre + 1; ++file) {
-        if ((own & shield_ranks[US] & FileMask(file)) == 0) { (*holes)++; }
+        if ((own & shield_ranks[US] & FileMask(file)) == 0) { ++holes; }
         if (storm && (pos->bb[THEM][PAWN] & HOME_HALF[THEM] & FileMask(file)) == 0) {
             ++storm_files;
         }
     }
-    return Personality.pawn_shield * (SHIELD_HOLES_FREE - *holes) +
-           Personality.pawn_storm * storm_files;
+    return {Personality.pawn_shield * (SHIELD_HOLES_FREE - holes) +
+                Personality.pawn_storm * storm_files,
+            holes};
+}
+
+// The same by the pawn entry, which keeps the last one.
+template <int US>
+inline Cover KeptPawnCover(const EvalInfo* info, int k) {
+    const int enemy_file = FileOf(info->king_square[US ^ 1]);
+    const bool storm = std::abs(shield_centre_file[FileOf(k)] - enemy_file) > STORM_FILE_DISTANCE;
+    const int key = COVER_KEPT | (storm ? COVER_STORM : 0) | k;
+    PawnEntry* e = info->pawn_entry;
+    if (e->cover_key[US] != key) {
+        const Cover cover = PawnCover<US>(info->pos, k, storm);
+        e->cover_key[US] = static_cast<u8>(key);
+        e->cover_value[US] = cover.value;
+        e->cover_holes[US] = static_cast<u8>(cover.holes);
+    }
+    return {e->cover_value[US], e->cover_holes[US]};
 }
 
 // Pressure of the enemy's pieces; lowers both values.
@@ -143,9 +168,9 @@ void EvalKingOf(EvalInfo* info, Report report) {
     int ending = eval_tables.KingEnding[RelativeSquare(k, US)];
     info->king_confined[US] = false;
     if (info->phase[THEM] >= ATTACK_PHASE) {
-        int holes;
-        opening += PawnCover<US>(info, k, &holes);
-        KingPressure<US>(info, k, holes, &opening, &ending);
+        const Cover cover = KeptPawnCover<US>(info, k);
+        opening += cover.value;
+        KingPressure<US>(info, k, cover.holes, &opening, &ending);
     }
     if (info->queens[THEM] == 0 || info->phase[THEM] < FULL_OPENING_PHASE) {
         opening /= REDUCED_OPENING_DIVISOR;

@@ -136,6 +136,7 @@ void BuildPawnEntry(const EvalInfo* info, PawnEntry* e, Report report) {
     e->passed = (white & ~(e->attack_span[BLACK] | black_path)) |
                 (black & ~(e->attack_span[WHITE] | white_path));
     e->candidates = 0;
+    e->cover_key[WHITE] = e->cover_key[BLACK] = 0;
     ScoreStructure<WHITE>(info, e, report);
     ScoreStructure<BLACK>(info, e, report);
 }

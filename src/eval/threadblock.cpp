@@ -53,5 +53,6 @@ void ClearEvalCaches() {
         if (tb == nullptr) { continue; }
         std::memset(tb->eval_cache, 0, sizeof tb->eval_cache);
         std::memset(tb->pawn_cache, 0, sizeof tb->pawn_cache);
+        tb->eval_info = EvalInfo{};
     }
 }

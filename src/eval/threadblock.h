@@ -80,9 +80,7 @@ inline PawnEntry* PawnCacheSlot(ThreadBlock* tb, u64 pawn_hash) {
 // Asks for the cache lines that an evaluation of the thread's position will read.
 inline void PrefetchEvaluation(ThreadBlock* tb, u64 key) {
     __builtin_prefetch(EvalCacheSlot(tb, key, tb->pos.side));
-    const PawnEntry* pawns = PawnCacheSlot(tb, tb->pos.pawn_hash);
-    __builtin_prefetch(pawns);
-    __builtin_prefetch(&pawns->key);
+    __builtin_prefetch(PawnCacheSlot(tb, tb->pos.pawn_hash));
 }
 
 // Zero-filled block of a slot with its links set, published in ThreadData[slot] (an older one is

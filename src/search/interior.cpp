@@ -126,6 +126,7 @@ bool NullMoveFailsHigh(const Node& n) {
     n.pd->cursor = n.pd->list_start;
     *n.pd->cursor = {NO_MOVE, 0, 0, 0};
     TerminateList(n.pd, n.pd->cursor + 1);
+    n.pd->check = CHECK_NOT_GIVEN;
     MakeNullMove(pos);
     const int v = -Search(n.tb, child_depth, Opposite(n.window), NODE_NULL, n.pv);
     UnmakeNullMove(pos);
@@ -319,10 +320,12 @@ int SNMP(ThreadBlock* tb, int static_eval, int beta) {
     Position* pos = &tb->pos;
     const int side = pos->side;
     const Bitboard occupied = Occupied(pos);
-    Bitboard men = pos->bb[side][0] & ~pos->bb[side][KING];
-    while (men) {
-        const int gain = swapoff1(pos, side ^ 1, NO_SQUARE, PopLSB(&men), occupied);
-        if (gain > 0 && static_eval - gain - SNMP_EXCHANGE_MARGIN <= beta) { return 0; }
+    const int enough = std::max(static_eval - SNMP_EXCHANGE_MARGIN - beta, 1);
+    for (int type = PAWN; type < KING; ++type) {
+        if (piece_value[type] < enough) { continue; }
+        for (Bitboard men = pos->bb[side][type]; men != 0;) {
+            if (swapoff1(pos, side ^ 1, NO_SQUARE, PopLSB(&men), occupied) >= enough) { return 0; }
+        }
     }
     return 1;
 }
@@ -340,10 +343,11 @@ int ProbCut(ThreadBlock* tb, int depth, int bound) {
     const LegalityMasks legality = FindLegality(pos);
     Move line[PV_SIZE];
     for (MoveEntry* e = first; e != end; ++e) {
-        PickNextMove(e);
+        PickNextMove(e, end);
         const Move m = e->move;
         if (!MoveIsLegal(pos, legality, m) || !MoveIsSafe(pos, m)) { continue; }
         pd->cursor = e;
+        pd->check = CHECK_UNKNOWN;
         MakeMove(pos, m);
         const int v = -Search(tb, depth - 1, Opposite({bound - 1, bound}), NODE_ALL, line);
         UnmakeMove(pos);
@@ -389,8 +393,10 @@ int FW_Search(ThreadBlock* tb, int depth, Window window, int in_check, Move* pv)
         int extension = 0;
         int reduction = 0;
         pd->move_flags = 0;
+        pd->check = CHECK_UNKNOWN;
         if (!in_check) {
             pd->move_flags = MoveFlags(pos, checks, e);
+            pd->check = CheckOfMove(pos, e, pd->move_flags & FLAG_CHECK);
             extension = MoveExtension(pos, side, e, pd->move_flags);
             if (best >= LOSING_MATE && e->score <= PROMISING_SCORE && extension == 0) {
                 if (pruning_allowed && pd->move_flags == 0 && pd->moves_searched >= pruning_count &&
@@ -483,7 +489,9 @@ int Search(ThreadBlock* tb, int depth, Window window, int node_type, Move* pv) {
     pd[2].evasion_killer = NO_MOVE;
     pv[ply] = pv[ply + 1] = NO_MOVE;
 
-    const int in_check = InCheck(pos, side);
+    const int in_check =
+        pd[-1].check == CHECK_UNKNOWN ? InCheck(pos, side) : pd[-1].check == CHECK_GIVEN;
+    assert(in_check == InCheck(pos, side));
     Node n = {tb,        pos,      pd, side, ply,   depth, {alpha, beta},
               node_type, in_check, 0,  true, false, false, TT_PRESET_DEPTH,
               pv};

@@ -102,8 +102,7 @@ int EvasionScore(const PlyData* pd, const MoveEntry* e, Move counter) {
 // Appends the scored quiet moves to what is left of the list.
 void GenerateQuiet(const ThreadBlock* tb, PlyData* pd, int in_check) {
     const Position* pos = &tb->pos;
-    MoveEntry* first = pd->cursor;
-    while (first->move != END_OF_LIST) { ++first; }
+    MoveEntry* first = EndOfPlyList(pd);
     MoveEntry* end = GenerateNonCaptures(pos, pos->side, first);
     TerminateList(pd, end);
     const Move counter = CounterMove(tb);
@@ -127,7 +126,7 @@ MoveEntry* StartWithHashMove(const Position* pos, PlyData* pd) {
 MoveEntry* NextSorted(PlyData* pd) {
     MoveEntry* e = pd->cursor;
     if (e->move == END_OF_LIST) { return nullptr; }
-    if (e[1].move != END_OF_LIST) { PickNextMove(e); }
+    PickNextMove(e, EndOfPlyList(pd));
     if (e->score <= SORT_SCORE_LIMIT || pd->moves_searched > SORT_MOVES_LIMIT) {
         pd->stage = PICKER_UNSORTED;
     }
@@ -137,8 +136,9 @@ MoveEntry* NextSorted(PlyData* pd) {
 }  // namespace
 
 bool MoveListFits(const ThreadBlock* tb) {
-    const auto room = MOVE_BUFFER_SIZE - (CurrentPly(tb)->list_start - tb->move_buffer);
-    return room >= MAX_LIST_SIZE || room >= ListBound(&tb->pos);
+    const MoveEntry* start = CurrentPly(tb)->list_start;
+    const MoveEntry* end = tb->move_buffer + MOVE_BUFFER_SIZE;
+    return end - MAX_LIST_SIZE >= start || end - start >= ListBound(&tb->pos);
 }
 
 void TerminateList(PlyData* pd, MoveEntry* end) {
@@ -172,7 +172,7 @@ MoveEntry* GetNextMoveFW(ThreadBlock* tb, int in_check) {
         GenerateTactical(tb, pd);
     }
     if (pd->cursor->move != END_OF_LIST) {
-        PickNextMove(pd->cursor);
+        PickNextMove(pd->cursor, EndOfPlyList(pd));
         if (pd->cursor->score > GOOD_CAPTURE_LIMIT) { return pd->cursor; }
     }
     GenerateQuiet(tb, pd, in_check);

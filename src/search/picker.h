@@ -3,6 +3,8 @@
 // tables of the board.
 #pragma once
 
+#include <cassert>
+
 #include "eval/threadblock.h"
 
 inline constexpr i16 HISTORY_START = 2048;  // of every history value, which stays in 0..HISTORY_MAX
@@ -31,13 +33,13 @@ inline const PlyData* CurrentPly(const ThreadBlock* tb) { return &tb->ply_data[t
 // Requires STAGE_START in the ply's record before the first call of a node. A list that would not
 // fit into the move buffer is left out (the search never descends that far).
 MoveEntry* GetNextMoveFW(ThreadBlock* tb, int in_check);
-// Brings the best-scored entry (first of equals) of a terminated list to its front. The scan keeps
-// its choice in registers, without a branch that the scores decide.
-inline void PickNextMove(MoveEntry* first) {
-    if (first->move == END_OF_LIST) { return; }
+// Brings the best-scored entry (first of equals) of a list that ends at `end` to its front. The
+// scan keeps its choice in registers, without a branch that the scores decide.
+inline void PickNextMove(MoveEntry* first, const MoveEntry* end) {
+    if (first == end) { return; }
     MoveEntry* best = first;
     int best_score = first->score;
-    for (MoveEntry* e = first + 1; e->move != END_OF_LIST; ++e) {
+    for (MoveEntry* e = first + 1; e != end; ++e) {
         const bool better = e->score > best_score;
         best = better ? e : best;
         best_score = better ? e->score : best_score;
@@ -45,6 +47,17 @@ inline void PickNextMove(MoveEntry* first) {
     const MoveEntry chosen = *best;
     *best = *first;
     *first = chosen;
+}
+// The end mark of a terminated list from one of its entries on.
+inline MoveEntry* EndOfList(MoveEntry* e) {
+    while (e->move != END_OF_LIST) { ++e; }
+    return e;
+}
+// The same of a ply's list, while the ply's node is searched: the next ply's list follows it.
+inline MoveEntry* EndOfPlyList(const PlyData* pd) {
+    MoveEntry* end = pd[1].list_start - 1;
+    assert(end->move == END_OF_LIST);
+    return end;
 }
 // True when the move buffer has room for one more list of the position at its current ply.
 bool MoveListFits(const ThreadBlock* tb);

@@ -109,7 +109,7 @@ MoveEntry* NextMove(const Position* pos, PlyData* pd, bool with_quiet) {
     }
     if (pd->stage == QUIESCENCE_CAPTURES) {
         if (pd->cursor->move != END_OF_LIST) {
-            PickNextMove(pd->cursor);
+            PickNextMove(pd->cursor, EndOfPlyList(pd));
             return pd->cursor;
         }
         pd->stage = QUIESCENCE_CAPTURES_DONE;
@@ -132,10 +132,8 @@ bool IsPawnToLastRanks(const Position* pos, const MoveEntry* e) {
 }
 
 // Is the move left out? `promise`, the standing score and a margin, and the victim are the most
-// that a capture without check can bring.
-bool IsPruned(const Position* pos, const CheckMasks& checks, const MoveEntry* e, int promise,
-              int best) {
-    const int check = MoveGivesCheck(pos, checks, e);
+// that a capture without check can bring; `check` is what MoveGivesCheck says of it.
+bool IsPruned(const Position* pos, const MoveEntry* e, int check, int promise, int best) {
     if (check == DISCOVERED_CHECK) { return false; }
     if (pos->npm[WHITE] == 0 || pos->npm[BLACK] == 0) { return false; }
     if (IsLateEndgameCapture(pos, e)) { return false; }
@@ -176,8 +174,10 @@ int Q_Search(ThreadBlock* tb, int depth, Window window, int node_type, Move* pv)
             checks = FindChecks(pos);
             masks_known = true;
         }
-        if (IsPruned(pos, checks, e, stand + margin, best)) { continue; }
+        const int check = MoveGivesCheck(pos, checks, e);
+        if (IsPruned(pos, e, check, stand + margin, best)) { continue; }
         if (!MoveIsLegal(pos, legality, m)) { continue; }
+        pd->check = CheckOfMove(pos, e, check);
         MakeMove(pos, m);
         const int v = -Search(tb, depth - 1, Opposite({best, beta}), child_type, line);
         UnmakeMove(pos);

@@ -129,7 +129,7 @@ void TestEasyMove(const ThreadBlock* tb, MoveEntry* first, int depth) {
         if (depth > EASY_SINGLE_DEPTH) { PBlock.progress.easy_move = EASY_SINGLE; }
         return;
     }
-    PickNextMove(first + 1);
+    PickNextMove(first + 1, EndOfList(first + 1));
     second_best = std::max<int>(second_best, first[1].score);
     const int score = first->score;
     if (score > second_best + EASY_LEAD_OVER_SECOND &&
@@ -367,13 +367,14 @@ int SearchRoot(ThreadBlock* tb, int depth, int index) {
                    std::abs(r.previous) / SCORE_PER_WIDTH;
 
     MoveEntry* front = pd->list_start + index;
+    const MoveEntry* end = EndOfList(front);
     for (MoveEntry* e = front; e->move != END_OF_LIST; ++e) {
         if (!main && depth < PBlock.progress.completed_depth &&
             PBlock.time.elapsed >= SETTLED_SECONDS) {
             tb->root_status = ROOT_ABANDONED;
             break;
         }
-        PickNextMove(e);
+        PickNextMove(e, end);
         Move saved_pv[PV_SIZE];
         std::copy(std::begin(tb->pv), std::end(tb->pv), saved_pv);
         const i16 saved_score = tb->running_score;

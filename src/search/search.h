@@ -48,6 +48,15 @@ int ProbCut(ThreadBlock* tb, int depth, int bound);
 // Requires a pseudo-legal move.
 u8 MoveFlags(const Position* pos, const CheckMasks& checks, const MoveEntry* e);
 
+// CHECK_... of a move about to be made, by what MoveGivesCheck says of it. That does not tell of
+// castling, en passant and promotions all that there is.
+inline u8 CheckOfMove(const Position* pos, const MoveEntry* e, int gives_check) {
+    const int to = MoveTo(e->move);
+    const bool castling = PieceType(e->piece) == KING && IsTwoFileStep(MoveFrom(e->move), to);
+    if (castling || to == pos->ep_square || IsPromotion(e->move)) { return CHECK_UNKNOWN; }
+    return gives_check != NO_CHECK ? CHECK_GIVEN : CHECK_NOT_GIVEN;
+}
+
 // Copies a line from index `from` on, up to its first 0 or the end of the array.
 inline void CopyLine(Move* to, const Move* line, int from) {
     for (int i = from; i < PV_SIZE; ++i) {

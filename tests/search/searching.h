@@ -51,6 +51,7 @@ protected:
         tb->move_buffer[0] = {Word("g1f3"), KNIGHT, 0, 0};
         tb->pos.ply = static_cast<i16>(ply);
         tb->ply_data[ply - 1].list_start = tb->ply_data[ply - 1].cursor = tb->move_buffer;
+        tb->ply_data[ply - 1].check = CHECK_UNKNOWN;
         tb->ply_data[ply].list_start = tb->move_buffer + 2;
         return tb;
     }
