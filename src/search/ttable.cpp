@@ -79,7 +79,7 @@ bool MoveFitsBoard(const Position* pos, Move move) {
 
 // What is known of a table that has just become empty.
 void ForgetContents() {
-    hash_table.used.store(0, std::memory_order_relaxed);
+    for (TranspositionTable::Count& count : hash_table.used) { count.stores = 0; }
     PBlock.root.tt_age = 0;
     PBlock.progress.hash_fill = 0.0;
 }
@@ -214,10 +214,7 @@ void StoreInTTable(const Position* pos, Move move, int depth, int score, int bou
         AgeOf(target_data) == age) {
         return;
     }
-    if (target_depth == TT_EMPTY_DEPTH) {
-        hash_table.used.store(hash_table.used.load(std::memory_order_relaxed) + 1,
-                              std::memory_order_relaxed);
-    }
+    if (target_depth == TT_EMPTY_DEPTH) { hash_table.used[pos->thread_id].stores += 1; }
     target->data.store(PackData(move, score, bound, depth, age), std::memory_order_relaxed);
     target->keys.store(PackKeys(key_high, CheckWord(move, score, key)), std::memory_order_relaxed);
 }
@@ -245,8 +242,13 @@ void RetrievePV(ThreadBlock* tb, Move* pv) {
     UnmakeMove(pos);
 }
 
+u64 UsedSlots() {
+    u64 used = 0;
+    for (const TranspositionTable::Count& count : hash_table.used) { used += count.stores; }
+    return used;
+}
+
 double HashFill() {
     if (hash_table.entries == 0) { return 0.0; }
-    return static_cast<double>(hash_table.used.load(std::memory_order_relaxed)) /
-           static_cast<double>(hash_table.entries);
+    return static_cast<double>(UsedSlots()) / static_cast<double>(hash_table.entries);
 }

@@ -42,7 +42,7 @@ static_assert(sizeof(TTSlot) == 16);
 
 // The table's memory and how keys become buckets: White's buckets begin at `white` and go up,
 // Black's at `black` and go down. Written by InitTTable, FreeTTable and ClearTTable, but `used` by
-// every thread that stores.
+// every thread that stores, each its own.
 // Invariants:
 // 1. `slots` is null exactly when there is no memory; then `entries` is 0.
 // 2. `mask` + 1 is the greatest power of two up to `entries`; all bits are set without entries.
@@ -56,9 +56,11 @@ struct TranspositionTable {
     TTSlot* black = nullptr;
     u64 bytes = 0;            // size of the memory
     bool keys_exist = false;  // the Zobrist keys have been generated
-    // Stores into empty slots since the last clear; a line of its own, since every thread writes
-    // it.
-    alignas(64) std::atomic<u64> used{0};
+    // Stores into empty slots since the last clear, by thread.
+    struct alignas(64) Count {
+        Relaxed<u64> stores;
+    };
+    Count used[THREAD_SLOTS];
 };
 extern TranspositionTable hash_table;
 
@@ -88,6 +90,8 @@ void PrefetchTTable(int side, u64 key);
 // table's moves, up to a draw, a move that is not legal, or MAX_DEPTH. pv must hold PV_SIZE
 // moves. Leaves the position as it found it.
 void RetrievePV(ThreadBlock* tb, Move* pv);
+// Slots stored into since they were empty. Any thread.
+u64 UsedSlots();
 // Share of the table in use, 0..1; 0 without entries.
 double HashFill();
 

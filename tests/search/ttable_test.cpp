@@ -90,7 +90,7 @@ TEST_F(TTableTest, StoresReplaceWhatIsWorthLeast) {
         for (int key = 0, depth = 0; expected >> depth; ++key) {
             EXPECT_EQ(Probe(Rival(key)).depth, depth) << key << " after " << row[0];
         }
-        EXPECT_EQ(std::to_string(hash_table.used), row[3]) << row[0];
+        EXPECT_EQ(std::to_string(UsedSlots()), row[3]) << row[0];
     }
 }
 
