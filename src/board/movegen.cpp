@@ -23,11 +23,11 @@ Bitboard EnPassantTarget(const Position* pos, int side) {
 }
 
 // One sweep of pawn captures: `targets` are the squares reached, each from target - step.
-MoveEntry* AddPawnSweep(const Position* pos, int side, Bitboard targets, int step,
-                        MoveEntry* list) {
+template <int US>
+MoveEntry* AddPawnSweep(const Position* pos, Bitboard targets, int step, MoveEntry* list) {
     while (targets) {
         const int to = PopLSB(&targets);
-        list = Add(list, MakeMoveWord(to - step, to), PieceCode(side, PAWN), pos->board[to]);
+        list = Add(list, MakeMoveWord(to - step, to), PieceCode(US, PAWN), pos->board[to]);
     }
     return list;
 }
@@ -45,28 +45,28 @@ Bitboard AttacksFrom(int square, Bitboard occupied) {
 
 // All moves of the pieces of one type to squares of `targets`, which are all occupied or all empty,
 // in piece-list order, lowest target first.
-template <int TYPE, bool OCCUPIED>
-MoveEntry* AddPieceMoves(const Position* pos, int side, Bitboard targets, MoveEntry* list) {
+template <int US, int TYPE, bool OCCUPIED>
+MoveEntry* AddPieceMoves(const Position* pos, Bitboard targets, MoveEntry* list) {
     const Bitboard occupied = Occupied(pos);
-    for (const u8* piece = pos->plist[side][TYPE]; *piece != NO_SQUARE; ++piece) {
+    for (const u8* piece = pos->plist[US][TYPE]; *piece != NO_SQUARE; ++piece) {
         const int from = *piece;
         Bitboard reached = AttacksFrom<TYPE>(from, occupied) & targets;
         while (reached) {
             const int to = PopLSB(&reached);
             const int captured = OCCUPIED ? pos->board[to] : NO_PIECE;
-            list = Add(list, MakeMoveWord(from, to), PieceCode(side, TYPE), captured);
+            list = Add(list, MakeMoveWord(from, to), PieceCode(US, TYPE), captured);
         }
     }
     return list;
 }
 
-template <bool OCCUPIED>
-MoveEntry* AddAllPieceMoves(const Position* pos, int side, Bitboard targets, MoveEntry* list) {
-    list = AddPieceMoves<KNIGHT, OCCUPIED>(pos, side, targets, list);
-    list = AddPieceMoves<BISHOP, OCCUPIED>(pos, side, targets, list);
-    list = AddPieceMoves<ROOK, OCCUPIED>(pos, side, targets, list);
-    list = AddPieceMoves<QUEEN, OCCUPIED>(pos, side, targets, list);
-    return AddPieceMoves<KING, OCCUPIED>(pos, side, targets, list);
+template <int US, bool OCCUPIED>
+MoveEntry* AddAllPieceMoves(const Position* pos, Bitboard targets, MoveEntry* list) {
+    list = AddPieceMoves<US, KNIGHT, OCCUPIED>(pos, targets, list);
+    list = AddPieceMoves<US, BISHOP, OCCUPIED>(pos, targets, list);
+    list = AddPieceMoves<US, ROOK, OCCUPIED>(pos, targets, list);
+    list = AddPieceMoves<US, QUEEN, OCCUPIED>(pos, targets, list);
+    return AddPieceMoves<US, KING, OCCUPIED>(pos, targets, list);
 }
 
 Bitboard SeventhRank(int side) {
@@ -101,12 +101,13 @@ MoveEntry* AddPromotion(const Position* pos, Move step, int underpromote, MoveEn
     return list;
 }
 
-MoveEntry* AddPawnPushes(const Position* pos, int side, MoveEntry* list) {
-    const int step = pawn_dir[side];
-    const int pawn = PieceCode(side, PAWN);
-    for (const u8* square = pos->plist[side][PAWN]; *square != NO_SQUARE; ++square) {
+template <int US>
+MoveEntry* AddPawnPushes(const Position* pos, MoveEntry* list) {
+    constexpr int step = pawn_dir[US];
+    constexpr int pawn = PieceCode(US, PAWN);
+    for (const u8* square = pos->plist[US][PAWN]; *square != NO_SQUARE; ++square) {
         const int from = *square;
-        const int rank = RelativeRank(from, side);
+        const int rank = RelativeRank(from, US);
         // A pawn on the last rank can only be set up; it has no square ahead.
         if (rank >= SEVENTH_RANK || pos->board[from + step] != 0) { continue; }
         list = Add(list, MakeMoveWord(from, from + step), pawn, 0);
@@ -145,15 +146,17 @@ MoveEntry* GeneratePawnCaptures(const Position* pos, int side, MoveEntry* list) 
     const Bitboard targets = pos->bb[side ^ 1][0] | EnPassantTarget(pos, side);
     const Bitboard pawns = pos->bb[side][PAWN] & inner & ~SeventhRank(side);
     if (side == WHITE) {
-        list = AddPawnSweep(pos, side, ((pawns & ~FILE_A) << left) & targets, left, list);
-        return AddPawnSweep(pos, side, ((pawns & ~FILE_H) << right) & targets, right, list);
+        list = AddPawnSweep<WHITE>(pos, ((pawns & ~FILE_A) << left) & targets, left, list);
+        return AddPawnSweep<WHITE>(pos, ((pawns & ~FILE_H) << right) & targets, right, list);
     }
-    list = AddPawnSweep(pos, side, ((pawns & ~FILE_H) >> left) & targets, -left, list);
-    return AddPawnSweep(pos, side, ((pawns & ~FILE_A) >> right) & targets, -right, list);
+    list = AddPawnSweep<BLACK>(pos, ((pawns & ~FILE_H) >> left) & targets, -left, list);
+    return AddPawnSweep<BLACK>(pos, ((pawns & ~FILE_A) >> right) & targets, -right, list);
 }
 
 MoveEntry* GeneratePieceCaptures(const Position* pos, int side, MoveEntry* list) {
-    return AddAllPieceMoves<true>(pos, side, pos->bb[side ^ 1][0], list);
+    const Bitboard enemy = pos->bb[side ^ 1][0];
+    return side == WHITE ? AddAllPieceMoves<WHITE, true>(pos, enemy, list)
+                         : AddAllPieceMoves<BLACK, true>(pos, enemy, list);
 }
 
 MoveEntry* GeneratePromotions(const Position* pos, int side, int underpromote, MoveEntry* list) {
@@ -174,8 +177,14 @@ MoveEntry* GeneratePromotions(const Position* pos, int side, int underpromote, M
 }
 
 MoveEntry* GenerateNonCaptures(const Position* pos, int side, MoveEntry* list) {
-    list = AddPawnPushes(pos, side, list);
-    list = AddAllPieceMoves<false>(pos, side, ~Occupied(pos), list);
+    const Bitboard empty = ~Occupied(pos);
+    if (side == WHITE) {
+        list = AddPawnPushes<WHITE>(pos, list);
+        list = AddAllPieceMoves<WHITE, false>(pos, empty, list);
+    } else {
+        list = AddPawnPushes<BLACK>(pos, list);
+        list = AddAllPieceMoves<BLACK, false>(pos, empty, list);
+    }
     return AddCastling(pos, side, list);
 }
 

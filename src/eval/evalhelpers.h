@@ -82,6 +82,7 @@ private:
 template <typename Report>
 void EvaluatePawns(ThreadBlock* tb, EvalInfo* info, Report report);
 // Needs every attack set, check square and pressure counter of both sides. (king.cpp)
-template <typename Report>
-void EvalKing(EvalInfo* info, int side, Report report);
-void EvalPinnedPieces(EvalInfo* info, int side);  // (king.cpp)
+template <int US, typename Report>
+void EvalKing(EvalInfo* info, Report report);
+template <int US>
+void EvalPinnedPieces(EvalInfo* info);  // (king.cpp)

@@ -327,12 +327,12 @@ int EvaluateAllTerms(ThreadBlock* tb, EvalInfo* info, Report report) {
     EvaluatePawns(tb, info, report);
     EvaluatePieces<WHITE>(info, report);
     EvaluatePieces<BLACK>(info, report);
-    EvalKing(info, WHITE, report);
-    EvalKing(info, BLACK, report);
+    EvalKing<WHITE>(info, report);
+    EvalKing<BLACK>(info, report);
     EvaluateHanging<WHITE>(info);
     EvaluateHanging<BLACK>(info);
-    EvalPinnedPieces(info, WHITE);
-    EvalPinnedPieces(info, BLACK);
+    EvalPinnedPieces<WHITE>(info);
+    EvalPinnedPieces<BLACK>(info);
     // Deliberately one-sided: only the black king above the white one.
     if (info->stage == MAX_STAGE &&
         info->king_square[BLACK] == info->king_square[WHITE] + 2 * NORTH) {

@@ -160,8 +160,10 @@ inline int KingActivity(EvalInfo* info, int k) {
     return value;
 }
 
+}  // namespace
+
 template <int US, typename Report>
-void EvalKingOf(EvalInfo* info, Report report) {
+void EvalKing(EvalInfo* info, Report report) {
     constexpr int THEM = US ^ 1;
     const int k = info->king_square[US];
     int opening = eval_tables.KingOpening[RelativeSquare(k, US)];
@@ -181,6 +183,13 @@ void EvalKingOf(EvalInfo* info, Report report) {
     report.Charge(info, KING_TERM, US, k, value);
 }
 
+template void EvalKing<WHITE>(EvalInfo* info, NoReport report);
+template void EvalKing<BLACK>(EvalInfo* info, NoReport report);
+template void EvalKing<WHITE>(EvalInfo* info, ReportWriter report);
+template void EvalKing<BLACK>(EvalInfo* info, ReportWriter report);
+
+namespace {
+
 // Men that stand alone between `target` and one of the sliders.
 inline Bitboard SingleBlockers(const EvalInfo* info, int target, Bitboard sliders) {
     Bitboard found = 0;
@@ -193,8 +202,10 @@ inline Bitboard SingleBlockers(const EvalInfo* info, int target, Bitboard slider
     return found;
 }
 
+}  // namespace
+
 template <int US>
-void EvalPinnedOf(EvalInfo* info) {
+void EvalPinnedPieces(EvalInfo* info) {
     constexpr int THEM = US ^ 1;
     const Bitboard* own = info->pos->bb[US];
     const Bitboard* enemy = info->pos->bb[THEM];
@@ -212,24 +223,5 @@ void EvalPinnedOf(EvalInfo* info) {
     info->positional[US] += BothStages(Personality.pinned * CountBits(pinned));
     info->pinned |= pinned;
 }
-
-}  // namespace
-
-template <typename Report>
-void EvalKing(EvalInfo* info, int side, Report report) {
-    if (side == WHITE) {
-        EvalKingOf<WHITE>(info, report);
-    } else {
-        EvalKingOf<BLACK>(info, report);
-    }
-}
-template void EvalKing(EvalInfo* info, int side, NoReport report);
-template void EvalKing(EvalInfo* info, int side, ReportWriter report);
-
-void EvalPinnedPieces(EvalInfo* info, int side) {
-    if (side == WHITE) {
-        EvalPinnedOf<WHITE>(info);
-    } else {
-        EvalPinnedOf<BLACK>(info);
-    }
-}
+template void EvalPinnedPieces<WHITE>(EvalInfo* info);
+template void EvalPinnedPieces<BLACK>(EvalInfo* info);

@@ -32,7 +32,7 @@ constexpr int EVASION_COUNTER_SCORE = 70;
 constexpr int QUIET_SCORE = 1;
 constexpr int SORT_SCORE_LIMIT = 3;      // at or below it sorting no longer pays
 constexpr int SORT_MOVES_LIMIT = 15;     // likewise after this many searched moves
-constexpr int HISTORY_SCALE = 128;       // history per point of ordering score
+constexpr unsigned HISTORY_SCALE = 128;  // history per point of ordering score
 constexpr int KILLER_HISTORY_SHARE = 4;  // part of these points that a killer keeps, as divisor
 constexpr int HISTORY_GAIN = 64;
 constexpr int HISTORY_DECAY = 128;
@@ -82,8 +82,14 @@ Move CounterMove(const ThreadBlock* tb) {
     return tb->counter_moves[to][pos->board[to]];
 }
 
+// History is never negative: said to the compiler, which then needs no division.
+int HistoryPoints(const ThreadBlock* tb, const MoveEntry* e) {
+    const auto history = static_cast<unsigned>(tb->history[MoveTo(e->move)][e->piece]);
+    return static_cast<int>(history / HISTORY_SCALE);
+}
+
 int QuietScore(const ThreadBlock* tb, const PlyData* pd, const MoveEntry* e, Move counter) {
-    const int d = tb->history[MoveTo(e->move)][e->piece] / HISTORY_SCALE;
+    const int d = HistoryPoints(tb, e);
     if (e->move == pd->killer[0] || e->move == pd->killer[1]) {
         return d / KILLER_HISTORY_SHARE + FIRST_KILLER_SCORE;
     }
@@ -99,8 +105,22 @@ int EvasionScore(const PlyData* pd, const MoveEntry* e, Move counter) {
     return QUIET_SCORE;
 }
 
-// Appends the scored quiet moves to what is left of the list.
-void GenerateQuiet(const ThreadBlock* tb, PlyData* pd, int in_check) {
+// A key stands for an entry of the move buffer while the rest of a list is sorted: its score above,
+// below it the index counted down. The largest of several keys is that of the best score, and of
+// the first entry among equals, found without a look at the entries.
+constexpr i32 KEY_INDEX_END = 0xFFFF;
+static_assert(MOVE_BUFFER_SIZE < KEY_INDEX_END);
+constexpr i32 SortKey(int score, i32 index) {
+    return score * (KEY_INDEX_END + 1) + KEY_INDEX_END - index;
+}
+constexpr i32 IndexOfKey(i32 key) { return KEY_INDEX_END - (key & KEY_INDEX_END); }
+
+i32 BufferIndex(const ThreadBlock* tb, const MoveEntry* e) {
+    return static_cast<i32>(e - tb->move_buffer);
+}
+
+// Appends the scored quiet moves to what is left of the list, and gives all their keys.
+void GenerateQuiet(ThreadBlock* tb, PlyData* pd, int in_check) {
     const Position* pos = &tb->pos;
     MoveEntry* first = EndOfPlyList(pd);
     MoveEntry* end = GenerateNonCaptures(pos, pos->side, first);
@@ -109,6 +129,10 @@ void GenerateQuiet(const ThreadBlock* tb, PlyData* pd, int in_check) {
     for (MoveEntry* e = first; e != end; ++e) {
         e->score = static_cast<i16>(in_check ? EvasionScore(pd, e, counter)
                                              : QuietScore(tb, pd, e, counter));
+    }
+    i32 index = BufferIndex(tb, pd->cursor);
+    for (const MoveEntry* e = pd->cursor; e != end; ++e, ++index) {
+        tb->sort_keys[index] = SortKey(e->score, index);
     }
     pd->stage = PICKER_SORTED;
 }
@@ -123,10 +147,20 @@ MoveEntry* StartWithHashMove(const Position* pos, PlyData* pd) {
     return e;
 }
 
-MoveEntry* NextSorted(PlyData* pd) {
+// Brings the entry with the largest key to the cursor.
+MoveEntry* NextSorted(ThreadBlock* tb, PlyData* pd) {
     MoveEntry* e = pd->cursor;
-    if (e->move == END_OF_LIST) { return nullptr; }
-    PickNextMove(e, EndOfPlyList(pd));
+    const MoveEntry* end = EndOfPlyList(pd);
+    if (e == end) { return nullptr; }
+    i32* keys = tb->sort_keys;
+    const i32 first = BufferIndex(tb, e);
+    const i32 last = BufferIndex(tb, end);
+    i32 largest = keys[first];
+    for (i32 i = first + 1; i < last; ++i) { largest = std::max(largest, keys[i]); }
+    const i32 best = IndexOfKey(largest);
+    std::swap(*e, tb->move_buffer[best]);
+    keys[best] = keys[first] + first - best;
+    assert(SortKey(e->score, best) == largest);
     if (e->score <= SORT_SCORE_LIMIT || pd->moves_searched > SORT_MOVES_LIMIT) {
         pd->stage = PICKER_UNSORTED;
     }
@@ -159,7 +193,7 @@ MoveEntry* GetNextMoveFW(ThreadBlock* tb, int in_check) {
             break;
         case PICKER_SORTED:
             ++pd->cursor;
-            return NextSorted(pd);
+            return NextSorted(tb, pd);
         case PICKER_UNSORTED:
             ++pd->cursor;
             return pd->cursor->move == END_OF_LIST ? nullptr : pd->cursor;
@@ -176,7 +210,7 @@ MoveEntry* GetNextMoveFW(ThreadBlock* tb, int in_check) {
         if (pd->cursor->score > GOOD_CAPTURE_LIMIT) { return pd->cursor; }
     }
     GenerateQuiet(tb, pd, in_check);
-    return NextSorted(pd);
+    return NextSorted(tb, pd);
 }
 
 void RaiseHistory(ThreadBlock* tb, const MoveEntry* e) {
