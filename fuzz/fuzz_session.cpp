@@ -2,9 +2,10 @@
 // the input: the command loop ends by itself, and the position is sound. The first
 // byte chooses protocol and threads. Every command is there; what a session may ask for is kept
 // small, and searches do not last, since a fuzzer wants thousands of sessions a second.
-#include <atomic>
 #include <cctype>
 #include <chrono>
+#include <condition_variable>
+#include <mutex>
 #include <thread>
 
 #include "board/moves.h"
@@ -45,35 +46,61 @@ std::string Tamed(std::string_view text) {
     return tame;
 }
 
-// A pool of the wanted size; the one of the session before is used again where it fits.
+// A pool of the wanted size; the one of the session before is used again where it fits. Records
+// beyond it go, since every session clears the caches of all.
 void UseThreads(int wanted) {
     static int running = 0;
     if (running != 0) { running = PBlock.options.threads; }
     if (running == wanted) { return; }
     if (running != 0) { KillThreadPool(running); }
     Require(CreateThreadPool(wanted) == 0);
+    for (int slot = wanted + 1; slot < THREAD_SLOTS; ++slot) { FreeThreadBlock(slot); }
     running = wanted;
 }
 
-// Stops searches that go on for long, as an impatient user would, as long as it lives.
+// Stops searches that go on for long, as an impatient user would. One thread for all sessions,
+// which sleeps between them.
 class ImpatientUser {
 public:
-    explicit ImpatientUser(std::chrono::microseconds patience) : patience_(patience) {}
+    ImpatientUser() = default;
     ~ImpatientUser() {
-        gone_ = true;
+        Watch(GONE);
         thread_.join();
     }
+    ImpatientUser(const ImpatientUser&) = delete;
+    ImpatientUser& operator=(const ImpatientUser&) = delete;
+
+    // From now on no search goes on for longer than the patience; NOT_WATCHING lets all go on.
+    void Watch(std::chrono::microseconds patience) {
+        {
+            const std::lock_guard<std::mutex> guard(lock_);
+            patience_ = patience;
+        }
+        changed_.notify_one();
+    }
+
+    static constexpr std::chrono::microseconds NOT_WATCHING{0};
 
 private:
-    const std::chrono::microseconds patience_;
-    std::atomic<bool> gone_ = false;
-    std::thread thread_{[this] {
-        while (!gone_) {
-            std::this_thread::sleep_for(patience_);
-            PBlock.control.stop = STOP_FINISH;
-            RaiseAlert();
+    static constexpr std::chrono::microseconds GONE{-1};
+
+    void Live() {
+        std::unique_lock<std::mutex> guard(lock_);
+        while (patience_ != GONE) {
+            if (patience_ == NOT_WATCHING) {
+                changed_.wait(guard);
+            } else if (changed_.wait_for(guard, patience_) == std::cv_status::timeout &&
+                       PBlock.control.stop == STOP_NONE) {
+                PBlock.control.stop = STOP_FINISH;
+                RaiseAlert();
+            }
         }
-    }};
+    }
+
+    std::mutex lock_;
+    std::condition_variable changed_;
+    std::chrono::microseconds patience_ = NOT_WATCHING;  // under lock_
+    std::thread thread_{[this] { Live(); }};
 };
 
 }  // namespace
@@ -83,6 +110,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const MemoryFolder folder;
     static const bool alert = (CreateAlert(), true);
     (void)alert;
+    static ImpatientUser user;
     const FuzzInput input(data, size);
     const unsigned threads = 1 + input.variant / 2 % MOST_THREADS;
     UseThreads(static_cast<int>(threads));
@@ -96,10 +124,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const std::string text = Tamed(input.text) + "\n";
     FeedInput(text.data(), static_cast<int>(text.size()));
     EndFedInput();
-    {
-        const ImpatientUser user(input.variant >= LONG_SEARCHES ? LONG_PATIENCE : PATIENCE);
-        CommandLoop();
-    }
+    user.Watch(input.variant >= LONG_SEARCHES ? LONG_PATIENCE : PATIENCE);
+    CommandLoop();
+    user.Watch(ImpatientUser::NOT_WATCHING);
     PBlock.control.stop = STOP_QUIT;
     WaitUntilIdle();
     Require(PositionIsSound(game_position) == 1);

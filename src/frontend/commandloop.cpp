@@ -214,9 +214,9 @@ double LoopWait() {
 
 // What would not end by itself is ended, and then the program.
 void HandleEndOfInput() {
-    if (PBlock.control.search_state != SEARCH_IDLE) {
-        if (SearchIsEndless()) { FinishSearch(); }
-    } else if (PBlock.control.start_request == SEARCH_IDLE && !RequestsWait()) {
+    if (PBlock.control.search_state != SEARCH_IDLE && SearchIsEndless()) { FinishSearch(); }
+    if (PBlock.control.search_state == SEARCH_IDLE && PBlock.control.start_request == SEARCH_IDLE &&
+        !RequestsWait()) {
         PBlock.control.quit = 1;
     }
 }
