@@ -1,25 +1,22 @@
-// Positions are kept as the shortest text that sets them up.
+// Positions are set up once, when they are read; every pass copies them from there.
 #include "tune/positions.h"
 
+#include <algorithm>
 #include <cassert>
-#include <cstring>
 #include <string>
+#include <tuple>
 
 #include "board/bitboards.h"
 #include "board/epdline.h"
 
 namespace {
 
+constexpr int CLEARED_RECORDS = 2;  // of the history, as after SetPosition
+
 void AddPosition(const EpdRecord& record, Position* scratch, PositionSet* set) {
     SetPosition(scratch, record.position.c_str());
-    const LabelledPosition labelled = {set->texts.size(), record.result};
-    // A short text puts the men on the board in the same order, whatever else the line held: texts
-    // are read in the order of the squares, and a square that is taken stays so.
-    char epd[EPD_FIELDS_SIZE];
-    MakeEPD(scratch, epd);
-    set->texts.insert(set->texts.end(), epd, epd + std::strlen(epd) + 1);
     const u32 index = static_cast<u32>(set->positions.size());
-    set->positions.push_back(labelled);
+    set->positions.push_back({*scratch, record.result});
     if (WhyUnplayable(scratch) != nullptr) { return; }
     (InCheck(scratch, scratch->side) ? set->in_check : set->quiet[scratch->side]).push_back(index);
 }
@@ -40,5 +37,10 @@ bool LoadPositions(const char* path, Position* scratch, PositionSet* set) {
 
 void SetUpPosition(const PositionSet& set, u32 index, Position* pos) {
     assert(index < set.positions.size());
-    SetPosition(pos, &set.texts[set.positions[index].text]);
+    assert(pos->undo != nullptr);
+    const auto links = std::tuple(pos->undo, pos->sstack, pos->thread_id);
+    *pos = set.positions[index].position;
+    std::tie(pos->undo, pos->sstack, pos->thread_id) = links;
+    std::fill_n(pos->undo, CLEARED_RECORDS, UndoRecord{});
+    assert(PositionIsSound(pos) == 1);
 }

@@ -1,5 +1,6 @@
-// The labelled positions of a file, kept in memory for the passes of the tuner. Needs the square
-// tables and keys. Read by any thread, changed by the one who loads.
+// The labelled positions of a file, kept in memory for the passes of the tuner as they are set up:
+// about 400 bytes each. Needs the square tables and keys. Read by any thread, changed by the one
+// who loads.
 #pragma once
 
 #include <array>
@@ -7,15 +8,13 @@
 
 #include "board/position.h"
 
-// A position as it is set up for every pass.
 struct LabelledPosition {
-    std::size_t text;  // index of its text in PositionSet.texts
-    double result;     // expected, 0..1, for the side to move
+    Position position;  // as SetPosition leaves it; its links are those of whoever set it up
+    double result;      // expected, 0..1, for the side to move
 };
 
 // Invariant: each playable position is in exactly one of the lists of indices.
 struct PositionSet {
-    std::vector<char> texts;  // each ends with a NUL
     std::vector<LabelledPosition> positions;
     // Indices of positions. Quiet ones by the side to move: a pass scores the sides one after the
     // other, since the draw scores, which all threads read, are those of the root's side.
@@ -27,5 +26,6 @@ struct PositionSet {
 // *scratch to one position after the other. Requires a scratch position with its undo records.
 [[nodiscard]] bool LoadPositions(const char* path, Position* scratch, PositionSet* set);
 
-// Sets *pos to a position of the set. Requires 0 <= index < set.positions.size().
+// Sets *pos to a position of the set, as SetPosition would from its line. Requires 0 <= index <
+// set.positions.size() and a *pos with its links.
 void SetUpPosition(const PositionSet& set, u32 index, Position* pos);
