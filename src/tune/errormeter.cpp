@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <thread>
+#include <type_traits>
 
 #include "board/epdline.h"
 #include "eval/personality.h"
@@ -27,6 +29,11 @@ constexpr double PERCENT = 100.0;
 bool WorkersAreAllowed() {
     return PBlock.limits.max_depth <= 0 && PBlock.limits.node_limit == 0 &&
            PBlock.options.trace == 0;
+}
+
+bool SameWeights(const PersonalityRecord& a, const PersonalityRecord& b) {
+    static_assert(std::has_unique_object_representations_v<PersonalityRecord>);
+    return std::memcmp(&a, &b, sizeof a) == 0;
 }
 
 }  // namespace
@@ -105,6 +112,15 @@ void ErrorMeter::ScoreList(const std::vector<u32>& list) {
     for (std::size_t i = 0; i < started; ++i) { workers[i].join(); }
 }
 
+void ErrorMeter::ScoreAll() {
+    for (const u32 index : set_.in_check) {
+        if (broken_) { break; }
+        ScoreHere(index);
+    }
+    ScoreList(set_.quiet[WHITE]);
+    ScoreList(set_.quiet[BLACK]);
+}
+
 double ErrorMeter::AverageError() const {
     double sum = 0.0;
     for (std::size_t i = 0; i < scores_.size(); ++i) {
@@ -122,15 +138,15 @@ double ErrorMeter::Measure(const char* name, int trial) {
     status_.done = 0;
     InitEval();
     PBlock.options.hash_mode = 0;
-    for (const u32 index : set_.in_check) {
-        if (broken_) { break; }
-        ScoreHere(index);
-    }
-    ScoreList(set_.quiet[WHITE]);
-    ScoreList(set_.quiet[BLACK]);
     if (scores_.empty()) { return 0.0; }
+    if (first_pass_ && SameWeights(first_pass_->weights, Personality)) {
+        status_.error = first_pass_->error;
+    } else {
+        ScoreAll();
+        status_.error = AverageError();
+        if (!first_pass_ && !broken_) { first_pass_ = {Personality, status_.error}; }
+    }
     SetUpPosition(set_, static_cast<u32>(scores_.size() - 1), game_position);
-    status_.error = AverageError();
     status_.done = scores_.size();
     ShowProgress(true);
     return status_.error;

@@ -5,13 +5,15 @@
 #pragma once
 
 #include <atomic>
+#include <optional>
 #include <vector>
 
+#include "eval/personality.h"
 #include "search/keepoptions.h"
 #include "tune/positions.h"
 
 // Owns the positions and the thread records of its workers. Options that a pass changes are put
-// back at its end; the game position is not.
+// back at its end; the game position is not. Search limits stay as they are while a meter lives.
 class ErrorMeter {
 public:
     // Reads the positions of an EPD file.
@@ -22,7 +24,9 @@ public:
 
     // Rebuilds the evaluation's tables and returns the average of |result - prediction|, 0..1, over
     // all positions: what the EPD analysis at depth 0 returns. 0 without positions, UNREADABLE_FILE
-    // when the file could not be read. The status line calls the pass `name`= `trial`.
+    // when the file could not be read. The status line calls the pass `name`= `trial`. With the
+    // weights of the first pass the result of that one is returned: the tuner begins with them for
+    // every weight.
     double Measure(const char* name, int trial);
 
     // False when the positions could not be read.
@@ -49,6 +53,13 @@ private:
         std::atomic<std::size_t> next{0};  // first position that nobody has taken
     };
 
+    // A pass that came to its end.
+    struct Pass {
+        PersonalityRecord weights;
+        double error;
+    };
+
+    void ScoreAll();
     void ScoreHere(u32 index);
     void ScoreChunks(Work* work, int slot, bool show);
     void ScoreList(const std::vector<u32>& list);
@@ -61,5 +72,6 @@ private:
     std::vector<i16> scores_;  // by position
     std::vector<int> slots_;   // thread records of the workers
     std::atomic<bool> broken_ = false;
+    std::optional<Pass> first_pass_;
     Status status_;
 };

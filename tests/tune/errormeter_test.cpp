@@ -31,9 +31,11 @@ TEST_F(ErrorMeterTest, TheErrorIsThatOfTheEpdAnalysisWhateverTheWeightsAndLimits
         for (const i16 draw_score : {i16{0}, i16{25}}) {
             Personality.draw_score = Personality.bishop_pair = draw_score;
             ErrorMeter meter("tune.epd");
-            const double error = meter.Measure("bishop_pair", draw_score);
-            EXPECT_EQ(meter.Measure("bishop_pair", draw_score), error);
-            EXPECT_EQ(Analyze_EPD_File(0), error);
+            for (const i16 hung : {i16{-22}, i16{-90}, i16{-22}}) {  // there and back
+                Personality.hung = hung;
+                const double error = meter.Measure("hung", hung);
+                EXPECT_EQ(Analyze_EPD_File(0), error) << hung;
+            }
         }
         EXPECT_EQ(ThreadData[2], nullptr) << "a worker's record is left";
     }
