@@ -4,6 +4,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <fstream>
 #include <string>
 #include <vector>
@@ -16,9 +17,11 @@
 #include "eval/kpk.h"
 #include "eval/personality.h"
 #include "eval/threadblock.h"
+#include "frontend/epd.h"
 #include "frontend/pblock.h"
 #include "search/perft.h"
 #include "search/ttable.h"
+#include "tune/errormeter.h"
 
 namespace {
 
@@ -38,7 +41,9 @@ void PrepareEngine() {
     PBlock.options.log = 0;
     PBlock.options.noise = NOISE_NEVER;
     InitPersonality(nullptr);
-    if (InitTTable() != 0 || NewThreadBlock(0) == nullptr) std::abort();
+    if (InitTTable() != 0 || NewThreadBlock(0) == nullptr || NewThreadBlock(1) == nullptr) {
+        std::abort();
+    }
     game_position = &ThreadData[0]->pos;
     InitEval();
 }
@@ -163,6 +168,51 @@ void BenchBookLookup(benchmark::State& state) {
     FreeBook();
 }
 
+// The positions as an EPD file, each once: another copy would find the evaluations of the first.
+// The file goes with the object.
+class Suite {
+public:
+    Suite() {
+        std::ofstream file(path_);
+        for (const std::string& fen : positions) { file << fen << " tune 0.500;\n"; }
+        std::snprintf(PBlock.tool.epd_file, sizeof PBlock.tool.epd_file, "%s", path_.c_str());
+        PBlock.limits.max_depth = 0;
+    }
+    ~Suite() { std::filesystem::remove(path_); }
+    Suite(const Suite&) = delete;
+    Suite& operator=(const Suite&) = delete;
+
+private:
+    const std::string path_ = std::filesystem::temp_directory_path() / "vesk-bench.epd";
+};
+
+// Positions per second of "-anepd" at depth 0.
+void BenchEpdRun(benchmark::State& state) {
+    const Suite suite;
+    u64 done = 0;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(Analyze_EPD_File(0));
+        done += positions.size();
+    }
+    SetRate(state, done);
+}
+
+// Positions per second of the tuner's passes: so few that the calling thread does it alone.
+void BenchTunerPass(benchmark::State& state) {
+    const Suite suite;
+    ErrorMeter meter(PBlock.tool.epd_file);
+    const i16 original = Personality.bishop_pair;
+    benchmark::DoNotOptimize(meter.Measure("bishop_pair", original));
+    Personality.bishop_pair = static_cast<i16>(original + 1);  // the first pass is remembered
+    u64 done = 0;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(meter.Measure("bishop_pair", Personality.bishop_pair));
+        done += positions.size();
+    }
+    Personality.bishop_pair = original;
+    SetRate(state, done);
+}
+
 constexpr const char* middle_game =
     "r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq -";
 
@@ -173,6 +223,8 @@ BENCHMARK(BenchGenerate)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BenchMakeUnmake)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BenchLegality)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BenchBookLookup);
+BENCHMARK(BenchEpdRun)->Unit(benchmark::kMillisecond);
+BENCHMARK(BenchTunerPass)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 
