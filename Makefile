@@ -10,12 +10,12 @@ build: dependencies
 	cmake --build --preset $(PRESET) --target vesk -- -j$(JOBS)
 
 # The engine optimised by a profile of its own benchmark: build/pgo/vesk. CONFIGURE=-DCMAKE_CXX_COMPILER=clang++ takes the
-# other compiler.
+# other compiler, which needs lld and llvm-profdata (Debian: lld, llvm).
 pgo: dependencies
-	rm -rf build/pgo/profile
+	rm -rf build/pgo
 	cmake --preset pgo $(CONFIGURE) -DVESK_PROFILE=write
 	cmake --build --preset pgo --target vesk -- -j$(JOBS)
-	build/pgo/vesk -pbench -d 13 -nolog
+	build/pgo/vesk -pbench -nolog
 	if [ -f build/pgo/profile/vesk.profraw ]; then \
 	  llvm-profdata merge -o build/pgo/profile/vesk.profdata build/pgo/profile/vesk.profraw; fi
 	cmake --preset pgo $(CONFIGURE) -DVESK_PROFILE=use

@@ -94,7 +94,7 @@ bool ExchangeLoses(const Position* pos, int from, int to) {
     assert(pos->board[from] != NO_PIECE && !OwnPieceOn(pos, us, to));
     if (victim == KING) { return false; }
     int standing = PieceType(pos->board[from]);
-    // What the side that took last keeps above the limit if its man is taken back.
+    // What the side that took last keeps above the limit even if its man is lost for nothing.
     int balance = piece_value[victim] - LOSING_EXCHANGE - piece_value[standing];
     if (balance >= 0) { return false; }
     int side = us ^ 1;
@@ -106,7 +106,8 @@ bool ExchangeLoses(const Position* pos, int from, int to) {
         return true;
     }
     Attackers attackers(pos, to, Occupied(pos) & ~Bit(from));
-    // Whoever has to take and cannot loses, and whoever faces a side that stays ahead anyway.
+    // Whoever has to take and cannot loses, and whoever faces a side that stays ahead anyway. The
+    // one more: the mover may end at the limit, the enemy must push it below.
     while (const int type = attackers.TakeLeast(side)) {
         side ^= 1;
         balance = -balance - 1 - piece_value[type];
@@ -120,6 +121,7 @@ bool ExchangeLoses(const Position* pos, int from, int to) {
 int MoveIsSafe(const Position* pos, Move m) {
     const int from = MoveFrom(m);
     const int to = MoveTo(m);
+    assert(OwnPieceOn(pos, pos->side, from));
     if (exchange_scale[PieceType(pos->board[from])] <= exchange_scale[PieceType(pos->board[to])]) {
         return 1;
     }

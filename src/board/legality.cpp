@@ -136,6 +136,7 @@ int MoveIsLegal(const Position* pos, int side, Move m) {
 LegalityMasks FindLegality(const Position* pos) {
     const int side = pos->side;
     const int king = KingSquare(pos, side);
+    assert(king != NO_SQUARE);
     const Bitboard* enemy = pos->bb[side ^ 1];
     const Bitboard occupied = Occupied(pos);
     Bitboard shields = 0;
@@ -162,6 +163,7 @@ LegalityMasks FindLegality(const Position* pos) {
 CheckMasks FindChecks(const Position* pos) {
     const int side = pos->side;
     const int king = KingSquare(pos, side ^ 1);
+    assert(king != NO_SQUARE && !SqAtakd(pos, king, side));
     const Bitboard occupied = Occupied(pos);
     const Bitboard diagonal = GenAttacksB(king, occupied);
     const Bitboard straight = GenAttacksR(king, occupied);

@@ -126,13 +126,16 @@ int MoveIsLegalNonZero(const Position* pos, int side, Move m);
 int MoveIsLegal(const Position* pos, int side, Move m);
 
 // What tells the legality of most moves of the side to move by a bit: found once for a position.
+// En passant is no matter of masks.
 struct LegalityMasks {
-    Bitboard full_test;  // the king and the men that alone shield it: their moves need more
-    Bitboard targets;  // squares that all other men may go to: those that end a check, if there is
+    // The king and the men that alone shield it: their moves need the full test.
+    Bitboard full_test;
+    // Where all other men may go: every square, or those that end the check when there is one.
+    Bitboard targets;
 };
 // Requires the king of the side to move.
 LegalityMasks FindLegality(const Position* pos);
-// MoveIsLegalNonZero for the side to move, by the masks of this position.
+// MoveIsLegalNonZero for the side to move, by the masks of this position. Requires m != NO_MOVE.
 inline bool MoveIsLegal(const Position* pos, const LegalityMasks& masks, Move m) {
     const int to = MoveTo(m);
     if ((masks.full_test >> MoveFrom(m) & 1) != 0 || to == pos->ep_square) {

@@ -15,7 +15,8 @@ inline constexpr u8 FLAG_DISCOVERED = 4;
 inline constexpr u8 FLAG_SEVENTH_RANK_PAWN = 8;
 inline constexpr u8 FLAG_QUEEN_PROMOTION = 16;
 
-// What is known, when a move is made, of a check that it gives.
+// What is known of a check that the move being searched gives: written by whoever makes the move
+// and searches what comes of it.
 inline constexpr u8 CHECK_UNKNOWN = 0;
 inline constexpr u8 CHECK_NOT_GIVEN = 1;
 inline constexpr u8 CHECK_GIVEN = 2;

@@ -207,9 +207,13 @@ void RemovePiece(Position* pos, int square) {
 }
 
 void SetHash(Position* pos) {
-    const DerivedFields d = Derive(pos);
-    pos->hash = d.hash;
-    pos->pawn_hash = d.pawn_hash;
+    pos->hash = pos->pawn_hash = 0;
+    for (Bitboard men = Occupied(pos); men != 0;) {
+        const int square = PopLSB(&men);
+        const int code = pos->board[square];
+        pos->hash ^= rtable[code][square];
+        if (PieceType(code) == PAWN) { pos->pawn_hash ^= rtable[code][square]; }
+    }
 }
 
 void SetPosition(Position* pos, const char* fen) {

@@ -100,7 +100,7 @@ struct EvalInfo {
     bool back_rank_target[2];  // enemy king or pawns make the seventh rank worth a visit
     bool king_confined[2];     // the side's king is held on the edge
     int race[2];               // lead of a pawn that outruns the king, in moves; 0 without one
-    u32 counted[2];            // material signatures that the next four lines belong to
+    u32 counted[2];            // material signatures that pawns..material belong to
     int pawns[2], knights[2], bishops[2], rooks[2], queens[2];
     int pieces[2];  // knights + bishops + rooks + queens
     int phase[2];   // capped at 12

@@ -90,6 +90,6 @@ inline void PrefetchEvaluation(ThreadBlock* tb, u64 key) {
 [[nodiscard]] ThreadBlock* NewThreadBlock(int slot);
 void FreeThreadBlock(int slot);
 
-// Empties the evaluation and pawn caches of every block. Front-end thread; requires that no search
-// runs.
+// Empties the evaluation and pawn caches of every block, and what its evaluation keeps of the
+// material: all that weights have gone into. Front-end thread; requires that no search runs.
 void ClearEvalCaches();

@@ -322,7 +322,7 @@ int SNMP(ThreadBlock* tb, int static_eval, int beta) {
     const Bitboard occupied = Occupied(pos);
     const int enough = std::max(static_eval - SNMP_EXCHANGE_MARGIN - beta, 1);
     for (int type = PAWN; type < KING; ++type) {
-        if (piece_value[type] < enough) { continue; }
+        if (piece_value[type] < enough) { continue; }  // no exchange wins more than the man
         for (Bitboard men = pos->bb[side][type]; men != 0;) {
             if (swapoff1(pos, side ^ 1, NO_SQUARE, PopLSB(&men), occupied) >= enough) { return 0; }
         }

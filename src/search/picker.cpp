@@ -82,8 +82,9 @@ Move CounterMove(const ThreadBlock* tb) {
     return tb->counter_moves[to][pos->board[to]];
 }
 
-// History is never negative: said to the compiler, which then needs no division.
+// History is never negative: said to the compiler, so that a plain shift divides.
 int HistoryPoints(const ThreadBlock* tb, const MoveEntry* e) {
+    assert(tb->history[MoveTo(e->move)][e->piece] >= 0);
     const auto history = static_cast<unsigned>(tb->history[MoveTo(e->move)][e->piece]);
     return static_cast<int>(history / HISTORY_SCALE);
 }

@@ -53,7 +53,8 @@ inline MoveEntry* EndOfList(MoveEntry* e) {
     while (e->move != END_OF_LIST) { ++e; }
     return e;
 }
-// The same of a ply's list, while the ply's node is searched: the next ply's list follows it.
+// The same of a ply's list, while the ply's node is searched: the next ply's list follows it. Not
+// of the root's, which is shortened after it was placed.
 inline MoveEntry* EndOfPlyList(const PlyData* pd) {
     MoveEntry* end = pd[1].list_start - 1;
     assert(end->move == END_OF_LIST);

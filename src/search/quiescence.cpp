@@ -175,6 +175,7 @@ int Q_Search(ThreadBlock* tb, int depth, Window window, int node_type, Move* pv)
             masks_known = true;
         }
         const int check = MoveGivesCheck(pos, checks, e);
+        // Pruning is asked first: it is cheaper than the full test of legality.
         if (IsPruned(pos, e, check, stand + margin, best)) { continue; }
         if (!MoveIsLegal(pos, legality, m)) { continue; }
         pd->check = CheckOfMove(pos, e, check);

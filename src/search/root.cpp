@@ -336,6 +336,7 @@ void PrepareRootPly(ThreadBlock* tb, int depth) {
     pd->extension = 0;
     pd->iid = 0;
     pd->move_flags = 0;
+    pd->check = CHECK_UNKNOWN;
     pd->moves_searched = 0;
     pd->hash_move = NO_MOVE;
     tb->extension_count = 0;

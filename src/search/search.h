@@ -30,8 +30,8 @@ constexpr Window Opposite(Window w) { return {-w.beta, -w.alpha}; }
 // the scores mean nothing and the callers return at once. The position is left as it was.
 
 // The score of the node, clipped to the window but for draws, mates and static evaluations.
-// Requires a ply of 2..MAX_SEARCH_PLY + 1 and the cursor of the ply before on the entry that led
-// here.
+// Requires a ply of 2..MAX_SEARCH_PLY + 1, and at the ply before the cursor on the entry that led
+// here and in `check` what is known of it.
 int Search(ThreadBlock* tb, int depth, Window window, int node_type, Move* pv);
 // The move loop of a node that Search has prepared: the best score, not clipped, which is also
 // stored in the table. Requires alpha < beta and the truth about the check.
@@ -48,8 +48,9 @@ int ProbCut(ThreadBlock* tb, int depth, int bound);
 // Requires a pseudo-legal move.
 u8 MoveFlags(const Position* pos, const CheckMasks& checks, const MoveEntry* e);
 
-// CHECK_... of a move about to be made, by what MoveGivesCheck says of it. That does not tell of
-// castling, en passant and promotions all that there is.
+// CHECK_... of a move about to be made, by what MoveGivesCheck says of it. That leaves out the
+// castling rook and the line that en passant opens; a hash move of another position with the same
+// key may name a promotion that is none.
 inline u8 CheckOfMove(const Position* pos, const MoveEntry* e, int gives_check) {
     const int to = MoveTo(e->move);
     const bool castling = PieceType(e->piece) == KING && IsTwoFileStep(MoveFrom(e->move), to);

@@ -90,7 +90,7 @@ void PrefetchTTable(int side, u64 key);
 // table's moves, up to a draw, a move that is not legal, or MAX_DEPTH. pv must hold PV_SIZE
 // moves. Leaves the position as it found it.
 void RetrievePV(ThreadBlock* tb, Move* pv);
-// Slots stored into since they were empty. Any thread.
+// Stores into empty slots since the last clear. Any thread.
 u64 UsedSlots();
 // Share of the table in use, 0..1; 0 without entries.
 double HashFill();

@@ -1,9 +1,10 @@
 // The labelled positions of a file, kept in memory for the passes of the tuner as they are set up:
-// about 400 bytes each. Needs the square tables and keys. Read by any thread, changed by the one
+// about 500 bytes each. Needs the square tables and keys. Read by any thread, changed by the one
 // who loads.
 #pragma once
 
 #include <array>
+#include <deque>
 #include <vector>
 
 #include "board/position.h"
@@ -15,7 +16,7 @@ struct LabelledPosition {
 
 // Invariant: each playable position is in exactly one of the lists of indices.
 struct PositionSet {
-    std::vector<LabelledPosition> positions;
+    std::deque<LabelledPosition> positions;  // never moved while it grows
     // Indices of positions. Quiet ones by the side to move: a pass scores the sides one after the
     // other, since the draw scores, which all threads read, are those of the root's side.
     std::array<std::vector<u32>, 2> quiet;
