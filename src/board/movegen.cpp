@@ -124,19 +124,6 @@ bool CanCastle(const Position* pos, int side, int right, int rook_square) {
            (BB_Between[init_king_sq[side]][rook_square] & Occupied(pos)) == 0;
 }
 
-MoveEntry* AddCastling(const Position* pos, int side, MoveEntry* list) {
-    const int king = init_king_sq[side];
-    if (KingSquare(pos, side) != king) { return list; }
-    const int code = PieceCode(side, KING);
-    if (CanCastle(pos, side, WHITE_KING_SIDE, king + KING_SIDE_ROOK)) {
-        list = Add(list, MakeMoveWord(king, king + CASTLING_STEP), code, 0);
-    }
-    if (CanCastle(pos, side, WHITE_QUEEN_SIDE, king + QUEEN_SIDE_ROOK)) {
-        list = Add(list, MakeMoveWord(king, king - CASTLING_STEP), code, 0);
-    }
-    return list;
-}
-
 }  // namespace
 
 MoveEntry* GeneratePawnCaptures(const Position* pos, int side, MoveEntry* list) {
@@ -176,6 +163,19 @@ MoveEntry* GeneratePromotions(const Position* pos, int side, int underpromote, M
     return list;
 }
 
+MoveEntry* GenerateCastling(const Position* pos, int side, MoveEntry* list) {
+    const int king = init_king_sq[side];
+    if (KingSquare(pos, side) != king) { return list; }
+    const int code = PieceCode(side, KING);
+    if (CanCastle(pos, side, WHITE_KING_SIDE, king + KING_SIDE_ROOK)) {
+        list = Add(list, MakeMoveWord(king, king + CASTLING_STEP), code, 0);
+    }
+    if (CanCastle(pos, side, WHITE_QUEEN_SIDE, king + QUEEN_SIDE_ROOK)) {
+        list = Add(list, MakeMoveWord(king, king - CASTLING_STEP), code, 0);
+    }
+    return list;
+}
+
 MoveEntry* GenerateNonCaptures(const Position* pos, int side, MoveEntry* list) {
     const Bitboard empty = ~Occupied(pos);
     if (side == WHITE) {
@@ -185,7 +185,7 @@ MoveEntry* GenerateNonCaptures(const Position* pos, int side, MoveEntry* list) {
         list = AddPawnPushes<BLACK>(pos, list);
         list = AddAllPieceMoves<BLACK, false>(pos, empty, list);
     }
-    return AddCastling(pos, side, list);
+    return GenerateCastling(pos, side, list);
 }
 
 MoveEntry* GeneratePseudoLegal(const Position* pos, int side, MoveEntry* list) {

@@ -94,6 +94,8 @@ MoveEntry* GeneratePawnCaptures(const Position* pos, int side, MoveEntry* list);
 MoveEntry* GeneratePieceCaptures(const Position* pos, int side, MoveEntry* list);
 // Promotions with and without capture: to a queen only, or with `underpromote` to all four.
 MoveEntry* GeneratePromotions(const Position* pos, int side, int underpromote, MoveEntry* list);
+// King side first: two entries at most.
+MoveEntry* GenerateCastling(const Position* pos, int side, MoveEntry* list);
 // All other moves to empty squares, castling included.
 MoveEntry* GenerateNonCaptures(const Position* pos, int side, MoveEntry* list);
 // All of these in this order.

@@ -28,10 +28,9 @@ constexpr std::size_t LONGEST_PIECE_MOVE = 5;   // "Nbxd2"; the full disambiguat
 // Squares.
 constexpr int SECOND_RANK_START = 8;  // where a pawn can come from
 constexpr int SEVENTH_RANK_END = 55;
-constexpr int FIRST_RANK = 0;
-constexpr int LAST_RANK = 7;
 constexpr int DOUBLE_STEP_RANK = 3;  // where it ends, as the side sees it
-constexpr int CASTLING_STEP = 2;     // of the king
+
+constexpr int CASTLINGS = 2;  // of a side
 
 // So many moves of one spelling are called ambiguous; more are no move at all, without a word.
 constexpr int AMBIGUOUS_MOVES = 2;
@@ -155,6 +154,19 @@ Move ReadPieceMove(const Position* pos, std::string_view text) {
     return MakeMoveWord(GetLSB(from), to);
 }
 
+// The step or double step of a pawn to an empty square, NO_MOVE when there is none; promotions are
+// left out.
+Move PawnPushTo(const Position* pos, int to) {
+    const int step = pawn_dir[pos->side];
+    const int rank = RelativeRank(to, pos->side);
+    if (pos->board[to] != NO_PIECE || rank <= SECOND_RANK || rank == LAST_RANK) { return NO_MOVE; }
+    const int behind = to - step;
+    const int pawn = PieceCode(pos->side, PAWN);
+    if (pos->board[behind] == pawn) { return MakeMoveWord(behind, to); }
+    if (rank != DOUBLE_STEP_RANK || pos->board[behind] != NO_PIECE) { return NO_MOVE; }
+    return pos->board[behind - step] == pawn ? MakeMoveWord(behind - step, to) : NO_MOVE;
+}
+
 // "e4" and "exd5", without promotions and captures in passing.
 Move ReadPawnMove(const Position* pos, std::string_view text) {
     const int to = SquareOfText(text.substr(text.size() - SQUARE_LENGTH));
@@ -162,35 +174,27 @@ Move ReadPawnMove(const Position* pos, std::string_view text) {
         RankOf(to) == LAST_RANK) {
         return NO_MOVE;
     }
+    if (text.size() == SQUARE_LENGTH) { return PawnPushTo(pos, to); }
     const int behind = to - pawn_dir[pos->side];
     if (behind < SECOND_RANK_START || behind > SEVENTH_RANK_END) { return NO_MOVE; }
-    const int pawn = PieceCode(pos->side, PAWN);
-    if (text.size() == SQUARE_LENGTH) {
-        if (pos->board[to] != NO_PIECE) { return NO_MOVE; }
-        if (pos->board[behind] == pawn) { return MakeMoveWord(behind, to); }
-        const int start = behind - pawn_dir[pos->side];
-        const bool double_step = RelativeRank(to, pos->side) == DOUBLE_STEP_RANK;
-        return double_step && pos->board[behind] == NO_PIECE && pos->board[start] == pawn
-                   ? MakeMoveWord(start, to)
-                   : NO_MOVE;
-    }
     const int file = text[0] - 'a';
     if (text[1] != 'x' || std::abs(file - FileOf(to)) != 1 ||
         (pos->bb[pos->side ^ 1][0] & Bit(to)) == 0) {
         return NO_MOVE;
     }
     const int from = behind - FileOf(behind) + file;
-    return pos->board[from] == pawn ? MakeMoveWord(from, to) : NO_MOVE;
+    return pos->board[from] == PieceCode(pos->side, PAWN) ? MakeMoveWord(from, to) : NO_MOVE;
 }
 
 // Castling, "o"s in the text already.
 Move ReadCastling(const Position* pos, std::string_view text) {
-    const int king = init_king_sq[pos->side];
-    if (pos->board[king] != PieceCode(pos->side, KING)) { return NO_MOVE; }
-    const bool king_side = text == "o-o";
-    if (!king_side && text != "o-o-o") { return NO_MOVE; }
-    const Move m = MakeMoveWord(king, king_side ? king + CASTLING_STEP : king - CASTLING_STEP);
-    return MoveIsPseudoLegal(pos, m) ? m : NO_MOVE;
+    if (text != "o-o" && text != "o-o-o") { return NO_MOVE; }
+    MoveEntry list[CASTLINGS];
+    const MoveEntry* const end = GenerateCastling(pos, pos->side, list);
+    for (const MoveEntry* e = list; e != end; ++e) {
+        if ((MoveTo(e->move) > MoveFrom(e->move)) == (text == "o-o")) { return e->move; }
+    }
+    return NO_MOVE;
 }
 
 void LowerCastlingLetters(char* text) {
@@ -226,7 +230,7 @@ bool ReadUsualForm(const Position* pos, std::string_view text, MoveReading* read
     return true;
 }
 
-// --- reading any spelling: every move is written and compared ---
+// --- reading any spelling: every move that it may name is written and compared ---
 
 bool IsOneOf(const MoveForms& forms, const char* text) {
     return !std::strcmp(text, forms.coord) || !std::strcmp(text, forms.san) ||
@@ -274,13 +278,40 @@ int TargetOfText(std::string_view text) {
     return target;
 }
 
-// Cheap test that spares most moves the writing of their texts: may the text spell this move at
-// all?
-bool MaySpell(const Position* pos, Move m, int target) {
-    if (target != NO_SQUARE) { return MoveTo(m) == target; }
-    // No square named: castling, a short pawn capture or a bare promotion suffix.
-    const int type = PieceType(pos->board[MoveFrom(m)]);
-    return type == PAWN || type == KING;
+// --- the moves that a text can name at all ---
+
+MoveEntry* AddMovesTo(const Position* pos, Bitboard from, int to, MoveEntry* list) {
+    while (from != 0) {
+        const int square = PopLSB(&from);
+        *list++ = {MakeMoveWord(square, to), pos->board[square], pos->board[to], 0};
+    }
+    return list;
+}
+
+// The square `from` when a piece of the side to move stands there, no pawn, that reaches `to`.
+Bitboard PieceThatGoes(const Position* pos, int from, int to) {
+    if (from == NO_SQUARE || !OwnPieceOn(pos, pos->side, from)) { return 0; }
+    const int type = PieceType(pos->board[from]);
+    return type == PAWN ? 0 : PiecesThatReach(pos, pos->side, type, to) & Bit(from);
+}
+
+// Writes every pseudo-legal move that the text may spell, and some others, each once and in no
+// order; returns the end. What spells a piece's move begins with its letter or with the square that
+// it leaves, and names its target.
+MoveEntry* ListCandidates(const Position* pos, std::string_view text, int target, MoveEntry* list) {
+    const int type = PieceTypeOfLetter(text[0]);
+    const bool may_go_there = target != NO_SQUARE && (pos->bb[pos->side][0] & Bit(target)) == 0;
+    if (type > PAWN) {
+        const Bitboard from = may_go_there ? PiecesThatReach(pos, pos->side, type, target) : 0;
+        return AddMovesTo(pos, from, target, list);
+    }
+    MoveEntry* end = GeneratePawnCaptures(pos, pos->side, list);
+    end = GeneratePromotions(pos, pos->side, 1, end);
+    end = GenerateCastling(pos, pos->side, end);
+    if (!may_go_there) { return end; }
+    end = AddMovesTo(pos, PieceThatGoes(pos, SquareOfText(text), target), target, end);
+    const Move push = PawnPushTo(pos, target);
+    return push == NO_MOVE ? end : AddMovesTo(pos, Bit(MoveFrom(push)), target, end);
 }
 
 struct Matches {
@@ -306,9 +337,9 @@ MoveReading ReadAnyForm(const Position* pos, std::string_view text) {
     Matches loose;
     bool matched_before = false;
     MoveEntry list[MAX_LIST_SIZE];
-    const MoveEntry* const end = GeneratePseudoLegal(pos, pos->side, list);
+    const MoveEntry* const end = ListCandidates(pos, text, target, list);
     for (const MoveEntry* e = list; e != end; ++e) {
-        if (!MaySpell(pos, e->move, target)) { continue; }
+        if (target != NO_SQUARE && MoveTo(e->move) != target) { continue; }
         MoveForms forms;
         WriteForms(pos, e->move, &forms);
         const bool as_typed = IsOneOf(forms, before);
