@@ -7,6 +7,9 @@
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
+#include <numeric>
+#include <span>
+#include <utility>
 #include <vector>
 
 #include "board/moves.h"
@@ -26,23 +29,29 @@ constexpr const char* BOOK_NAME = "book.opn";
 // are deleted when it has succeeded.
 constexpr const char* LEFT_NAME = "tmp.opn";
 constexpr const char* OUTPUT_NAME = "tmp__0.opn";  // whatever is being written
-constexpr const char* SPILL_NAME = "tmp__1.opn";   // spilled since the last merge
-constexpr const char* MERGED_NAME = "tmp__2.opn";  // all before
+constexpr const char* SPILL_NAME = "tmp__1.opn";   // records of the first games
+constexpr const char* MERGED_NAME = "tmp__2.opn";  // all up to the last merge
 
 constexpr int RECORDED_PLIES = 50;  // plies of a game that enter the book
 constexpr int GAMES_PER_SPILL = 200;
 constexpr int GAMES_PER_MERGE = 5000;
-constexpr std::size_t SPILL_RECORDS =
-    GAMES_PER_SPILL * RECORDED_PLIES;  // the most between two spills
-constexpr int KEEP_ABOVE = 5;          // half points of the side to move; a record with more stays
+constexpr std::size_t MOST_CREDITS = GAMES_PER_MERGE * RECORDED_PLIES;  // between two merges
+constexpr int KEEP_ABOVE = 5;  // half points of the side to move; a record with more stays
 constexpr std::size_t STREAM_RECORDS = 4096;
+
+// A credit is one game's share in a record, in a word that sorts fast: the record's order, and
+// below it the counter that rises by one.
+constexpr int CREDIT_BITS = 2;
+constexpr u64 CREDIT_MASK = (1 << CREDIT_BITS) - 1;
+constexpr u64 STM_WIN = 0, PREV_WIN = 1, DRAW = 2;
+constexpr int ORDER_BITS = 48;
 
 // One pass over records in descending order, from a file or from memory.
 struct RecordSource {
     std::FILE* file = nullptr;
     const char* name = "";
     std::vector<unsigned char> bytes;
-    const BookRecord* memory = nullptr;
+    std::vector<BookRecord> memory;
     std::size_t count = 0;  // records in bytes or memory
     std::size_t next = 0;
     bool has = false;  // `record` holds the current record
@@ -51,14 +60,15 @@ struct RecordSource {
 
 struct RecordSink {
     std::FILE* file = nullptr;
-    std::vector<unsigned char> bytes;
+    std::vector<unsigned char> bytes;  // room for STREAM_RECORDS
+    std::size_t used = 0;              // of them, bytes
 };
 
 // State of one run of MakeBook.
 struct BookBuild {
-    std::vector<BookRecord> records;  // since the last spill, unsorted
-    bool left_pending = true;         // LEFT_NAME has not been read yet
-    bool progress_line = false;       // the console's line is not empty
+    std::vector<u64> credits;    // of the games that no file holds yet, in their order
+    bool left_pending = true;    // LEFT_NAME has not been read yet
+    bool progress_line = false;  // the console's line is not empty
     int winner = DRAWN_OR_UNKNOWN;
     int games = 0;
     int braces = 0;
@@ -126,25 +136,21 @@ void CloseSource(RecordSource* s) {
     sink->file = std::fopen(OUTPUT_NAME, "wbx");
     if (sink->file == nullptr) { return FailSystem(build, "write", OUTPUT_NAME); }
     std::setvbuf(sink->file, nullptr, _IONBF, 0);
-    sink->bytes.reserve(STREAM_RECORDS * BOOK_RECORD_SIZE);
+    sink->bytes.resize(STREAM_RECORDS * BOOK_RECORD_SIZE);
     return true;
 }
 
 [[nodiscard]] bool FlushSink(BookBuild* build, RecordSink* sink) {
     errno = 0;
-    const std::size_t size = sink->bytes.size();
-    if (std::fwrite(sink->bytes.data(), 1, size, sink->file) != size) {
-        return FailSystem(build, "write", OUTPUT_NAME);
-    }
-    sink->bytes.clear();
-    return true;
+    const std::size_t size = std::exchange(sink->used, 0);
+    return std::fwrite(sink->bytes.data(), 1, size, sink->file) == size ||
+           FailSystem(build, "write", OUTPUT_NAME);
 }
 
 [[nodiscard]] bool WriteRecord(BookBuild* build, RecordSink* sink, const BookRecord& record) {
-    const std::size_t at = sink->bytes.size();
-    sink->bytes.resize(at + BOOK_RECORD_SIZE);
-    EncodeBookRecord(record, &sink->bytes[at]);
-    return sink->bytes.size() < STREAM_RECORDS * BOOK_RECORD_SIZE || FlushSink(build, sink);
+    EncodeBookRecord(record, &sink->bytes[sink->used]);
+    sink->used += BOOK_RECORD_SIZE;
+    return sink->used < sink->bytes.size() || FlushSink(build, sink);
 }
 
 // Ends the output and gives it its name, unless the writing failed before: then it is removed.
@@ -155,6 +161,9 @@ void CloseSource(RecordSource* s) {
     if (std::fclose(sink->file) != 0 && written) {
         written = FailSystem(build, "write", OUTPUT_NAME);
     }
+    // The book is replaced in one step. A work file of a broken build is worth nothing, so that an
+    // old one goes first: a file system may wait for the disk when one file replaces another.
+    if (written && name != BOOK_NAME) { std::remove(name); }
     if (written && std::rename(OUTPUT_NAME, name) != 0) {
         written = FailSystem(build, "replace", name);
     }
@@ -172,78 +181,106 @@ void AddCounters(BookRecord* sum, const BookRecord& more) {
     AddCounter(&sum->draws, more.draws);
 }
 
-// Writes the records of both sources in descending order, equal keys as one record.
-[[nodiscard]] bool MergeSources(BookBuild* build, RecordSource* a, RecordSource* b,
+// Writes the records of all sources in descending order, equal keys as one record.
+[[nodiscard]] bool MergeSources(BookBuild* build, std::span<RecordSource> sources,
                                 RecordSink* sink) {
-    if (!Advance(build, a) || !Advance(build, b)) { return false; }
-    while (a->has || b->has) {
-        const bool take_a = a->has && (!b->has || BookOrder(a->record) >= BookOrder(b->record));
-        const bool take_b = b->has && (!a->has || BookOrder(b->record) >= BookOrder(a->record));
-        BookRecord record = take_a ? a->record : b->record;
-        record.reserved = 0;
-        if (take_a && take_b) { AddCounters(&record, b->record); }
-        if (!WriteRecord(build, sink, record)) { return false; }
-        if (take_a && !Advance(build, a)) { return false; }
-        if (take_b && !Advance(build, b)) { return false; }
+    for (RecordSource& s : sources) {
+        if (!Advance(build, &s)) { return false; }
     }
-    return true;
+    for (;;) {
+        const RecordSource* first = nullptr;
+        for (const RecordSource& s : sources) {
+            if (s.has && (first == nullptr || BookOrder(s.record) > BookOrder(first->record))) {
+                first = &s;
+            }
+        }
+        if (first == nullptr) { return true; }
+        BookRecord record = first->record;
+        record.reserved = 0;
+        const u64 order = BookOrder(record);
+        for (const RecordSource& s : sources) {
+            if (s.has && &s != first && BookOrder(s.record) == order) {
+                AddCounters(&record, s.record);
+            }
+        }
+        if (!WriteRecord(build, sink, record)) { return false; }
+        for (RecordSource& s : sources) {
+            if (s.has && BookOrder(s.record) == order && !Advance(build, &s)) { return false; }
+        }
+    }
 }
 
-// Merges two opened sources into a file of the given name, and closes them.
-[[nodiscard]] bool MergeInto(BookBuild* build, RecordSource* a, RecordSource* b, const char* name) {
+// Merges sources into a file of the given name, and closes them; `opened` tells whether all opened.
+[[nodiscard]] bool MergeInto(BookBuild* build, std::span<RecordSource> sources, bool opened,
+                             const char* name) {
     RecordSink sink;
-    const bool written = OpenSink(build, &sink) && MergeSources(build, a, b, &sink);
-    CloseSource(a);
-    CloseSource(b);
+    const bool written = opened && OpenSink(build, &sink) && MergeSources(build, sources, &sink);
+    for (RecordSource& s : sources) { CloseSource(&s); }
     return FinishSink(build, &sink, written, name);
 }
 
 // --- the three steps over whole files ---
 
-// Sorts the records in descending order, equal keys added up.
-void SortRecords(std::vector<BookRecord>* records) {
-    std::sort(records->begin(), records->end(),
-              [](const BookRecord& a, const BookRecord& b) { return BookOrder(a) > BookOrder(b); });
-    std::size_t kept = 0;
-    for (const BookRecord& r : *records) {
-        if (kept > 0 && BookOrder((*records)[kept - 1]) == BookOrder(r)) {
-            AddCounters(&(*records)[kept - 1], r);
-        } else {
-            (*records)[kept++] = r;
-        }
+// Sorts credits in descending order, digit by digit from the lowest: several times as fast as
+// comparing.
+void SortCredits(std::vector<u64>* credits) {
+    constexpr int digit_bits = 8;
+    constexpr std::size_t digits = 1 << digit_bits;
+    static_assert(ORDER_BITS % digit_bits == 0);
+    std::vector<u64> sorted(credits->size());
+    for (int shift = CREDIT_BITS; shift < CREDIT_BITS + ORDER_BITS; shift += digit_bits) {
+        std::size_t place[digits] = {};  // at first how many there are of each, the highest first
+        const auto digit = [shift](u64 credit) { return ~(credit >> shift) % digits; };
+        for (const u64 credit : *credits) { ++place[digit(credit)]; }
+        std::exclusive_scan(std::begin(place), std::end(place), std::begin(place), std::size_t{0});
+        for (const u64 credit : *credits) { sorted[place[digit(credit)]++] = credit; }
+        credits->swap(sorted);
     }
-    records->resize(kept);
 }
 
-// Moves the collected records into the spill file. The first spill takes in the records that were
-// left over from another build.
-[[nodiscard]] bool WriteBook(BookBuild* build) {
-    SortRecords(&build->records);
-    RecordSource a, b;
-    b.memory = build->records.data();
-    b.count = build->records.size();
-    if (!OpenSource(build, &a, build->left_pending ? LEFT_NAME : SPILL_NAME) ||
-        !MergeInto(build, &a, &b, SPILL_NAME)) {
-        return false;
+// Turns the credits into a source of records, and forgets them.
+void TakeCredits(BookBuild* build, RecordSource* source) {
+    SortCredits(&build->credits);
+    std::vector<BookRecord>* records = &source->memory;
+    for (const u64 credit : build->credits) {
+        const u64 order = credit >> CREDIT_BITS;
+        if (records->empty() || BookOrder(records->back()) != order) {
+            records->push_back(
+                {static_cast<u16>(order >> 32), static_cast<u32>(order), 0, 0, 0, 0});
+        }
+        BookRecord* r = &records->back();
+        u16* const counters[] = {&r->stm_wins, &r->prev_wins, &r->draws};
+        AddCounter(counters[credit & CREDIT_MASK], 1);
     }
-    build->left_pending = false;
-    build->records.clear();
+    source->count = records->size();
+    build->credits.clear();
+}
+
+// Notes a part of the games as done. The first one goes into the spill file at once, with the
+// records that were left over from another build: what cannot be read or written is found out
+// early. Those after it stay in memory up to the next merge.
+[[nodiscard]] bool WriteBook(BookBuild* build) {
+    if (build->left_pending) {
+        RecordSource sources[2];
+        TakeCredits(build, &sources[1]);
+        const bool opened = OpenSource(build, &sources[0], LEFT_NAME);
+        if (!MergeInto(build, sources, opened, SPILL_NAME)) { return false; }
+        build->left_pending = false;
+    }
     PrintDirect(".");
     build->progress_line = true;
     return true;
 }
 
-// Moves the spill file into the merged file.
+// Moves the spill file and the credits into the merged file.
 [[nodiscard]] bool MergeBook(BookBuild* build) {
     PrintDirect("\nmerging...");
     build->progress_line = true;
-    RecordSource a, b;
-    if (!OpenSource(build, &a, MERGED_NAME)) { return false; }
-    if (!OpenSource(build, &b, SPILL_NAME)) {
-        CloseSource(&a);
-        return false;
-    }
-    if (!MergeInto(build, &a, &b, MERGED_NAME)) { return false; }
+    RecordSource sources[3];
+    TakeCredits(build, &sources[2]);
+    const bool opened =
+        OpenSource(build, &sources[0], MERGED_NAME) && OpenSource(build, &sources[1], SPILL_NAME);
+    if (!MergeInto(build, sources, opened, MERGED_NAME)) { return false; }
     std::remove(SPILL_NAME);
     PrintDirect("\n");
     build->progress_line = false;
@@ -281,22 +318,17 @@ void RemoveWorkFiles() {
 // Adds the position just reached to the records; `mover` made the last move.
 void CreditPosition(BookBuild* build, int mover) {
     UpdatePosHash(game_position);
-    BookRecord r = {BookKey1(game_position->side), opening_book.hash2, 0, 0, 0, 0};
-    if (build->winner == DRAWN_OR_UNKNOWN) {
-        r.draws = 1;
-    } else if (build->winner == mover) {
-        r.prev_wins = 1;
-    } else {
-        r.stm_wins = 1;
-    }
-    assert(build->records.size() < SPILL_RECORDS);
-    build->records.push_back(r);
+    const u64 order = BookOrder(BookKey1(game_position->side), opening_book.hash2);
+    u64 counter = build->winner == mover ? PREV_WIN : STM_WIN;
+    if (build->winner == DRAWN_OR_UNKNOWN) { counter = DRAW; }
+    assert(build->credits.size() < MOST_CREDITS);
+    build->credits.push_back(order << CREDIT_BITS | counter);
 }
 
 // Where the move text starts in a word: at its first letter or at castling written with zeros;
 // nullptr in move numbers and results.
 const char* MoveTextStart(const char* word) {
-    if (std::strcmp(word, "0-1") == 0) { return nullptr; }
+    if (word[0] == '0' && std::strcmp(word, "0-1") == 0) { return nullptr; }
     for (; *word != '\0'; ++word) {
         if (IsLetter(*word) || (word[0] == '0' && word[1] == '-')) { return word; }
     }
@@ -386,7 +418,7 @@ void MakeBook() {
     }
     if (!OpenLines(&reader, GAMES_NAME)) { return; }
     BookBuild build;
-    build.records.reserve(SPILL_RECORDS);
+    build.credits.reserve(MOST_CREDITS);
     RemoveWorkFiles();
     SetPosition(game_position, fen_opn);
     const bool read = ReadGames(&build, &reader);

@@ -49,6 +49,21 @@ constexpr std::array<u16, KEY_COUNT> MakeKeys() {
 constexpr std::array<u16, KEY_COUNT> hasharea = MakeKeys();
 static_assert(hasharea[0] == 14886 && hasharea[1] == 44831 && hasharea[3] == 23153);
 
+// What a piece gives to both keys, in one word: to that of its side the bits above the lower 32, to
+// that of all pieces the lower 32.
+constexpr int OWN_KEY_SHIFT = 32;
+using PieceKeys = std::array<u64, SQUARE_COUNT>;
+constexpr auto MakePieceKeys() {
+    std::array<std::array<PieceKeys, 2>, PIECE_TYPES> keys = {};
+    for (u32 i = 0; i < KEY_COUNT - 2; ++i) {
+        const u32 kind = i / KEYS_PER_PIECE;
+        keys[kind / 2 + 1][kind % 2][i % KEYS_PER_PIECE] =
+            u64{hasharea[i]} << OWN_KEY_SHIFT | u64{hasharea[i + 1]} << 16 | hasharea[i + 2];
+    }
+    return keys;
+}
+constexpr auto piece_keys = MakePieceKeys();  // by type, colour and square
+
 int BucketOf(u16 key1) { return key1 >> BOOK_BUCKET_SHIFT; }
 static_assert(1 << (16 - BOOK_BUCKET_SHIFT) == BOOK_BUCKETS);
 
@@ -171,19 +186,15 @@ void FreeBook() {
 }
 
 void UpdatePosHash(const Position* pos) {
-    u16 own = 0;
-    u32 all = 0;
+    u64 keys[2] = {0, 0};
     for (int colour = WHITE; colour <= BLACK; ++colour) {
         for (Bitboard b = pos->bb[colour][0]; b != 0;) {
-            const u32 square = static_cast<u32>(PopLSB(&b));
-            const u32 kind = static_cast<u32>(2 * (PieceType(pos->board[square]) - 1) + colour);
-            const u32 i = kind * KEYS_PER_PIECE + square;
-            if (colour == pos->side) { own ^= hasharea[i]; }
-            all ^= (u32{hasharea[i + 1]} << 16) + hasharea[i + 2];
+            const int square = PopLSB(&b);
+            keys[colour] ^= piece_keys[PieceType(pos->board[square])][colour][square];
         }
     }
-    opening_book.hash1 = own;
-    opening_book.hash2 = all + pos->ep_square;
+    opening_book.hash1 = static_cast<u16>(keys[pos->side] >> OWN_KEY_SHIFT);
+    opening_book.hash2 = static_cast<u32>(keys[WHITE] ^ keys[BLACK]) + pos->ep_square;
 }
 
 std::optional<BookRecord> FindPosition(int side) {

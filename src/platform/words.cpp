@@ -2,6 +2,7 @@
 #include "platform/words.h"
 
 #include <algorithm>
+#include <array>
 #include <cassert>
 #include <cmath>
 #include <cstdlib>
@@ -13,6 +14,13 @@ constexpr std::size_t LONGEST_WORD = 127;
 constexpr double LARGEST_NUMBER = 1e12;
 constexpr unsigned char FIRST_PLAIN = 32;  // characters outside these two are dropped
 constexpr unsigned char LAST_PLAIN = 127;
+
+// Characters that end a word of a game score.
+constexpr std::array<bool, 256> ends_word = [] {
+    std::array<bool, 256> ends = {};
+    for (const unsigned char c : {'\0', ' ', '\t', '{', '}', '(', ')'}) { ends[c] = true; }
+    return ends;
+}();
 
 }  // namespace
 
@@ -28,15 +36,14 @@ const char* GameWords::NextWord() {
             ++cursor_;
             continue;
         }
-        if (std::strchr("{}()", first) != nullptr) {
+        if (ends_word[static_cast<unsigned char>(first)]) {  // a brace or a parenthesis
             ++cursor_;
             word_[0] = first;
             word_[1] = '\0';
             return word_;
         }
         int length = 0;
-        for (; std::strchr(" \t{}()", *cursor_) == nullptr; ++cursor_) {  // NUL ends it too
-            const unsigned char c = static_cast<unsigned char>(*cursor_);
+        for (unsigned char c; !ends_word[c = static_cast<unsigned char>(*cursor_)]; ++cursor_) {
             if (c >= FIRST_PLAIN && c <= LAST_PLAIN && length + 1 < WORD_SIZE) {
                 word_[length++] = static_cast<char>(c);
             }
