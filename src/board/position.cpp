@@ -22,6 +22,10 @@ constexpr struct {
                         {BLACK_KING_SIDE, 'k'},
                         {BLACK_QUEEN_SIDE, 'q'}};
 
+constexpr char piece_letters[] = " PNBRQK  pnbrqk";  // by code
+static_assert(piece_letters[PieceCode(WHITE, KING)] == 'K' &&
+              piece_letters[PieceCode(BLACK, PAWN)] == 'p');
+
 void ClearBoard(Position* pos) {
     std::memset(pos->board, 0, sizeof pos->board);
     std::memset(pos->bb, 0, sizeof pos->bb);
@@ -237,20 +241,23 @@ void SetPosition(Position* pos, const char* fen) {
 }
 
 void MakeEPD(const Position* pos, char* out) {
+    // What stands on a square cannot be foreseen: each character is stored without asking whether
+    // it is wanted, and one that is not is written over.
     for (int rank = LAST_RANK; rank >= FIRST_RANK; --rank) {
+        const u8* row = &pos->board[SquareOf(0, rank)];
         int empty = 0;
         for (int file = 0; file < FILE_COUNT; ++file) {
-            const int code = pos->board[SquareOf(file, rank)];
-            if (code == 0) {
-                ++empty;
-                continue;
-            }
-            if (empty) { *out++ = static_cast<char>('0' + empty); }
-            empty = 0;
-            *out++ = PieceColour(code) == WHITE ? wchar[PieceType(code)] : bchar[PieceType(code)];
+            const bool occupied = row[file] != NO_PIECE;
+            out[0] = static_cast<char>('0' + empty);
+            out += occupied && empty != 0;
+            out[0] = piece_letters[row[file]];
+            out += occupied;
+            empty = occupied ? 0 : empty + 1;
         }
-        if (empty) { *out++ = static_cast<char>('0' + empty); }
-        if (rank != FIRST_RANK) { *out++ = '/'; }
+        out[0] = static_cast<char>('0' + empty);
+        out += empty != 0;
+        out[0] = '/';
+        out += rank != FIRST_RANK;
     }
     *out++ = ' ';
     *out++ = pos->side == WHITE ? 'w' : 'b';

@@ -2,9 +2,11 @@
 // games or labelled positions. Front-end thread only.
 #include <algorithm>
 #include <cassert>
+#include <charconv>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <limits>
 #include <string>
 #include <string_view>
@@ -88,12 +90,37 @@ struct Scan {
     std::string comment;             // since the last move
 };
 
+constexpr int DECIMAL = 10;
 bool IsDigit(char c) { return c >= '0' && c <= '9'; }
 bool Within(int value, int limit) { return value >= -limit && value <= limit; }
 
 i16 ClampScore(double value) {
     using Range = std::numeric_limits<i16>;
     return static_cast<i16>(std::clamp<double>(value, Range::min(), Range::max()));
+}
+
+// The number that a text begins with, as strtod reads it. What engines write, a few digits with a
+// point, is read digit by digit: the quotient of two whole numbers that a double holds exactly is
+// rounded as strtod rounds.
+double DecimalOf(const char* text) {
+    constexpr double powers[] = {1.0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8};
+    constexpr std::ptrdiff_t most_digits = std::ssize(powers) - 1;
+    const bool negative = text[0] == '-';
+    const char* const start = text + (negative || text[0] == '+');
+    const char* s = start;
+    int value = 0;
+    for (; IsDigit(*s) && s - start < most_digits; ++s) { value = DECIMAL * value + (*s - '0'); }
+    std::ptrdiff_t decimals = 0;
+    if (s != start && *s == '.') {
+        const char* const point = s++;
+        for (; IsDigit(*s) && s - start <= most_digits; ++s) {
+            value = DECIMAL * value + (*s - '0');
+        }
+        decimals = s - point - 1;
+    }
+    if (s == start || IsDigit(*s) || IsLetter(*s)) { return std::strtod(text, nullptr); }
+    const double magnitude = value / powers[decimals];
+    return negative ? -magnitude : magnitude;
 }
 
 // Score of a comment after a move of `side`.
@@ -112,7 +139,7 @@ i16 CommentScore(const std::string& comment, int side) {
     const char* number = comment.c_str();
     const bool signed_number = number[0] == '+' || number[0] == '-';
     if (!IsDigit(number[signed_number ? 1 : 0])) { return BAD_COMMENT_SCORE; }
-    return ClampScore(std::strtod(number, nullptr) * CENTIPAWNS);
+    return ClampScore(DecimalOf(number) * CENTIPAWNS);
 }
 
 // --- what is written before move i of the game, which stands at the game position ---
@@ -154,7 +181,15 @@ void WriteAnnotatedMove(Scan* scan, std::size_t i) {
 void WritePosition(Scan* scan, const ScannedMove& move) {
     char fields[EPD_FIELDS_SIZE];
     MakeEPD(game_position, fields);
-    scan->out.Print("%s bm %s; ce %d;", fields, move.text, move.score);
+    char score[std::numeric_limits<i16>::digits10 + 2];
+    const char* const end = std::to_chars(std::begin(score), std::end(score), move.score).ptr;
+    OutFile* out = &scan->out;
+    out->Write(fields);
+    out->Write(" bm ");
+    out->Write(move.text);
+    out->Write("; ce ");
+    out->Write({score, end});
+    out->Write(";");
     ++scan->positions;
 }
 
@@ -261,9 +296,12 @@ void EndComment(Scan* scan) {
     scan->moves.back().score = CommentScore(scan->comment, side);
 }
 
+bool EndsToken(char c) { return c == ' ' || c == '\0' || c == '\t' || c == '\r' || c == '{'; }
+
 // Takes the move token at the front of the text; returns its length in the text.
 std::size_t TakeToken(Scan* scan, const char* text) {
-    const std::size_t length = std::strcspn(text, " \t\r{");
+    std::size_t length = 1;
+    while (!EndsToken(text[length])) { ++length; }
     scan->comment.clear();
     scan->full = scan->moves.size() == KEPT_MOVES;
     if (!scan->full) {
