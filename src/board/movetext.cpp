@@ -395,8 +395,9 @@ void GenMoveStrings(const Position* pos, Move m, MoveForms* forms) {
 }
 
 MoveReading ReadMove(const Position* pos, std::string_view text) {
-    text = text.substr(0, text.find('\0'));
-    text = text.substr(0, text.find('+'));
+    std::size_t length = 0;
+    while (length < text.size() && text[length] != '\0' && text[length] != '+') { ++length; }
+    text = text.substr(0, length);
     // The longest spelling is "e7e8=Q"; a longer text matches nothing.
     if (text.size() < SQUARE_LENGTH || text.size() >= MOVE_TEXT_SIZE - 1) { return {}; }
     if (WhyUnplayable(pos) != nullptr) { return {}; }

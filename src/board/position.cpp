@@ -241,22 +241,22 @@ void SetPosition(Position* pos, const char* fen) {
 }
 
 void MakeEPD(const Position* pos, char* out) {
-    // What stands on a square cannot be foreseen: each character is stored without asking whether
-    // it is wanted, and one that is not is written over.
+    // What stands on a square cannot be foreseen, so that nothing here jumps: each character is
+    // stored without asking whether it is wanted, and one that is not is written over.
     for (int rank = LAST_RANK; rank >= FIRST_RANK; --rank) {
-        const u8* row = &pos->board[SquareOf(0, rank)];
         int empty = 0;
         for (int file = 0; file < FILE_COUNT; ++file) {
-            const bool occupied = row[file] != NO_PIECE;
-            out[0] = static_cast<char>('0' + empty);
-            out += occupied && empty != 0;
-            out[0] = piece_letters[row[file]];
+            const int code = pos->board[SquareOf(file, rank)];
+            const int occupied = code != NO_PIECE;
+            *out = static_cast<char>('0' + empty);
+            out += occupied & (empty != 0);
+            *out = piece_letters[code];
             out += occupied;
-            empty = occupied ? 0 : empty + 1;
+            empty = (empty + 1) & (occupied - 1);
         }
-        out[0] = static_cast<char>('0' + empty);
+        *out = static_cast<char>('0' + empty);
         out += empty != 0;
-        out[0] = '/';
+        *out = '/';
         out += rank != FIRST_RANK;
     }
     *out++ = ' ';

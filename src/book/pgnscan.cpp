@@ -179,17 +179,19 @@ void WriteAnnotatedMove(Scan* scan, std::size_t i) {
 
 // Writes "<position> bm <move>; ce <score>;" without the line feed, and counts it.
 void WritePosition(Scan* scan, const ScannedMove& move) {
-    char fields[EPD_FIELDS_SIZE];
-    MakeEPD(game_position, fields);
-    char score[std::numeric_limits<i16>::digits10 + 2];
-    const char* const end = std::to_chars(std::begin(score), std::end(score), move.score).ptr;
-    OutFile* out = &scan->out;
-    out->Write(fields);
-    out->Write(" bm ");
-    out->Write(move.text);
-    out->Write("; ce ");
-    out->Write({score, end});
-    out->Write(";");
+    constexpr std::string_view before_move = " bm ", before_score = "; ce ", after_score = ";";
+    constexpr std::size_t longest_score = std::numeric_limits<i16>::digits10 + 2;
+    char line[EPD_FIELDS_SIZE + before_move.size() + MOVE_TEXT_SIZE + before_score.size() +
+              longest_score + after_score.size()];
+    MakeEPD(game_position, line);
+    char* end = line + std::strlen(line);
+    const auto add = [&end](std::string_view text) { end += text.copy(end, text.size()); };
+    add(before_move);
+    add(move.text);
+    add(before_score);
+    end = std::to_chars(end, std::end(line), move.score).ptr;
+    add(after_score);
+    scan->out.Write({line, end});
     ++scan->positions;
 }
 
