@@ -3,6 +3,7 @@
 #include "board/position.h"
 
 #include <algorithm>
+#include <array>
 #include <cassert>
 #include <cstring>
 
@@ -155,6 +156,60 @@ bool ListsAreSound(const Position* pos, const DerivedFields& d) {
     return true;
 }
 
+// Text of empty squares in the board field: their number, and the slashes before them, between them
+// and after them.
+struct EmptySquares {
+    char text[17];  // "/8/8/8/8/8/8/8/8/" is the longest
+    u8 length;
+};
+constexpr EmptySquares TextOfEmptySquares(int first_file, int count) {
+    EmptySquares t = {};
+    const auto add = [&t](int c) { t.text[t.length++] = static_cast<char>(c); };
+    int run = 0;
+    for (int i = 0; i <= count; ++i) {
+        const bool rank_begins = (first_file + i) % FILE_COUNT == 0;
+        if (rank_begins && run != 0) { add('0' + run); }
+        if (rank_begins) { add('/'); }
+        run = (rank_begins ? 0 : run) + 1;
+    }
+    if (run > 1) { add('0' + run - 1); }
+    return t;
+}
+// By the file of the first one and by their number.
+constexpr auto empty_squares = [] {
+    std::array<std::array<EmptySquares, SQUARE_COUNT + 1>, FILE_COUNT> texts = {};
+    for (int file = 0; file < FILE_COUNT; ++file) {
+        for (int n = 0; n <= SQUARE_COUNT; ++n) { texts[file][n] = TextOfEmptySquares(file, n); }
+    }
+    return texts;
+}();
+
+// Writes the board field and returns its end. It goes from piece to piece: where they stand cannot
+// be foreseen, and a jump for each square would cost more than the rest.
+char* WriteBoardField(const Position* pos, char* out) {
+    constexpr int longest_field = SQUARE_COUNT + RANK_COUNT - 1;
+    constexpr int from_eighth_rank = SquareOf(0, LAST_RANK);  // turns the order of the ranks round
+    char text[longest_field + 2 * sizeof(EmptySquares::text)];
+    char* end = text;
+    int next = 0;  // square to be written, counted from the eighth rank down
+    const auto add_empty_squares = [&](int up_to) {
+        const EmptySquares& empty = empty_squares[next % FILE_COUNT][up_to - next];
+        std::memcpy(end, empty.text, sizeof empty.text);
+        end += empty.length;
+    };
+    for (Bitboard pieces = __builtin_bswap64(Occupied(pos)); pieces != 0;) {
+        const int square = PopLSB(&pieces);
+        add_empty_squares(square);
+        *end++ = piece_letters[pos->board[square ^ from_eighth_rank]];
+        next = square + 1;
+    }
+    add_empty_squares(SQUARE_COUNT);
+    // Without the slashes before and after everything.
+    const std::size_t length = static_cast<std::size_t>(end - text) - 2;
+    std::memcpy(out, text + 1, length);
+    return out + length;
+}
+
 }  // namespace
 
 int PieceTypeOfLetter(char letter) {
@@ -241,24 +296,7 @@ void SetPosition(Position* pos, const char* fen) {
 }
 
 void MakeEPD(const Position* pos, char* out) {
-    // What stands on a square cannot be foreseen, so that nothing here jumps: each character is
-    // stored without asking whether it is wanted, and one that is not is written over.
-    for (int rank = LAST_RANK; rank >= FIRST_RANK; --rank) {
-        int empty = 0;
-        for (int file = 0; file < FILE_COUNT; ++file) {
-            const int code = pos->board[SquareOf(file, rank)];
-            const int occupied = code != NO_PIECE;
-            *out = static_cast<char>('0' + empty);
-            out += occupied & (empty != 0);
-            *out = piece_letters[code];
-            out += occupied;
-            empty = (empty + 1) & (occupied - 1);
-        }
-        *out = static_cast<char>('0' + empty);
-        out += empty != 0;
-        *out = '/';
-        out += rank != FIRST_RANK;
-    }
+    out = WriteBoardField(pos, out);
     *out++ = ' ';
     *out++ = pos->side == WHITE ? 'w' : 'b';
     *out++ = ' ';
