@@ -6,8 +6,11 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <string>
 #include <vector>
+
+#include <unistd.h>
 
 #include "board/bitboards.h"
 #include "board/moves.h"
@@ -197,6 +200,95 @@ void BenchEpdRun(benchmark::State& state) {
     SetRate(state, done);
 }
 
+// Legal moves in algebraic notation.
+void BenchReadMove(benchmark::State& state) {
+    std::vector<std::vector<std::string>> texts;
+    for (const Prepared& p : prepared) {
+        texts.emplace_back();
+        for (const Move m : p.legal) {
+            MoveForms forms;
+            GenMoveStrings(&p.pos, m, &forms);
+            texts.back().push_back(forms.san);
+        }
+    }
+    u64 done = 0;
+    for (auto _ : state) {
+        for (std::size_t i = 0; i < prepared.size(); ++i) {
+            for (const std::string& text : texts[i]) {
+                benchmark::DoNotOptimize(ReadMove(&prepared[i].pos, text));
+            }
+            done += texts[i].size();
+        }
+    }
+    SetRate(state, done);
+}
+
+// A temporary working directory, and standard output turned away, for what writes files and tells
+// of it.
+class QuietFolder {
+public:
+    QuietFolder() {
+        std::filesystem::create_directories(path_);
+        std::filesystem::current_path(path_);
+        std::fflush(stdout);
+        output_ = dup(STDOUT_FILENO);
+        if (std::freopen("/dev/null", "w", stdout) == nullptr) { std::abort(); }
+    }
+    ~QuietFolder() {
+        std::fflush(stdout);
+        if (dup2(output_, STDOUT_FILENO) < 0) { std::abort(); }
+        close(output_);
+        std::filesystem::current_path(before_);
+        std::filesystem::remove_all(path_);
+    }
+
+private:
+    const std::filesystem::path before_ = std::filesystem::current_path();
+    const std::filesystem::path path_ =
+        std::filesystem::temp_directory_path() / ("bench" + std::to_string(getpid()));
+    int output_ = -1;
+};
+
+// Writes a file many times over, so that starting and ending weigh little; returns its content.
+std::string WriteRepeated(const char* path, const char* games) {
+    constexpr int times = 50;
+    std::ifstream in(games, std::ios::binary);
+    std::ostringstream one;
+    one << in.rdbuf();
+    std::string all;
+    for (int i = 0; i < times; ++i) { all += one.str(); }
+    std::ofstream(path, std::ios::binary) << all;
+    return all;
+}
+
+// Bytes per second of engine games turned into positions.
+void BenchScan(benchmark::State& state) {
+    const QuietFolder folder;
+    const std::string games = WriteRepeated("games.pgn", VESK_ENGINE_GAMES);
+    u64 bytes = 0;
+    for (auto _ : state) {
+        Scan_PGN_File("games.pgn", static_cast<int>(state.range(0)));
+        bytes += games.size();
+    }
+    state.SetBytesProcessed(static_cast<i64>(bytes));
+}
+
+// Games per second made into a book.
+void BenchMakeBook(benchmark::State& state) {
+    const QuietFolder folder;
+    const std::string text = WriteRepeated("book.pgn", VESK_GAMES);
+    u64 games = 0;
+    for (std::size_t at = 0; (at = text.find("[Event ", at)) != std::string::npos; ++at) {
+        ++games;
+    }
+    u64 done = 0;
+    for (auto _ : state) {
+        MakeBook();
+        done += games;
+    }
+    SetRate(state, done);
+}
+
 // Positions per second of the tuner's passes: so few that the calling thread does it alone.
 void BenchTunerPass(benchmark::State& state) {
     const Suite suite;
@@ -225,6 +317,9 @@ BENCHMARK(BenchLegality)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BenchBookLookup);
 BENCHMARK(BenchEpdRun)->Unit(benchmark::kMillisecond);
 BENCHMARK(BenchTunerPass)->Unit(benchmark::kMillisecond);
+BENCHMARK(BenchReadMove)->Unit(benchmark::kMicrosecond);
+BENCHMARK(BenchScan)->DenseRange(1, 4)->Unit(benchmark::kMillisecond);
+BENCHMARK(BenchMakeBook)->Unit(benchmark::kMillisecond);
 
 }  // namespace
 
