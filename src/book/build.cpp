@@ -51,7 +51,7 @@ struct RecordSource {
     std::FILE* file = nullptr;
     const char* name = "";
     std::vector<unsigned char> bytes;
-    std::vector<BookRecord> memory;
+    const BookRecord* memory = nullptr;
     std::size_t count = 0;  // records in bytes or memory
     std::size_t next = 0;
     bool has = false;  // `record` holds the current record
@@ -66,9 +66,11 @@ struct RecordSink {
 
 // State of one run of MakeBook.
 struct BookBuild {
-    std::vector<u64> credits;    // of the games that no file holds yet, in their order
-    bool left_pending = true;    // LEFT_NAME has not been read yet
-    bool progress_line = false;  // the console's line is not empty
+    std::vector<u64> credits;         // of the games that no file holds yet, in their order
+    std::vector<u64> sorted;          // room for sorting them,
+    std::vector<BookRecord> records;  // and what has become of them, while it is merged
+    bool left_pending = true;         // LEFT_NAME has not been read yet
+    bool progress_line = false;       // the console's line is not empty
     int winner = DRAWN_OR_UNKNOWN;
     int games = 0;
     int braces = 0;
@@ -223,37 +225,41 @@ void AddCounters(BookRecord* sum, const BookRecord& more) {
 
 // Sorts credits in descending order, digit by digit from the lowest: several times as fast as
 // comparing.
-void SortCredits(std::vector<u64>* credits) {
+void SortCredits(BookBuild* build) {
     constexpr int digit_bits = 8;
     constexpr std::size_t digits = 1 << digit_bits;
     static_assert(ORDER_BITS % digit_bits == 0);
-    std::vector<u64> sorted(credits->size());
+    build->sorted.resize(build->credits.size());
     for (int shift = CREDIT_BITS; shift < CREDIT_BITS + ORDER_BITS; shift += digit_bits) {
         std::size_t place[digits] = {};  // at first how many there are of each, the highest first
         const auto digit = [shift](u64 credit) { return ~(credit >> shift) % digits; };
-        for (const u64 credit : *credits) { ++place[digit(credit)]; }
+        for (const u64 credit : build->credits) { ++place[digit(credit)]; }
         std::exclusive_scan(std::begin(place), std::end(place), std::begin(place), std::size_t{0});
-        for (const u64 credit : *credits) { sorted[place[digit(credit)]++] = credit; }
-        credits->swap(sorted);
+        for (const u64 credit : build->credits) { build->sorted[place[digit(credit)]++] = credit; }
+        build->credits.swap(build->sorted);
     }
 }
 
-// Turns the credits into a source of records, and forgets them.
-void TakeCredits(BookBuild* build, RecordSource* source) {
-    SortCredits(&build->credits);
-    std::vector<BookRecord>* records = &source->memory;
+// Turns the credits into a source of records, good until the next call, and forgets them.
+RecordSource TakeCredits(BookBuild* build) {
+    SortCredits(build);
+    std::vector<BookRecord>* records = &build->records;
+    records->clear();
     for (const u64 credit : build->credits) {
         const u64 order = credit >> CREDIT_BITS;
         if (records->empty() || BookOrder(records->back()) != order) {
-            records->push_back(
-                {static_cast<u16>(order >> 32), static_cast<u32>(order), 0, 0, 0, 0});
+            const auto key1 = static_cast<u16>(order >> 32);
+            records->push_back({key1, static_cast<u32>(order), 0, 0, 0, 0});
         }
         BookRecord* r = &records->back();
         u16* const counters[] = {&r->stm_wins, &r->prev_wins, &r->draws};
         AddCounter(counters[credit & CREDIT_MASK], 1);
     }
-    source->count = records->size();
     build->credits.clear();
+    RecordSource source;
+    source.memory = records->data();
+    source.count = records->size();
+    return source;
 }
 
 // Notes a part of the games as done. The first one goes into the spill file at once, with the
@@ -262,7 +268,7 @@ void TakeCredits(BookBuild* build, RecordSource* source) {
 [[nodiscard]] bool WriteBook(BookBuild* build) {
     if (build->left_pending) {
         RecordSource sources[2];
-        TakeCredits(build, &sources[1]);
+        sources[1] = TakeCredits(build);
         const bool opened = OpenSource(build, &sources[0], LEFT_NAME);
         if (!MergeInto(build, sources, opened, SPILL_NAME)) { return false; }
         build->left_pending = false;
@@ -277,7 +283,7 @@ void TakeCredits(BookBuild* build, RecordSource* source) {
     PrintDirect("\nmerging...");
     build->progress_line = true;
     RecordSource sources[3];
-    TakeCredits(build, &sources[2]);
+    sources[2] = TakeCredits(build);
     const bool opened =
         OpenSource(build, &sources[0], MERGED_NAME) && OpenSource(build, &sources[1], SPILL_NAME);
     if (!MergeInto(build, sources, opened, MERGED_NAME)) { return false; }

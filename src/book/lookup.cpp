@@ -24,7 +24,6 @@ namespace {
 constexpr int NO_BUCKET = -1;
 constexpr int NO_RECORD = -1;       // in the index
 constexpr int READ_RECORDS = 1024;  // records per read while the index is built
-constexpr int RECORD_WORDS = BOOK_RECORD_SIZE / 2;
 
 // Numbers of the keys: those of a piece are found at (type - 1) * 128 + black * 64 + square, and at
 // the two places after it.
@@ -143,17 +142,18 @@ std::optional<BookRecord> FindAfterMove(Position* pos, Move m) {
 }  // namespace
 
 void EncodeBookRecord(const BookRecord& record, unsigned char* out) {
-    const u16 words[RECORD_WORDS] = {record.key1,
-                                     static_cast<u16>(record.key2),
-                                     static_cast<u16>(record.key2 >> 16),
-                                     record.stm_wins,
-                                     record.prev_wins,
-                                     record.draws,
-                                     record.reserved};
-    for (int i = 0; i < RECORD_WORDS; ++i) {
-        out[2 * i] = static_cast<unsigned char>(words[i]);
-        out[2 * i + 1] = static_cast<unsigned char>(words[i] >> 8);
-    }
+    // Without a loop over an array, so that compilers make one store of two bytes.
+    const auto put = [out](int at, u32 word) {
+        out[at] = static_cast<unsigned char>(word);
+        out[at + 1] = static_cast<unsigned char>(word >> 8);
+    };
+    put(0, record.key1);
+    put(2, record.key2);
+    put(4, record.key2 >> 16);
+    put(6, record.stm_wins);
+    put(8, record.prev_wins);
+    put(10, record.draws);
+    put(12, record.reserved);
 }
 
 BookRecord DecodeBookRecord(const unsigned char* in) {
