@@ -184,6 +184,9 @@ constexpr auto empty_squares = [] {
     return texts;
 }();
 
+static_assert(empty_squares[0][SQUARE_COUNT].length == sizeof EmptySquares::text);
+static_assert(empty_squares[1][6].length == 1 && empty_squares[1][7].text[1] == '/');
+
 // Writes the board field and returns its end. It goes from piece to piece: where they stand cannot
 // be foreseen, and a jump for each square would cost more than the rest.
 char* WriteBoardField(const Position* pos, char* out) {
@@ -295,7 +298,7 @@ void SetPosition(Position* pos, const char* fen) {
     std::memset(pos->undo, 0, CLEARED_RECORDS * sizeof pos->undo[0]);
 }
 
-void MakeEPD(const Position* pos, char* out) {
+char* MakeEPD(const Position* pos, char* out) {
     out = WriteBoardField(pos, out);
     *out++ = ' ';
     *out++ = pos->side == WHITE ? 'w' : 'b';
@@ -313,6 +316,7 @@ void MakeEPD(const Position* pos, char* out) {
         *out++ = '-';
     }
     *out = '\0';
+    return out;
 }
 
 int PositionIsSound(const Position* pos) {

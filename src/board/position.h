@@ -160,8 +160,9 @@ inline int KingSquare(const Position* pos, int colour) { return pos->plist[colou
 // fifty-move counter of 0. Requires: pos->undo points to the thread's history.
 void SetPosition(Position* pos, const char* fen);
 
-// Writes the four position fields ("... w KQkq -"), NUL-terminated, at most EPD_FIELDS_SIZE bytes.
-void MakeEPD(const Position* pos, char* out);
+// Writes the four position fields ("... w KQkq -"), NUL-terminated, at most EPD_FIELDS_SIZE bytes;
+// returns where the NUL is.
+char* MakeEPD(const Position* pos, char* out);
 
 // Puts a piece on a square; the keys stay as they are. Requires: an empty square, PAWN..KING, fewer
 // than nine pieces of the kind.

@@ -183,8 +183,7 @@ void WritePosition(Scan* scan, const ScannedMove& move) {
     constexpr std::size_t longest_score = std::numeric_limits<i16>::digits10 + 2;
     char line[EPD_FIELDS_SIZE + before_move.size() + MOVE_TEXT_SIZE + before_score.size() +
               longest_score + after_score.size()];
-    MakeEPD(game_position, line);
-    char* end = line + std::strlen(line);
+    char* end = MakeEPD(game_position, line);
     const auto add = [&end](std::string_view text) { end += text.copy(end, text.size()); };
     add(before_move);
     add(move.text);
