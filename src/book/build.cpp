@@ -165,7 +165,7 @@ void CloseSource(RecordSource* s) {
     }
     // The book is replaced in one step. A work file of a broken build is worth nothing, so that an
     // old one goes first: a file system may wait for the disk when one file replaces another.
-    if (written && name != BOOK_NAME) { std::remove(name); }
+    if (written && std::strcmp(name, BOOK_NAME) != 0) { std::remove(name); }
     if (written && std::rename(OUTPUT_NAME, name) != 0) {
         written = FailSystem(build, "replace", name);
     }
