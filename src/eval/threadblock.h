@@ -34,7 +34,6 @@ struct ThreadBlock {
     UndoRecord undo[MAX_UNDO_RECORDS];
     PlyData ply_data[SEARCH_STACK_SIZE];
     MoveEntry move_buffer[MOVE_BUFFER_SIZE];
-    i32 sort_keys[MOVE_BUFFER_SIZE];             // picker's, of the entries beside them
     i16 history[SQUARE_COUNT][2 * PIECE_TYPES];  // by to-square and moving piece code
     Move counter_moves[SQUARE_COUNT]
                       [2 * PIECE_TYPES];  // by to-square of the last move and the piece now there

@@ -106,22 +106,8 @@ int EvasionScore(const PlyData* pd, const MoveEntry* e, Move counter) {
     return QUIET_SCORE;
 }
 
-// A key stands for an entry of the move buffer while the rest of a list is sorted: its score above,
-// below it the index counted down. The largest of several keys is that of the best score, and of
-// the first entry among equals, found without a look at the entries.
-constexpr i32 KEY_INDEX_END = 0xFFFF;
-static_assert(MOVE_BUFFER_SIZE < KEY_INDEX_END);
-constexpr i32 SortKey(int score, i32 index) {
-    return score * (KEY_INDEX_END + 1) + KEY_INDEX_END - index;
-}
-constexpr i32 IndexOfKey(i32 key) { return KEY_INDEX_END - (key & KEY_INDEX_END); }
-
-i32 BufferIndex(const ThreadBlock* tb, const MoveEntry* e) {
-    return static_cast<i32>(e - tb->move_buffer);
-}
-
-// Appends the scored quiet moves to what is left of the list, and gives all their keys.
-void GenerateQuiet(ThreadBlock* tb, PlyData* pd, int in_check) {
+// Appends the scored quiet moves to what is left of the list.
+void GenerateQuiet(const ThreadBlock* tb, PlyData* pd, int in_check) {
     const Position* pos = &tb->pos;
     MoveEntry* first = EndOfPlyList(pd);
     MoveEntry* end = GenerateNonCaptures(pos, pos->side, first);
@@ -130,10 +116,6 @@ void GenerateQuiet(ThreadBlock* tb, PlyData* pd, int in_check) {
     for (MoveEntry* e = first; e != end; ++e) {
         e->score = static_cast<i16>(in_check ? EvasionScore(pd, e, counter)
                                              : QuietScore(tb, pd, e, counter));
-    }
-    i32 index = BufferIndex(tb, pd->cursor);
-    for (const MoveEntry* e = pd->cursor; e != end; ++e, ++index) {
-        tb->sort_keys[index] = SortKey(e->score, index);
     }
     pd->stage = PICKER_SORTED;
 }
@@ -148,20 +130,11 @@ MoveEntry* StartWithHashMove(const Position* pos, PlyData* pd) {
     return e;
 }
 
-// Brings the entry with the largest key to the cursor.
-MoveEntry* NextSorted(ThreadBlock* tb, PlyData* pd) {
+MoveEntry* NextSorted(PlyData* pd) {
     MoveEntry* e = pd->cursor;
     const MoveEntry* end = EndOfPlyList(pd);
     if (e == end) { return nullptr; }
-    i32* keys = tb->sort_keys;
-    const i32 first = BufferIndex(tb, e);
-    const i32 last = BufferIndex(tb, end);
-    i32 largest = keys[first];
-    for (i32 i = first + 1; i < last; ++i) { largest = std::max(largest, keys[i]); }
-    const i32 best = IndexOfKey(largest);
-    std::swap(*e, tb->move_buffer[best]);
-    keys[best] = keys[first] + first - best;
-    assert(SortKey(e->score, best) == largest);
+    PickNextMove(e, end);
     if (e->score <= SORT_SCORE_LIMIT || pd->moves_searched > SORT_MOVES_LIMIT) {
         pd->stage = PICKER_UNSORTED;
     }
@@ -194,7 +167,7 @@ MoveEntry* GetNextMoveFW(ThreadBlock* tb, int in_check) {
             break;
         case PICKER_SORTED:
             ++pd->cursor;
-            return NextSorted(tb, pd);
+            return NextSorted(pd);
         case PICKER_UNSORTED:
             ++pd->cursor;
             return pd->cursor->move == END_OF_LIST ? nullptr : pd->cursor;
@@ -211,7 +184,7 @@ MoveEntry* GetNextMoveFW(ThreadBlock* tb, int in_check) {
         if (pd->cursor->score > GOOD_CAPTURE_LIMIT) { return pd->cursor; }
     }
     GenerateQuiet(tb, pd, in_check);
-    return NextSorted(tb, pd);
+    return NextSorted(pd);
 }
 
 void RaiseHistory(ThreadBlock* tb, const MoveEntry* e) {
