@@ -273,6 +273,18 @@ int Reduction(ThreadBlock* tb, const PlyData* pd, const MoveEntry* e, int depth)
     return std::min(r, MAX_REDUCTION);
 }
 
+// Asks for the table's line of the position after a move. Of the changes that a move makes to the
+// key the usual ones are looked at: where others come in, nothing is lost but the line.
+void PrefetchAfter(const Position* pos, const MoveEntry* e) {
+    const int from = MoveFrom(e->move);
+    const int to = MoveTo(e->move);
+    const int enemy = pos->side ^ 1;
+    u64 key = pos->hash ^ rtable[e->piece][from] ^ rtable[e->piece][to] ^ rtable2[NO_SQUARE] ^
+              rtable2[pos->castle] ^ stmh[enemy];
+    if (e->captured) { key ^= rtable[e->captured][to]; }
+    PrefetchTTable(enemy, key);
+}
+
 int MoveExtension(const Position* pos, int side, const MoveEntry* e, u8 flags) {
     if (flags & FLAG_DISCOVERED) { return 1; }
     if (flags & (FLAG_CHECK | FLAG_SEVENTH_RANK_PAWN)) { return MoveIsSafe(pos, e->move); }
@@ -413,6 +425,7 @@ int FW_Search(ThreadBlock* tb, int depth, Window window, int in_check, Move* pv)
 
         const int child_depth = extended + extension - 1;
         tb->extension_count = static_cast<u8>(tb->extension_count + extension);
+        if (child_depth > 0 || pd->check == CHECK_GIVEN) { PrefetchAfter(pos, e); }
         MakeMove(pos, m);
         int v = 0;
         if (pd->moves_searched == 0 || child_depth <= 0) {
