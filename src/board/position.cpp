@@ -3,7 +3,6 @@
 #include "board/position.h"
 
 #include <algorithm>
-#include <array>
 #include <cassert>
 #include <cstring>
 
@@ -177,7 +176,7 @@ constexpr EmptySquares TextOfEmptySquares(int first_file, int count) {
 }
 // By the file of the first one and by their number.
 constexpr auto empty_squares = [] {
-    std::array<std::array<EmptySquares, SQUARE_COUNT + 1>, FILE_COUNT> texts = {};
+    LookupTable<LookupTable<EmptySquares, SQUARE_COUNT + 1>, FILE_COUNT> texts = {};
     for (int file = 0; file < FILE_COUNT; ++file) {
         for (int n = 0; n <= SQUARE_COUNT; ++n) { texts[file][n] = TextOfEmptySquares(file, n); }
     }

@@ -51,12 +51,12 @@ static_assert(hasharea[0] == 14886 && hasharea[1] == 44831 && hasharea[3] == 231
 // What a piece gives to both keys, in one word: to that of its side the bits above the lower 32, to
 // that of all pieces the lower 32.
 constexpr int OWN_KEY_SHIFT = 32;
-using PieceKeys = std::array<u64, SQUARE_COUNT>;
+using PieceKeys = LookupTable<u64, SQUARE_COUNT>;
 constexpr auto MakePieceKeys() {
-    std::array<std::array<PieceKeys, 2>, PIECE_TYPES> keys = {};
+    LookupTable<LookupTable<PieceKeys, 2>, PIECE_TYPES> keys = {};
     for (u32 i = 0; i < KEY_COUNT - 2; ++i) {
-        const u32 kind = i / KEYS_PER_PIECE;
-        keys[kind / 2 + 1][kind % 2][i % KEYS_PER_PIECE] =
+        const int kind = static_cast<int>(i / KEYS_PER_PIECE);
+        keys[kind / 2 + 1][kind % 2][static_cast<int>(i % KEYS_PER_PIECE)] =
             u64{hasharea[i]} << OWN_KEY_SHIFT | u64{hasharea[i + 1]} << 16 | hasharea[i + 2];
     }
     return keys;

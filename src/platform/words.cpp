@@ -18,7 +18,9 @@ constexpr unsigned char LAST_PLAIN = 127;
 // Characters that end a word of a game score.
 constexpr std::array<bool, 256> ends_word = [] {
     std::array<bool, 256> ends = {};
-    for (const unsigned char c : {'\0', ' ', '\t', '{', '}', '(', ')'}) { ends[c] = true; }
+    for (const char c : {'\0', ' ', '\t', '{', '}', '(', ')'}) {
+        ends[static_cast<unsigned char>(c)] = true;
+    }
     return ends;
 }();
 
