@@ -54,7 +54,7 @@ inline MoveEntry* EndOfList(MoveEntry* e) {
     return e;
 }
 // The same of a ply's list, while the ply's node is searched: the next ply's list follows it. Not
-// of the root's, which is shortened after it was placed.
+// of the root's during a search, which shortens it after it was placed.
 inline MoveEntry* EndOfPlyList(const PlyData* pd) {
     MoveEntry* end = pd[1].list_start - 1;
     assert(end->move == END_OF_LIST);

@@ -13,7 +13,8 @@
 #include "tune/positions.h"
 
 // Owns the positions and the thread records of its workers. Options that a pass changes are put
-// back at its end; the game position is not. Search limits stay as they are while a meter lives.
+// back when the meter goes; the game position is not. Requires that search limits stay as they are
+// meanwhile.
 class ErrorMeter {
 public:
     // Reads the positions of an EPD file.
