@@ -158,7 +158,7 @@ void BenchLegality(benchmark::State& state) {
 
 // Keys and look-up of a position of the book whose block is loaded.
 void BenchBookLookup(benchmark::State& state) {
-    std::snprintf(PBlock.options.book_file, sizeof PBlock.options.book_file, "%s", VESK_BOOK);
+    PBlock.options.book_file = VESK_BOOK;
     InitBook();
     Position* pos = &Worker()->pos;
     SetPosition(pos, "rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq e3");
@@ -178,7 +178,7 @@ public:
     Suite() {
         std::ofstream file(path_);
         for (const std::string& fen : positions) { file << fen << " tune 0.500;\n"; }
-        std::snprintf(PBlock.tool.epd_file, sizeof PBlock.tool.epd_file, "%s", path_.c_str());
+        PBlock.tool.epd_file = path_;
         PBlock.limits.max_depth = 0;
     }
     ~Suite() { std::filesystem::remove(path_); }
@@ -292,7 +292,7 @@ void BenchMakeBook(benchmark::State& state) {
 // Positions per second of the tuner's passes: so few that the calling thread does it alone.
 void BenchTunerPass(benchmark::State& state) {
     const Suite suite;
-    ErrorMeter meter(PBlock.tool.epd_file);
+    ErrorMeter meter(PBlock.tool.epd_file.c_str());
     const i16 original = Personality.bishop_pair;
     benchmark::DoNotOptimize(meter.Measure("bishop_pair", original));
     Personality.bishop_pair = static_cast<i16>(original + 1);  // the first pass is remembered

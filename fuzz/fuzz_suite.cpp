@@ -9,7 +9,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const FileRun run(data, size, "suite.epd");
-    std::strcpy(PBlock.tool.epd_file, "suite.epd");
+    PBlock.tool.epd_file = "suite.epd";
     SetToolInput(true);
     PBlock.limits.max_depth = static_cast<i8>(run.input.variant & 1);
     if ((run.input.variant & 2) != 0) { PBlock.options.noise = 0.0; }

@@ -330,7 +330,7 @@ int PositionIsSound(const Position* pos) {
     return ListsAreSound(pos, d) ? 1 : 0;
 }
 
-const char* WhyUnplayable(const Position* pos) {
+const char* WhyImpossible(const Position* pos) {
     static const char* const no_king[2] = {"white has no king", "black has no king"};
     static const char* const kings[2] = {"white has more than one king",
                                          "black has more than one king"};
@@ -343,8 +343,15 @@ const char* WhyUnplayable(const Position* pos) {
     if (pawns & (RankMask(FIRST_RANK) | RankMask(LAST_RANK))) {
         return "a pawn stands on the first or last rank";
     }
-    if (InCheck(pos, pos->side ^ 1)) { return "the side that is not to move is in check"; }
     return nullptr;
+}
+
+const char* WhyUnplayable(const Position* pos) {
+    const char* why = WhyImpossible(pos);
+    if (why == nullptr && InCheck(pos, pos->side ^ 1)) {
+        why = "the side that is not to move is in check";
+    }
+    return why;
 }
 
 int CountRepetitions(const Position* pos, int limit) {

@@ -183,3 +183,5 @@ int PositionIsSound(const Position* pos);
 // nullptr when the position can be searched and played (one king each, no pawn on the first or last
 // rank, side not to move not in check), else a short English text that says what is wrong with it.
 const char* WhyUnplayable(const Position* pos);
+// The same without a look at the king that could be captured: nullptr when moves can be generated.
+const char* WhyImpossible(const Position* pos);

@@ -414,7 +414,7 @@ void ReadMoveText(BookBuild* build, const char* text) {
 }  // namespace
 
 void MakeBook() {
-    PBlock.options.book_file[0] = '\0';
+    PBlock.options.book_file.clear();
     FreeBook();
     LineReader reader;
     PathLock folder;  // the work files have fixed names
@@ -422,7 +422,10 @@ void MakeBook() {
         PrintDirect("a book is being built in this folder; %s is unchanged\n", BOOK_NAME);
         return;
     }
-    if (!OpenLines(&reader, GAMES_NAME)) { return; }
+    if (!OpenLines(&reader, GAMES_NAME)) {
+        ShowError("cannot read %s\n", GAMES_NAME);
+        return;
+    }
     BookBuild build;
     build.credits.reserve(MOST_CREDITS);
     RemoveWorkFiles();

@@ -83,7 +83,7 @@ void ReadIndex(std::FILE* file) {
 // The book file, or nullptr; *why as OpenRegularFile sets it. A name that is empty is no book.
 std::FILE* OpenBookFile(const char** why) {
     *why = nullptr;
-    const char* name = PBlock.options.book_file;
+    const char* name = PBlock.options.book_file.c_str();
     return name[0] == '\0' ? nullptr : OpenRegularFile(name, why);
 }
 
@@ -173,7 +173,7 @@ int InitBook() {
         }
         std::fclose(file);
     }
-    if (why != nullptr) { ShowError("%s: %s\n", PBlock.options.book_file, why); }
+    if (why != nullptr) { ShowError("%s: %s\n", PBlock.options.book_file.c_str(), why); }
     return 0;
 }
 
@@ -224,7 +224,7 @@ void GetCandidates(Position* pos, int verbose) {
 }
 
 Move ChooseBookMove(Position* pos, int verbose) {
-    if (opening_book.bkrecnum == 0 || WhyUnplayable(pos) != nullptr) { return NO_MOVE; }
+    if (opening_book.bkrecnum == 0 || WhyImpossible(pos) != nullptr) { return NO_MOVE; }
     const int side = pos->side;
     GenerateAll(pos);
     UpdatePosHash(pos);
@@ -240,7 +240,8 @@ Move ChooseBookMove(Position* pos, int verbose) {
         PickNextMove(e, end);
         e->score = 0;
         const Move m = e->move;
-        if (!MoveIsLegal(pos, side, m)) { continue; }
+        const bool takes_king = PieceType(pos->board[MoveTo(m)]) == KING;
+        if (takes_king || !MoveIsLegal(pos, side, m)) { continue; }
         const std::optional<BookRecord> r = FindAfterMove(pos, m);
         if (!r) { continue; }
         double share;

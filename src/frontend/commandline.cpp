@@ -16,16 +16,6 @@ constexpr double DEPTH_OPTION_SECONDS = 10000.0;  // time of a move that "-d" li
 
 void Wish(StartOptions* start, RunMode mode) { start->mode = std::min(start->mode, mode); }
 
-void CopyFileName(char (&to)[FILE_NAME_SIZE], const char* from) {
-    const std::size_t length = std::strlen(from);
-    const std::size_t kept = std::min<std::size_t>(length, FILE_NAME_SIZE - 1);
-    if (kept < length) {
-        ShowMessageF("file name is cut to %d characters: %s", FILE_NAME_SIZE - 1, from);
-    }
-    std::memcpy(to, from, kept);
-    to[kept] = '\0';
-}
-
 // --- what the options do: `value` is the word after the option, `number` the one of its row ---
 
 void SetProtocol(StartOptions*, const char*, int protocol) {
@@ -63,17 +53,17 @@ void SetThreads(StartOptions*, const char* value, int) {
 }
 
 void WishEpdRun(StartOptions* start, const char* value, int) {
-    CopyFileName(PBlock.tool.epd_file, value);
+    PBlock.tool.epd_file = value;
     Wish(start, RunMode::EpdAnalysis);
 }
 
 void WishMatch(StartOptions* start, const char* value, int) {
-    CopyFileName(PBlock.tool.match_file, value);
+    PBlock.tool.match_file = value;
     Wish(start, RunMode::Match);
 }
 
 void WishTuning(StartOptions* start, const char* value, int) {
-    CopyFileName(PBlock.tool.epd_file, value);
+    PBlock.tool.tune_word = value;
     Wish(start, RunMode::Tune);
 }
 
@@ -85,7 +75,7 @@ void WishBenchmark(StartOptions* start, const char*, int positions) {
 
 // Without a mode the file's name is taken and nothing else.
 void WishScan(StartOptions* start, const char* value, int mode) {
-    CopyFileName(start->scan_file, value);
+    start->scan_file = value;
     if (mode == 0) { return; }
     start->scan_mode = mode;
     Wish(start, RunMode::PgnScan);
@@ -147,7 +137,10 @@ void ReadCommandLine(int argc, char** argv, StartOptions* options) {
     for (int i = 1; i < argc; ++i) {
         const char* word = argv[i];
         const CommandLineOption* o = FindOption(word);
-        if (o == nullptr) { continue; }
+        if (o == nullptr) {
+            ShowError("unknown option: %s\n", word);
+            continue;
+        }
         scan_without_mode |= std::strcmp(word, SCAN_OPTION) == 0;
         if (o->value == OptionValue::None) {
             o->apply(options, nullptr, o->number);
@@ -168,4 +161,5 @@ void ReadCommandLine(int argc, char** argv, StartOptions* options) {
     }
     PBlock.options.go_limits.max_depth = PBlock.limits.max_depth;
     PBlock.options.go_limits.node_limit = PBlock.limits.node_limit;
+    PBlock.options.go_seconds = PBlock.time.base_time;
 }

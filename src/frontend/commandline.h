@@ -1,6 +1,8 @@
 // The command line. Front-end thread.
 #pragma once
 
+#include <string>
+
 #include "frontend/pblock.h"
 
 // Which mode main runs: of those that the command line asks for the first in this order. Nothing:
@@ -10,12 +12,13 @@ enum class RunMode { EpdAnalysis, PgnScan, Match, Benchmark, Tune, Nothing, Comm
 // What the command line asks of the program beyond the options in PBlock.
 struct StartOptions {
     RunMode mode = RunMode::CommandLoop;
-    int benchmark_positions = 0;          // 5, 10 or 20; 0 without the benchmark
-    int scan_mode = 0;                    // 1..4; 0 without a scan
-    char scan_file[FILE_NAME_SIZE] = "";  // the file to scan
+    int benchmark_positions = 0;  // 5, 10 or 20; 0 without the benchmark
+    int scan_mode = 0;            // 1..4; 0 without a scan
+    std::string scan_file;        // the file to scan
 };
 
 // Stores the options in PBlock, their numbers within their limits, and chooses the mode. Of an
-// option that comes twice the last one holds. Words that are no options are skipped; an option
-// without its value says so in one line. Requires the defaults in PBlock and in *options.
+// option that comes twice the last one holds. A word that is no option is named on standard error
+// and skipped; an option without its value says so in one line. Requires the defaults in PBlock and
+// in *options.
 void ReadCommandLine(int argc, char** argv, StartOptions* options);

@@ -44,11 +44,13 @@ bool InputIsOver() { return InputEnded() && !InputPending(); }
 
 bool UciMode() { return PBlock.options.protocol == PROTOCOL_UCI; }
 
-// True when nothing but the user ends the search that runs: the greatest depth is as good as none.
+// True when nothing but the user ends the search that runs soon: the greatest depth is as good as
+// none, and one that was named when the search had come further ends only an iteration.
 bool SearchIsEndless() {
+    const bool deep = PBlock.limits.max_depth >= MAX_DEPTH ||
+                      PBlock.progress.iteration_depth > PBlock.limits.max_depth;
     return PBlock.control.search_state == SEARCH_PONDER || PBlock.control.infinite ||
-           (PBlock.time.target_time >= ENDLESS_SECONDS && PBlock.limits.max_depth >= MAX_DEPTH &&
-            PBlock.limits.node_limit == 0);
+           (PBlock.time.target_time >= ENDLESS_SECONDS && deep && PBlock.limits.node_limit == 0);
 }
 
 void RefuseSearch(const char* why) {
@@ -68,14 +70,18 @@ bool BookMoveFound() {
     return PBlock.result.SnapshotMove() != NO_MOVE;
 }
 
+// Of a request that names its limits.
+void SetLimits(const SearchRequest& request) {
+    if (request.kind != SEARCH_ANALYSE) { return; }
+    PBlock.time.SetTimePerMove(ENDLESS_SECONDS);
+    PBlock.limits.max_depth = request.max_depth;
+}
+
 // Requires that no search runs.
 void AcceptRequest(const SearchRequest& request) {
     assert(PBlock.control.search_state == SEARCH_IDLE);
-    if (request.kind == SEARCH_ANALYSE) {
-        PBlock.time.SetTimePerMove(ENDLESS_SECONDS);
-        PBlock.limits.max_depth = request.max_depth;
-        if (PBlock.options.hash_mode <= 1) { ClearTTable(); }
-    }
+    SetLimits(request);
+    if (request.kind == SEARCH_ANALYSE && PBlock.options.hash_mode <= 1) { ClearTTable(); }
     if (request.selfplay) { PBlock.control.selfplay = 1; }
     PBlock.control.start_request = request.kind;
 }
@@ -233,10 +239,18 @@ void FinishSearch() {
     if (PBlock.control.search_state != SEARCH_IDLE) { ReportSearch(cut_short); }
 }
 
+void AbandonSearch() {
+    PBlock.control.stop = STOP_ABANDON;
+    if (BusyThreads() == 0) { return; }
+    WaitUntilIdle();
+    GetElapsedTime(0);
+}
+
 void RequestSearch(const SearchRequest& request) {
     assert(request.kind == SEARCH_THINK || request.kind == SEARCH_ANALYSE);
     assert(request.max_depth >= 0 && request.max_depth <= MAX_DEPTH);
     if (PBlock.control.search_state != SEARCH_IDLE || PBlock.control.start_request != SEARCH_IDLE) {
+        SetLimits(request);
         loop.waiting_requests.push_back(request);
     } else {
         AcceptRequest(request);

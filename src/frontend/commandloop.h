@@ -9,6 +9,10 @@ void CommandLoop();
 // Stops a running search, waits for its threads and reports it. Nothing when idle.
 void FinishSearch();
 
+// Stops a running search and waits for its threads; the loop reports it after what the command that
+// ended it has to say.
+void AbandonSearch();
+
 // A search that a console command asks for. An analysis has no time limit, a depth limit of its
 // own, and clears a table that is not kept from search to search.
 struct SearchRequest {
@@ -18,7 +22,7 @@ struct SearchRequest {
 };
 
 // Starts it with the next pass of the loop, or, in the order of the requests, when the searches
-// before it have ended.
+// before it have ended. The limits that it names hold at once, for the search that runs too.
 void RequestSearch(const SearchRequest& request);
 // Forgets the requests that have not begun.
 void DropWaitingRequests();

@@ -24,6 +24,8 @@
 namespace {
 
 constexpr const char* SAVED_GAMES = "tmp.pgn";
+constexpr const char* TEST_POSITIONS = "test.epd";
+constexpr const char* NO_SUCH_FILE = "there is no such file";
 constexpr std::size_t COPIED_AT_ONCE = 4096;  // bytes
 constexpr std::size_t EPD_LINE_SHOWN = 254;   // characters of a line of "test.epd" that are printed
 constexpr std::size_t EPD_LINE_WITH_BOARD = 9;  // a shorter one is no position
@@ -158,8 +160,8 @@ void LoadCommand(const Command& c) {
         CloseLines(&reader);
         EndGameRecord();
         ShowBoard(game_position);
-    } else if (why != nullptr) {
-        ShowError("%s: %s\n", path, why);
+    } else {
+        ShowError("%s: %s\n", path, why != nullptr ? why : NO_SUCH_FILE);
     }
     PBlock.time.ResetClocks();
 }
@@ -190,18 +192,19 @@ void GetCommand(const Command& c) {
     LeaveGame();
     LineReader reader;
     const char* why;
-    if (!OpenLines(&reader, OpenRegularFile("test.epd", &why))) { return; }
+    if (!OpenLines(&reader, OpenRegularFile(TEST_POSITIONS, &why))) {
+        ShowError("%s: %s\n", TEST_POSITIONS, why != nullptr ? why : NO_SUCH_FILE);
+        return;
+    }
     const std::string line = FindEpdLine(&reader, c.word[1]);
     CloseLines(&reader);
     ShowMessage(line.c_str());
     if (line.size() >= EPD_LINE_WITH_BOARD) { NewGamePosition(line.c_str()); }
-    FinishSearch();
     ClearTTable();
     ShowBoard(game_position);
 }
 
 void BookCommand(const Command&) {
-    if (!PositionIsPlayable()) { return; }
     const RecordKeeper keep;
     ChooseBookMove(game_position, 1);
     ShowMessage("");

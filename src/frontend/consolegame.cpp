@@ -15,6 +15,7 @@
 #include "frontend/input.h"
 #include "frontend/output.h"
 #include "frontend/report.h"
+#include "search/threads.h"
 
 // ---- the game record ----
 
@@ -91,7 +92,14 @@ void FenCommand(const Command& c) {
     ShowBoard(game_position);
 }
 
-void BoardCommand(const Command&) { ShowPosition(); }
+// The evaluation would need the record of a thread that searches.
+void BoardCommand(const Command&) {
+    if (BusyThreads() > 0) {
+        ShowBoard(game_position);
+    } else {
+        ShowPosition();
+    }
+}
 
 void UndoCommand(const Command&) {
     LeaveGame();
@@ -128,7 +136,6 @@ void EnterMove(const std::string& typed) {
     Move m;
     if (!IsValidMove(typed, &m)) { return; }
     LeaveGame();
-    FinishSearch();
     ShowMessageF("%d. move %s", MoveNumber(), typed.c_str());
     PlayNewMove(m);
     ShowPosition();
@@ -223,7 +230,6 @@ void FinishEdit() {
 
 void EditCommand(const Command&) {
     LeaveGame();
-    FinishSearch();
     for (const char* help : edit_help) { ShowMessage(help); }
     char line[EDIT_LINE_SIZE];
     while (ReadInputLine(line, sizeof line) && line[0] != '.') { EditLine(line); }

@@ -27,12 +27,6 @@
 
 // ---- the running search ----
 
-namespace {
-
-void AbandonSearch() { PBlock.control.stop = STOP_ABANDON; }
-
-}  // namespace
-
 void LeaveGame() {
     EndSelfPlay();
     AbandonSearch();
@@ -65,7 +59,7 @@ void ForceCommand(const Command&) {
 }
 
 void QuitCommand(const Command&) {
-    AbandonSearch();
+    PBlock.control.stop = STOP_ABANDON;
     PBlock.control.quit = 1;
 }
 
@@ -86,7 +80,7 @@ void AnalyseCommand(const Command&) {
     RequestSearch({.kind = SEARCH_ANALYSE, .max_depth = MAX_DEPTH});
 }
 
-void StopCommand(const Command&) { AbandonSearch(); }
+void StopCommand(const Command&) { PBlock.control.stop = STOP_ABANDON; }
 
 void ThinkCommand(const Command&) {
     if (!PositionIsPlayable()) { return; }
@@ -177,7 +171,7 @@ constexpr SelectivitySwitch selectivity_switches[] = {
 }  // namespace
 
 void SetCommand(const Command& c) {
-    FinishSearch();
+    AbandonSearch();
     const std::string& name = c.word[1];
     for (const SelectivitySwitch& s : selectivity_switches) {
         if (name != s.name) { continue; }
@@ -301,11 +295,25 @@ void LineCommand(const Command&) {
     while (made-- > 0) { UnmakeMove(pos); }
 }
 
+namespace {
+
+// A search that runs is left alone: it does not use the record of the game position.
+void PreparePerft() {
+    if (PBlock.control.search_state == SEARCH_IDLE) {
+        const OwnSearch own;
+        InitSearch();
+    } else {
+        ShowSearchStart();
+        ThreadData[0]->nodes = 0;
+    }
+}
+
+}  // namespace
+
 void PerftCommand(const Command& c) {
     if (!PositionIsPlayable()) { return; }
-    const OwnSearch own;
     const RecordKeeper keep;
-    InitSearch();
+    PreparePerft();
     ThreadBlock* tb = ThreadData[0];
     const double start = MonotonicSeconds();
     const bool complete = Perft(tb, WholeNumber(c.word[1].c_str(), 0, MAX_PERFT_DEPTH));
@@ -321,7 +329,6 @@ void PerftCommand(const Command& c) {
 }
 
 void SwapCommand(const Command&) {
-    if (!PositionIsPlayable()) { return; }
     Position* pos = game_position;
     Bitboard pieces = Occupied(pos);
     while (pieces != 0) {

@@ -179,7 +179,7 @@ void EpdRun::ShowSummary() const {
 }
 
 void EpdRun::EndUnsolvedFile(bool broken_off, bool unreadable) {
-    const char* suite = PBlock.tool.epd_file;
+    const char* suite = PBlock.tool.epd_file.c_str();
     if (unreadable) {
         ShowError("cannot read %s to its end\n", suite);
         PBlock.tool.failed = true;
@@ -211,7 +211,7 @@ int ExpectedMove(const std::string& text) {
 
 double Analyze_EPD_File(int show) {
     LineReader reader;
-    if (!OpenLines(&reader, PBlock.tool.epd_file)) { return UNREADABLE_FILE; }
+    if (!OpenLines(&reader, PBlock.tool.epd_file.c_str())) { return UNREADABLE_FILE; }
     EpdRun run(show, PBlock.limits.max_depth);
     if (!run.OpenUnsolved()) {
         CloseLines(&reader);
@@ -220,7 +220,7 @@ double Analyze_EPD_File(int show) {
     }
     const KeepOptions kept;
     InitEval();
-    if (show) { ShowMessageF("Analyzing %s...", PBlock.tool.epd_file); }
+    if (show) { ShowMessageF("Analyzing %s...", PBlock.tool.epd_file.c_str()); }
     if (PBlock.limits.max_depth < TABLE_DEPTH) { PBlock.options.hash_mode = 0; }
     std::string line;
     EpdRecord record;

@@ -2,6 +2,7 @@
 // is 0, or 1 when the start-up failed, a tool could not do its work, or the output could not be
 // written.
 #include <cstdio>
+#include <string>
 
 #include "book/book.h"
 #include "frontend/benchmark.h"
@@ -23,10 +24,10 @@ namespace {
 constexpr double TOOL_NOISE_SECONDS = 1000.0;  // no search of a tool runs as long
 
 // Tells the user on standard error, so that standard output stays what the tool itself writes.
-bool Readable(const char* path) {
-    std::FILE* file = std::fopen(path, "rb");
+bool Readable(const std::string& path) {
+    std::FILE* file = std::fopen(path.c_str(), "rb");
     if (file == nullptr) {
-        ShowError("cannot read %s\n", path);
+        ShowError("cannot read %s\n", path.c_str());
         PBlock.tool.failed = true;
         return false;
     }
@@ -42,7 +43,7 @@ void RunChosenMode(const StartOptions& options) {
             break;
         case RunMode::PgnScan:
             if (Readable(options.scan_file)) {
-                Scan_PGN_File(options.scan_file, options.scan_mode);
+                Scan_PGN_File(options.scan_file.c_str(), options.scan_mode);
             }
             break;
         case RunMode::Match:

@@ -187,7 +187,7 @@ const char* WhyKept(const char* path) {
 }
 
 [[nodiscard]] bool OpenMatchFile(OutFile* out) {
-    const char* path = PBlock.tool.match_file;
+    const char* path = PBlock.tool.match_file.c_str();
     const char* why = WhyKept(path);
     if (why == nullptr && out->CreateGrowing(path)) { return true; }
     if (why == HOLDS_NO_GAMES) {

@@ -11,6 +11,7 @@
 #include <filesystem>
 #include <mutex>
 #include <string>
+#include <utility>
 
 #include "frontend/pblock.h"
 #include "platform/infile.h"
@@ -23,6 +24,9 @@ std::mutex write_mutex;        // held for one line on standard output, the log 
 FILE* fdlog = nullptr;         // under write_mutex
 PathLock log_lock;             // of the open log; another engine leaves it alone
 bool status_is_shown = false;  // under write_mutex
+// Under write_mutex: between OpenLog and BeginLog nobody knows yet whether there shall be a log.
+bool log_waits = false;
+std::string waiting_lines;
 
 void EraseStatus() {
     if (!status_is_shown) { return; }
@@ -34,6 +38,10 @@ void EraseStatus() {
 // on.
 void WriteToLog(const std::string& line) {
     if (!PBlock.options.log || fdlog == nullptr) { return; }
+    if (log_waits) {
+        waiting_lines += line;
+        return;
+    }
     errno = 0;
     const std::size_t written = std::fwrite(line.data(), 1, line.size(), fdlog);
     if (written == line.size() && std::fflush(fdlog) == 0) { return; }
@@ -102,9 +110,17 @@ void OpenLog() {
     }
     const std::lock_guard<std::mutex> guard(write_mutex);
     fdlog = file;
+    log_waits = true;
+}
+
+void BeginLog() {
+    const std::lock_guard<std::mutex> guard(write_mutex);
+    log_waits = false;
+    if (!waiting_lines.empty()) { WriteToLog(std::exchange(waiting_lines, "")); }
 }
 
 void CloseLog() {
+    BeginLog();  // what a start-up says that fails
     const std::lock_guard<std::mutex> guard(write_mutex);
     if (fdlog != nullptr) { std::fclose(fdlog); }
     fdlog = nullptr;

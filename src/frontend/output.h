@@ -7,8 +7,9 @@
 inline constexpr const char* LOG_FILE_NAME = "vesk.log";
 
 // Opens the log file anew; when the old one cannot be deleted prints "log file in use" and runs
-// without one.
+// without one. What is said until BeginLog reaches the log only then, if it is still on.
 void OpenLog();
+void BeginLog();
 void CloseLog();
 
 // Writes the text and a line feed to standard output, and to the log when it is on.

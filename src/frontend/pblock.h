@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <iterator>
 #include <mutex>
+#include <string>
 
 #include "board/types.h"
 #include "platform/atomics.h"
@@ -17,7 +18,6 @@ inline constexpr int MAX_THREADS = 64;
 inline constexpr int MAX_DEPTH = 66;
 inline constexpr int MAX_HASH_MB = 8192;
 inline constexpr int MAX_MULTIPV = 20;
-inline constexpr int FILE_NAME_SIZE = 140;
 inline constexpr double NOISE_NEVER =
     9999.0;  // value of `noise` that suppresses search information
 
@@ -66,13 +66,14 @@ struct Options {
     u16 debug = 0;
     Relaxed<u16> multipv = 1;  // 1..20
     Relaxed<u16> protocol = PROTOCOL_UCI;
-    int uci_extra = 0;       // information lines carry the thread number
-    SearchLimits go_limits;  // of the command line: every UCI "go" starts from them
+    int uci_extra = 0;        // information lines carry the thread number
+    SearchLimits go_limits;   // of the command line: every UCI "go" starts from them
+    double go_seconds = 5.0;  // likewise: time of a move whose "go" names no limit
     // What the processor has, 0 or 1. The build chooses the instructions; this is for the developer
     // who wonders about a node rate.
     u8 has_popcnt = 0;
     u8 has_bmi = 0;
-    char book_file[FILE_NAME_SIZE] = "vesk.opn";
+    std::string book_file = "vesk.opn";  // empty: no book
 };
 
 // Time control. Written by the front end; `elapsed` by its clock only.
@@ -130,8 +131,9 @@ inline constexpr int NO_MOVE_READ = -1;  // value of `expected_move`: the line n
 
 // What a tool works on and how. Front-end thread only.
 struct ToolState {
-    char epd_file[FILE_NAME_SIZE] = "";
-    char match_file[FILE_NAME_SIZE] = "";
+    std::string epd_file;
+    std::string match_file;
+    std::string tune_word;             // what came after "-tune"; the tuner itself needs no word
     int expected_move = NO_MOVE_READ;  // of an EPD run: 0 unusable
     int profile = 0;                   // 1 under "-pbench"
     bool failed = false;  // the tool could not do its work: the program ends with status 1

@@ -66,6 +66,7 @@ int StartUp(int argc, char** argv, StartOptions* options) {
     InitPersonality(PARAMETER_FILE);
     PBlock.options.protocol = PROTOCOL_UCI;
     ReadCommandLine(argc, argv, options);
+    BeginLog();
     if (options->mode == RunMode::Nothing) { return 0; }
     if (FitHashToMemory()) {
         ShowError("memory for a hash table of %dM only\n", PBlock.options.hash_mb);

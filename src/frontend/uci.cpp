@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 #include <optional>
 #include <string>
 
@@ -50,15 +51,15 @@ void SetOptionCommand(const char* rest) {
 
 // --- position ---
 
-// The move of a word such as "e7e8q", NO_MOVE when it is not one.
+// The move of a word such as "e7e8q", NO_MOVE when it names no squares. What comes after them and
+// is no piece ("e2e4+") adds nothing.
 Move MoveOfWord(const std::string& word) {
     constexpr std::size_t SQUARES_SIZE = 4;
-    if (word.size() != SQUARES_SIZE && word.size() != SQUARES_SIZE + 1) { return NO_MOVE; }
+    if (word.size() < SQUARES_SIZE) { return NO_MOVE; }
     const int from = SquareOfText(word);
     const int to = SquareOfText(std::string_view(word).substr(2));
     if (from == NO_SQUARE || to == NO_SQUARE) { return NO_MOVE; }
-    if (word.size() == SQUARES_SIZE) { return MakeMoveWord(from, to); }
-    switch (word[SQUARES_SIZE]) {
+    switch (word.size() > SQUARES_SIZE ? word[SQUARES_SIZE] : ' ') {
         case 'q':
             return MakeMoveWord(from, to, PROMOTE_QUEEN);
         case 'n':
@@ -68,7 +69,7 @@ Move MoveOfWord(const std::string& word) {
         case 'r':
             return MakeMoveWord(from, to, PROMOTE_ROOK);
         default:
-            return NO_MOVE;
+            return MakeMoveWord(from, to);
     }
 }
 
@@ -108,6 +109,33 @@ void PlayMoves(const char* text) {
     return true;
 }
 
+// --- what a "go" starts from ---
+
+// The value of a keyword; nothing when the text does not hold it.
+std::optional<std::string> KeywordValue(const char* text, const char* keyword) {
+    const char* found = std::strstr(text, keyword);
+    if (found == nullptr) { return std::nullopt; }
+    return GetWord(found + std::strlen(keyword));
+}
+
+bool NamesAnyOf(const char* text, std::initializer_list<const char*> keywords) {
+    return std::any_of(keywords.begin(), keywords.end(),
+                       [text](const char* k) { return std::strstr(text, k) != nullptr; });
+}
+
+// Nothing of an earlier "go" is left: a clock starts without increment and moves to go, and without
+// any limit the time of the command line holds.
+void ForgetLimits(const char* rest) {
+    PBlock.limits.max_depth = PBlock.options.go_limits.max_depth;
+    PBlock.limits.node_limit = PBlock.options.go_limits.node_limit;
+    PBlock.time.moves_per_control = 0;
+    PBlock.time.increment = 0.0;
+    const bool clock = NamesAnyOf(rest, {"wtime", "btime", "winc", "binc", "movestogo"});
+    if (!clock && !NamesAnyOf(rest, {"depth", "nodes", "movetime", "infinite"})) {
+        PBlock.time.SetTimePerMove(PBlock.options.go_seconds);
+    }
+}
+
 // --- other commands ---
 
 void IdentifyCommand() {
@@ -139,9 +167,7 @@ void NewGameCommand() {
 void GoCommand(const char* rest) {
     FinishSearch();
     PBlock.control.stop = STOP_ABANDON;
-    PBlock.time.moves_per_control = 0;
-    PBlock.limits.max_depth = PBlock.options.go_limits.max_depth;
-    PBlock.limits.node_limit = PBlock.options.go_limits.node_limit;
+    ForgetLimits(rest);
     PBlock.control.infinite = std::strstr(rest, "infinite") != nullptr;
     PBlock.control.start_request =
         std::strstr(rest, "ponder") != nullptr ? SEARCH_PONDER : SEARCH_THINK;
@@ -157,13 +183,6 @@ void StopCommand() {
 }
 
 // --- search limits ---
-
-// The value of a keyword; nothing when the text does not hold it.
-std::optional<std::string> KeywordValue(const char* text, const char* keyword) {
-    const char* found = std::strstr(text, keyword);
-    if (found == nullptr) { return std::nullopt; }
-    return GetWord(found + std::strlen(keyword));
-}
 
 double NotNegative(double value) { return std::max(value, 0.0); }
 

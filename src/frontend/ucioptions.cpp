@@ -73,11 +73,12 @@ struct UciOption {
     void (*set)(int value);
     bool confirmed;                 // by the usual line
     bool true_in_the_word = false;  // a switch that is on also when "true" is a part of the value
+    bool number_only = false;       // a value that is no number changes nothing
 };
 
 // clang-format off
 constexpr UciOption uci_options[] = {
-    {"Hash", OptionType::Spin, 64, 0, MAX_HASH_MB, SetHashSize, false},
+    {"Hash", OptionType::Spin, 64, 0, MAX_HASH_MB, SetHashSize, false, false, true},
     {"Threads", OptionType::Spin, 1, 1, MAX_THREADS, SetThreads, true},
     {"Ponder", OptionType::Check, 1, 0, 1, SetPonder, false},
     {"MultiPV", OptionType::Spin, 1, 1, MAX_MULTIPV, SetMultiPv, true},
@@ -87,6 +88,11 @@ constexpr UciOption uci_options[] = {
     {"Log", OptionType::Check, 0, 0, 1, SetLog, true, true},
 };
 // clang-format on
+
+bool StartsWithNumber(const std::string& text) {
+    const std::size_t sign = text.starts_with('-') || text.starts_with('+') ? 1 : 0;
+    return text.size() > sign && text[sign] >= '0' && text[sign] <= '9';
+}
 
 int ValueOfText(const UciOption& o, const std::string& text) {
     if (o.type == OptionType::Spin) { return WholeNumber(text.c_str(), o.low, o.high); }
@@ -117,6 +123,10 @@ void SetUciOption(const std::string& name, const std::string& value) {
     const auto* o = std::find_if(std::begin(uci_options), std::end(uci_options),
                                  [&name](const UciOption& row) { return name == row.name; });
     if (o == std::end(uci_options)) { return; }
+    if (o->number_only && !StartsWithNumber(value)) {
+        ShowMessageF("info string %s is unchanged: \"%s\" is no number", o->name, value.c_str());
+        return;
+    }
     const int number = ValueOfText(*o, value);
     o->set(number);
     if (o->confirmed) { ShowMessageF("info string %s set to %d", o->name, number); }

@@ -66,6 +66,10 @@ inline void CopyLine(Move* to, const Move* line, int from) {
     }
 }
 
+// Tells the user what a search begins with: the position, the clock, the target time. InitSearch
+// does so; for a tool that must leave the running search alone.
+void ShowSearchStart();
+
 // Runs a whole search for one slot on the calling thread: deepens until `max_depth`, a mate inside
 // the horizon, or `stop`. The record of the slot holds score, line and counters afterwards; those
 // of slots 0 and 1 are published in PBlock.result as they come, and their end sets `stop`. At

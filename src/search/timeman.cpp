@@ -153,24 +153,6 @@ void ResetProgress() {
     std::fill(std::begin(PBlock.progress.ncnt), std::end(PBlock.progress.ncnt), 0);
 }
 
-void ShowSearchStart(const Position* pos) {
-    if (PBlock.options.noise >= NOISE_NEVER) { return; }
-    char epd[EPD_FIELDS_SIZE];
-    MakeEPD(pos, epd);
-    char text[EPD_FIELDS_SIZE + LONGEST_START_TEXT];
-    if (PBlock.options.protocol == PROTOCOL_UCI) {
-        std::snprintf(text, sizeof text, "info string fen %s", epd);
-        LogMessage(text);
-        std::snprintf(text, sizeof text, "info string ply= %d, trg_time= %0.3f sec",
-                      pos->hist_count, PBlock.time.target_time);
-        LogMessage(text);
-        return;
-    }
-    ShowMessageF("fen %s", epd);
-    ShowMessageF("Ply= %d, Clock= %0.2fs  Target time= %0.2fs", pos->hist_count,
-                 PBlock.time.clock[pos->side], PBlock.time.target_time);
-}
-
 }  // namespace
 
 void GetElapsedTime(int start) {
@@ -201,6 +183,25 @@ void SetTargetTime(int side, int hist_count) {
     PBlock.time.target_time = target;
 }
 
+void ShowSearchStart() {
+    const Position* pos = game_position;
+    if (PBlock.options.noise >= NOISE_NEVER) { return; }
+    char epd[EPD_FIELDS_SIZE];
+    MakeEPD(pos, epd);
+    char text[EPD_FIELDS_SIZE + LONGEST_START_TEXT];
+    if (PBlock.options.protocol == PROTOCOL_UCI) {
+        std::snprintf(text, sizeof text, "info string fen %s", epd);
+        LogMessage(text);
+        std::snprintf(text, sizeof text, "info string ply= %d, trg_time= %0.3f sec",
+                      pos->hist_count, PBlock.time.target_time);
+        LogMessage(text);
+        return;
+    }
+    ShowMessageF("fen %s", epd);
+    ShowMessageF("Ply= %d, Clock= %0.2fs  Target time= %0.2fs", pos->hist_count,
+                 PBlock.time.clock[pos->side], PBlock.time.target_time);
+}
+
 void InitSearch() {
     const Position* pos = game_position;
     ResetProgress();
@@ -211,7 +212,7 @@ void InitSearch() {
     PBlock.control.search_state = PBlock.control.start_request;
     SetTargetTime(pos->side, pos->hist_count);
     CopyGamePosition();
-    ShowSearchStart(pos);
+    ShowSearchStart();
 }
 
 void SearchTimeout() {

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 
 #include "eval/personality.h"
 #include "eval/weights.h"
@@ -60,6 +59,11 @@ struct Tuner {
     // Called between passes; nullptr: nothing but an interrupt ends the tuning.
     void (*look)() = nullptr;
 
+    // Without positions every error is 1.
+    void WarnWithoutPositions() const {
+        if (!meter.HasPositions()) { ShowError("cannot read %s\n", POSITIONS_NAME); }
+    }
+
     // Asked after a pass.
     bool EndIsWanted() const {
         if (look != nullptr) { look(); }
@@ -102,7 +106,7 @@ void TuneWeight(Tuner* tuner, const Weight& weight, int range) {
 // These outlive the run.
 void SetTuningFields() {
     PBlock.limits.max_depth = 0;
-    std::strcpy(PBlock.tool.epd_file, POSITIONS_NAME);
+    PBlock.tool.epd_file = POSITIONS_NAME;
     PBlock.options.noise = NOISE_NEVER;
 }
 
@@ -114,6 +118,7 @@ void TuneCommand(const char* name, const char* range) {
     PrintDirect("tuning %s\n", name);
     if (const Weight* weight = FindTuningWord(name); weight != nullptr) {
         Tuner tuner;
+        tuner.WarnWithoutPositions();
         const long value = std::strtol(range, nullptr, DECIMAL);
         const long limited = std::clamp(value, -long{MAX_RANGE}, long{MAX_RANGE});
         TuneWeight(&tuner, *weight, static_cast<int>(limited));
@@ -121,29 +126,31 @@ void TuneCommand(const char* name, const char* range) {
     PrintDirect("done!\n");
 }
 
+namespace {
+
+void TuneAllWeights(Tuner* tuner) {
+    for (const Weight& weight : AllWeights()) {
+        if (weight.tuning_range == 0 || !tuner->log->Fault().empty()) { continue; }
+        if (EndWanted() || PBlock.control.quit != 0) { break; }
+        TuneWeight(tuner, weight, weight.tuning_range);
+    }
+}
+
+}  // namespace
+
 void RunTuneSchedule(void (*look)()) {
+    SetTuningFields();
+    Tuner tuner;
     OutFile log;
-    if (!log.CreateGrowing(LOG_NAME)) {
-        ShowMessage(log.Fault().c_str());
+    tuner.log = &log;
+    tuner.look = look;
+    tuner.WarnWithoutPositions();
+    if (!tuner.meter.HasPositions()) {
         PBlock.tool.failed = true;
         return;
     }
-    SetTuningFields();
-    {
-        Tuner tuner;
-        tuner.log = &log;
-        tuner.look = look;
-        if (!tuner.meter.HasPositions()) {
-            ShowError("cannot read %s\n", POSITIONS_NAME);
-            PBlock.tool.failed = true;
-        }
-        for (const Weight& weight : AllWeights()) {
-            if (weight.tuning_range == 0 || !log.Fault().empty()) { continue; }
-            if (EndWanted() || PBlock.control.quit != 0) { break; }
-            TuneWeight(&tuner, weight, weight.tuning_range);
-        }
-    }
-    if (!log.Commit()) {
+    if (log.CreateGrowing(LOG_NAME)) { TuneAllWeights(&tuner); }
+    if (!log.Fault().empty() || !log.Commit()) {
         ShowMessage(log.Fault().c_str());
         PBlock.tool.failed = true;
     }

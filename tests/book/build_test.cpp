@@ -31,7 +31,7 @@ protected:
 TEST_F(BookBuildTest, ACollectionGivesItsBook) {
     EXPECT_EQ(Build(collection_), "..\nmerging...\npruning...\ndone\n");
     EXPECT_EQ(FileContent("book.opn"), FileContent(DataFile("dortmund.opn")));
-    EXPECT_STREQ(PBlock.options.book_file, "");
+    EXPECT_EQ(PBlock.options.book_file, "");
     EXPECT_EQ(game_position->hist_count, 0);
     EXPECT_EQ(std::distance(fs::directory_iterator("."), fs::directory_iterator()), 2);
 }

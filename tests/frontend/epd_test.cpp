@@ -25,15 +25,15 @@ TEST(EpdRun, EndsAtQuitAndWithoutItsFile) {
     ResetEngine();
     const ScratchFolder folder;
     PBlock.limits.max_depth = 1;
-    std::snprintf(PBlock.tool.epd_file, FILE_NAME_SIZE, "missing.epd");
+    PBlock.tool.epd_file = "missing.epd";
     EXPECT_EQ(Analyze_EPD_File(0), 1.0) << "the greatest error";
     const std::string suite = DataFile("bratko-kopec.epd");
-    std::snprintf(PBlock.tool.epd_file, FILE_NAME_SIZE, "%s", suite.c_str());
+    PBlock.tool.epd_file = suite;
     FeedInput("quit\n", 5);
     Analyze_EPD_File(0);
     EXPECT_EQ(SplitLines(FileContent("unsolved.epd")).size(), 15u) << "heard after 16 positions";
     std::ofstream("unsolved.epd") << FileContent(suite);
-    std::snprintf(PBlock.tool.epd_file, FILE_NAME_SIZE, "./unsolved.epd");
+    PBlock.tool.epd_file = "./unsolved.epd";
     PBlock.control.quit = 1;
     Analyze_EPD_File(0);
     EXPECT_EQ(FileContent("unsolved.epd"), FileContent(suite)) << "its own input, not read";

@@ -24,7 +24,7 @@ TEST_F(ErrorMeterTest, TheErrorIsThatOfTheEpdAnalysisWhateverTheWeightsAndLimits
         for (const auto& row : ReadTable("positions.tsv")) { file << row[0] << "\r\n"; }
     }
     file.close();
-    std::strcpy(PBlock.tool.epd_file, "tune.epd");
+    PBlock.tool.epd_file = "tune.epd";
     PBlock.limits.max_depth = 0;
     for (const u64 node_limit : {u64{0}, u64{5}}) {  // with one the calling thread does it alone
         PBlock.limits.node_limit = node_limit;

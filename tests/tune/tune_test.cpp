@@ -34,7 +34,7 @@ TEST_F(Tuner, TheSearchTakesItsPathAndLeavesTheWeights) {
     EXPECT_EQ(PBlock.limits.max_depth, 0);
     EXPECT_EQ(PBlock.options.noise, NOISE_NEVER);
     EXPECT_EQ(PBlock.options.hash_mode, 2);
-    EXPECT_STREQ(PBlock.tool.epd_file, "tune.epd");
+    EXPECT_EQ(PBlock.tool.epd_file, "tune.epd");
 }
 
 // Each weight is searched from its default within its range, in a fixed order, and logged.
