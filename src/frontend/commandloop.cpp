@@ -34,6 +34,7 @@ struct LoopState {
     u64 searched_key = 0;
     int searched_hist_count = 0;
     bool searched_for_selfplay = false;  // the move found is to be played
+    bool user_waits = false;             // nothing typed is heard before all searches have ended
     // After the search that runs, in this order.
     std::deque<SearchRequest> waiting_requests;
 };
@@ -77,6 +78,18 @@ void SetLimits(const SearchRequest& request) {
     PBlock.limits.max_depth = request.max_depth;
 }
 
+bool RequestsWait() { return !loop.waiting_requests.empty(); }
+
+bool NothingToSearch() {
+    return PBlock.control.search_state == SEARCH_IDLE &&
+           PBlock.control.start_request == SEARCH_IDLE && !RequestsWait();
+}
+
+void SetUserWaits(bool waits) {
+    loop.user_waits = waits;
+    HoldInput(waits);
+}
+
 // Requires that no search runs.
 void AcceptRequest(const SearchRequest& request) {
     assert(PBlock.control.search_state == SEARCH_IDLE);
@@ -85,8 +98,6 @@ void AcceptRequest(const SearchRequest& request) {
     if (request.selfplay) { PBlock.control.selfplay = 1; }
     PBlock.control.start_request = request.kind;
 }
-
-bool RequestsWait() { return !loop.waiting_requests.empty(); }
 
 void BeginSearch() {
     const char* why = WhyUnplayable(game_position);
@@ -218,13 +229,19 @@ double LoopWait() {
     return InputEnded() || EndWanted() || TraceFailed() ? LONGEST_IDLE_WAIT : FOREVER;
 }
 
+bool SearchRuns() { return PBlock.control.search_state != SEARCH_IDLE; }
+
 // What would not end by itself is ended, and then the program.
 void HandleEndOfInput() {
-    if (PBlock.control.search_state != SEARCH_IDLE && SearchIsEndless()) { FinishSearch(); }
-    if (PBlock.control.search_state == SEARCH_IDLE && PBlock.control.start_request == SEARCH_IDLE &&
-        !RequestsWait()) {
-        PBlock.control.quit = 1;
-    }
+    if (SearchRuns() && SearchIsEndless()) { FinishSearch(); }
+    if (NothingToSearch()) { PBlock.control.quit = 1; }
+}
+
+// The user hears nothing before the end, and nobody can end an endless search after the end of
+// input.
+void GoOnWaiting() {
+    if (InputEnded() && SearchRuns() && SearchIsEndless()) { FinishSearch(); }
+    if (NothingToSearch()) { SetUserWaits(false); }
 }
 
 }  // namespace
@@ -257,6 +274,8 @@ void RequestSearch(const SearchRequest& request) {
     }
 }
 
+void WaitForSearches() { SetUserWaits(!NothingToSearch()); }
+
 void DropWaitingRequests() { loop.waiting_requests.clear(); }
 
 void EndSelfPlay() {
@@ -270,6 +289,7 @@ void CommandLoop() {
     if (!UciMode()) { ShowBoard(game_position); }
     PBlock.control.start_request = SEARCH_IDLE;
     DropWaitingRequests();
+    SetUserWaits(false);
     PBlock.control.quit = 0;
     while (!PBlock.control.quit) {
         if (PBlock.control.search_state == SEARCH_IDLE &&
@@ -278,7 +298,9 @@ void CommandLoop() {
             loop.waiting_requests.pop_front();
         }
         if (PBlock.control.start_request == SEARCH_IDLE) {
-            if (!InputPending()) { SleepExOrInput(LoopWait(), InputEnded()); }
+            if (loop.user_waits || !InputPending()) {
+                SleepExOrInput(LoopWait(), InputEnded() || HeldInputIsFull());
+            }
             SearchTimeout();
             UserInput();
         }
@@ -287,6 +309,7 @@ void CommandLoop() {
             BeginSearch();
         }
         if (PBlock.control.search_state != SEARCH_IDLE && SearchIsOver()) { ReportSearch(false); }
+        if (loop.user_waits) { GoOnWaiting(); }
         if (InputIsOver()) { HandleEndOfInput(); }
     }
 }

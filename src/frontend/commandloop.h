@@ -24,6 +24,8 @@ struct SearchRequest {
 // Starts it with the next pass of the loop, or, in the order of the requests, when the searches
 // before it have ended. The limits that it names hold at once, for the search that runs too.
 void RequestSearch(const SearchRequest& request);
+// From now on no line is handled but "." until nothing is searched and no request waits.
+void WaitForSearches();
 // Forgets the requests that have not begun.
 void DropWaitingRequests();
 // The self-play game that runs does not go on, one that waits does not begin.

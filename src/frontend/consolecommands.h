@@ -79,6 +79,7 @@ private:
 void GoCommand(const Command& c);
 void AnalyseCommand(const Command& c);
 void StopCommand(const Command& c);
+void WaitCommand(const Command& c);
 void ThinkCommand(const Command& c);
 void SelfPlayCommand(const Command& c);
 void ForceCommand(const Command& c);

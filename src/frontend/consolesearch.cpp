@@ -82,6 +82,8 @@ void AnalyseCommand(const Command&) {
 
 void StopCommand(const Command&) { PBlock.control.stop = STOP_ABANDON; }
 
+void WaitCommand(const Command&) { WaitForSearches(); }
+
 void ThinkCommand(const Command&) {
     if (!PositionIsPlayable()) { return; }
     EndSelfPlay();

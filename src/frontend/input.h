@@ -6,6 +6,11 @@
 // search and asks the running mode to end instead.
 void UserInput();
 
+// Holds all lines but "." back until the hold ends. Meanwhile the end of input is still looked for,
+// as far as the held lines leave room: when they are full nothing more is taken.
+void HoldInput(bool held);
+bool HeldInputIsFull();
+
 // True: a tool mode owns the game position from now on, and other lines than those four are
 // dropped.
 void SetToolInput(bool tool_mode_runs);
