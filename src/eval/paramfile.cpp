@@ -11,10 +11,13 @@
 #include "eval/personality.h"
 #include "eval/weights.h"
 #include "frontend/output.h"
+#include "frontend/pblock.h"
 #include "platform/infile.h"
 #include "platform/textlines.h"
 
 namespace {
+
+constexpr std::string_view STANDARD_KEY = "standard";  // not a weight
 
 constexpr std::size_t MAX_LINE = 254;   // characters of a line, without its end
 constexpr std::size_t MAX_TEXT = 79;    // of a setting without leading and trailing spaces
@@ -217,7 +220,10 @@ void ReadSetting(ParameterFile* file, PersonalityRecord* record) {
     }
     const std::string_view key = KeyOf(text);
     const Weight* weight = FindKey(key);
-    if (weight == nullptr) {
+    if (key == STANDARD_KEY) {
+        const bool on = After(text.substr(key.size()), " =").starts_with('1');
+        PBlock.options.conventions = on ? STANDARD_CONVENTIONS : CLASSIC_CONVENTIONS;
+    } else if (weight == nullptr) {
         ShowTabAfterKey(file, key);
     } else if (key.size() == text.size()) {
         ShowFault(file, "key without a value", text);
@@ -238,7 +244,7 @@ bool LoadConfigFile(const char* path, PersonalityRecord* record) {
         if (why != nullptr) { ShowError("%s: %s\n", path, why); }
         return false;
     }
-    if (!ReadingFailed(file.reader)) { ShowMessageF("loading parameters from %s\n", path); }
+    if (!ReadingFailed(file.reader)) { ShowRemark("loading parameters from %s\n", path); }
     while (NextLine(&file)) {
         if (!IsComment(&file)) { ReadSetting(&file, record); }
     }

@@ -29,6 +29,10 @@ void SayNothing(StartOptions*, const char*, int) {
     PBlock.options.noise = NOISE_NEVER;
 }
 
+void KeepToStandards(StartOptions*, const char*, int) {
+    PBlock.options.conventions = STANDARD_CONVENTIONS;
+}
+
 void ShowThreadNumbers(StartOptions*, const char*, int) { PBlock.options.uci_extra = 1; }
 
 void SetNoise(StartOptions*, const char* value, int) {
@@ -101,6 +105,7 @@ constexpr CommandLineOption command_line_options[] = {
     {"-c", OptionValue::None, SetProtocol, PROTOCOL_CONSOLE},
     {"-nolog", OptionValue::None, LogNothing},
     {"-quiet", OptionValue::None, SayNothing},
+    {"-standard", OptionValue::None, KeepToStandards},
     {"-uci_extra", OptionValue::None, ShowThreadNumbers},
     {"-noise", OptionValue::Number, SetNoise},
     {"-d", OptionValue::Number, SetDepth},

@@ -16,6 +16,7 @@
 #include "frontend/units.h"
 #include "platform/interrupt.h"
 #include "platform/sleep.h"
+#include "platform/words.h"
 #include "search/search.h"
 #include "search/searchinfo.h"
 #include "search/threads.h"
@@ -54,10 +55,12 @@ bool SearchIsEndless() {
            (PBlock.time.target_time >= ENDLESS_SECONDS && deep && PBlock.limits.node_limit == 0);
 }
 
+const char* NoMoveText() { return PBlock.options.conventions.null_is_0000 ? "0000" : "null"; }
+
 void RefuseSearch(const char* why) {
     if (UciMode()) {
         ShowMessageF("info string %s", why);
-        ShowMessage("bestmove null");
+        ShowMessageF("bestmove %s", NoMoveText());
     } else {
         ShowMessage(why);
     }
@@ -66,6 +69,7 @@ void RefuseSearch(const char* why) {
 }
 
 bool BookMoveFound() {
+    if (PBlock.options.analyse_mode || PBlock.root.wanted_count > 0) { return false; }
     if (!PBlock.options.own_book || game_position->hist_count > BOOK_MAX_PLY) { return false; }
     GetCandidates(game_position, 0);
     return PBlock.result.SnapshotMove() != NO_MOVE;
@@ -83,11 +87,6 @@ bool RequestsWait() { return !loop.waiting_requests.empty(); }
 bool NothingToSearch() {
     return PBlock.control.search_state == SEARCH_IDLE &&
            PBlock.control.start_request == SEARCH_IDLE && !RequestsWait();
-}
-
-void SetUserWaits(bool waits) {
-    loop.user_waits = waits;
-    HoldInput(waits);
 }
 
 // Requires that no search runs.
@@ -131,9 +130,12 @@ Move FirstLegalMove(Position* pos) {
 
 void ReportToGui() {
     ResultSnapshot result = PBlock.result.Snapshot();
-    if (result.pv[1] == NO_MOVE && PBlock.limits.max_depth == 0 &&
-        game_position->fifty <= FIFTY_MOVE_PLIES) {
-        result.pv[1] = FirstLegalMove(game_position);
+    const bool searched = game_position->fifty <= FIFTY_MOVE_PLIES && PBlock.limits.max_depth != 0;
+    const bool answered =
+        game_position->fifty <= FIFTY_MOVE_PLIES || PBlock.options.conventions.null_is_0000;
+    if (result.pv[1] == NO_MOVE && !searched && answered) {
+        const RootFacts& root = PBlock.root;
+        result.pv[1] = root.wanted_count > 0 ? root.wanted[0] : FirstLegalMove(game_position);
     }
     char best[MOVE_TEXT_SIZE];
     char reply[MOVE_TEXT_SIZE];
@@ -142,7 +144,7 @@ void ReportToGui() {
     if (result.pv[1] != NO_MOVE && result.pv[2] != NO_MOVE) {
         ShowMessageF("bestmove %s ponder %s", best, reply);
     } else {
-        ShowMessageF("bestmove %s", best);
+        ShowMessageF("bestmove %s", result.pv[1] != NO_MOVE ? best : NoMoveText());
     }
 }
 
@@ -237,11 +239,29 @@ void HandleEndOfInput() {
     if (NothingToSearch()) { PBlock.control.quit = 1; }
 }
 
+bool EndsNoWait(const std::string& line) { return line != "."; }
+
+bool BeginsAnother(const std::string& line) {
+    const std::string word = GetWord(line.c_str());
+    return word == "position" || word == "ucinewgame" || word == "go";
+}
+
+void HoldWhatMustWait() {
+    if (loop.user_waits) {
+        HoldInput(EndsNoWait);
+    } else if (PBlock.options.conventions.next_game_waits && UciMode() && SearchRuns() &&
+               !SearchIsEndless()) {
+        HoldInput(BeginsAnother);
+    } else {
+        HoldInput(nullptr);
+    }
+}
+
 // The user hears nothing before the end, and nobody can end an endless search after the end of
 // input.
 void GoOnWaiting() {
     if (InputEnded() && SearchRuns() && SearchIsEndless()) { FinishSearch(); }
-    if (NothingToSearch()) { SetUserWaits(false); }
+    if (NothingToSearch()) { loop.user_waits = false; }
 }
 
 }  // namespace
@@ -274,7 +294,7 @@ void RequestSearch(const SearchRequest& request) {
     }
 }
 
-void WaitForSearches() { SetUserWaits(!NothingToSearch()); }
+void WaitForSearches() { loop.user_waits = true; }
 
 void DropWaitingRequests() { loop.waiting_requests.clear(); }
 
@@ -289,7 +309,7 @@ void CommandLoop() {
     if (!UciMode()) { ShowBoard(game_position); }
     PBlock.control.start_request = SEARCH_IDLE;
     DropWaitingRequests();
-    SetUserWaits(false);
+    loop.user_waits = false;
     PBlock.control.quit = 0;
     while (!PBlock.control.quit) {
         if (PBlock.control.search_state == SEARCH_IDLE &&
@@ -298,7 +318,8 @@ void CommandLoop() {
             loop.waiting_requests.pop_front();
         }
         if (PBlock.control.start_request == SEARCH_IDLE) {
-            if (loop.user_waits || !InputPending()) {
+            HoldWhatMustWait();
+            if (NextLineIsHeld() || !InputPending()) {
                 SleepExOrInput(LoopWait(), InputEnded() || HeldInputIsFull());
             }
             SearchTimeout();

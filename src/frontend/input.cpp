@@ -35,7 +35,7 @@ struct InputReader {
     bool ended = false;       // the end of input was seen
     bool fed = false;         // bytes come from FeedInput only
     bool tool_mode = false;
-    bool held = false;  // only "." is handled
+    bool (*held)(const std::string& line) = nullptr;  // what may not be handled yet
 };
 InputReader reader;
 
@@ -105,18 +105,26 @@ void UserInput() {
         PBlock.control.quit = 1;
         return;
     }
-    if (!InputPending() || (reader.held && !HeldInputIsFull())) { ReadWhatArrived(); }
+    if (!InputPending() || (NextLineIsHeld() && !HeldInputIsFull())) { ReadWhatArrived(); }
     const std::size_t end = NextLineEnd();
     if (end == std::string::npos) { return; }
     const std::string line = LineUpTo(end);
-    if (reader.held && line != ".") { return; }
+    if (reader.held != nullptr && reader.held(line)) { return; }
     DropLine(end);
     if (!reader.tool_mode || IsHarmless(line)) { HandleLine(line); }
 }
 
-void HoldInput(bool held) { reader.held = held; }
+void HoldInput(bool (*held)(const std::string& line)) { reader.held = held; }
 
-bool HeldInputIsFull() { return reader.held && reader.bytes.size() - reader.start >= READ_SIZE; }
+bool NextLineIsHeld() {
+    if (reader.held == nullptr) { return false; }
+    const std::size_t end = NextLineEnd();
+    return end != std::string::npos && reader.held(LineUpTo(end));
+}
+
+bool HeldInputIsFull() {
+    return NextLineIsHeld() && reader.bytes.size() - reader.start >= READ_SIZE;
+}
 
 void SetToolInput(bool tool_mode_runs) { reader.tool_mode = tool_mode_runs; }
 

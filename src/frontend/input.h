@@ -1,14 +1,18 @@
 // What the user types: bytes from standard input, handed on as lines. Front-end thread only.
 #pragma once
 
+#include <string>
+
 // Takes what has arrived, without waiting, and handles at most one complete line. While a tool mode
 // runs, only "quit", "stop", "." and "isready" are handled. After an interrupt it abandons the
 // search and asks the running mode to end instead.
 void UserInput();
 
-// Holds all lines but "." back until the hold ends. Meanwhile the end of input is still looked for,
-// as far as the held lines leave room: when they are full nothing more is taken.
-void HoldInput(bool held);
+// From now on the lines of which `held` is true, and what comes after them, are not handled;
+// nullptr ends that. Meanwhile the end of input is still looked for, as far as the held lines leave
+// room: when they are full nothing more is taken.
+void HoldInput(bool (*held)(const std::string& line));
+bool NextLineIsHeld();
 bool HeldInputIsFull();
 
 // True: a tool mode owns the game position from now on, and other lines than those four are

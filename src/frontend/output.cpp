@@ -136,6 +136,17 @@ void ShowMessageF(const char* format, ...) {
     va_end(arguments);
 }
 
+void ShowRemark(const char* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    std::string text = FormatList(format, arguments);
+    va_end(arguments);
+    if (PBlock.options.conventions.marked_remarks && PBlock.options.protocol == PROTOCOL_UCI) {
+        text = "info string " + text.substr(0, text.find_last_not_of('\n') + 1);
+    }
+    WriteLine(text + '\n', true);
+}
+
 void LogMessage(const char* text) { WriteLine(std::string(text) + '\n', false); }
 
 void PrintDirect(const char* format, ...) {

@@ -16,6 +16,9 @@ void CloseLog();
 void ShowMessage(const char* text);
 // The same from a printf format.
 void ShowMessageF(const char* format, ...) __attribute__((format(printf, 1, 2)));
+// A remark of the engine that is no answer, as one line; marked as such where the protocol asks for
+// that.
+void ShowRemark(const char* format, ...) __attribute__((format(printf, 1, 2)));
 // Writes the text and a line feed to the log only, when it is on.
 void LogMessage(const char* text);
 // Writes a text as it stands (no line feed added) to standard output only; for listings that are

@@ -11,6 +11,7 @@
 #include <string>
 
 #include "board/types.h"
+#include "frontend/conventions.h"
 #include "platform/atomics.h"
 #include "platform/types.h"
 
@@ -48,6 +49,7 @@ inline constexpr int NO_COMPUTER = 2;  // value of `computer`: the engine plays 
 struct SearchLimits {
     Relaxed<i8> max_depth = MAX_DEPTH;  // plies, 0..66
     Relaxed<u64> node_limit = 0;        // nodes per thread, 0 = none
+    Relaxed<u8> mate_moves = 0;         // a mate in so many moves ends the search, 0 = none
 };
 
 // What the user chose, for the whole run. Written by the front end: those that are not Relaxed only
@@ -66,6 +68,8 @@ struct Options {
     u16 debug = 0;
     Relaxed<u16> multipv = 1;  // 1..20
     Relaxed<u16> protocol = PROTOCOL_UCI;
+    Conventions conventions;
+    u8 analyse_mode = 0;      // 1: the own book is not asked
     int uci_extra = 0;        // information lines carry the thread number
     SearchLimits go_limits;   // of the command line: every UCI "go" starts from them
     double go_seconds = 5.0;  // likewise: time of a move whose "go" names no limit
@@ -96,10 +100,15 @@ struct TimeControl {
     void ResetClocks() { clock[WHITE] = clock[BLACK] = base_time; }
 };
 
+inline constexpr int MAX_WANTED_MOVES = 256;
+
 // What the position at the root gives its search. Written by the front end before a search.
 struct RootFacts {
     i16 tt_age = 0;              // of the table's entries: plies of the game
     i16 draw_score[2] = {0, 0};  // by side, for that side to move
+    // The root moves to search, each legal; all of them while there is none here.
+    int wanted_count = 0;
+    Move wanted[MAX_WANTED_MOVES] = {};
 };
 
 // What runs and what shall run. Written by the front end; `stop` by the main search thread too.

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <span>
 
 #include "board/bitboards.h"
 #include "board/trace.h"
@@ -40,11 +41,11 @@ int Failed(const char* what, const char* why) {
 void SetTimerResolution() {
     TimerCaps caps;
     if (timeGetDevCaps(&caps) != 0) {
-        ShowMessage("error setting timer resolution\n");
+        ShowRemark("error setting timer resolution\n");
         return;
     }
     wTimerRes = std::min(std::max(caps.period_min_ms, WANTED_TIMER_PERIOD_MS), caps.period_max_ms);
-    if (timeBeginPeriod(wTimerRes) != 0) { ShowMessage("Error setting timer resolution"); }
+    if (timeBeginPeriod(wTimerRes) != 0) { ShowRemark("Error setting timer resolution"); }
 }
 
 }  // namespace
@@ -63,6 +64,14 @@ int StartUp(int argc, char** argv, StartOptions* options) {
     PBlock.Reset();
     PBlock.options.has_popcnt = has_popcnt;
     PBlock.options.has_bmi = has_bmi;
+    // Before the parameter file is told of; what the file says of it may be overruled.
+    const std::span<char*> words(argv, static_cast<std::size_t>(argc));
+    const auto said = [words](const char* option) {
+        return std::any_of(words.begin(), words.end(),
+                           [option](const char* w) { return std::strcmp(w, option) == 0; });
+    };
+    if (said("-standard")) { PBlock.options.conventions = STANDARD_CONVENTIONS; }
+    PBlock.options.protocol = said("-c") ? PROTOCOL_CONSOLE : PROTOCOL_UCI;
     InitPersonality(PARAMETER_FILE);
     PBlock.options.protocol = PROTOCOL_UCI;
     ReadCommandLine(argc, argv, options);
@@ -72,7 +81,7 @@ int StartUp(int argc, char** argv, StartOptions* options) {
         ShowError("memory for a hash table of %dM only\n", PBlock.options.hash_mb);
     }
     if (InitTTable() != 0) { return Failed("hash table", NO_MEMORY); }
-    if (InitBook() != 0) { ShowMessage("Not enough memory!"); }
+    if (InitBook() != 0) { ShowRemark("Not enough memory!"); }
     CreateAlert();  // without one the loop still wakes every few milliseconds
     if (const int error = CreateThreadPool(PBlock.options.threads)) {
         return Failed("search threads",

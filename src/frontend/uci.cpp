@@ -15,6 +15,7 @@
 #include "frontend/commandloop.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
+#include "frontend/standard.h"
 #include "frontend/ucioptions.h"
 #include "frontend/units.h"
 #include "platform/words.h"
@@ -45,7 +46,7 @@ void SetOptionCommand(const char* rest) {
     while (end > begin && end[-1] == ' ') { --end; }
     const std::string name(begin, std::max(begin, end));
     const std::string value =
-        value_word != nullptr ? GetWord(value_word + std::strlen("value")) : "";
+        value_word != nullptr ? AfterBlanks(value_word + std::strlen("value")) : "";
     SetUciOption(name, value);
 }
 
@@ -73,12 +74,26 @@ Move MoveOfWord(const std::string& word) {
     }
 }
 
+// The king's own move for one that has it take its rook, where that is another way to castle.
+Move CastlingByRook(Move m) {
+    const Position* pos = game_position;
+    const int from = MoveFrom(m);
+    const int to = MoveTo(m);
+    if (!PBlock.options.conventions.rook_castling || m == NO_MOVE ||
+        pos->board[from] != PieceCode(pos->side, KING) ||
+        pos->board[to] != PieceCode(pos->side, ROOK)) {
+        return m;
+    }
+    constexpr int CASTLING_STEP = 2;  // files
+    return MakeMoveWord(from, to > from ? from + CASTLING_STEP : from - CASTLING_STEP);
+}
+
 // Makes the moves as long as they are possible; whether they leave a king in check is the GUI's
 // affair, and is asked for before a search.
 void PlayMoves(const char* text) {
     while (*(text = AfterBlanks(text)) != '\0') {
         const std::string word = GetWord(text);
-        const Move m = MoveOfWord(word);
+        const Move m = CastlingByRook(MoveOfWord(word));
         if (m == NO_MOVE || !MoveIsPseudoLegal(game_position, m)) {
             ShowMessageF("info string %s is no possible move, the rest of the line is dropped",
                          word.c_str());
@@ -88,6 +103,16 @@ void PlayMoves(const char* text) {
         text += word.size();
     }
     game_position->undo[game_position->hist_count].move = NO_MOVE;
+}
+
+// The fifth field of a FEN.
+void TakeHalfMoveClock(const char* fen) {
+    constexpr int FIELDS_BEFORE = 4;
+    for (int i = 0; i < FIELDS_BEFORE; ++i) {
+        fen = AfterBlanks(fen);
+        fen += std::strcspn(fen, " ");
+    }
+    game_position->fifty = static_cast<u8>(WholeNumber(fen, 0, FIFTY_MOVE_PLIES));
 }
 
 // False when the line ends here: without moves nothing more of it is read.
@@ -100,7 +125,9 @@ void PlayMoves(const char* text) {
         SetPosition(game_position, fen_opn);
     } else if (fen != std::string::npos) {
         FinishSearch();
-        SetPosition(game_position, AfterBlanks(setup.c_str() + fen + std::strlen("fen")));
+        const char* text = AfterBlanks(setup.c_str() + fen + std::strlen("fen"));
+        SetPosition(game_position, text);
+        if (PBlock.options.conventions.fen_counters) { TakeHalfMoveClock(text); }
     } else {
         return false;
     }
@@ -128,11 +155,48 @@ bool NamesAnyOf(const char* text, std::initializer_list<const char*> keywords) {
 void ForgetLimits(const char* rest) {
     PBlock.limits.max_depth = PBlock.options.go_limits.max_depth;
     PBlock.limits.node_limit = PBlock.options.go_limits.node_limit;
+    PBlock.limits.mate_moves = 0;
+    PBlock.root.wanted_count = 0;
     PBlock.time.moves_per_control = 0;
     PBlock.time.increment = 0.0;
     const bool clock = NamesAnyOf(rest, {"wtime", "btime", "winc", "binc", "movestogo"});
     if (!clock && !NamesAnyOf(rest, {"depth", "nodes", "movetime", "infinite"})) {
         PBlock.time.SetTimePerMove(PBlock.options.go_seconds);
+    }
+}
+
+// The legal moves after "searchmoves", up to the first word that is none.
+void ReadWantedMoves(const char* text) {
+    RootFacts& root = PBlock.root;
+    while (root.wanted_count < MAX_WANTED_MOVES) {
+        text = AfterBlanks(text);
+        const std::string word = GetWord(text);
+        const Move m = CastlingByRook(MoveOfWord(word));
+        if (m == NO_MOVE || !MoveIsPseudoLegal(game_position, m) ||
+            !MoveIsLegal(game_position, game_position->side, m)) {
+            return;
+        }
+        root.wanted[root.wanted_count++] = m;
+        text += word.size();
+    }
+}
+
+// "searchmoves" and "mate". A mate is looked for at least some plies deeper than it lies.
+void ReadStandardLimits(const char* rest) {
+    constexpr int PLIES_PER_MOVE = 2;
+    constexpr int EXTRA_PLIES = 6;
+    if (WhyUnplayable(game_position) != nullptr) { return; }
+    if (const char* moves = std::strstr(rest, "searchmoves")) {
+        ReadWantedMoves(moves + std::strlen("searchmoves"));
+    }
+    if (const auto value = KeywordValue(rest, "mate")) {
+        const int moves = WholeNumber(value->c_str(), 0, MAX_DEPTH);
+        PBlock.limits.mate_moves = static_cast<u8>(moves);
+        PBlock.limits.max_depth =
+            static_cast<i8>(std::min(PLIES_PER_MOVE * moves + EXTRA_PLIES, MAX_DEPTH));
+        if (!NamesAnyOf(rest, {"wtime", "btime", "movetime"})) {
+            PBlock.time.SetTimePerMove(UNLIMITED_SECONDS);
+        }
     }
 }
 
@@ -168,6 +232,7 @@ void GoCommand(const char* rest) {
     FinishSearch();
     PBlock.control.stop = STOP_ABANDON;
     ForgetLimits(rest);
+    if (PBlock.options.conventions.all_limits) { ReadStandardLimits(rest); }
     PBlock.control.infinite = std::strstr(rest, "infinite") != nullptr;
     PBlock.control.start_request =
         std::strstr(rest, "ponder") != nullptr ? SEARCH_PONDER : SEARCH_THINK;
@@ -193,6 +258,8 @@ u64 NodeCount(const char* text) {
 // Any line may carry limits; where two touch the same field the later one of this order holds.
 void ReadLimits(const char* text) {
     const bool white = game_position->side == WHITE;
+    const bool clock_holds =
+        PBlock.options.conventions.all_limits && NamesAnyOf(text, {"wtime", "btime"});
     if (const auto value = KeywordValue(text, "wtime")) {
         PBlock.time.clock[WHITE] = NotNegative(DecimalNumber(value->c_str()) * SECONDS_PER_MS);
     }
@@ -209,12 +276,12 @@ void ReadLimits(const char* text) {
         PBlock.limits.node_limit = 0;
     }
     if (const auto value = KeywordValue(text, "depth")) {
-        PBlock.time.SetTimePerMove(DEPTH_LIMIT_SECONDS);
+        if (!clock_holds) { PBlock.time.SetTimePerMove(DEPTH_LIMIT_SECONDS); }
         PBlock.limits.max_depth = static_cast<i8>(WholeNumber(value->c_str(), 0, MAX_DEPTH));
     }
     if (const auto value = KeywordValue(text, "nodes")) {
         PBlock.limits.node_limit = NodeCount(value->c_str());
-        PBlock.time.SetTimePerMove(UNLIMITED_SECONDS);
+        if (!clock_holds) { PBlock.time.SetTimePerMove(UNLIMITED_SECONDS); }
     }
     if (const auto value = KeywordValue(text, "movetime")) {
         PBlock.time.SetTimePerMove(DecimalNumber(value->c_str()) * SECONDS_PER_MS);
@@ -228,15 +295,33 @@ void ReadLimits(const char* text) {
     }
 }
 
+// For the log; the classic form shows it too.
+void EchoCommand(const std::string& text) {
+    const std::string echo = "CMD: " + text;
+    if (!PBlock.options.log) { return; }
+    if (PBlock.options.conventions.marked_remarks) {
+        LogMessage(echo.c_str());
+    } else {
+        ShowMessage(echo.c_str());
+    }
+}
+
 }  // namespace
 
 void ProcessUCI(const char* line) {
-    const std::string text(line, std::strcspn(line, "\n"));
+    std::string text(line, std::strcspn(line, "\n"));
     if (text.empty()) { return; }
-    if (PBlock.options.log) { ShowMessageF("CMD: %s", text.c_str()); }
+    EchoCommand(text);
+    if (PBlock.options.conventions.free_words) {
+        std::replace(text.begin(), text.end(), '\t', ' ');
+    }
     const std::string command = GetWord(text.c_str());
     const std::size_t command_end = text.find_first_not_of(' ') + command.size();
     const char* rest = text.c_str() + std::min(command_end + 1, text.size());
+    if (command == "go" && PBlock.options.conventions.more_options &&
+        StandardCommand(GetWord(rest), rest)) {
+        return;
+    }
     if (command == "uci") {
         IdentifyCommand();
     } else if (command == "isready") {
@@ -258,6 +343,8 @@ void ProcessUCI(const char* line) {
     } else if (command == "quit") {
         PBlock.control.stop = STOP_ABANDON;
         PBlock.control.quit = 1;
+    } else if (PBlock.options.conventions.more_options && StandardCommand(command, rest)) {
+        return;
     }
     ReadLimits(rest);
 }

@@ -3,9 +3,11 @@
 #include "frontend/ucioptions.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cstdlib>
 #include <cstring>
 
+#include "book/book.h"
 #include "frontend/commandloop.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
@@ -56,15 +58,33 @@ void SetOverhead(int ms) { PBlock.options.comm_overhead = ms * SECONDS_PER_MS; }
 void SetOwnBook(int on) { PBlock.options.own_book = static_cast<u8>(on); }
 void SetLog(int on) { PBlock.options.log = static_cast<u16>(on); }
 
+void SetAnalyseMode(int on) { PBlock.options.analyse_mode = static_cast<u8>(on); }
+
+void SetStandard(int on) {
+    FinishSearch();
+    PBlock.options.conventions = on != 0 ? STANDARD_CONVENTIONS : CLASSIC_CONVENTIONS;
+}
+
+void SetBookFile(const std::string& name) {
+    FinishSearch();
+    FreeBook();
+    PBlock.options.book_file = name;
+    InitBook();
+    ShowRemark("%s", opening_book.bkrecnum > 0 ? "book opened" : "no book");
+}
+
+void KeepText(const std::string&) {}
+
 void ClearHash(int) {
     FinishSearch();
     if (PBlock.options.hash_mode != 0) { ClearTTable(); }
-    ShowMessage("Hash table cleared");
+    ShowRemark("Hash table cleared");
 }
 
 // --- the table ---
 
-enum class OptionType { Spin, Check, Button };
+enum class OptionType { Spin, Check, Button, Text };
+enum class Announced { Always, StandardForm, Never };
 
 struct UciOption {
     const char* name;
@@ -74,6 +94,10 @@ struct UciOption {
     bool confirmed;                 // by the usual line
     bool true_in_the_word = false;  // a switch that is on also when "true" is a part of the value
     bool number_only = false;       // a value that is no number changes nothing
+    // The classic form knows only those that it always announces, and those that nobody announces.
+    Announced announced = Announced::Always;
+    void (*set_text)(const std::string& text) = nullptr;  // of a text
+    const char* initial_text = "";
 };
 
 // clang-format off
@@ -86,8 +110,31 @@ constexpr UciOption uci_options[] = {
     {"Communication Overhead", OptionType::Spin, 25, 0, MAX_OVERHEAD_MS, SetOverhead, true},
     {"OwnBook", OptionType::Check, 0, 0, 1, SetOwnBook, true},
     {"Log", OptionType::Check, 0, 0, 1, SetLog, true, true},
+    {"Standard", OptionType::Check, 0, 0, 1, SetStandard, false, false, false, Announced::Never},
+    {"Move Overhead", OptionType::Spin, 25, 0, MAX_OVERHEAD_MS, SetOverhead, true, false, false,
+     Announced::StandardForm},
+    {"UCI_AnalyseMode", OptionType::Check, 0, 0, 1, SetAnalyseMode, false, false, false,
+     Announced::StandardForm},
+    {"Book File", OptionType::Text, 0, 0, 0, nullptr, false, false, false, Announced::StandardForm,
+     SetBookFile, "vesk.opn"},
+    {"UCI_EngineAbout", OptionType::Text, 0, 0, 0, nullptr, false, false, false,
+     Announced::StandardForm, KeepText, "Vesk 3.0 by Dorin Kael"},
 };
 // clang-format on
+
+bool IsAnnounced(const UciOption& o) {
+    return o.announced == Announced::Always ||
+           (o.announced == Announced::StandardForm && PBlock.options.conventions.more_options);
+}
+
+bool NamesAgree(const std::string& typed, const char* name) {
+    if (!PBlock.options.conventions.free_words) { return typed == name; }
+    const auto same = [](char a, char b) {
+        return std::tolower(static_cast<unsigned char>(a)) ==
+               std::tolower(static_cast<unsigned char>(b));
+    };
+    return std::equal(typed.begin(), typed.end(), name, name + std::strlen(name), same);
+}
 
 bool StartsWithNumber(const std::string& text) {
     const std::size_t sign = text.starts_with('-') || text.starts_with('+') ? 1 : 0;
@@ -103,6 +150,7 @@ int ValueOfText(const UciOption& o, const std::string& text) {
 
 void ShowUciOptions() {
     for (const UciOption& o : uci_options) {
+        if (!IsAnnounced(o)) { continue; }
         switch (o.type) {
             case OptionType::Spin:
                 ShowMessageF("option name %s type spin default %d min %d max %d", o.name, o.initial,
@@ -115,14 +163,25 @@ void ShowUciOptions() {
             case OptionType::Button:
                 ShowMessageF("option name %s type button", o.name);
                 break;
+            case OptionType::Text:
+                ShowMessageF("option name %s type string default %s", o.name, o.initial_text);
+                break;
         }
     }
 }
 
-void SetUciOption(const std::string& name, const std::string& value) {
-    const auto* o = std::find_if(std::begin(uci_options), std::end(uci_options),
-                                 [&name](const UciOption& row) { return name == row.name; });
+void SetUciOption(const std::string& name, const std::string& text) {
+    const auto* o =
+        std::find_if(std::begin(uci_options), std::end(uci_options), [&name](const UciOption& row) {
+            const bool known = IsAnnounced(row) || row.announced == Announced::Never;
+            return known && NamesAgree(name, row.name);
+        });
     if (o == std::end(uci_options)) { return; }
+    if (o->type == OptionType::Text) {
+        o->set_text(text);
+        return;
+    }
+    const std::string value = GetWord(text.c_str());
     if (o->number_only && !StartsWithNumber(value)) {
         ShowMessageF("info string %s is unchanged: \"%s\" is no number", o->name, value.c_str());
         return;

@@ -18,6 +18,7 @@
 namespace {
 
 constexpr int LAST_ITERATION = 68;
+constexpr int PLIES_PER_MOVE = 2;
 constexpr int WINDOW_BOTTOM = MATED_AT_ROOT;
 constexpr int WINDOW_TOP = MATE_IN_ONE;
 constexpr int MIN_WIDENING = 25;
@@ -33,6 +34,7 @@ constexpr int SCORE_PER_WIDTH = 16;
 constexpr int ROOT_FAIL_OFFSET = -11000;
 constexpr double SETTLED_SECONDS = 0.025;  // before it no secondary thread abandons an iteration
 constexpr double PROGRESS_SECONDS = 3.5;   // before it no current move is shown
+constexpr double EARLY_PROGRESS_SECONDS = 1.0;
 // Beyond this depth a secondary thread leaves out one that more than two thirds of all have begun.
 constexpr int SKIP_AFTER_DEPTH = 6;
 constexpr int CROWD_NUMERATOR = 2;
@@ -60,6 +62,11 @@ void SetRootMove(ThreadBlock* tb, Move m) {
     tb->root_move = m;
 }
 
+// A ply that has been searched tells whether its moves gave check.
+void ForgetVisitedPlies(ThreadBlock* tb) {
+    for (PlyData& pd : tb->ply_data) { pd.check = CHECK_UNKNOWN; }
+}
+
 void ResetThread(ThreadBlock* tb) {
     tb->iteration_depth = 0;
     tb->root_status = ROOT_NORMAL;
@@ -68,6 +75,7 @@ void ResetThread(ThreadBlock* tb) {
     tb->ply_data[0].depth = 0;
     std::fill(std::begin(tb->pv), std::end(tb->pv), NO_MOVE);
     SetRootMove(tb, NO_MOVE);
+    if (PBlock.options.conventions.full_info) { ForgetVisitedPlies(tb); }
     ResetOrdering(tb);
 }
 
@@ -80,14 +88,21 @@ bool HasLegalMove(ThreadBlock* tb, int in_check) {
     return false;
 }
 
-// Writes the legal moves of the root at ply 1's list start, in generation order; returns the first.
+bool IsWanted(Move m) {
+    const RootFacts& root = PBlock.root;
+    const Move* end = root.wanted + root.wanted_count;
+    return root.wanted_count == 0 || std::find(root.wanted, end, m) != end;
+}
+
+// Writes the legal moves of the root that are wanted at ply 1's list start, in generation order;
+// returns the first.
 MoveEntry* BuildRootList(ThreadBlock* tb) {
     Position* pos = &tb->pos;
     GenerateAll(pos);
     MoveEntry* first = tb->ply_data[1].list_start;
     MoveEntry* end = first;
     for (const MoveEntry* e = first; e->move != END_OF_LIST; ++e) {
-        if (MoveIsLegal(pos, pos->side, e->move)) { *end++ = *e; }
+        if (IsWanted(e->move) && MoveIsLegal(pos, pos->side, e->move)) { *end++ = *e; }
     }
     end->move = END_OF_LIST;
     return first;
@@ -300,9 +315,9 @@ int SearchRootMove(RootSearch* r, const MoveEntry* e) {
 
 void ShowProgress(const RootSearch* r, const MoveEntry* e, int index) {
     if (!r->main || index != 0 || PBlock.options.protocol != PROTOCOL_UCI) { return; }
-    if (PBlock.time.elapsed <= PROGRESS_SECONDS || PBlock.time.elapsed <= PBlock.options.noise) {
-        return;
-    }
+    const double from =
+        PBlock.options.conventions.early_progress ? EARLY_PROGRESS_SECONDS : PROGRESS_SECONDS;
+    if (PBlock.time.elapsed <= from || PBlock.time.elapsed <= PBlock.options.noise) { return; }
     if (PBlock.options.noise == NOISE_NEVER) { return; }
     if (r->pd->moves_searched == 0) { DisplayIterationStart(r->depth); }
     if (PBlock.options.multipv == 1) { DisplayCurrentMove(e->move, r->pd->moves_searched + 1); }
@@ -409,9 +424,21 @@ void NewBestMove(ThreadBlock* tb) {
     const int score = tb->running_score;
     const int depth = tb->best_depth;
     if (!PBlock.result.Publish(score, depth, tb->pv)) { return; }
+    const int mate_moves = PBlock.limits.mate_moves;
+    if (mate_moves > 0 && score >= INFINITE_SCORE - PLIES_PER_MOVE * mate_moves) {
+        PBlock.control.stop = STOP_FINISH;
+    }
     if (depth >= FIRST_SHOWN_DEPTH && PBlock.options.multipv == 1) {
         DisplaySearchInfo(tb->slot, -1, depth, score, tb->pv);
     }
+}
+
+int SelectiveDepth() {
+    const ThreadBlock* tb = ThreadData[1];
+    const auto* end = std::end(tb->ply_data);
+    const auto* begin = std::begin(tb->ply_data);
+    while (end != begin && end[-1].check == CHECK_UNKNOWN) { --end; }
+    return static_cast<int>(end - begin);
 }
 
 void SearchIterations(int slot) {

@@ -2,14 +2,18 @@
 // show.
 #include "search/searchinfo.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstdio>
+#include <cstdlib>
 #include <mutex>
 #include <string>
 
 #include "board/moves.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
+#include "platform/clock.h"
+#include "search/search.h"
 #include "search/threads.h"
 #include "search/ttable.h"
 
@@ -21,8 +25,10 @@ constexpr int CONSOLE_MOVES_FINISHED = 32;  // and once it was told to stop
 constexpr int CONSOLE_MOVES_PER_LINE = 8;   // then a new line starts below the first move
 constexpr double MS_PER_SECOND = 1000.0;
 constexpr double NODES_PER_KILONODE = 1000.0;
-constexpr double PER_MILLE = 1000.0;          // of the table's fill
-constexpr std::size_t CONSOLE_INDENT = 30;    // width of what stands before the first move
+constexpr double PER_MILLE = 1000.0;        // of the table's fill
+constexpr std::size_t CONSOLE_INDENT = 30;  // width of what stands before the first move
+constexpr int SURE_MATE = 9800;             // no score of an evaluation is as large
+constexpr int PLIES_PER_MOVE = 2;
 constexpr double SHORTEST_RATE_TIME = 0.001;  // seconds below which no node rate is shown
 
 std::mutex info_mutex;  // held from the gathering of the totals until the line is written
@@ -71,17 +77,50 @@ double NodesPerSecond(double nodes, double seconds) {
     return seconds > SHORTEST_RATE_TIME ? nodes / seconds : 0.0;
 }
 
+const Conventions& Manners() { return PBlock.options.conventions; }
+
+double SecondsSoFar() {
+    const bool read_now = Manners().full_info && PBlock.control.stop == STOP_NONE;
+    return read_now ? MonotonicSeconds() - PBlock.time.start_time : PBlock.time.elapsed.Get();
+}
+
+// A score that the search has only bounded yet says so.
+const char* BoundWord(const SearchLine& line) {
+    if (line.thread == 0 || line.line_index >= 0) { return ""; }
+    switch (ThreadData[line.thread]->root_status) {
+        case ROOT_FAILS_HIGH:
+        case ROOT_LATER_FAILS_HIGH:
+            return " lowerbound";
+        case ROOT_FIRST_FAILS_LOW:
+            return " upperbound";
+        default:
+            return "";
+    }
+}
+
+std::string ScoreText(const SearchLine& line) {
+    if (!Manners().mate_scores) { return Format("cp %d", line.score); }
+    if (std::abs(line.score) < SURE_MATE) { return Format("cp %d%s", line.score, BoundWord(line)); }
+    const int moves = (INFINITE_SCORE - std::abs(line.score)) / PLIES_PER_MOVE;
+    return Format("mate %d%s", line.score > 0 ? moves : -moves, BoundWord(line));
+}
+
 std::string UciSearchLine(const SearchLine& line, double nodes) {
-    const double seconds = PBlock.time.elapsed;
+    const double seconds = SecondsSoFar();
     std::string prefix = "info";
     if (PBlock.options.uci_extra) {
         prefix = Format("info [%02d%c]", line.thread, line.line_index >= 0 ? '.' : ' ');
     } else if (PBlock.options.multipv != 1) {
         prefix = Format("info multipv %d", line.line_index + 1);
     }
-    return Format("%s depth %d time %.0f score cp %d nodes %.0f nps %.0f pv %s", prefix.c_str(),
-                  line.depth, seconds * MS_PER_SECOND, line.score, nodes,
-                  NodesPerSecond(nodes, seconds), LineText(line.pv, MAX_LINE_MOVES, 0).c_str());
+    const std::string seldepth =
+        Manners().full_info ? Format(" seldepth %d", std::max(line.depth, SelectiveDepth())) : "";
+    const std::string fill =
+        Manners().full_info ? Format(" hashfull %.0f", PER_MILLE * HashFill()) : "";
+    return Format("%s depth %d%s time %.0f score %s nodes %.0f nps %.0f%s pv %s", prefix.c_str(),
+                  line.depth, seldepth.c_str(), seconds * MS_PER_SECOND, ScoreText(line).c_str(),
+                  nodes, NodesPerSecond(nodes, seconds), fill.c_str(),
+                  LineText(line.pv, MAX_LINE_MOVES, 0).c_str());
 }
 
 std::string ConsoleSearchLine(const SearchLine& line, double nodes) {
@@ -116,7 +155,7 @@ void DisplaySearchInfo(int thread, int line_index, int depth, int score, const M
 void DisplayIterationStart(int depth) {
     const std::lock_guard<std::mutex> guard(info_mutex);
     const double nodes = CollectedNodes();
-    const double seconds = PBlock.time.elapsed;
+    const double seconds = SecondsSoFar();
     ShowMessageF("info depth %d time %.0f nodes %.0f nps %.0f hashfull %.0f", depth,
                  seconds * MS_PER_SECOND, nodes, NodesPerSecond(nodes, seconds),
                  PER_MILLE * HashFill());

@@ -222,6 +222,8 @@ void SearchTimeout() {
         if (PBlock.result.DepthDone() < MIN_STOP_DEPTH) { return; }
         PBlock.control.stop =
             PBlock.control.search_state == SEARCH_THINK ? STOP_FINISH : STOP_ABANDON;
+    } else if (PBlock.control.infinite && PBlock.options.conventions.all_limits) {
+        return;  // however clear the move is
     } else if (PBlock.progress.easy_move == EASY_SINGLE ||
                (PBlock.progress.easy_move == EASY_CLEAR &&
                 PBlock.time.elapsed >= EASY_SHARE * PBlock.time.target_time)) {

@@ -1,0 +1,77 @@
+#include "frontend/standard.h"
+
+#include <cstring>
+#include <vector>
+
+#include "board/moves.h"
+#include "eval/threadblock.h"
+#include "frontend/commandloop.h"
+#include "frontend/consolecommands.h"
+#include "frontend/output.h"
+#include "frontend/report.h"
+#include "platform/interrupt.h"
+#include "search/perft.h"
+
+namespace {
+
+constexpr int MAX_PERFT_DEPTH = 20;  // plies
+
+std::vector<Move> LegalMoves(Position* pos) {
+    std::vector<Move> moves;
+    GenerateAll(pos);
+    for (const MoveEntry* e = pos->sstack[pos->ply].list_start; e->move != END_OF_LIST; ++e) {
+        if (MoveIsLegal(pos, pos->side, e->move)) { moves.push_back(e->move); }
+    }
+    return moves;
+}
+
+// Legal move sequences of this length (plies) that begin with the move.
+u64 SequencesAfter(ThreadBlock* tb, Move m, int depth) {
+    tb->nodes = 0;
+    MakeMove(&tb->pos, m);
+    if (!Perft(tb, depth - 1)) { ShowRemark("the count is incomplete"); }
+    UnmakeMove(&tb->pos);
+    return tb->nodes;
+}
+
+void PerftByMove(int depth) {
+    FinishSearch();
+    if (const char* why = WhyUnplayable(game_position)) {
+        ShowRemark("%s", why);
+        return;
+    }
+    const RecordKeeper keep;
+    u64 total = depth <= 0 ? 1 : 0;
+    if (depth > 0) {
+        for (const Move m : LegalMoves(game_position)) {
+            const u64 count = SequencesAfter(ThreadData[0], m, depth);
+            char text[MOVE_TEXT_SIZE];
+            MoveToStr(m, text, TextStyle());
+            ShowMessageF("%s: %llu", text, static_cast<unsigned long long>(count));
+            total += count;
+            if (EndWanted()) { return; }
+        }
+    }
+    ShowMessageF("\nNodes searched: %llu\n", static_cast<unsigned long long>(total));
+}
+
+}  // namespace
+
+bool StandardCommand(const std::string& word, const char* line) {
+    if (word == "d") {
+        ShowBoard(game_position);
+    } else if (word == "eval") {
+        if (const char* why = WhyUnplayable(game_position)) {
+            ShowRemark("%s", why);
+        } else {
+            ShowEvaluation();
+        }
+    } else if (word == "perft") {
+        const char* after = std::strstr(line, "perft");
+        const char* number = after != nullptr ? after + std::strlen("perft") : line;
+        PerftByMove(WholeNumber(number, 0, MAX_PERFT_DEPTH));
+    } else {
+        return false;
+    }
+    return true;
+}
