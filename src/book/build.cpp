@@ -15,6 +15,7 @@
 #include "board/moves.h"
 #include "book/book.h"
 #include "book/gamemove.h"
+#include "book/pgntext.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
 #include "platform/infile.h"
@@ -383,9 +384,9 @@ void ReadMoveText(BookBuild* build, const char* text) {
     }
 }
 
-// Starts the game whose result the line names. False when a file failed.
-[[nodiscard]] bool StartGame(BookBuild* build, const char* line) {
-    SetPosition(game_position, fen_opn);
+// Starts the game whose result the line names at a position, a FEN. False when a file failed.
+[[nodiscard]] bool StartGame(BookBuild* build, const char* line, const char* position) {
+    SetPosition(game_position, position);
     build->winner = ResultOfText(line);
     ++build->games;
     build->skip = false;
@@ -398,9 +399,14 @@ void ReadMoveText(BookBuild* build, const char* text) {
 // Reads the whole collection. False when a file failed or the user interrupted.
 [[nodiscard]] bool ReadGames(BookBuild* build, LineReader* reader) {
     TextLine line;
+    PgnText pgn;
     while (ReadLine(reader, &line)) {
-        if (std::strstr(line.text, "[Result") != nullptr) {
-            if (!StartGame(build, line.text)) { return false; }
+        line = pgn.Plain(line);
+        if (pgn.NamesStart()) {
+            SetPosition(game_position, pgn.Start().c_str());
+        } else if (std::strstr(line.text, "[Result") != nullptr) {
+            const char* position = pgn.Start().empty() ? fen_opn : pgn.Start().c_str();
+            if (!StartGame(build, line.text, position)) { return false; }
         } else if (GameTakesMoves(build)) {
             const bool tag_or_comment =
                 line.starts_line && (line.text[0] == '[' || line.text[0] == ';');

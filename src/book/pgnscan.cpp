@@ -17,6 +17,7 @@
 #include "board/zobrist.h"
 #include "book/book.h"
 #include "book/gamemove.h"
+#include "book/pgntext.h"
 #include "eval/evaluate.h"
 #include "eval/personality.h"
 #include "frontend/output.h"
@@ -84,6 +85,7 @@ struct Scan {
     int games = 0;      // event tags read
     int positions = 0;  // lines with a position written
     int result = DRAWN_OR_UNKNOWN;
+    std::string start = fen_opn;     // of the game being read
     std::vector<ScannedMove> moves;  // of the game being read, at most KEPT_MOVES
     bool full = false;               // the last move found no room: its comment belongs to none
     int depth = 0;                   // of braces
@@ -159,7 +161,7 @@ bool IsSuspectedMistake(const Scan& scan, std::size_t i) {
 
 void WriteAnnotatedMove(Scan* scan, std::size_t i) {
     const ScannedMove& move = scan->moves[i];
-    const bool white_moves = i % 2 == 0;
+    const bool white_moves = game_position->side == WHITE;
     if (white_moves) {
         scan->out.Print("%3d. ", static_cast<int>(i / 2 + 1));
     } else {
@@ -249,10 +251,10 @@ void WriteMove(Scan* scan, std::size_t i) {
     }
 }
 
-// Replays the game that has been read, from the start position up to a move that cannot be read,
+// Replays the game that has been read, from its start up to a move that cannot be read,
 // and writes what the mode makes of it.
 void ProcessGame(Scan* scan) {
-    SetPosition(game_position, fen_opn);
+    SetPosition(game_position, scan->start.c_str());
     for (std::size_t i = 0; i < scan->moves.size(); ++i) {
         ScannedMove* move = &scan->moves[i];
         const MoveReading reading = ReadGameMove(move->text);
@@ -267,7 +269,8 @@ void ProcessGame(Scan* scan) {
 
 // --- reading ---
 
-void ScanTagLine(Scan* scan, const TextLine& line) {
+// `start` is the position in which the game of the tag begins.
+void ScanTagLine(Scan* scan, const TextLine& line, const std::string& start) {
     if (!scan->moves.empty()) {
         ProcessGame(scan);
         scan->comment.clear();
@@ -275,6 +278,7 @@ void ScanTagLine(Scan* scan, const TextLine& line) {
     }
     scan->moves.clear();
     scan->full = false;
+    if (!start.empty()) { scan->start = start; }
     if (scan->mode == ANNOTATED_GAMES) {
         scan->out.Write({line.text, line.length});
         if (line.has_line_feed) { scan->out.Write("\n"); }
@@ -293,7 +297,8 @@ void ScanTagLine(Scan* scan, const TextLine& line) {
 
 void EndComment(Scan* scan) {
     if (scan->depth == 0 || --scan->depth > 0 || scan->moves.empty() || scan->full) { return; }
-    const int side = scan->moves.size() % 2 == 1 ? WHITE : BLACK;
+    const std::size_t black_starts = scan->start.find(" b ") != std::string::npos;
+    const int side = (scan->moves.size() + black_starts) % 2 == 1 ? WHITE : BLACK;
     scan->moves.back().score = CommentScore(scan->comment, side);
 }
 
@@ -343,9 +348,11 @@ void ScanMoveText(Scan* scan, const TextLine& line) {
 
 void ScanLines(Scan* scan, LineReader* reader) {
     TextLine line;
+    PgnText pgn;
     while (!PBlock.control.quit && ReadLine(reader, &line)) {
+        line = pgn.Plain(line);
         if (line.starts_line && line.text[0] == '[' && line.text[1] != '%') {
-            ScanTagLine(scan, line);
+            ScanTagLine(scan, line, pgn.Start());
         } else {
             ScanMoveText(scan, line);
         }

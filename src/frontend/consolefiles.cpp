@@ -11,6 +11,7 @@
 #include "board/position.h"
 #include "book/book.h"
 #include "book/gamemove.h"
+#include "book/pgntext.h"
 #include "frontend/commandloop.h"
 #include "frontend/consolecommands.h"
 #include "frontend/output.h"
@@ -107,9 +108,12 @@ struct GameTextState {
 
 void PlayGame(LineReader* reader) {
     GameTextState state;
+    PgnText pgn;
     TextLine line;
     for (bool first = true; ReadLine(reader, &line); first = false) {
         if (!first && StartsGame(line)) { return; }
+        line = pgn.Plain(line);
+        if (pgn.NamesStart()) { NewGamePosition(pgn.Start().c_str()); }
         if (line.starts_line) { state.in_line_comment = false; }
         const bool skipped =
             line.starts_line && !state.in_comment && (line.text[0] == '[' || line.text[0] == '%');

@@ -15,6 +15,7 @@ struct Conventions {
     bool fen_counters = false;   // the half-move clock of the FEN is taken
     bool free_words = false;     // tabs between words, option names in any case
     bool rook_castling = false;  // the king may be said to take its rook
+    bool full_pgn = false;       // games are read with all that their standard allows
     bool more_options = false;   // options and commands that people expect of an engine
 };
 
@@ -30,5 +31,6 @@ inline constexpr Conventions STANDARD_CONVENTIONS{
     .fen_counters = true,
     .free_words = true,
     .rook_castling = true,
+    .full_pgn = true,
     .more_options = true,
 };

@@ -1,0 +1,100 @@
+#include "book/pgntext.h"
+
+#include <algorithm>
+#include <cstring>
+#include <string_view>
+
+#include "board/position.h"
+#include "frontend/pblock.h"
+
+namespace {
+
+constexpr std::string_view EN_PASSANT = "e.p.";
+
+bool IsBlank(char c) { return static_cast<unsigned char>(c) <= ' '; }
+
+// Length of a move number at the front of a word: "12." and "12...".
+std::size_t NumberLength(std::string_view word) {
+    const std::string_view digits = word.substr(0, word.find_first_not_of("0123456789."));
+    const std::size_t point = digits.rfind('.');
+    return point == std::string_view::npos ? 0 : point + 1;
+}
+
+// The move of a word without marks, with castling written in letters.
+std::string PlainMove(std::string_view move) {
+    move = move.substr(0, move.find_first_of("!?+#"));
+    if (move.ends_with(EN_PASSANT)) { move.remove_suffix(EN_PASSANT.size()); }
+    if (move == "0-0") { return "O-O"; }
+    if (move == "0-0-0") { return "O-O-O"; }
+    return std::string(move);
+}
+
+}  // namespace
+
+TextLine PgnText::Plain(const TextLine& line) {
+    names_start_ = false;
+    if (!PBlock.options.conventions.full_pgn) { return line; }
+    TextLine out = line;
+    if (line.starts_line) { in_line_comment_ = false; }
+    const bool game_starts = std::strncmp(line.text, "[Event ", std::strlen("[Event ")) == 0;
+    if (line.starts_line && (game_starts || (line.text[0] == '[' && !in_comment_))) {
+        TakeTag(line);
+        return out;
+    }
+    plain_.clear();
+    if (!line.starts_line || line.text[0] != '%') {
+        for (const char c : std::string_view(line.text, line.length)) { TakeCharacter(c); }
+        EndWord();
+        in_glyph_ = false;
+    }
+    in_tags_ = in_tags_ && std::all_of(plain_.begin(), plain_.end(), IsBlank);
+    out.text = plain_.data();
+    out.length = plain_.size();
+    return out;
+}
+
+// The first tag after moves begins a game; what was left open in the one before is closed.
+void PgnText::TakeTag(const TextLine& line) {
+    constexpr std::string_view START_TAG = "[FEN \"";
+    if (!in_tags_) { start_ = fen_opn; }
+    in_tags_ = true;
+    in_comment_ = false;
+    variations_ = 0;
+    const std::string_view text(line.text, line.length);
+    if (text.starts_with(START_TAG)) {
+        const std::string_view value = text.substr(START_TAG.size());
+        start_ = value.substr(0, value.find('"'));
+        names_start_ = true;
+    }
+}
+
+void PgnText::TakeCharacter(char c) {
+    if (in_line_comment_) { return; }
+    if (in_comment_) {
+        in_comment_ = c != '}';
+        if (variations_ == 0 && c != '{') { plain_ += c; }
+        return;
+    }
+    if (in_glyph_ && c >= '0' && c <= '9') { return; }
+    in_glyph_ = false;
+    const bool of_word = !IsBlank(c) && std::strchr("{};()$", c) == nullptr;
+    if (of_word) {
+        if (variations_ == 0) { word_ += c; }
+        return;
+    }
+    EndWord();
+    in_comment_ = c == '{';
+    in_line_comment_ = c == ';';
+    in_glyph_ = c == '$';
+    if (c == '(') { ++variations_; }
+    if (c == ')') { variations_ = std::max(variations_ - 1, 0); }
+    if (variations_ == 0 && (c == '{' || IsBlank(c))) { plain_ += c; }
+    if (c == '(' || c == ')') { plain_ += ' '; }
+}
+
+void PgnText::EndWord() {
+    if (word_.empty()) { return; }
+    const std::size_t number = NumberLength(word_);
+    plain_ += word_.substr(0, number) + PlainMove(std::string_view(word_).substr(number));
+    word_.clear();
+}

@@ -1,0 +1,97 @@
+// Game text with all that its standard allows: the same games as without it.
+#include "book/pgntext.h"
+
+#include <gmock/gmock.h>
+
+#include <random>
+#include <sstream>
+
+#include "book/files.h"
+
+namespace {
+
+class Pgn : public BookTest {
+protected:
+    void SetUp() override {
+        BookTest::SetUp();
+        PBlock.options.conventions = STANDARD_CONVENTIONS;
+    }
+
+    // The games as the scanner understands them.
+    static std::string Scanned(const std::string& games) {
+        WriteFile("games.pgn", games);
+        OutputOf([] { Scan_PGN_File("games.pgn", 1); });
+        return FileContent("tmp.pgn");
+    }
+    static std::string BookOfGames(const std::string& games) {
+        WriteFile("book.pgn", games);
+        OutputOf([] { MakeBook(); });
+        return FileContent("book.opn");
+    }
+};
+
+// Puts in what tells nothing of the moves.
+std::string Decorated(const std::string& games) {
+    constexpr const char* DECORATIONS[] = {
+        "",
+        "!",
+        "?!",
+        " $14",
+        "$3 $22",
+        " {a comment (with} ",
+        " { [%clk 0:10] ; Nf3 $1 } ",
+        "#",
+        "",
+        " ( Qh4 { in } (Kf2 (Ke2) ) d5 ) ",
+        " (1. c4 ; Nf6 )\n ) ",
+        " ; to the end Qh4 (\n",
+        "\n% an escaped line: Nf3\n",
+    };
+    std::mt19937 random(7);
+    std::istringstream lines(games);
+    std::string decorated;
+    for (std::string line; std::getline(lines, line);) {
+        std::istringstream words(line);
+        std::string word;
+        if (line.starts_with('[')) {
+            decorated += line;
+        } else {
+            while (words >> word) {
+                const bool castles = word.ends_with("O-O");
+                if (castles && random() % 2 == 0) {
+                    std::replace(word.begin(), word.end(), 'O', '0');
+                }
+                const bool move = word.find_first_of("abcdefghO") != std::string::npos || castles;
+                decorated += word;
+                if (move) { decorated += DECORATIONS[random() % std::size(DECORATIONS)]; }
+                decorated += ' ';
+            }
+        }
+        decorated += "\n";
+    }
+    return decorated;
+}
+
+TEST_F(Pgn, CommentsVariationsAndMarksChangeNoGame) {
+    const std::string games = FileContent(DataFile("dortmund.pgn"));
+    const std::string decorated = Decorated(games);
+    EXPECT_EQ(Scanned(decorated), Scanned(games));
+    EXPECT_EQ(BookOfGames(decorated), BookOfGames(games));
+    PBlock.options.conventions = CLASSIC_CONVENTIONS;
+    EXPECT_NE(Scanned(decorated), Scanned(games)) << "the classic form stops at some";
+}
+
+TEST_F(Pgn, GamesBeginWhereTheirTagSays) {
+    const std::string games =
+        "[Event \"a\"]\n[Result \"1-0\"]\n[FEN \"4k3/8/8/8/8/8/p7/4K2R b K - 0 9\"]\n\n"
+        "9... Kd7 {eval 30, } 10. 0-0?? { unfinished\n"
+        "[Event \"b\"]\n[FEN \"k7/8/8/4pP2/8/8/8/7K w - e6 0 1\"]\n[Result \"*\"]\n\n"
+        "1.fxe6e.p.!! {a {brace} Kb8 2.e7# *\n"
+        "[Event \"c\"]\n[Result \"1-0\"]\n\n1.e4 e5 2.Qh5? Nc6 3.Bc4 Nf6?? 4.Qxf7# 1-0\n";
+    const std::string scanned = Scanned(games);
+    EXPECT_THAT(scanned, testing::HasSubstr("      Kd7     {  0.30}\n  1.  o-o"));
+    EXPECT_THAT(scanned, testing::HasSubstr("  1.  fxe6    {}\n      Kb8     {}\n  2.  e7 "));
+    EXPECT_THAT(scanned, testing::HasSubstr("  4.  Qxf7"));
+}
+
+}  // namespace
