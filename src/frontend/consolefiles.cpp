@@ -7,11 +7,13 @@
 #include <string>
 #include <string_view>
 
+#include "board/bitboards.h"
 #include "board/moves.h"
 #include "board/position.h"
 #include "book/book.h"
 #include "book/gamemove.h"
 #include "book/pgntext.h"
+#include "book/pgnwrite.h"
 #include "frontend/commandloop.h"
 #include "frontend/consolecommands.h"
 #include "frontend/output.h"
@@ -150,6 +152,44 @@ std::string FindEpdLine(LineReader* reader, const std::string& id) {
     return why == nullptr;
 }
 
+// Plays the game again from its start as far as it stands on the board, and writes it.
+void WriteClassicGame(OutFile* out, int moves) {
+    Position* pos = game_position;
+    out->Write("[Event \"Unknown\"]\n");
+    for (int i = 1; i <= moves; ++i) {
+        const Move m = pos->undo[pos->hist_count].move;
+        MoveForms forms;
+        GenMoveStrings(pos, m, &forms);
+        out->Print(i % SAVED_MOVES_PER_LINE == 0 ? "%s \n" : "%s ", forms.san);
+        PlayGameMove(pos, m);
+    }
+    out->Write("\n\n");
+}
+
+// "1-0" and the like where the game has ended on the board.
+const char* ResultOnBoard(Position* pos) {
+    if (WhyUnplayable(pos) != nullptr || AnyLegalMove(pos)) { return "*"; }
+    if (!InCheck(pos, pos->side)) { return "1/2-1/2"; }
+    return pos->side == WHITE ? "0-1" : "1-0";
+}
+
+void WriteStandardGame(OutFile* out, int moves, const char* result) {
+    Position* pos = game_position;
+    char start[EPD_FIELDS_SIZE];
+    MakeEPD(pos, start);
+    PgnWriter writer(out);
+    writer.Tags("Unknown", "?", "?", result, start);
+    for (int i = 0; i < moves; ++i) {
+        const Move m = pos->undo[pos->hist_count].move;
+        {
+            const RecordKeeper keep;  // notation makes trial moves
+            writer.AddMove(pos, m);
+        }
+        PlayGameMove(pos, m);
+    }
+    writer.End(result);
+}
+
 }  // namespace
 
 void LoadCommand(const Command& c) {
@@ -179,16 +219,14 @@ void SaveCommand(const Command&) {
     if (!AppendFile(SAVED_GAMES, &out)) { return; }
     Position* pos = game_position;
     const int moves = pos->hist_count;
-    TakeBackAll();
-    out.Write("[Event \"Unknown\"]\n");
-    for (int i = 1; i <= moves; ++i) {
-        const Move m = pos->undo[pos->hist_count].move;
-        MoveForms forms;
-        GenMoveStrings(pos, m, &forms);
-        out.Print(i % SAVED_MOVES_PER_LINE == 0 ? "%s \n" : "%s ", forms.san);
-        PlayGameMove(pos, m);
+    if (PBlock.options.conventions.full_pgn) {
+        const char* result = ResultOnBoard(pos);
+        TakeBackAll();
+        WriteStandardGame(&out, moves, result);
+    } else {
+        TakeBackAll();
+        WriteClassicGame(&out, moves);
     }
-    out.Write("\n\n");
     if (!out.Commit()) { ShowMessage(out.Fault().c_str()); }
 }
 

@@ -67,7 +67,8 @@ void GoCommand(const Command& c) {
     if (!PositionIsPlayable()) { return; }
     EndSelfPlay();
     const int depth = AnyNumber(c.word[1]);
-    const bool limited = depth >= 0 && depth < MAX_DEPTH;
+    const bool unlimited = PBlock.options.conventions.plain_console && c.word[1].empty();
+    const bool limited = !unlimited && depth >= 0 && depth < MAX_DEPTH;
     const int max_depth = limited ? depth : MAX_DEPTH;
     RequestSearch({.kind = SEARCH_ANALYSE, .max_depth = static_cast<i8>(max_depth)});
 }

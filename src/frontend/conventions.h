@@ -16,6 +16,7 @@ struct Conventions {
     bool free_words = false;     // tabs between words, option names in any case
     bool rook_castling = false;  // the king may be said to take its rook
     bool full_pgn = false;       // games are read with all that their standard allows
+    bool plain_console = false;  // "go" alone has no limit, "ev" says when it has nothing to show
     bool more_options = false;   // options and commands that people expect of an engine
 };
 
@@ -32,5 +33,6 @@ inline constexpr Conventions STANDARD_CONVENTIONS{
     .free_words = true,
     .rook_castling = true,
     .full_pgn = true,
+    .plain_console = true,
     .more_options = true,
 };

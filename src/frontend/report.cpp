@@ -97,6 +97,12 @@ void ShowEvalInfo() {
     const ThreadBlock* tb = ThreadData[1];
     const Position* pos = game_position;
     std::string text = "\n";
+    if (PBlock.options.conventions.plain_console && InCheck(pos, pos->side)) {
+        Append(&text, "%s is in check: the search looks on, nothing is evaluated\n",
+               pos->side == WHITE ? "white" : "black");
+        ShowMessage(text.c_str());
+        return;
+    }
     Append(&text, "eval= %d, qscore= %d, stage= %d, draw_adj= %0.2f\n\n", tb->root_eval,
            tb->running_score.Get(), r.stage, r.factor);
     AppendSquares(&text, "hung pieces on: ", r.hanging);
