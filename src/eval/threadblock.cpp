@@ -29,6 +29,7 @@ ThreadBlock* NewThreadBlock(int slot) {
     ThreadBlock* tb = new (memory) ThreadBlock();
     tb->slot = static_cast<u8>(slot);
     tb->seed = SEED_PER_SLOT * static_cast<u32>(slot);
+    tb->node_target = NO_NODE_TARGET;
     tb->pos.undo = tb->undo;
     tb->pos.sstack = tb->ply_data;
     tb->pos.thread_id = static_cast<u8>(slot);

@@ -27,6 +27,8 @@ inline constexpr u8 ROOT_FAILS_HIGH = 2;
 inline constexpr u8 ROOT_LATER_FAILS_HIGH = 3;
 inline constexpr u8 ROOT_ABANDONED = 99;
 
+inline constexpr u64 NO_NODE_TARGET = ~u64{0};
+
 // Owned by the slot's thread. Invariants: pos.undo and pos.sstack are the block's own arrays;
 // ThreadData[slot] is the block.
 struct ThreadBlock {
@@ -53,7 +55,8 @@ struct ThreadBlock {
     u8 extension_count;          // move extensions on the current path
     u8 extension_accumulator;    // sixteenths of a ply
     Relaxed<u64> nodes;
-    u32 seed;  // perturbation of a secondary thread's root order
+    u64 node_target;  // the search stops with so many
+    u32 seed;         // perturbation of a secondary thread's root order
     Relaxed<u64> eval_probes, eval_hits;
     Relaxed<u64> tt_probes, tt_hits;
     Relaxed<u64> pawn_probes, pawn_hits;

@@ -106,6 +106,7 @@ inline constexpr int MAX_WANTED_MOVES = 256;
 struct RootFacts {
     i16 tt_age = 0;              // of the table's entries: plies of the game
     i16 draw_score[2] = {0, 0};  // by side, for that side to move
+    int early_draw = 0;          // so many plies before the classic limit the fifty-move rule draws
     // The root moves to search, each legal; all of them while there is none here.
     int wanted_count = 0;
     Move wanted[MAX_WANTED_MOVES] = {};

@@ -3,6 +3,7 @@
 
 #include <cassert>
 
+#include "frontend/pblock.h"
 #include "search/perft.h"
 #include "search/picker.h"
 
@@ -22,7 +23,10 @@ bool IsRepetitionDraw(const Position* pos) {
 
 bool IsFiftyMoveDraw(ThreadBlock* tb, int in_check) {
     const Position* pos = &tb->pos;
-    if (pos->fifty <= FIFTY_MOVE_PLIES || pos->ply < FIRST_FIFTY_MOVE_PLY) { return false; }
+    if (pos->fifty + PBlock.root.early_draw <= FIFTY_MOVE_PLIES ||
+        pos->ply < FIRST_FIFTY_MOVE_PLY) {
+        return false;
+    }
     assert(CurrentPly(tb)->hash_move == NO_MOVE);
     return !MoveListFits(tb) || IsMate(tb, in_check) == NO_MATE;
 }

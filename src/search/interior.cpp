@@ -478,6 +478,10 @@ int Search(ThreadBlock* tb, int depth, Window window, int node_type, Move* pv) {
     const int side = pos->side;
     const int ply = pos->ply;
     assert(ply >= 2 && ply <= MAX_SEARCH_PLY + 1);
+    if (tb->nodes >= tb->node_target) [[unlikely]] {
+        PBlock.control.stop = STOP_FINISH;
+        return 0;
+    }
     tb->nodes += 1;
     const int alpha = std::max(window.alpha, ply - INFINITE_SCORE);
     const int beta = std::min(window.beta, INFINITE_SCORE - 1 - ply);

@@ -75,6 +75,9 @@ void ResetThread(ThreadBlock* tb) {
     tb->ply_data[0].depth = 0;
     std::fill(std::begin(tb->pv), std::end(tb->pv), NO_MOVE);
     SetRootMove(tb, NO_MOVE);
+    const bool exact = PBlock.options.conventions.all_limits && IsMain(tb);
+    const u64 limit = exact ? PBlock.limits.node_limit.Get() : 0;
+    tb->node_target = limit != 0 ? limit : NO_NODE_TARGET;
     if (PBlock.options.conventions.full_info) { ForgetVisitedPlies(tb); }
     ResetOrdering(tb);
 }

@@ -209,6 +209,7 @@ void InitSearch() {
     PBlock.root.draw_score[pos->side] = Personality.draw_score;
     PBlock.root.draw_score[pos->side ^ 1] = static_cast<i16>(-Personality.draw_score);
     PBlock.root.tt_age = pos->hist_count;
+    PBlock.root.early_draw = PBlock.options.conventions.fen_counters ? 1 : 0;
     PBlock.control.search_state = PBlock.control.start_request;
     SetTargetTime(pos->side, pos->hist_count);
     CopyGamePosition();
