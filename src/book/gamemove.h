@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string_view>
+#include <vector>
 
 #include "board/moves.h"
 
@@ -13,3 +14,7 @@ MoveReading ReadGameMove(std::string_view text);
 // The same for those who want the move alone. Returns 1 and the move, or 0 and NO_MOVE when the
 // text does not name exactly one legal move.
 int IsValidMove(std::string_view text, Move* out);
+
+// The legal moves of a playable position, in the order of generation. Uses the move list of the
+// current ply.
+std::vector<Move> LegalMoves(Position* pos);

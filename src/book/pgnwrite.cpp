@@ -1,72 +1,57 @@
 #include "book/pgnwrite.h"
 
+#include <algorithm>
 #include <cassert>
-#include <cstdlib>
 #include <sstream>
 
 #include "board/bitboards.h"
 #include "board/moves.h"
-#include "board/plydata.h"
+#include "book/gamemove.h"
 
 namespace {
 
 constexpr std::size_t LINE_LENGTH = 79;
 
-// What tells the piece from others of its kind that may go to the same square: nothing, its file,
-// its rank, or both.
-std::string Distinction(Position* pos, Move m) {
+// A piece's move with what tells it from others of its kind that may go to the same square:
+// nothing, its file, its rank, or both.
+std::string PieceMove(Position* pos, Move m) {
     const int from = MoveFrom(m);
     bool others = false, same_file = false, same_rank = false;
-    GenerateAll(pos);
-    for (const MoveEntry* e = pos->sstack[pos->ply].list_start; e->move != END_OF_LIST; ++e) {
-        const int other = MoveFrom(e->move);
-        if (other == from || MoveTo(e->move) != MoveTo(m) ||
-            pos->board[other] != pos->board[from] || !MoveIsLegal(pos, pos->side, e->move)) {
+    for (const Move other : LegalMoves(pos)) {
+        const int square = MoveFrom(other);
+        if (square == from || MoveTo(other) != MoveTo(m) ||
+            pos->board[square] != pos->board[from]) {
             continue;
         }
         others = true;
-        same_file = same_file || FileOf(other) == FileOf(from);
-        same_rank = same_rank || RankOf(other) == RankOf(from);
+        same_file = same_file || FileOf(square) == FileOf(from);
+        same_rank = same_rank || RankOf(square) == RankOf(from);
     }
-    if (!others) { return ""; }
-    const std::string square = square_name[from];
-    if (!same_file) { return square.substr(0, 1); }
-    return same_rank ? square : square.substr(1);
+    MoveForms forms;
+    GenMoveStrings(pos, m, &forms);
+    std::string text = forms.file_form;
+    if (!others) { return text.erase(1, 1); }
+    if (!same_file) { return text; }
+    return same_rank ? text.insert(2, 1, forms.rank_form[1]) : forms.rank_form;
 }
 
 std::string WithoutSigns(Position* pos, Move m) {
-    const int from = MoveFrom(m);
-    const int to = MoveTo(m);
-    const int type = PieceType(pos->board[from]);
-    if (type == KING && std::abs(from - to) == 2) { return to > from ? "O-O" : "O-O-O"; }
-    if (type == PAWN) {
-        MoveForms forms;
-        GenMoveStrings(pos, m, &forms);
-        const std::string text = forms.san;
-        return text.substr(0, text.find('+'));
-    }
-    constexpr const char* LETTERS = "-PNBRQK";
-    std::string text(1, LETTERS[type]);
-    text += Distinction(pos, m);
-    if (pos->board[to] != NO_PIECE) { text += 'x'; }
-    return text + square_name[to];
+    MoveForms forms;
+    GenMoveStrings(pos, m, &forms);
+    const int type = PieceType(pos->board[MoveFrom(m)]);
+    if (type == PAWN) { return forms.san; }
+    if (forms.file_form[0] == 'O') { return forms.file_form; }  // castling
+    return PieceMove(pos, m);
 }
 
 }  // namespace
 
-bool AnyLegalMove(Position* pos) {
-    GenerateAll(pos);
-    for (const MoveEntry* e = pos->sstack[pos->ply].list_start; e->move != END_OF_LIST; ++e) {
-        if (MoveIsLegal(pos, pos->side, e->move)) { return true; }
-    }
-    return false;
-}
-
 std::string StandardSan(Position* pos, Move m) {
     assert(MoveIsPseudoLegal(pos, m));
     std::string text = WithoutSigns(pos, m);
+    text.resize(std::min(text.size(), text.find('+')));  // it comes back below
     MakeMove(pos, m);
-    if (InCheck(pos, pos->side)) { text += AnyLegalMove(pos) ? '+' : '#'; }
+    if (InCheck(pos, pos->side)) { text += LegalMoves(pos).empty() ? '#' : '+'; }
     UnmakeMove(pos);
     return text;
 }

@@ -10,9 +10,6 @@
 // move of the side to move. Uses the move list of the current ply; the position is as before.
 std::string StandardSan(Position* pos, Move m);
 
-// False when the side to move is mated or stalemated. Uses the move list of the current ply.
-bool AnyLegalMove(Position* pos);
-
 // Writes one game: its tags, then its moves, then the result.
 class PgnWriter {
 public:

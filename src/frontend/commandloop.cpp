@@ -4,10 +4,12 @@
 
 #include <cassert>
 #include <deque>
+#include <vector>
 
 #include "board/trace.h"
 #include "board/zobrist.h"
 #include "book/book.h"
+#include "book/gamemove.h"
 #include "eval/personality.h"
 #include "frontend/input.h"
 #include "frontend/output.h"
@@ -119,24 +121,22 @@ void BeginSearch() {
     PBlock.control.start_request = SEARCH_IDLE;
 }
 
-// A search to depth 0 publishes no move, but a GUI waits for one.
-Move FirstLegalMove(Position* pos) {
-    GenerateAll(pos);
-    for (const MoveEntry* e = pos->sstack[pos->ply].list_start; e->move != END_OF_LIST; ++e) {
-        if (MoveIsLegal(pos, pos->side, e->move)) { return e->move; }
-    }
-    return NO_MOVE;
+// A GUI waits for a move: one that the user wants where some are named, else the first legal one;
+// NO_MOVE when there is none.
+Move AnyMove() {
+    if (PBlock.root.wanted_count > 0) { return PBlock.root.wanted[0]; }
+    const std::vector<Move> moves = LegalMoves(game_position);
+    return moves.empty() ? NO_MOVE : moves.front();
 }
 
 void ReportToGui() {
     ResultSnapshot result = PBlock.result.Snapshot();
-    const bool searched = game_position->fifty <= FIFTY_MOVE_PLIES && PBlock.limits.max_depth != 0;
-    const bool answered =
-        game_position->fifty <= FIFTY_MOVE_PLIES || PBlock.options.conventions.null_is_0000;
-    if (result.pv[1] == NO_MOVE && !searched && answered) {
-        const RootFacts& root = PBlock.root;
-        result.pv[1] = root.wanted_count > 0 ? root.wanted[0] : FirstLegalMove(game_position);
-    }
+    // A search to depth 0 publishes no move, and beyond the limit of fifty moves there is no
+    // search.
+    const bool any_move_will_do =
+        PBlock.options.conventions.null_is_0000 ||
+        (PBlock.limits.max_depth == 0 && game_position->fifty <= FIFTY_MOVE_PLIES);
+    if (result.pv[1] == NO_MOVE && any_move_will_do) { result.pv[1] = AnyMove(); }
     char best[MOVE_TEXT_SIZE];
     char reply[MOVE_TEXT_SIZE];
     MoveToStr(result.pv[1], best, TextStyle());

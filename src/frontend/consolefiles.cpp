@@ -28,13 +28,17 @@ namespace {
 
 constexpr const char* SAVED_GAMES = "tmp.pgn";
 constexpr const char* TEST_POSITIONS = "test.epd";
-constexpr const char* NO_SUCH_FILE = "there is no such file";
 constexpr std::size_t COPIED_AT_ONCE = 4096;  // bytes
 constexpr std::size_t EPD_LINE_SHOWN = 254;   // characters of a line of "test.epd" that are printed
 constexpr std::size_t EPD_LINE_WITH_BOARD = 9;  // a shorter one is no position
 constexpr int GAME_NUMBER_MAX = 1000;           // "load" takes a larger number for 1
 constexpr int PGN_MOVE_LENGTH = 32;             // characters of a move in a game file
 constexpr int SAVED_MOVES_PER_LINE = 11;
+
+// `why` as OpenRegularFile leaves it.
+void ShowUnreadable(const char* path, const char* why) {
+    ShowError("%s: %s\n", path, why != nullptr ? why : "there is no such file");
+}
 
 constexpr const char* GAME_START = "[Event ";
 
@@ -168,7 +172,7 @@ void WriteClassicGame(OutFile* out, int moves) {
 
 // "1-0" and the like where the game has ended on the board.
 const char* ResultOnBoard(Position* pos) {
-    if (WhyUnplayable(pos) != nullptr || AnyLegalMove(pos)) { return "*"; }
+    if (WhyUnplayable(pos) != nullptr || !LegalMoves(pos).empty()) { return "*"; }
     if (!InCheck(pos, pos->side)) { return "1/2-1/2"; }
     return pos->side == WHITE ? "0-1" : "1-0";
 }
@@ -205,7 +209,7 @@ void LoadCommand(const Command& c) {
         EndGameRecord();
         ShowBoard(game_position);
     } else {
-        ShowError("%s: %s\n", path, why != nullptr ? why : NO_SUCH_FILE);
+        ShowUnreadable(path, why);
     }
     PBlock.time.ResetClocks();
 }
@@ -235,7 +239,7 @@ void GetCommand(const Command& c) {
     LineReader reader;
     const char* why;
     if (!OpenLines(&reader, OpenRegularFile(TEST_POSITIONS, &why))) {
-        ShowError("%s: %s\n", TEST_POSITIONS, why != nullptr ? why : NO_SUCH_FILE);
+        ShowUnreadable(TEST_POSITIONS, why);
         return;
     }
     const std::string line = FindEpdLine(&reader, c.word[1]);

@@ -260,7 +260,6 @@ void EvaluationCommand(const Command&) {
 namespace {
 
 constexpr int LINE_PLIES = 66;  // longest line that is shown
-constexpr int MAX_PERFT_DEPTH = 20;
 
 // Copies the published line when the search it comes from is, or was, one of the game position.
 void CopySearchLine(Move* line) {

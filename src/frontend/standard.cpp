@@ -1,9 +1,9 @@
 #include "frontend/standard.h"
 
 #include <cstring>
-#include <vector>
 
 #include "board/moves.h"
+#include "book/gamemove.h"
 #include "eval/threadblock.h"
 #include "frontend/commandloop.h"
 #include "frontend/consolecommands.h"
@@ -13,17 +13,6 @@
 #include "search/perft.h"
 
 namespace {
-
-constexpr int MAX_PERFT_DEPTH = 20;  // plies
-
-std::vector<Move> LegalMoves(Position* pos) {
-    std::vector<Move> moves;
-    GenerateAll(pos);
-    for (const MoveEntry* e = pos->sstack[pos->ply].list_start; e->move != END_OF_LIST; ++e) {
-        if (MoveIsLegal(pos, pos->side, e->move)) { moves.push_back(e->move); }
-    }
-    return moves;
-}
 
 // Legal move sequences of this length (plies) that begin with the move.
 u64 SequencesAfter(ThreadBlock* tb, Move m, int depth) {

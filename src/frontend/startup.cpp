@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
-#include <span>
 
 #include "board/bitboards.h"
 #include "board/trace.h"
@@ -65,10 +64,9 @@ int StartUp(int argc, char** argv, StartOptions* options) {
     PBlock.options.has_popcnt = has_popcnt;
     PBlock.options.has_bmi = has_bmi;
     // Before the parameter file is told of; what the file says of it may be overruled.
-    const std::span<char*> words(argv, static_cast<std::size_t>(argc));
-    const auto said = [words](const char* option) {
-        return std::any_of(words.begin(), words.end(),
-                           [option](const char* w) { return std::strcmp(w, option) == 0; });
+    const auto said = [argc, argv](const char* option) {
+        return std::any_of(argv, argv + argc,
+                           [option](const char* word) { return std::strcmp(word, option) == 0; });
     };
     if (said("-standard")) { PBlock.options.conventions = STANDARD_CONVENTIONS; }
     PBlock.options.protocol = said("-c") ? PROTOCOL_CONSOLE : PROTOCOL_UCI;

@@ -19,6 +19,7 @@
 #include "frontend/ucioptions.h"
 #include "frontend/units.h"
 #include "platform/words.h"
+#include "search/search.h"
 #include "search/ttable.h"
 
 const char* const version = "Vesk 3.0";
@@ -79,12 +80,11 @@ Move CastlingByRook(Move m) {
     const Position* pos = game_position;
     const int from = MoveFrom(m);
     const int to = MoveTo(m);
-    if (!PBlock.options.conventions.rook_castling || m == NO_MOVE ||
+    if (!PBlock.options.conventions.rook_castling || from != init_king_sq[pos->side] ||
         pos->board[from] != PieceCode(pos->side, KING) ||
         pos->board[to] != PieceCode(pos->side, ROOK)) {
         return m;
     }
-    constexpr int CASTLING_STEP = 2;  // files
     return MakeMoveWord(from, to > from ? from + CASTLING_STEP : from - CASTLING_STEP);
 }
 
@@ -183,7 +183,6 @@ void ReadWantedMoves(const char* text) {
 
 // "searchmoves" and "mate". A mate is looked for at least some plies deeper than it lies.
 void ReadStandardLimits(const char* rest) {
-    constexpr int PLIES_PER_MOVE = 2;
     constexpr int EXTRA_PLIES = 6;
     if (WhyUnplayable(game_position) != nullptr) { return; }
     if (const char* moves = std::strstr(rest, "searchmoves")) {

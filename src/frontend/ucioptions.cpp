@@ -73,8 +73,6 @@ void SetBookFile(const std::string& name) {
     ShowRemark("%s", opening_book.bkrecnum > 0 ? "book opened" : "no book");
 }
 
-void KeepText(const std::string&) {}
-
 void ClearHash(int) {
     FinishSearch();
     if (PBlock.options.hash_mode != 0) { ClearTTable(); }
@@ -89,14 +87,14 @@ enum class Announced { Always, StandardForm, Never };
 struct UciOption {
     const char* name;
     OptionType type;
-    int initial, low, high;  // of a number; a switch is 0 or 1
-    void (*set)(int value);
-    bool confirmed;                 // by the usual line
+    int initial = 0, low = 0, high = 0;  // of a number; a switch is 0 or 1
+    void (*set)(int value) = nullptr;    // of all but texts
+    bool confirmed = false;              // by the usual line
     bool true_in_the_word = false;  // a switch that is on also when "true" is a part of the value
     bool number_only = false;       // a value that is no number changes nothing
     // The classic form knows only those that it always announces, and those that nobody announces.
     Announced announced = Announced::Always;
-    void (*set_text)(const std::string& text) = nullptr;  // of a text
+    void (*set_text)(const std::string& text) = nullptr;  // of a text that is more than told
     const char* initial_text = "";
 };
 
@@ -110,15 +108,15 @@ constexpr UciOption uci_options[] = {
     {"Communication Overhead", OptionType::Spin, 25, 0, MAX_OVERHEAD_MS, SetOverhead, true},
     {"OwnBook", OptionType::Check, 0, 0, 1, SetOwnBook, true},
     {"Log", OptionType::Check, 0, 0, 1, SetLog, true, true},
-    {"Standard", OptionType::Check, 0, 0, 1, SetStandard, false, false, false, Announced::Never},
-    {"Move Overhead", OptionType::Spin, 25, 0, MAX_OVERHEAD_MS, SetOverhead, true, false, false,
-     Announced::StandardForm},
-    {"UCI_AnalyseMode", OptionType::Check, 0, 0, 1, SetAnalyseMode, false, false, false,
-     Announced::StandardForm},
-    {"Book File", OptionType::Text, 0, 0, 0, nullptr, false, false, false, Announced::StandardForm,
-     SetBookFile, "vesk.opn"},
-    {"UCI_EngineAbout", OptionType::Text, 0, 0, 0, nullptr, false, false, false,
-     Announced::StandardForm, KeepText, "Vesk 3.0 by Dorin Kael"},
+    {.name = "Standard", .type = OptionType::Check, .high = 1, .set = SetStandard, .announced = Announced::Never},
+    {.name = "Move Overhead", .type = OptionType::Spin, .initial = 25, .high = MAX_OVERHEAD_MS, .set = SetOverhead,
+     .confirmed = true, .announced = Announced::StandardForm},
+    {.name = "UCI_AnalyseMode", .type = OptionType::Check, .high = 1, .set = SetAnalyseMode,
+     .announced = Announced::StandardForm},
+    {.name = "Book File", .type = OptionType::Text, .announced = Announced::StandardForm, .set_text = SetBookFile,
+     .initial_text = "vesk.opn"},
+    {.name = "UCI_EngineAbout", .type = OptionType::Text, .announced = Announced::StandardForm,
+     .initial_text = "Vesk 3.0 by Dorin Kael"},
 };
 // clang-format on
 
@@ -178,7 +176,7 @@ void SetUciOption(const std::string& name, const std::string& text) {
         });
     if (o == std::end(uci_options)) { return; }
     if (o->type == OptionType::Text) {
-        o->set_text(text);
+        if (o->set_text != nullptr) { o->set_text(text); }
         return;
     }
     const std::string value = GetWord(text.c_str());

@@ -4,6 +4,8 @@
 
 #include "eval/threadblock.h"
 
+inline constexpr int MAX_PERFT_DEPTH = 20;  // plies, of what the user may ask for
+
 // What the mate test finds.
 inline constexpr int NO_MATE = 0;  // a legal move exists
 inline constexpr int CHECKMATE = 1;

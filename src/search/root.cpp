@@ -18,7 +18,6 @@
 namespace {
 
 constexpr int LAST_ITERATION = 68;
-constexpr int PLIES_PER_MOVE = 2;
 constexpr int WINDOW_BOTTOM = MATED_AT_ROOT;
 constexpr int WINDOW_TOP = MATE_IN_ONE;
 constexpr int MIN_WIDENING = 25;

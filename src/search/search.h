@@ -11,6 +11,7 @@ inline constexpr int NODE_CUT = 2;
 inline constexpr int NODE_ALL = 3;
 inline constexpr int node_opp[4] = {0, 1, 3, 2};  // type of a node's first child
 
+inline constexpr int PLIES_PER_MOVE = 2;
 inline constexpr int INFINITE_SCORE = 10000;
 inline constexpr int MATED_AT_ROOT = 1 - INFINITE_SCORE;  // the side to move is mated at ply 1
 inline constexpr int MATE_IN_ONE = INFINITE_SCORE - 2;

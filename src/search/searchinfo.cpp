@@ -25,10 +25,8 @@ constexpr int CONSOLE_MOVES_FINISHED = 32;  // and once it was told to stop
 constexpr int CONSOLE_MOVES_PER_LINE = 8;   // then a new line starts below the first move
 constexpr double MS_PER_SECOND = 1000.0;
 constexpr double NODES_PER_KILONODE = 1000.0;
-constexpr double PER_MILLE = 1000.0;        // of the table's fill
-constexpr std::size_t CONSOLE_INDENT = 30;  // width of what stands before the first move
-constexpr int SURE_MATE = 9800;             // no score of an evaluation is as large
-constexpr int PLIES_PER_MOVE = 2;
+constexpr double PER_MILLE = 1000.0;          // of the table's fill
+constexpr std::size_t CONSOLE_INDENT = 30;    // width of what stands before the first move
 constexpr double SHORTEST_RATE_TIME = 0.001;  // seconds below which no node rate is shown
 
 std::mutex info_mutex;  // held from the gathering of the totals until the line is written
@@ -100,7 +98,9 @@ const char* BoundWord(const SearchLine& line) {
 
 std::string ScoreText(const SearchLine& line) {
     if (!Manners().mate_scores) { return Format("cp %d", line.score); }
-    if (std::abs(line.score) < SURE_MATE) { return Format("cp %d%s", line.score, BoundWord(line)); }
+    if (std::abs(line.score) <= MATE_SCORE) {
+        return Format("cp %d%s", line.score, BoundWord(line));
+    }
     const int moves = (INFINITE_SCORE - std::abs(line.score)) / PLIES_PER_MOVE;
     return Format("mate %d%s", line.score > 0 ? moves : -moves, BoundWord(line));
 }

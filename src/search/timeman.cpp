@@ -57,7 +57,6 @@ constexpr int NEW_MOVE_ITERATIONS = 1;  // a best move as young as this is new
 constexpr int OPENING_PLIES = 25;
 constexpr int MOVES_FROM_START = 36;
 constexpr int MOVES_AFTER_OPENING = 24;
-constexpr int PLIES_PER_MOVE = 2;
 
 constexpr int PONDER_MOVES = 2;  // pondering pays when more moves are to go
 
