@@ -23,8 +23,9 @@ bool IsRepetitionDraw(const Position* pos) {
 
 bool IsFiftyMoveDraw(ThreadBlock* tb, int in_check) {
     const Position* pos = &tb->pos;
-    if (pos->fifty + PBlock.root.early_draw <= FIFTY_MOVE_PLIES ||
-        pos->ply < FIRST_FIFTY_MOVE_PLY) {
+    // Who draws a ply early does so among the replies to the root as well: no line goes on.
+    const int early = PBlock.root.early_draw;
+    if (pos->fifty + early <= FIFTY_MOVE_PLIES || pos->ply < FIRST_FIFTY_MOVE_PLY - early) {
         return false;
     }
     assert(CurrentPly(tb)->hash_move == NO_MOVE);
