@@ -11,13 +11,12 @@
 #include "eval/personality.h"
 #include "eval/weights.h"
 #include "frontend/output.h"
-#include "frontend/pblock.h"
 #include "platform/infile.h"
 #include "platform/textlines.h"
 
 namespace {
 
-constexpr std::string_view STANDARD_KEY = "standard";  // not a weight
+constexpr std::string_view STANDARD_KEY = "standard";  // the one key that is no weight
 
 constexpr std::size_t MAX_LINE = 254;   // characters of a line, without its end
 constexpr std::size_t MAX_TEXT = 79;    // of a setting without leading and trailing spaces
@@ -28,6 +27,7 @@ constexpr u32 DECIMAL = 10;
 struct ParameterFile {
     const char* path;
     LineReader reader;
+    bool* standard = nullptr;  // what the file says of the standard form; nullptr: it has no say
     int line_number = 0;
     // Without leading spaces and the line's end, cut at its first NUL and after MAX_LINE + 1
     // characters: of a line that is too long or holds a NUL it is only good to be shown.
@@ -79,9 +79,9 @@ void ShowFault(const ParameterFile* file, const char* what, std::string_view par
         if (c < ' ' || c > '~') { c = '?'; }
     }
     if (shown.empty()) {
-        ShowMessageF("%s, line %d: %s", file->path, file->line_number, what);
+        ShowRemark("%s, line %d: %s", file->path, file->line_number, what);
     } else {
-        ShowMessageF("%s, line %d: %s: \"%s\"", file->path, file->line_number, what, shown.c_str());
+        ShowRemark("%s, line %d: %s: \"%s\"", file->path, file->line_number, what, shown.c_str());
     }
 }
 
@@ -167,6 +167,10 @@ void ReadRow(ParameterFile* file, i16* row) {
 // The key that a line begins with, known or not.
 std::string_view KeyOf(std::string_view text) { return text.substr(0, text.find_first_of(" =")); }
 
+bool IsKnown(const ParameterFile& file, std::string_view key) {
+    return FindKey(key) != nullptr || (file.standard != nullptr && key == STANDARD_KEY);
+}
+
 // Reads the eight lines that follow into a row of 64 values, rank 8 first. Stops at the end of the
 // file, or at a setting, which is then read as such; what is not reached stays.
 void LoadPST(i16* row, ParameterFile* file) {
@@ -175,7 +179,7 @@ void LoadPST(i16* row, ParameterFile* file) {
             ShowFault(file, "the file ends inside a piece-square table", "");
             return;
         }
-        if (FindKey(KeyOf(file->text)) != nullptr) {
+        if (IsKnown(*file, KeyOf(file->text))) {
             ShowFault(file, "a piece-square table needs eight lines", file->text);
             file->pending = true;
             return;
@@ -187,25 +191,21 @@ void LoadPST(i16* row, ParameterFile* file) {
 // A line without a known key means nothing, but a tab in a space's place was hardly meant so.
 void ShowTabAfterKey(const ParameterFile* file, std::string_view key) {
     const std::size_t tab = key.find('\t');
-    if (tab != std::string_view::npos && FindKey(key.substr(0, tab)) != nullptr) {
+    if (tab != std::string_view::npos && IsKnown(*file, key.substr(0, tab))) {
         ShowFault(file, "a tab does not separate key and value", file->text);
     }
 }
 
-void StoreNumber(const ParameterFile* file, const Weight& weight, std::string_view text,
-                 PersonalityRecord* record) {
+// The number of the setting, whose text after the key this is.
+u32 NumberOf(const ParameterFile* file, WeightKind kind, std::string_view text) {
     NumberFaults faults;
-    const u32 value = LeadingInteger(text, weight.kind, &faults);
+    const u32 value = LeadingInteger(text, kind, &faults);
     if (text.empty()) {
         ShowFault(file, "no value, 0 is used", file->text);
     } else {
         ShowNumberFaults(file, faults);
     }
-    if (weight.kind == WeightKind::BYTE) {
-        *ByteField(weight, record) = static_cast<u8>(value);
-    } else {
-        *WordField(weight, record) = Word(value);
-    }
+    return value;
 }
 
 void ReadSetting(ParameterFile* file, PersonalityRecord* record) {
@@ -220,24 +220,27 @@ void ReadSetting(ParameterFile* file, PersonalityRecord* record) {
     }
     const std::string_view key = KeyOf(text);
     const Weight* weight = FindKey(key);
-    if (key == STANDARD_KEY) {
-        const bool on = After(text.substr(key.size()), " =").starts_with('1');
-        PBlock.options.conventions = on ? STANDARD_CONVENTIONS : CLASSIC_CONVENTIONS;
-    } else if (weight == nullptr) {
+    const std::string_view value = After(text.substr(key.size()), " =");
+    if (!IsKnown(*file, key)) {
         ShowTabAfterKey(file, key);
     } else if (key.size() == text.size()) {
         ShowFault(file, "key without a value", text);
+    } else if (weight == nullptr) {
+        *file->standard = NumberOf(file, WeightKind::BYTE, value) != 0;
     } else if (weight->kind == WeightKind::SQUARES) {
         LoadPST(WordField(*weight, record), file);
+    } else if (weight->kind == WeightKind::BYTE) {
+        *ByteField(*weight, record) = static_cast<u8>(NumberOf(file, WeightKind::BYTE, value));
     } else {
-        StoreNumber(file, *weight, After(text.substr(key.size()), " ="), record);
+        *WordField(*weight, record) = Word(NumberOf(file, weight->kind, value));
     }
 }
 
 }  // namespace
 
-bool LoadConfigFile(const char* path, PersonalityRecord* record) {
+bool LoadConfigFile(const char* path, PersonalityRecord* record, bool* standard) {
     ParameterFile file;
+    file.standard = standard;
     file.path = path;
     const char* why = nullptr;
     if (!OpenLines(&file.reader, OpenRegularFile(path, &why))) {

@@ -2,6 +2,7 @@
 // reduction table, and the evaluation's lookup tables. Nothing has to be initialised first. Written
 // while no search runs.
 #include "eval/personality.h"
+#include "frontend/pblock.h"
 
 #include <algorithm>
 #include <cmath>
@@ -214,8 +215,10 @@ void BuildReductionTable(PersonalityRecord* record) {
 
 void InitPersonality(const char* path) {
     SetPersonalityDefaults(&Personality);
+    bool standard = PBlock.options.conventions.standard;
     // Without a file the defaults do.
-    if (path != nullptr) { static_cast<void>(LoadConfigFile(path, &Personality)); }
+    if (path != nullptr) { static_cast<void>(LoadConfigFile(path, &Personality, &standard)); }
+    PBlock.options.conventions = {.standard = standard};
     DeriveDepthLimits(&Personality);
     BuildReductionTable(&Personality);
     DefaultPersonality = Personality;

@@ -114,15 +114,18 @@ void DeriveDepthLimits(PersonalityRecord* record);
 void BuildReductionTable(PersonalityRecord* record);
 
 // Start-up fill of Personality: defaults, the parameter file at `path` (nullptr = none), limits,
-// reduction table; then its copy DefaultPersonality.
+// reduction table; then its copy DefaultPersonality. The file may also choose the conventions.
 void InitPersonality(const char* path);
 
 // Rebuilds eval_tables from Personality and empties the evaluation and pawn caches of every thread
 // record.
 void InitEval();
 
-// Reads a parameter file over `record`: the fields whose keys occur. False when there is no
+// Reads a parameter file over `record`: the fields whose keys occur, and into *standard whether the
+// program shall keep to the published standards, when the file says so; nullptr: such a line is one
+// of an unknown key. False when there is no
 // such file; also, said in a line on standard error, when it is no regular file or cannot be read
 // to its end. Bad lines are named on the message output and change nothing but
 // themselves. (paramfile.cpp)
-[[nodiscard]] bool LoadConfigFile(const char* path, PersonalityRecord* record);
+[[nodiscard]] bool LoadConfigFile(const char* path, PersonalityRecord* record,
+                                  bool* standard = nullptr);

@@ -86,23 +86,23 @@ void AppendBoard(std::string* text, const Position* pos, const EvalReport& r) {
 }  // namespace
 
 void ShowEvalInfo() {
-    const i8 max_depth = PBlock.limits.max_depth;
+    const Position* pos = game_position;
+    if (PBlock.options.conventions.plain_console && InCheck(pos, pos->side)) {
+        ShowMessageF("%s is in check: there is nothing to evaluate yet",
+                     pos->side == WHITE ? "white" : "black");
+        return;
+    }
+    const SearchLimits limits = PBlock.limits;
+    PBlock.limits = {};
     PBlock.limits.max_depth = 0;
     InitSearch();
     EvalReport r;
     EvaluateWithReport(ThreadData[1], &r);
     SearchIterations(1);
-    PBlock.limits.max_depth = max_depth;
+    PBlock.limits = limits;
 
     const ThreadBlock* tb = ThreadData[1];
-    const Position* pos = game_position;
     std::string text = "\n";
-    if (PBlock.options.conventions.plain_console && InCheck(pos, pos->side)) {
-        Append(&text, "%s is in check: the search looks on, nothing is evaluated\n",
-               pos->side == WHITE ? "white" : "black");
-        ShowMessage(text.c_str());
-        return;
-    }
     Append(&text, "eval= %d, qscore= %d, stage= %d, draw_adj= %0.2f\n\n", tb->root_eval,
            tb->running_score.Get(), r.stage, r.factor);
     AppendSquares(&text, "hung pieces on: ", r.hanging);
