@@ -144,7 +144,8 @@ void MakeMove(Position* pos, Move m) {
     }
     if (PieceType(code) == KING && IsTwoFileStep(from, to)) {
         MoveCastlingRook(pos, side, from, to);
-        pos->fifty = 0;
+        // Classic counting begins anew; by the rules of the game castling is a quiet move.
+        if (!PBlock.options.conventions.fen_counters) { pos->fifty = 0; }
     }
     assert(PositionIsSound(pos));
 }

@@ -189,7 +189,7 @@ int MoveAttacksKingArea(const Position* pos, int type, int from, int to, Bitboar
 
 // --- exchanges (exchange.cpp) ---
 
-// What `side` gains in centipawns, -9999..10000, when both sides take on `to` as long as it pays,
+// What `side` gains in centipawns, -9999..9999, when both sides take on `to` as long as it pays,
 // over the occupancy `occupied`, in which every attacker stands. With from = NO_SQUARE `side`
 // begins with its least valuable attacker or declines (>= 0); else its piece on `from` goes to `to`
 // whatever comes of it.

@@ -1,9 +1,12 @@
 // Moves of the game in text.
 #include "book/gamemove.h"
 
+#include <cstring>
+
 #include "board/plydata.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
+#include "platform/words.h"
 
 MoveReading ReadGameMove(std::string_view text) {
     const MoveReading reading = ReadMove(game_position, text);
@@ -23,4 +26,15 @@ std::vector<Move> LegalMoves(Position* pos) {
         if (MoveIsLegal(pos, pos->side, e->move)) { moves.push_back(e->move); }
     }
     return moves;
+}
+
+void SetUpGame(const char* fen) {
+    constexpr int FIELDS_BEFORE_CLOCK = 4;
+    SetPosition(game_position, fen);
+    if (!PBlock.options.conventions.fen_counters) { return; }
+    for (int i = 0; i < FIELDS_BEFORE_CLOCK; ++i) {
+        fen += std::strspn(fen, " ");
+        fen += std::strcspn(fen, " ");
+    }
+    game_position->fifty = static_cast<u8>(WholeNumber(fen, 0, FIFTY_MOVE_PLIES));
 }

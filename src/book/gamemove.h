@@ -15,6 +15,9 @@ MoveReading ReadGameMove(std::string_view text);
 // text does not name exactly one legal move.
 int IsValidMove(std::string_view text, Move* out);
 
+// Sets the game position up from a FEN, with its half-move clock where the conventions take that.
+void SetUpGame(const char* fen);
+
 // The legal moves of a playable position, in the order of generation. Uses the move list of the
 // current ply.
 std::vector<Move> LegalMoves(Position* pos);

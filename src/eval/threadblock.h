@@ -56,6 +56,7 @@ struct ThreadBlock {
     u8 extension_accumulator;    // sixteenths of a ply
     Relaxed<u64> nodes;
     u64 node_target;  // the search stops with so many
+    int deepest_ply;  // of the nodes of this search
     u32 seed;         // perturbation of a secondary thread's root order
     Relaxed<u64> eval_probes, eval_hits;
     Relaxed<u64> tt_probes, tt_hits;

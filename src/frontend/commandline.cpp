@@ -95,17 +95,18 @@ struct CommandLineOption {
     void (*apply)(StartOptions* start, const char* value, int number);
     int number = 0;
     bool anywhere = false;  // the name may stand anywhere in the word
+    bool of_form = false;   // says in which form the program speaks
 };
 
 constexpr const char* SCAN_OPTION = "-scan_pgn";
 
 // In the order in which they are tried. Those that take a file choose a mode.
 constexpr CommandLineOption command_line_options[] = {
-    {"-uci", OptionValue::None, SetProtocol, PROTOCOL_UCI},
-    {"-c", OptionValue::None, SetProtocol, PROTOCOL_CONSOLE},
+    {"-uci", OptionValue::None, SetProtocol, PROTOCOL_UCI, false, true},
+    {"-c", OptionValue::None, SetProtocol, PROTOCOL_CONSOLE, false, true},
     {"-nolog", OptionValue::None, LogNothing},
     {"-quiet", OptionValue::None, SayNothing},
-    {"-standard", OptionValue::None, KeepToStandards},
+    {"-standard", OptionValue::None, KeepToStandards, 0, false, true},
     {"-uci_extra", OptionValue::None, ShowThreadNumbers},
     {"-noise", OptionValue::Number, SetNoise},
     {"-d", OptionValue::Number, SetDepth},
@@ -137,6 +138,16 @@ const CommandLineOption* FindOption(const char* word) {
 
 }  // namespace
 
+void ReadFormOptions(int argc, char** argv) {
+    PBlock.options.protocol = PROTOCOL_UCI;
+    for (int i = 1; i < argc; ++i) {
+        const CommandLineOption* o = FindOption(argv[i]);
+        if (o == nullptr) { continue; }
+        if (o->of_form) { o->apply(nullptr, nullptr, o->number); }
+        if (o->value != OptionValue::None) { ++i; }
+    }
+}
+
 void ReadCommandLine(int argc, char** argv, StartOptions* options) {
     bool scan_without_mode = false;
     for (int i = 1; i < argc; ++i) {
@@ -153,14 +164,14 @@ void ReadCommandLine(int argc, char** argv, StartOptions* options) {
             o->apply(options, argv[i], o->number);
         } else if (o->value == OptionValue::File) {
             Wish(options, RunMode::Nothing);
-            if (!scan_without_mode) { ShowMessageF("option %s needs a file name after it", word); }
+            if (!scan_without_mode) { ShowRemark("option %s needs a file name after it", word); }
         } else {
-            ShowMessageF("option %s needs a number after it and is ignored", word);
+            ShowRemark("option %s needs a number after it and is ignored", word);
         }
     }
     if (scan_without_mode && options->scan_mode == 0) {
         Wish(options, RunMode::Nothing);
-        ShowMessage(
+        ShowRemark(
             "-scan_pgn comes in four modes: -scan_pgn1 annotates the games, -scan_pgn2 writes "
             "tuning positions, -scan_pgn3 test positions, -scan_pgn4 rook endings");
     }

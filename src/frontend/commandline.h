@@ -17,6 +17,10 @@ struct StartOptions {
     std::string scan_file;        // the file to scan
 };
 
+// Stores only the protocol and the conventions that the command line asks for: what is said before
+// ReadCommandLine is said in their form.
+void ReadFormOptions(int argc, char** argv);
+
 // Stores the options in PBlock, their numbers within their limits, and chooses the mode. Of an
 // option that comes twice the last one holds. A word that is no option is named on standard error
 // and skipped; an option without its value says so in one line. Requires the defaults in PBlock and

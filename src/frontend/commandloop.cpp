@@ -2,6 +2,7 @@
 // (tables, pool, transposition table). Front-end thread only; it never blocks on input.
 #include "frontend/commandloop.h"
 
+#include <algorithm>
 #include <cassert>
 #include <deque>
 #include <vector>
@@ -18,7 +19,6 @@
 #include "frontend/units.h"
 #include "platform/interrupt.h"
 #include "platform/sleep.h"
-#include "platform/words.h"
 #include "search/search.h"
 #include "search/searchinfo.h"
 #include "search/threads.h"
@@ -37,6 +37,7 @@ struct LoopState {
     u64 searched_key = 0;
     int searched_hist_count = 0;
     bool searched_for_selfplay = false;  // the move found is to be played
+    bool cut_short = false;              // by a command, before it was reported
     bool user_waits = false;             // nothing typed is heard before all searches have ended
     // After the search that runs, in this order.
     std::deque<SearchRequest> waiting_requests;
@@ -71,7 +72,8 @@ void RefuseSearch(const char* why) {
 }
 
 bool BookMoveFound() {
-    if (PBlock.options.analyse_mode || PBlock.root.wanted_count > 0) { return false; }
+    const bool analyses = PBlock.options.analyse_mode && PBlock.options.conventions.more_options;
+    if (analyses || PBlock.root.wanted_count > 0) { return false; }
     if (!PBlock.options.own_book || game_position->hist_count > BOOK_MAX_PLY) { return false; }
     GetCandidates(game_position, 0);
     return PBlock.result.SnapshotMove() != NO_MOVE;
@@ -108,6 +110,7 @@ void BeginSearch() {
         loop.searched_key = SearchKey(game_position);
         loop.searched_hist_count = game_position->hist_count;
         loop.searched_for_selfplay = PBlock.control.selfplay != 0;
+        loop.cut_short = false;
         GetElapsedTime(1);
         InitSearch();
         if (BookMoveFound()) {
@@ -241,9 +244,12 @@ void HandleEndOfInput() {
 
 bool EndsNoWait(const std::string& line) { return line != "."; }
 
+// Also what needs the records of the threads that search.
 bool BeginsAnother(const std::string& line) {
-    const std::string word = GetWord(line.c_str());
-    return word == "position" || word == "ucinewgame" || word == "go";
+    constexpr const char* BLANKS = " \t";
+    const std::size_t begin = std::min(line.find_first_not_of(BLANKS), line.size());
+    const std::string word = line.substr(begin, line.find_first_of(BLANKS, begin) - begin);
+    return word == "position" || word == "ucinewgame" || word == "go" || word == "eval";
 }
 
 void HoldWhatMustWait() {
@@ -279,6 +285,7 @@ void FinishSearch() {
 void AbandonSearch() {
     PBlock.control.stop = STOP_ABANDON;
     if (BusyThreads() == 0) { return; }
+    loop.cut_short = true;
     WaitUntilIdle();
     GetElapsedTime(0);
 }
@@ -329,7 +336,7 @@ void CommandLoop() {
             PBlock.control.search_state == SEARCH_IDLE) {
             BeginSearch();
         }
-        if (PBlock.control.search_state != SEARCH_IDLE && SearchIsOver()) { ReportSearch(false); }
+        if (SearchRuns() && SearchIsOver()) { ReportSearch(loop.cut_short); }
         if (loop.user_waits) { GoOnWaiting(); }
         if (InputIsOver()) { HandleEndOfInput(); }
     }

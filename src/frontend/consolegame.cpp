@@ -42,7 +42,7 @@ void TakeBackAll() {
 }
 
 void NewGamePosition(const char* fen) {
-    SetPosition(game_position, fen);
+    SetUpGame(fen);
     EndGameRecord();
 }
 

@@ -1,7 +1,8 @@
 // The only reader of standard input. Bytes are taken as they arrive and handed on as lines, one per
 // call; a line has no fixed length and may hold any bytes but the two that end it, line feed and
 // NUL. Input that has not been asked for yet stays where it comes from, so memory holds one line
-// and one read at most. A terminal hands over whole lines, so it is polled like a pipe.
+// and one read at most, or what has to be held back, so that its end is seen. A terminal hands over
+// whole lines, so it is polled like a pipe.
 #include "frontend/input.h"
 
 #include <algorithm>
@@ -24,6 +25,7 @@
 namespace {
 
 constexpr std::size_t READ_SIZE = 65536;                  // bytes taken at once
+constexpr std::size_t HELD_LIMIT = std::size_t{1} << 24;  // bytes of held lines that are taken
 constexpr std::size_t LINE_LIMIT = std::size_t{1} << 28;  // a line is cut there: memory is finite
 constexpr double INPUT_WAIT_SECONDS = 0.1;  // a waiting reader looks for an interrupt this often
 constexpr std::string_view LINE_ENDS("\n\0", 2);
@@ -88,6 +90,15 @@ bool IsHarmless(const std::string& whole_line) {
     return line == "quit" || line == "stop" || line == "." || line == "isready";
 }
 
+// Only the word counts while a tool works: what a protocol would read of the line is not the
+// tool's.
+void HandleInTool(const std::string& line) {
+    const bool uci = PBlock.options.protocol == PROTOCOL_UCI;
+    std::string word = GetWord(line.c_str());
+    if (word == "." || word == "stop") { word = uci ? "stop" : "."; }
+    uci ? ProcessUCI(word.c_str()) : ConsoleCommand(word.c_str());
+}
+
 void HandleLine(const std::string& line) {
     if (PBlock.options.protocol == PROTOCOL_UCI) {
         ProcessUCI(line.c_str());
@@ -111,7 +122,11 @@ void UserInput() {
     const std::string line = LineUpTo(end);
     if (reader.held != nullptr && reader.held(line)) { return; }
     DropLine(end);
-    if (!reader.tool_mode || IsHarmless(line)) { HandleLine(line); }
+    if (!reader.tool_mode) {
+        HandleLine(line);
+    } else if (IsHarmless(line)) {
+        HandleInTool(line);
+    }
 }
 
 void HoldInput(bool (*held)(const std::string& line)) { reader.held = held; }
@@ -123,7 +138,7 @@ bool NextLineIsHeld() {
 }
 
 bool HeldInputIsFull() {
-    return NextLineIsHeld() && reader.bytes.size() - reader.start >= READ_SIZE;
+    return NextLineIsHeld() && reader.bytes.size() - reader.start >= HELD_LIMIT;
 }
 
 void SetToolInput(bool tool_mode_runs) { reader.tool_mode = tool_mode_runs; }

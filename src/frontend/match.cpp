@@ -80,8 +80,7 @@ struct Match {
 // there is no mate.
 bool DrawnWithoutSearch() {
     Position* pos = game_position;
-    if (pos->fifty > FIFTY_MOVE_PLIES &&
-        IsMate(ThreadData[0], InCheck(pos, pos->side)) != CHECKMATE) {
+    if (FiftyMovesAreOver(pos) && IsMate(ThreadData[0], InCheck(pos, pos->side)) != CHECKMATE) {
         return true;
     }
     return IsRepetitionDraw(pos);
@@ -111,7 +110,7 @@ GameOutcome Judge() {
     if (std::abs(score) > DECIDED_SCORE) {
         return (score > 0) == white_moves ? GameOutcome::WhiteWins : GameOutcome::BlackWins;
     }
-    if (game_position->fifty > FIFTY_MOVE_PLIES || PBlock.result.SnapshotMove() == NO_MOVE) {
+    if (FiftyMovesAreOver(game_position) || PBlock.result.SnapshotMove() == NO_MOVE) {
         return GameOutcome::Drawn;
     }
     return GameOutcome::Undecided;
@@ -257,6 +256,7 @@ void Tune_3() {
     match.player[0] = match.player[1] = DefaultPersonality;
     if (!LoadConfigFile("test1.rc", &match.player[0])) {
         ShowMessage("Can't open file test1.rc\n");
+        PBlock.tool.failed = true;
         return;
     }
     InitEval();

@@ -120,7 +120,6 @@ void BeginLog() {
 }
 
 void CloseLog() {
-    BeginLog();  // what a start-up says that fails
     const std::lock_guard<std::mutex> guard(write_mutex);
     if (fdlog != nullptr) { std::fclose(fdlog); }
     fdlog = nullptr;

@@ -106,13 +106,12 @@ inline constexpr int MAX_WANTED_MOVES = 256;
 struct RootFacts {
     i16 tt_age = 0;              // of the table's entries: plies of the game
     i16 draw_score[2] = {0, 0};  // by side, for that side to move
-    int early_draw = 0;          // so many plies before the classic limit the fifty-move rule draws
     // The root moves to search, each legal; all of them while there is none here.
     int wanted_count = 0;
     Move wanted[MAX_WANTED_MOVES] = {};
 };
 
-// What runs and what shall run. Written by the front end; `stop` by the main search thread too.
+// What runs and what shall run. Written by the front end; `stop` by the search threads too.
 struct ControlBytes {
     u8 quit = 0;  // 1 ends the running mode
     Relaxed<u8> stop = STOP_NONE;

@@ -5,7 +5,6 @@
 #include "board/moves.h"
 #include "book/gamemove.h"
 #include "eval/threadblock.h"
-#include "frontend/commandloop.h"
 #include "frontend/consolecommands.h"
 #include "frontend/output.h"
 #include "frontend/report.h"
@@ -23,8 +22,8 @@ u64 SequencesAfter(ThreadBlock* tb, Move m, int depth) {
     return tb->nodes;
 }
 
+// A search that runs is left alone: it does not use the record of the game position.
 void PerftByMove(int depth) {
-    FinishSearch();
     if (const char* why = WhyUnplayable(game_position)) {
         ShowRemark("%s", why);
         return;

@@ -33,6 +33,7 @@ unsigned wTimerRes = 0;  // period that was asked for, 0 = none
 
 // Says on standard error what the start-up lacks, and why. Returns the exit status.
 int Failed(const char* what, const char* why) {
+    BeginLog();
     ShowError("cannot start: %s: %s\n", what, why);
     return FAILED;
 }
@@ -63,15 +64,8 @@ int StartUp(int argc, char** argv, StartOptions* options) {
     PBlock.Reset();
     PBlock.options.has_popcnt = has_popcnt;
     PBlock.options.has_bmi = has_bmi;
-    // Before the parameter file is told of; what the file says of it may be overruled.
-    const auto said = [argc, argv](const char* option) {
-        return std::any_of(argv, argv + argc,
-                           [option](const char* word) { return std::strcmp(word, option) == 0; });
-    };
-    if (said("-standard")) { PBlock.options.conventions = STANDARD_CONVENTIONS; }
-    PBlock.options.protocol = said("-c") ? PROTOCOL_CONSOLE : PROTOCOL_UCI;
+    ReadFormOptions(argc, argv);  // the parameter file is told of in that form
     InitPersonality(PARAMETER_FILE);
-    PBlock.options.protocol = PROTOCOL_UCI;
     ReadCommandLine(argc, argv, options);
     BeginLog();
     if (options->mode == RunMode::Nothing) { return 0; }

@@ -11,6 +11,7 @@
 #include <string>
 
 #include "board/trace.h"
+#include "book/gamemove.h"
 #include "eval/threadblock.h"
 #include "frontend/commandloop.h"
 #include "frontend/output.h"
@@ -81,6 +82,7 @@ Move CastlingByRook(Move m) {
     const int from = MoveFrom(m);
     const int to = MoveTo(m);
     if (!PBlock.options.conventions.rook_castling || from != init_king_sq[pos->side] ||
+        (to != from + KING_SIDE_ROOK && to != from + QUEEN_SIDE_ROOK) ||
         pos->board[from] != PieceCode(pos->side, KING) ||
         pos->board[to] != PieceCode(pos->side, ROOK)) {
         return m;
@@ -105,16 +107,6 @@ void PlayMoves(const char* text) {
     game_position->undo[game_position->hist_count].move = NO_MOVE;
 }
 
-// The fifth field of a FEN.
-void TakeHalfMoveClock(const char* fen) {
-    constexpr int FIELDS_BEFORE = 4;
-    for (int i = 0; i < FIELDS_BEFORE; ++i) {
-        fen = AfterBlanks(fen);
-        fen += std::strcspn(fen, " ");
-    }
-    game_position->fifty = static_cast<u8>(WholeNumber(fen, 0, FIFTY_MOVE_PLIES));
-}
-
 // False when the line ends here: without moves nothing more of it is read.
 [[nodiscard]] bool PositionCommand(const char* rest) {
     const char* moves = std::strstr(rest, "moves");
@@ -125,9 +117,7 @@ void TakeHalfMoveClock(const char* fen) {
         SetPosition(game_position, fen_opn);
     } else if (fen != std::string::npos) {
         FinishSearch();
-        const char* text = AfterBlanks(setup.c_str() + fen + std::strlen("fen"));
-        SetPosition(game_position, text);
-        if (PBlock.options.conventions.fen_counters) { TakeHalfMoveClock(text); }
+        SetUpGame(AfterBlanks(setup.c_str() + fen + std::strlen("fen")));
     } else {
         return false;
     }
@@ -270,7 +260,7 @@ void ReadLimits(const char* text) {
     }
     if (const auto value = KeywordValue(text, "movestogo")) {
         PBlock.time.moves_per_control = MOVES_PER_CONTROL;
-        PBlock.limits.max_depth = MAX_DEPTH;
+        if (PBlock.limits.mate_moves == 0) { PBlock.limits.max_depth = MAX_DEPTH; }
         PBlock.time.moves_to_go = static_cast<u16>(WholeNumber(value->c_str(), 0, UINT16_MAX));
         PBlock.limits.node_limit = 0;
     }
@@ -296,8 +286,8 @@ void ReadLimits(const char* text) {
 
 // For the log; the classic form shows it too.
 void EchoCommand(const std::string& text) {
-    const std::string echo = "CMD: " + text;
     if (!PBlock.options.log) { return; }
+    const std::string echo = "CMD: " + text;
     if (PBlock.options.conventions.marked_remarks) {
         LogMessage(echo.c_str());
     } else {
@@ -317,8 +307,8 @@ void ProcessUCI(const char* line) {
     const std::string command = GetWord(text.c_str());
     const std::size_t command_end = text.find_first_not_of(' ') + command.size();
     const char* rest = text.c_str() + std::min(command_end + 1, text.size());
-    if (command == "go" && PBlock.options.conventions.more_options &&
-        StandardCommand(GetWord(rest), rest)) {
+    if (command == "go" && GetWord(rest) == "perft" && PBlock.options.conventions.more_options) {
+        static_cast<void>(StandardCommand("perft", rest));
         return;
     }
     if (command == "uci") {

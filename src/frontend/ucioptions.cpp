@@ -68,7 +68,7 @@ void SetStandard(int on) {
 void SetBookFile(const std::string& name) {
     FinishSearch();
     FreeBook();
-    PBlock.options.book_file = name;
+    PBlock.options.book_file = name.substr(0, name.find_last_not_of(' ') + 1);
     InitBook();
     ShowRemark("%s", opening_book.bkrecnum > 0 ? "book opened" : "no book");
 }

@@ -3,7 +3,6 @@
 
 #include <cassert>
 
-#include "frontend/pblock.h"
 #include "search/perft.h"
 #include "search/picker.h"
 
@@ -12,7 +11,10 @@ namespace {
 constexpr int LAST_PLY_NEAR_ROOT = 4;  // up to it a position must have come twice before
 constexpr int REPETITIONS_NEAR_ROOT = 2;
 constexpr int REPETITIONS_BEYOND = 1;
-constexpr int FIRST_FIFTY_MOVE_PLY = 3;  // the root and its replies are searched in any case
+// The root and its replies are searched in any case, but where the hundredth ply draws the replies
+// too: no line goes on after it.
+constexpr int FIRST_FIFTY_MOVE_PLY = 3;
+constexpr int FIRST_REPLY_PLY = 2;
 
 }  // namespace
 
@@ -23,11 +25,9 @@ bool IsRepetitionDraw(const Position* pos) {
 
 bool IsFiftyMoveDraw(ThreadBlock* tb, int in_check) {
     const Position* pos = &tb->pos;
-    // Who draws a ply early does so among the replies to the root as well: no line goes on.
-    const int early = PBlock.root.early_draw;
-    if (pos->fifty + early <= FIFTY_MOVE_PLIES || pos->ply < FIRST_FIFTY_MOVE_PLY - early) {
-        return false;
-    }
+    const int first_ply =
+        PBlock.options.conventions.fen_counters ? FIRST_REPLY_PLY : FIRST_FIFTY_MOVE_PLY;
+    if (!FiftyMovesAreOver(pos) || pos->ply < first_ply) { return false; }
     assert(CurrentPly(tb)->hash_move == NO_MOVE);
     return !MoveListFits(tb) || IsMate(tb, in_check) == NO_MATE;
 }

@@ -480,9 +480,11 @@ int Search(ThreadBlock* tb, int depth, Window window, int node_type, Move* pv) {
     assert(ply >= 2 && ply <= MAX_SEARCH_PLY + 1);
     if (tb->nodes >= tb->node_target) [[unlikely]] {
         PBlock.control.stop = STOP_FINISH;
+        pv[ply] = pv[ply + 1] = NO_MOVE;
         return 0;
     }
     tb->nodes += 1;
+    if (ply > tb->deepest_ply) [[unlikely]] { tb->deepest_ply = ply; }
     const int alpha = std::max(window.alpha, ply - INFINITE_SCORE);
     const int beta = std::min(window.beta, INFINITE_SCORE - 1 - ply);
     if (alpha >= beta) { return alpha; }

@@ -61,11 +61,6 @@ void SetRootMove(ThreadBlock* tb, Move m) {
     tb->root_move = m;
 }
 
-// A ply that has been searched tells whether its moves gave check.
-void ForgetVisitedPlies(ThreadBlock* tb) {
-    for (PlyData& pd : tb->ply_data) { pd.check = CHECK_UNKNOWN; }
-}
-
 void ResetThread(ThreadBlock* tb) {
     tb->iteration_depth = 0;
     tb->root_status = ROOT_NORMAL;
@@ -77,7 +72,7 @@ void ResetThread(ThreadBlock* tb) {
     const bool exact = PBlock.options.conventions.all_limits && IsMain(tb);
     const u64 limit = exact ? PBlock.limits.node_limit.Get() : 0;
     tb->node_target = limit != 0 ? limit : NO_NODE_TARGET;
-    if (PBlock.options.conventions.full_info) { ForgetVisitedPlies(tb); }
+    tb->deepest_ply = tb->pos.ply;
     ResetOrdering(tb);
 }
 
@@ -309,8 +304,10 @@ int SearchRootMove(RootSearch* r, const MoveEntry* e) {
     r->tb->root_status = ROOT_NORMAL;
     if (PBlock.control.stop) {
         const int running = r->tb->running_score;
-        v = r->main && r->best > NO_SCORE && running > r->best + STOPPED_FAIL_HIGH_LEAD ? running
-                                                                                        : NO_SCORE;
+        const bool counts =
+            r->main && r->best > NO_SCORE && running > r->best + STOPPED_FAIL_HIGH_LEAD;
+        v = counts ? running : NO_SCORE;
+        if (counts) { r->tb->root_status = ROOT_FAILS_HIGH; }
     }
     return v;
 }
@@ -412,7 +409,8 @@ int SearchRoot(ThreadBlock* tb, int depth, int index) {
             AcceptBest(&r, e->move, v);
             MoveToFront(front, e);
         }
-        if (PBlock.limits.node_limit != 0 && tb->nodes > PBlock.limits.node_limit &&
+        const bool counts_nodes = main || !PBlock.options.conventions.all_limits;
+        if (counts_nodes && PBlock.limits.node_limit != 0 && tb->nodes > PBlock.limits.node_limit &&
             !PBlock.control.stop) {
             PBlock.control.stop = STOP_FINISH;
         }
@@ -433,14 +431,6 @@ void NewBestMove(ThreadBlock* tb) {
     if (depth >= FIRST_SHOWN_DEPTH && PBlock.options.multipv == 1) {
         DisplaySearchInfo(tb->slot, -1, depth, score, tb->pv);
     }
-}
-
-int SelectiveDepth() {
-    const ThreadBlock* tb = ThreadData[1];
-    const auto* end = std::end(tb->ply_data);
-    const auto* begin = std::begin(tb->ply_data);
-    while (end != begin && end[-1].check == CHECK_UNKNOWN) { --end; }
-    return static_cast<int>(end - begin);
 }
 
 void SearchIterations(int slot) {

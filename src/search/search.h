@@ -67,10 +67,6 @@ inline void CopyLine(Move* to, const Move* line, int from) {
     }
 }
 
-// Plies to which the first search thread has looked in this search; only under the convention of
-// full information. On that thread, or while it is idle.
-int SelectiveDepth();
-
 // Tells the user what a search begins with: the position, the clock, the target time. InitSearch
 // does so; for a tool that must leave the running search alone.
 void ShowSearchStart();

@@ -77,15 +77,19 @@ double NodesPerSecond(double nodes, double seconds) {
 
 const Conventions& Manners() { return PBlock.options.conventions; }
 
+// For what a search thread says: the front end's clock stands still between two looks.
 double SecondsSoFar() {
-    const bool read_now = Manners().full_info && PBlock.control.stop == STOP_NONE;
-    return read_now ? MonotonicSeconds() - PBlock.time.start_time : PBlock.time.elapsed.Get();
+    return Manners().full_info ? MonotonicSeconds() - PBlock.time.start_time
+                               : PBlock.time.elapsed.Get();
 }
+
+// Plies to which the first thread has looked.
+int SelectiveDepth() { return ThreadData[1]->deepest_ply - 1; }
 
 // A score that the search has only bounded yet says so.
 const char* BoundWord(const SearchLine& line) {
-    if (line.thread == 0 || line.line_index >= 0) { return ""; }
-    switch (ThreadData[line.thread]->root_status) {
+    if (line.thread != 0 && line.line_index >= 0) { return ""; }
+    switch (ThreadData[std::max(line.thread, 1)]->root_status) {
         case ROOT_FAILS_HIGH:
         case ROOT_LATER_FAILS_HIGH:
             return " lowerbound";
@@ -106,7 +110,7 @@ std::string ScoreText(const SearchLine& line) {
 }
 
 std::string UciSearchLine(const SearchLine& line, double nodes) {
-    const double seconds = SecondsSoFar();
+    const double seconds = line.thread != 0 ? SecondsSoFar() : PBlock.time.elapsed.Get();
     std::string prefix = "info";
     if (PBlock.options.uci_extra) {
         prefix = Format("info [%02d%c]", line.thread, line.line_index >= 0 ? '.' : ' ');

@@ -208,7 +208,6 @@ void InitSearch() {
     PBlock.root.draw_score[pos->side] = Personality.draw_score;
     PBlock.root.draw_score[pos->side ^ 1] = static_cast<i16>(-Personality.draw_score);
     PBlock.root.tt_age = pos->hist_count;
-    PBlock.root.early_draw = PBlock.options.conventions.fen_counters ? 1 : 0;
     PBlock.control.search_state = PBlock.control.start_request;
     SetTargetTime(pos->side, pos->hist_count);
     CopyGamePosition();
@@ -222,8 +221,8 @@ void SearchTimeout() {
         if (PBlock.result.DepthDone() < MIN_STOP_DEPTH) { return; }
         PBlock.control.stop =
             PBlock.control.search_state == SEARCH_THINK ? STOP_FINISH : STOP_ABANDON;
-    } else if (PBlock.control.infinite && PBlock.options.conventions.all_limits) {
-        return;  // however clear the move is
+    } else if (TimeIsFixed() && PBlock.options.conventions.all_limits) {
+        return;  // what was asked for is done, however clear the move is
     } else if (PBlock.progress.easy_move == EASY_SINGLE ||
                (PBlock.progress.easy_move == EASY_CLEAR &&
                 PBlock.time.elapsed >= EASY_SHARE * PBlock.time.target_time)) {

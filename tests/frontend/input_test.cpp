@@ -39,8 +39,9 @@ TEST_F(Input, OneLinePerCallWhateverEndsIt) {
 
 TEST_F(Input, ToolsOwnTheGamePosition) {
     SetToolInput(true);
-    EXPECT_EQ(Feed("position startpos moves e2e4\nisready\n.\nstop\nnew\nquit\n", 6),
-              "CMD: isready\nreadyok\nCMD: .\nCMD: stop\nCMD: quit\n");
+    EXPECT_EQ(Feed("position startpos moves e2e4\nisready depth 2\n.\nstop\nnew\nquit\n", 6),
+              "CMD: isready\nreadyok\nCMD: stop\nCMD: stop\nCMD: quit\n");
+    EXPECT_EQ(PBlock.limits.max_depth, MAX_DEPTH) << "limits are not the tool's";
     EXPECT_EQ(game_position->hist_count, 0);
     EXPECT_EQ(PBlock.control.quit, 1);
 }
