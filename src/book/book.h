@@ -87,10 +87,9 @@ inline u16 BookKey1(int side) {
 // --- building (build.cpp) ---
 
 // Console "mkbook": builds "book.opn" from "book.pgn", both in the working directory, and prints
-// its progress. Without "book.pgn" it says so on
-// standard error and does nothing else. When a file cannot be read or written, or the
-// user interrupts, it says so in one line and leaves "book.opn" as it was. The play book is off
-// afterwards, and the game position is the start position.
+// its progress. Without "book.pgn" it says so on standard error and does nothing else. When a file
+// cannot be read or written, or the user interrupts, it says so in one line and leaves "book.opn"
+// as it was. The play book is off afterwards, and the game position is the start position.
 void MakeBook();
 
 // --- game files (pgnscan.cpp) ---

@@ -384,10 +384,10 @@ void ReadMoveText(BookBuild* build, const char* text) {
     }
 }
 
-// Starts the game whose result the line names at a position, a FEN. False when a file failed.
-[[nodiscard]] bool StartGame(BookBuild* build, const char* line, const char* position) {
-    SetPosition(game_position, position);
-    build->winner = ResultOfText(line);
+// Starts a game. False when a file failed.
+[[nodiscard]] bool StartGame(BookBuild* build, int winner) {
+    SetPosition(game_position, fen_opn);
+    build->winner = winner;
     ++build->games;
     build->skip = false;
     build->braces = 0;
@@ -402,11 +402,17 @@ void ReadMoveText(BookBuild* build, const char* text) {
     PgnText pgn;
     while (ReadLine(reader, &line)) {
         line = pgn.Plain(line);
+        // Where all tags are known any of them may be a game's first.
+        if (pgn.BeginsGame() && !StartGame(build, DRAWN_OR_UNKNOWN)) { return false; }
         if (pgn.NamesStart()) {
             SetPosition(game_position, pgn.Start().c_str());
         } else if (std::strstr(line.text, "[Result") != nullptr) {
-            const char* position = pgn.Start().empty() ? fen_opn : pgn.Start().c_str();
-            if (!StartGame(build, line.text, position)) { return false; }
+            const int winner = ResultOfText(line.text);
+            if (PBlock.options.conventions.full_pgn) {
+                build->winner = winner;
+            } else if (!StartGame(build, winner)) {
+                return false;
+            }
         } else if (GameTakesMoves(build)) {
             const bool tag_or_comment =
                 line.starts_line && (line.text[0] == '[' || line.text[0] == ';');

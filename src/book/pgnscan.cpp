@@ -86,6 +86,7 @@ struct Scan {
     int positions = 0;  // lines with a position written
     int result = DRAWN_OR_UNKNOWN;
     std::string start = fen_opn;     // of the game being read
+    int black_begins = 0;            // 1: Black moves there
     std::vector<ScannedMove> moves;  // of the game being read, at most KEPT_MOVES
     bool full = false;               // the last move found no room: its comment belongs to none
     int depth = 0;                   // of braces
@@ -163,7 +164,7 @@ void WriteAnnotatedMove(Scan* scan, std::size_t i) {
     const ScannedMove& move = scan->moves[i];
     const bool white_moves = game_position->side == WHITE;
     if (white_moves) {
-        scan->out.Print("%3d. ", static_cast<int>(i / 2 + 1));
+        scan->out.Print("%3d. ", (static_cast<int>(i) + scan->black_begins) / 2 + 1);
     } else {
         scan->out.Write("     ");
     }
@@ -254,7 +255,7 @@ void WriteMove(Scan* scan, std::size_t i) {
 // Replays the game that has been read, from its start up to a move that cannot be read,
 // and writes what the mode makes of it.
 void ProcessGame(Scan* scan) {
-    SetPosition(game_position, scan->start.c_str());
+    SetUpGame(scan->start.c_str());
     for (std::size_t i = 0; i < scan->moves.size(); ++i) {
         ScannedMove* move = &scan->moves[i];
         const MoveReading reading = ReadGameMove(move->text);
@@ -269,8 +270,7 @@ void ProcessGame(Scan* scan) {
 
 // --- reading ---
 
-// `start` is the position in which the game of the tag begins.
-void ScanTagLine(Scan* scan, const TextLine& line, const std::string& start) {
+void ScanTagLine(Scan* scan, const TextLine& line, const PgnText& pgn) {
     if (!scan->moves.empty()) {
         ProcessGame(scan);
         scan->comment.clear();
@@ -278,7 +278,11 @@ void ScanTagLine(Scan* scan, const TextLine& line, const std::string& start) {
     }
     scan->moves.clear();
     scan->full = false;
-    if (!start.empty()) { scan->start = start; }
+    if (pgn.BeginsGame()) { scan->depth = 0; }
+    if (!pgn.Start().empty()) {
+        scan->start = pgn.Start();
+        scan->black_begins = pgn.BlackBegins() ? 1 : 0;
+    }
     if (scan->mode == ANNOTATED_GAMES) {
         scan->out.Write({line.text, line.length});
         if (line.has_line_feed) { scan->out.Write("\n"); }
@@ -297,8 +301,8 @@ void ScanTagLine(Scan* scan, const TextLine& line, const std::string& start) {
 
 void EndComment(Scan* scan) {
     if (scan->depth == 0 || --scan->depth > 0 || scan->moves.empty() || scan->full) { return; }
-    const std::size_t black_starts = scan->start.find(" b ") != std::string::npos;
-    const int side = (scan->moves.size() + black_starts) % 2 == 1 ? WHITE : BLACK;
+    const int moves = static_cast<int>(scan->moves.size()) + scan->black_begins;
+    const int side = moves % 2 == 1 ? WHITE : BLACK;
     scan->moves.back().score = CommentScore(scan->comment, side);
 }
 
@@ -352,7 +356,7 @@ void ScanLines(Scan* scan, LineReader* reader) {
     while (!PBlock.control.quit && ReadLine(reader, &line)) {
         line = pgn.Plain(line);
         if (line.starts_line && line.text[0] == '[' && line.text[1] != '%') {
-            ScanTagLine(scan, line, pgn.Start());
+            ScanTagLine(scan, line, pgn);
         } else {
             ScanMoveText(scan, line);
         }

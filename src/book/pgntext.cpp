@@ -2,14 +2,15 @@
 
 #include <algorithm>
 #include <cstring>
-#include <string_view>
 
 #include "board/position.h"
 #include "frontend/pblock.h"
+#include "platform/words.h"
 
 namespace {
 
 constexpr std::string_view EN_PASSANT = "e.p.";
+constexpr std::string_view EVENT_TAG = "[Event ";
 
 bool IsBlank(char c) { return static_cast<unsigned char>(c) <= ' '; }
 
@@ -32,18 +33,23 @@ std::string PlainMove(std::string_view move) {
 }  // namespace
 
 TextLine PgnText::Plain(const TextLine& line) {
-    names_start_ = false;
+    begins_game_ = names_start_ = false;
     if (!PBlock.options.conventions.full_pgn) { return line; }
     TextLine out = line;
     if (line.starts_line) { in_line_comment_ = false; }
-    const bool game_starts = std::strncmp(line.text, "[Event ", std::strlen("[Event ")) == 0;
-    if (line.starts_line && (game_starts || (line.text[0] == '[' && !in_comment_))) {
-        TakeTag(line);
+    const std::string_view text(line.text, line.length);
+    const std::size_t blanks = std::min(text.find_first_not_of(" \t"), text.size());
+    const std::string_view tag = text.substr(blanks);
+    // What a game has left open ends with the next one.
+    if (line.starts_line && tag.starts_with('[') && (!in_comment_ || tag.starts_with(EVENT_TAG))) {
+        TakeTag(tag);
+        out.text += blanks;
+        out.length -= blanks;
         return out;
     }
     plain_.clear();
-    if (!line.starts_line || line.text[0] != '%') {
-        for (const char c : std::string_view(line.text, line.length)) { TakeCharacter(c); }
+    if (!line.starts_line || !text.starts_with('%')) {
+        for (const char c : text) { TakeCharacter(c); }
         EndWord();
         in_glyph_ = false;
     }
@@ -53,26 +59,32 @@ TextLine PgnText::Plain(const TextLine& line) {
     return out;
 }
 
-// The first tag after moves begins a game; what was left open in the one before is closed.
-void PgnText::TakeTag(const TextLine& line) {
-    constexpr std::string_view START_TAG = "[FEN \"";
-    if (!in_tags_) { start_ = fen_opn; }
+bool PgnText::BlackBegins() const {
+    const std::size_t board_end = std::min(start_.find(' '), start_.size());
+    return GetWord(start_.c_str() + board_end) == "b";
+}
+
+// The first tag after moves begins a game.
+void PgnText::TakeTag(std::string_view tag) {
+    begins_game_ = !in_tags_ || tag.starts_with(EVENT_TAG);
+    if (begins_game_) { start_ = fen_opn; }
     in_tags_ = true;
     in_comment_ = false;
     variations_ = 0;
-    const std::string_view text(line.text, line.length);
-    if (text.starts_with(START_TAG)) {
-        const std::string_view value = text.substr(START_TAG.size());
-        start_ = value.substr(0, value.find('"'));
-        names_start_ = true;
-    }
+    const std::string name = GetWord(std::string(tag.substr(1)).c_str());
+    const std::size_t quote = tag.find('"');
+    if (name != "FEN" || quote == std::string_view::npos) { return; }
+    const std::string_view value = tag.substr(quote + 1);
+    start_ = value.substr(0, value.find('"'));
+    names_start_ = true;
 }
 
 void PgnText::TakeCharacter(char c) {
     if (in_line_comment_) { return; }
     if (in_comment_) {
         in_comment_ = c != '}';
-        if (variations_ == 0 && c != '{') { plain_ += c; }
+        // A bracket would be taken for a tag.
+        if (variations_ == 0 && c != '{') { plain_ += c == '[' ? '(' : c; }
         return;
     }
     if (in_glyph_ && c >= '0' && c <= '9') { return; }

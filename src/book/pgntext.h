@@ -4,6 +4,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "platform/textlines.h"
 
@@ -15,19 +16,23 @@ public:
     // next call.
     TextLine Plain(const TextLine& line);
 
-    // The position in which the game begins whose tags were read last, as FEN.
+    // True when the line that was made plain last is the first tag of a game.
+    bool BeginsGame() const { return begins_game_; }
+    // The position in which the game begins whose tags were read last, as FEN, and who moves there.
     const std::string& Start() const { return start_; }
+    bool BlackBegins() const;
     // True when the line that was made plain last is the tag that names it.
     bool NamesStart() const { return names_start_; }
 
 private:
-    void TakeTag(const TextLine& line);
+    void TakeTag(std::string_view tag);
     void TakeCharacter(char c);
     void EndWord();
 
     std::string plain_;  // of the line
     std::string word_;   // of the moves, not yet in plain_
     std::string start_;
+    bool begins_game_ = false;
     bool names_start_ = false;
     bool in_tags_ = false;
     bool in_comment_ = false;  // in braces, which do not nest

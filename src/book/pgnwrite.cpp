@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cassert>
-#include <sstream>
+#include <vector>
 
 #include "board/bitboards.h"
 #include "board/moves.h"
@@ -14,10 +14,11 @@ constexpr std::size_t LINE_LENGTH = 79;
 
 // A piece's move with what tells it from others of its kind that may go to the same square:
 // nothing, its file, its rank, or both.
-std::string PieceMove(Position* pos, Move m) {
+std::string PieceMove(const Position* pos, Move m, const std::vector<Move>& legal,
+                      const MoveForms& forms) {
     const int from = MoveFrom(m);
     bool others = false, same_file = false, same_rank = false;
-    for (const Move other : LegalMoves(pos)) {
+    for (const Move other : legal) {
         const int square = MoveFrom(other);
         if (square == from || MoveTo(other) != MoveTo(m) ||
             pos->board[square] != pos->board[from]) {
@@ -27,29 +28,28 @@ std::string PieceMove(Position* pos, Move m) {
         same_file = same_file || FileOf(square) == FileOf(from);
         same_rank = same_rank || RankOf(square) == RankOf(from);
     }
-    MoveForms forms;
-    GenMoveStrings(pos, m, &forms);
     std::string text = forms.file_form;
     if (!others) { return text.erase(1, 1); }
     if (!same_file) { return text; }
     return same_rank ? text.insert(2, 1, forms.rank_form[1]) : forms.rank_form;
 }
 
-std::string WithoutSigns(Position* pos, Move m) {
-    MoveForms forms;
-    GenMoveStrings(pos, m, &forms);
-    const int type = PieceType(pos->board[MoveFrom(m)]);
-    if (type == PAWN) { return forms.san; }
-    if (forms.file_form[0] == 'O') { return forms.file_form; }  // castling
-    return PieceMove(pos, m);
-}
-
 }  // namespace
 
 std::string StandardSan(Position* pos, Move m) {
     assert(MoveIsPseudoLegal(pos, m));
-    std::string text = WithoutSigns(pos, m);
-    text.resize(std::min(text.size(), text.find('+')));  // it comes back below
+    const std::vector<Move> legal = LegalMoves(pos);
+    MoveForms forms;
+    GenMoveStrings(pos, m, &forms);
+    std::string text;
+    if (PieceType(pos->board[MoveFrom(m)]) == PAWN) {
+        text = forms.san;
+    } else if (forms.file_form[0] == 'O') {  // castling
+        text = forms.file_form;
+    } else {
+        text = PieceMove(pos, m, legal, forms);
+    }
+    text.resize(std::min(text.size(), text.find('+')));
     MakeMove(pos, m);
     if (InCheck(pos, pos->side)) { text += LegalMoves(pos).empty() ? '#' : '+'; }
     UnmakeMove(pos);
@@ -65,14 +65,13 @@ void PgnWriter::Tag(const char* name, const std::string& value) {
     out_->Write("[" + std::string(name) + " \"" + text + "\"]\n");
 }
 
-void PgnWriter::Tags(const char* event, const char* white, const char* black, const char* result,
-                     const std::string& start) {
-    Tag("Event", event);
+void PgnWriter::Tags(const char* result, const std::string& start) {
+    Tag("Event", "Unknown");
     Tag("Site", "?");
     Tag("Date", "????.??.??");
     Tag("Round", "-");
-    Tag("White", white);
-    Tag("Black", black);
+    Tag("White", "?");
+    Tag("Black", "?");
     Tag("Result", result);
     if (start != fen_opn) {
         Tag("SetUp", "1");
@@ -81,18 +80,15 @@ void PgnWriter::Tags(const char* event, const char* white, const char* black, co
     out_->Write("\n");
 }
 
-void PgnWriter::AddMove(Position* pos, Move m, const std::string& comment) {
+void PgnWriter::AddMove(Position* pos, Move m) {
     const int black_began = (pos->hist_count + pos->side) % 2;
     const std::string number = std::to_string((pos->hist_count + black_began) / 2 + 1);
     if (pos->side == WHITE) {
         AddWord(number + ".");
-    } else if (number_wanted_) {
+    } else if (pos->hist_count == 0) {
         AddWord(number + "...");
     }
     AddWord(StandardSan(pos, m));
-    std::istringstream words(comment.empty() ? "" : "{" + comment + "}");
-    for (std::string word; words >> word;) { AddWord(word); }
-    number_wanted_ = !comment.empty();
 }
 
 void PgnWriter::AddWord(const std::string& word) {
@@ -108,5 +104,4 @@ void PgnWriter::End(const char* result) {
     AddWord(result);
     out_->Write(line_ + "\n\n");
     line_.clear();
-    number_wanted_ = true;
 }

@@ -53,7 +53,7 @@ constexpr ConsoleWord console_words[] = {
     {"go", "DEPTH", "searches to that depth without a time limit", GoCommand},
     {"an", "", "analyses until stopped", AnalyseCommand},
     {".", "", "stops the search", StopCommand},
-    {"wait", "", "handles nothing but . until the search has ended", WaitCommand},
+    {"wait", "", "hears nothing but a . until the search has ended", WaitCommand},
     {"mv", "", "thinks about the side to move, plays nothing", ThinkCommand},
     {"self", "", "plays both sides", SelfPlayCommand},
     {"force", "", "stops; the engine plays no side", ForceCommand},

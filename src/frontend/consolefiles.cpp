@@ -182,7 +182,7 @@ void WriteStandardGame(OutFile* out, int moves, const char* result) {
     char start[EPD_FIELDS_SIZE];
     MakeEPD(pos, start);
     PgnWriter writer(out);
-    writer.Tags("Unknown", "?", "?", result, start);
+    writer.Tags(result, start);
     for (int i = 0; i < moves; ++i) {
         const Move m = pos->undo[pos->hist_count].move;
         {

@@ -82,7 +82,7 @@ void ClearTTable();
 void ProbeTTable(const Position* pos, TTEntry* out);
 // Stores a result for the position: depth in plies, score as ScoreToTable gives it. Takes the
 // position's own slot, else the one of the bucket that is worth least; a much deeper result of the
-// same search stays. Requires a depth of -127..127.
+// same search stays. Requires a depth of -49..127.
 void StoreInTTable(const Position* pos, Move move, int depth, int score, int bound);
 // Asks for the cache lines of the bucket of a search key.
 void PrefetchTTable(int side, u64 key);

@@ -93,10 +93,18 @@ void ErrorMeter::ScoreChunks(Work* work, int slot, bool show) {
     }
 }
 
+void ErrorMeter::ScoreOneByOne(const std::vector<u32>& list) {
+    for (const u32 index : list) {
+        if (EndWanted()) { broken_ = true; }
+        if (broken_) { return; }
+        ScoreHere(index);
+    }
+}
+
 void ErrorMeter::ScoreList(const std::vector<u32>& list) {
     if (list.empty()) { return; }
     if (slots_.empty() || !WorkersAreAllowed()) {
-        for (const u32 index : list) { ScoreHere(index); }
+        ScoreOneByOne(list);
         return;
     }
     ScoreHere(list[0]);  // prepares PBlock for all of them
@@ -113,10 +121,7 @@ void ErrorMeter::ScoreList(const std::vector<u32>& list) {
 }
 
 void ErrorMeter::ScoreAll() {
-    for (const u32 index : set_.in_check) {
-        if (broken_) { break; }
-        ScoreHere(index);
-    }
+    ScoreOneByOne(set_.in_check);
     ScoreList(set_.quiet[WHITE]);
     ScoreList(set_.quiet[BLACK]);
 }

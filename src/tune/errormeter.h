@@ -63,6 +63,7 @@ private:
     void ScoreAll();
     void ScoreHere(u32 index);
     void ScoreChunks(Work* work, int slot, bool show);
+    void ScoreOneByOne(const std::vector<u32>& list);
     void ScoreList(const std::vector<u32>& list);
     double AverageError() const;
     void ShowProgress(bool now);

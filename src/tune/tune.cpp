@@ -82,6 +82,10 @@ void TuneWeight(Tuner* tuner, const Weight& weight, int range) {
     Bracket b = {original, std::max(original - range, INT16_MIN),
                  std::min(original + range, INT16_MAX), tuner->meter.Measure(name, original)};
     bool ended = tuner->EndIsWanted();
+    if (EndWanted()) {  // in the middle of the first pass: its error is worth nothing
+        ClearStatus();
+        return;
+    }
     while (!ended && b.hi - b.lo > range / WIDTH_DIVISOR + LEAST_WIDTH) {
         ShowBracket(b);
         const int trial = NextTrial(b);
@@ -110,6 +114,13 @@ void SetTuningFields() {
     PBlock.options.noise = NOISE_NEVER;
 }
 
+void TuneAllWeights(Tuner* tuner) {
+    for (const Weight& weight : AllWeights()) {
+        if (!tuner->log->Fault().empty() || EndWanted() || PBlock.control.quit != 0) { return; }
+        if (weight.tuning_range != 0) { TuneWeight(tuner, weight, weight.tuning_range); }
+    }
+}
+
 }  // namespace
 
 void TuneCommand(const char* name, const char* range) {
@@ -125,18 +136,6 @@ void TuneCommand(const char* name, const char* range) {
     }
     PrintDirect("done!\n");
 }
-
-namespace {
-
-void TuneAllWeights(Tuner* tuner) {
-    for (const Weight& weight : AllWeights()) {
-        if (weight.tuning_range == 0 || !tuner->log->Fault().empty()) { continue; }
-        if (EndWanted() || PBlock.control.quit != 0) { break; }
-        TuneWeight(tuner, weight, weight.tuning_range);
-    }
-}
-
-}  // namespace
 
 void RunTuneSchedule(void (*look)()) {
     SetTuningFields();

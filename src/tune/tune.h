@@ -9,7 +9,7 @@
 void TuneCommand(const char* name, const char* range);
 
 // Option "-tune": every weight of the schedule in turn, each with a line in "tune.log", which is
-// created anew. When it cannot be, or there are no
-// positions, that is said and the tool has failed. `look` is called between two passes over the
-// positions; when it sets PBlock.control.quit the schedule ends.
+// created anew. Without positions it is left alone;
+// that, and a log that cannot be written, is said, and the tool has failed. `look` is called
+// between two passes over the positions; when it sets PBlock.control.quit the schedule ends.
 void RunTuneSchedule(void (*look)() = nullptr);

@@ -89,9 +89,25 @@ TEST_F(Pgn, GamesBeginWhereTheirTagSays) {
         "1.fxe6e.p.!! {a {brace} Kb8 2.e7# *\n"
         "[Event \"c\"]\n[Result \"1-0\"]\n\n1.e4 e5 2.Qh5? Nc6 3.Bc4 Nf6?? 4.Qxf7# 1-0\n";
     const std::string scanned = Scanned(games);
-    EXPECT_THAT(scanned, testing::HasSubstr("      Kd7     {  0.30}\n  1.  o-o"));
+    EXPECT_THAT(scanned, testing::HasSubstr("      Kd7     {  0.30}\n  2.  o-o"));
     EXPECT_THAT(scanned, testing::HasSubstr("  1.  fxe6    {}\n      Kb8     {}\n  2.  e7 "));
     EXPECT_THAT(scanned, testing::HasSubstr("  4.  Qxf7"));
+}
+
+TEST_F(Pgn, BracketsBlanksAndGamesWithoutResultOrMovesDoNotMislead) {
+    const std::string games =
+        "[Event \"a\"]\n\n{ never closed\n"
+        "[Event \"b\"]\n [FEN  \"4k3/8/8/8/8/8/4P3/4K3 b\"]\n\n"
+        "1... Kd7 {see\n[Result \"0-1\" of another} 2. e4 {eval 35, d}\n";
+    EXPECT_THAT(Scanned(games), testing::HasSubstr("      Kd7     {}\n  2.  e4      {  0.35}"));
+    std::string collection = "[Event \"x\"]\n[Result \"0-1\"]\n\n1. zz9\n";
+    for (int i = 0; i < 10; ++i) {
+        collection += std::string("[Event \"y\"]\n[FEN \"") + fen_opn + "\"]\n\n1. e4 e5 *\n";
+    }
+    const std::string book = BookOfGames(collection);
+    ASSERT_GE(book.size(), std::size_t{BOOK_RECORD_SIZE});
+    const BookRecord r = DecodeBookRecord(reinterpret_cast<const unsigned char*>(book.data()));
+    EXPECT_EQ(r.draws, 10) << "each is a game of its own, of unknown result";
 }
 
 }  // namespace
