@@ -17,6 +17,26 @@ constexpr std::size_t SHORTEST_POSITION = 10;  // characters
 constexpr std::size_t RESULT_LENGTH = 7;       // characters of a "tune" label
 constexpr double NO_RESULT = 0.5;
 
+constexpr const char* BLANKS = " \t";
+constexpr int POSITION_FIELDS = 4;
+
+bool IsNumber(const std::string& word) {
+    return word.find_first_not_of("0123456789") == std::string::npos;
+}
+
+// Reads the word or quoted text at `at` and moves behind it. False at ";" and at the end.
+bool NextOperand(const std::string& line, std::size_t* at, std::string* operand) {
+    *at = std::min(line.find_first_not_of(BLANKS, *at), line.size());
+    if (*at == line.size() || line[*at] == ';') { return false; }
+    const bool quoted = line[*at] == '"';
+    const std::size_t start = *at + (quoted ? 1 : 0);
+    const std::size_t end =
+        std::min(line.find_first_of(quoted ? "\"" : " \t;", start), line.size());
+    *operand = line.substr(start, end - start);
+    *at = std::min(end + (quoted ? 1 : 0), line.size());
+    return true;
+}
+
 double ReadResult(const std::string& line) {
     const std::size_t at = line.find(RESULT_WORD);
     if (at == std::string::npos) { return NO_RESULT; }
@@ -43,6 +63,28 @@ bool ParseEpdLine(const std::string& line, EpdRecord* record) {
         record->best_move.assign(record->position, start, end - start);
     }
     return true;
+}
+
+std::vector<EpdOperation> EpdOperations(const std::string& line) {
+    std::vector<EpdOperation> operations;
+    std::size_t at = 0;
+    std::string word;
+    for (int field = 0; field < POSITION_FIELDS; ++field) {
+        if (!NextOperand(line, &at, &word)) { return operations; }
+    }
+    while (at < line.size()) {
+        EpdOperation operation;
+        while (NextOperand(line, &at, &word)) {
+            if (!operation.opcode.empty()) {
+                operation.operands.push_back(word);
+            } else if (!IsNumber(word)) {
+                operation.opcode = word;
+            }
+        }
+        if (!operation.opcode.empty()) { operations.push_back(operation); }
+        if (at < line.size()) { ++at; }  // the ";"
+    }
+    return operations;
 }
 
 bool NextEpdRecord(LineReader* reader, std::string* line, EpdRecord* record) {

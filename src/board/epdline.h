@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "platform/textlines.h"
 
@@ -16,6 +17,16 @@ struct EpdRecord {
     double result = 0.5;    // label of "tune", the expected score of the side to move: 0..1 in good
                             // files, finite in any; 0.5 when there is none
 };
+
+// One operation of a line: "bm Qd1 Qe2" or "id \"BK.01\"".
+struct EpdOperation {
+    std::string opcode;
+    std::vector<std::string> operands;  // quoted ones without their quotes
+};
+
+// The operations of a line in their order, after the four fields of its position and the two
+// counters, where there are any. They are separated by ";", which may stand inside quotes.
+std::vector<EpdOperation> EpdOperations(const std::string& line);
 
 // Takes a line apart; carriage returns and NULs at its end are no part of it. False, with the
 // record unchanged, when the line is no position: shorter than ten characters, or a comment (it

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cassert>
+#include <ctime>
 #include <vector>
 
 #include "board/bitboards.h"
@@ -56,6 +57,16 @@ std::string StandardSan(Position* pos, Move m) {
     return text;
 }
 
+std::string DateOfToday() {
+    constexpr std::size_t DATE_SIZE = 11;
+    const std::time_t now = std::time(nullptr);
+    char text[DATE_SIZE];
+    const std::tm* today = std::localtime(&now);
+    return today != nullptr && std::strftime(text, sizeof text, "%Y.%m.%d", today) > 0
+               ? text
+               : PgnTags().date;
+}
+
 void PgnWriter::Tag(const char* name, const std::string& value) {
     std::string text;
     for (const char c : value) {
@@ -65,18 +76,19 @@ void PgnWriter::Tag(const char* name, const std::string& value) {
     out_->Write("[" + std::string(name) + " \"" + text + "\"]\n");
 }
 
-void PgnWriter::Tags(const char* result, const std::string& start) {
-    Tag("Event", "Unknown");
+void PgnWriter::Tags(const PgnTags& tags) {
+    Tag("Event", tags.event);
     Tag("Site", "?");
-    Tag("Date", "????.??.??");
-    Tag("Round", "-");
-    Tag("White", "?");
-    Tag("Black", "?");
-    Tag("Result", result);
-    if (start != fen_opn) {
+    Tag("Date", tags.date);
+    Tag("Round", tags.round);
+    Tag("White", tags.white);
+    Tag("Black", tags.black);
+    Tag("Result", tags.result);
+    if (tags.start != fen_opn) {
         Tag("SetUp", "1");
-        Tag("FEN", start + " 0 1");
+        Tag("FEN", tags.start + " 0 1");
     }
+    if (!tags.termination.empty()) { Tag("Termination", tags.termination); }
     out_->Write("\n");
 }
 
@@ -91,6 +103,8 @@ void PgnWriter::AddMove(Position* pos, Move m) {
     AddWord(StandardSan(pos, m));
 }
 
+void PgnWriter::AddComment(const std::string& text) { AddWord('{' + text + '}'); }
+
 void PgnWriter::AddWord(const std::string& word) {
     if (!line_.empty() && line_.size() + 1 + word.size() > LINE_LENGTH) {
         out_->Write(line_ + "\n");
@@ -100,7 +114,7 @@ void PgnWriter::AddWord(const std::string& word) {
     line_ += word;
 }
 
-void PgnWriter::End(const char* result) {
+void PgnWriter::End(const std::string& result) {
     AddWord(result);
     out_->Write(line_ + "\n\n");
     line_.clear();

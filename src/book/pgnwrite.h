@@ -11,17 +11,34 @@
 // before.
 std::string StandardSan(Position* pos, Move m);
 
+// What the tags of a game say; what is not known stays as it is.
+struct PgnTags {
+    std::string event = "Unknown";
+    std::string date = "????.??.??";
+    std::string round = "-";
+    std::string white = "?";
+    std::string black = "?";
+    std::string result;       // "1-0", "0-1", "1/2-1/2" or "*"
+    std::string start;        // the four fields of the FEN that the game began with
+    std::string termination;  // how the game ended; empty: not said
+};
+
+// The date of today as a tag shows it.
+std::string DateOfToday();
+
 // Writes one game: its tags, then its moves, then the result.
 class PgnWriter {
 public:
     explicit PgnWriter(OutFile* out) : out_(out) {}
-    // The seven tags that each game has, and where it does not begin at the start position, given
-    // as the four fields of a FEN, that too.
-    void Tags(const char* result, const std::string& start);
+    // The seven tags that each game has, and where it does not begin at the start position, that
+    // too.
+    void Tags(const PgnTags& tags);
     // Adds a legal move of the game position, before it is played.
     void AddMove(Position* pos, Move m);
-    // "1-0", "0-1", "1/2-1/2" or "*".
-    void End(const char* result);
+    // Adds a short comment on the last move; `text` is without braces.
+    void AddComment(const std::string& text);
+    // The result of the tags.
+    void End(const std::string& result);
 
 private:
     void Tag(const char* name, const std::string& value);

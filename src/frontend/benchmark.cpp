@@ -3,7 +3,10 @@
 // Everything of start-up must have run. Front-end thread only.
 #include "frontend/benchmark.h"
 
+#include <algorithm>
 #include <cassert>
+#include <string>
+#include <vector>
 
 #include "eval/personality.h"
 #include "frontend/input.h"
@@ -20,6 +23,7 @@
 namespace {
 
 constexpr int PROFILE_DEPTH = 16;
+constexpr int QUICK_DEPTH = 13;
 constexpr int DEFAULT_DEPTH = 17;   // when the depth limit is above DEEPEST_WANTED
 constexpr int DEEPEST_WANTED = 40;  // a limit up to here was meant for the benchmark
 constexpr double SECONDS_PER_POSITION = 99.0;
@@ -67,29 +71,77 @@ void SearchPosition(const char* fen) {
     PBlock.progress.hash_fill = HashFill();
 }
 
-}  // namespace
-
-void RunBenchmark(int positions) {
-    assert(positions <= BENCHMARK_POSITIONS);
-    const KeepOptions kept;
-    PBlock.time.SetTimePerMove(SECONDS_PER_POSITION);
-    PBlock.options.noise = NOISE_NEVER;
-    if (PBlock.limits.max_depth > DEEPEST_WANTED) { PBlock.limits.max_depth = DEFAULT_DEPTH; }
-    InitEval();
-    ShowMessage("running benchmark");
+struct BenchmarkTotals {
     double seconds = SHORTEST_RUN;
     double nodes = 0.0;
+    double Rate() const { return nodes / seconds; }
+};
+
+// Searches the first positions within the limits of PBlock and prints their times.
+BenchmarkTotals SearchPositions(int positions) {
+    assert(positions <= BENCHMARK_POSITIONS);
+    BenchmarkTotals totals;
+    PBlock.time.SetTimePerMove(SECONDS_PER_POSITION);
+    PBlock.options.noise = NOISE_NEVER;
+    InitEval();
+    ShowMessage("running benchmark");
     for (int i = 0; i < positions; ++i) {
         UserInput();
         if (PBlock.control.quit != 0) { break; }  // the next search would not hear it
         ShowStatus("position %d of %d", i + 1, positions);
         SearchPosition(benchmark_positions[i]);
         ClearStatus();
-        seconds += PBlock.time.elapsed;
-        nodes += static_cast<double>(Collect().nodes);
+        totals.seconds += PBlock.time.elapsed;
+        totals.nodes += static_cast<double>(Collect().nodes);
         ShowMessageF("pos %2d: %6.2f seconds", i, PBlock.time.elapsed.Get());
     }
-    ShowMessageF("total time= %0.2f seconds, nodes= %.0f, nps= %.0f", seconds, nodes,
-                 nodes / seconds);
+    ShowMessageF("total time= %0.2f seconds, nodes= %.0f, nps= %.0f", totals.seconds, totals.nodes,
+                 totals.Rate());
+    return totals;
+}
+
+// Puts the game back at the end of its life.
+class KeepGame {
+public:
+    KeepGame()
+        : position_(*game_position),
+          history_(game_position->undo, game_position->undo + MAX_UNDO_RECORDS) {}
+    ~KeepGame() {
+        std::copy(history_.begin(), history_.end(), position_.undo);
+        *game_position = position_;
+    }
+    KeepGame(const KeepGame&) = delete;
+    KeepGame& operator=(const KeepGame&) = delete;
+
+private:
+    Position position_;
+    std::vector<UndoRecord> history_;
+};
+
+bool MustWait(const std::string& line) { return !IsHeardInTools(line); }
+
+}  // namespace
+
+void RunBenchmark(int positions) {
+    const KeepOptions kept;
+    if (PBlock.limits.max_depth > DEEPEST_WANTED) { PBlock.limits.max_depth = DEFAULT_DEPTH; }
+    SearchPositions(positions);
     PBlock.control.quit = 1;
+}
+
+void RunQuickBenchmark(int depth) {
+    const KeepOptions kept_options;
+    const KeepGame kept_game;
+    PBlock.options.threads = 1;
+    PBlock.options.multipv = 1;
+    PBlock.limits = {};
+    PBlock.limits.max_depth = static_cast<i8>(depth > 0 ? depth : QUICK_DEPTH);
+    PBlock.root.wanted_count = 0;
+    SetToolInput(true);
+    HoldInput(MustWait);
+    const BenchmarkTotals totals = SearchPositions(SHORT_BENCHMARK_POSITIONS);
+    HoldInput(nullptr);
+    SetToolInput(false);
+    ClearTTable();
+    ShowMessageF("%.0f nodes %.0f nps", totals.nodes, totals.Rate());
 }

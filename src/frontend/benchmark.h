@@ -8,3 +8,9 @@ inline constexpr int PROFILE_POSITIONS = 5;
 // Searches the first `positions` of the fixed positions, prints their times and the
 // total of nodes, and asks the program to end. Requires StartUp and idle search threads.
 void RunBenchmark(int positions);
+
+// The short benchmark, for those who ask in the middle of a session: one thread, `depth` plies or
+// the depth that takes some seconds (0). At its end it prints nodes and rate in the form that test
+// frameworks read. The game stays as it is; what is typed meanwhile waits, but for what tools hear.
+// Requires StartUp and idle search threads; afterwards the table is empty.
+void RunQuickBenchmark(int depth);

@@ -249,7 +249,8 @@ bool BeginsAnother(const std::string& line) {
     constexpr const char* BLANKS = " \t";
     const std::size_t begin = std::min(line.find_first_not_of(BLANKS), line.size());
     const std::string word = line.substr(begin, line.find_first_of(BLANKS, begin) - begin);
-    return word == "position" || word == "ucinewgame" || word == "go" || word == "eval";
+    return word == "position" || word == "ucinewgame" || word == "go" || word == "eval" ||
+           word == "bench";
 }
 
 void HoldWhatMustWait() {

@@ -182,7 +182,10 @@ void WriteStandardGame(OutFile* out, int moves, const char* result) {
     char start[EPD_FIELDS_SIZE];
     MakeEPD(pos, start);
     PgnWriter writer(out);
-    writer.Tags(result, start);
+    PgnTags tags;
+    tags.result = result;
+    tags.start = start;
+    writer.Tags(tags);
     for (int i = 0; i < moves; ++i) {
         const Move m = pos->undo[pos->hist_count].move;
         {

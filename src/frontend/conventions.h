@@ -27,6 +27,8 @@ struct Conventions {
     bool rook_castling = standard;
     // Games are read and saved with all that their standard allows.
     bool full_pgn = standard;
+    // Suites are read and reported with all that their standard allows.
+    bool full_epd = standard;
     // "go" alone has no limit, "ev" says when it has nothing to show.
     bool plain_console = standard;
     // Options and commands that people expect of an engine.

@@ -14,6 +14,7 @@
 #include "book/gamemove.h"
 #include "eval/personality.h"
 #include "eval/threadblock.h"
+#include "frontend/epdgoal.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
 #include "frontend/report.h"
@@ -53,6 +54,9 @@ bool SearchIsBrief() {
     return PBlock.control.stop != STOP_NONE || PBlock.progress.iteration_depth <= 1;
 }
 
+// Suites are read and reported with all that their standard knows.
+bool FullEpd() { return PBlock.options.conventions.full_epd; }
+
 bool Quiet() { return PBlock.options.noise == NOISE_NEVER; }
 
 // One run over a file, with what it needs from line to line.
@@ -83,6 +87,8 @@ private:
         totals_.error += std::abs(record.result - WinProbability(score));
     }
     void Announce(const std::string& line) const;
+    void ReadGoal(const EpdRecord& record);
+    bool CountSolution();
     void ShowResult(int score) const;
     double Average(double sum) const {
         return totals_.positions == 0 ? 0.0 : sum / totals_.positions;
@@ -92,6 +98,8 @@ private:
     int max_depth_;
     OutFile unsolved_;
     EpdTotals totals_;
+    EpdGoal goal_;  // of the position at hand, and what all came to: in the standard form
+    SolutionTotals solutions_;
 };
 
 void EpdRun::Announce(const std::string& line) const {
@@ -114,10 +122,37 @@ int EpdRun::Search() {
     return PBlock.result.Score();
 }
 
+void EpdRun::ReadGoal(const EpdRecord& record) {
+    PBlock.tool.expected_move = NO_MOVE_READ;
+    goal_ = {};
+    if (max_depth_ < 1) { return; }
+    if (!FullEpd()) {
+        PBlock.tool.expected_move = ExpectedMove(record.best_move);
+        return;
+    }
+    goal_ = GoalOfLine(record.position);
+    for (const std::string& operation : goal_.without_move) {
+        if (show_) {
+            ShowError("no legal move after \"%s\": %s\n", operation.c_str(),
+                      record.position.c_str());
+        }
+    }
+}
+
+// Whether the search that has ended solved its position; counts it.
+bool EpdRun::CountSolution() {
+    const ResultSnapshot result = PBlock.result.Snapshot();
+    if (!FullEpd()) {
+        return PBlock.tool.expected_move > 0 && result.pv[1] == PBlock.tool.expected_move;
+    }
+    return solutions_.Add(goal_, result);
+}
+
 void EpdRun::ShowResult(int score) const {
     if (Quiet()) { return; }
     const ResultSnapshot result = PBlock.result.Snapshot();
     DisplaySearchInfo(0, 0, result.depth_done, score, result.pv);
+    if (FullEpd()) { solutions_.ShowLast(goal_); }
     char move[MOVE_TEXT_SIZE];
     MoveToStr(result.pv[1], move, TextStyle());
     const double elapsed = PBlock.time.elapsed;
@@ -140,11 +175,12 @@ void EpdRun::Analyze(const std::string& line, const EpdRecord& record) {
         Announce(record.position);
         if (show_) { ShowError("%s: %s\n", why, record.position.c_str()); }
         KeepUnsolved(line);
+        solutions_.AddUnsearched();
         AddError(record, 0);
         LookAtInput(static_cast<unsigned>(totals_.positions));
         return;
     }
-    PBlock.tool.expected_move = max_depth_ < 1 ? NO_MOVE_READ : ExpectedMove(record.best_move);
+    ReadGoal(record);
     if (max_depth_ >= TABLE_DEPTH) { ClearTTable(); }
     Announce(record.position);
 
@@ -154,8 +190,7 @@ void EpdRun::Analyze(const std::string& line, const EpdRecord& record) {
     totals_.nodes += Collect().nodes;
     totals_.depth += PBlock.result.DepthDone();
     totals_.branching += EffectiveBranchingFactor();
-    if (PBlock.tool.expected_move > 0 &&
-        PBlock.result.SnapshotMove() == PBlock.tool.expected_move) {
+    if (CountSolution()) {
         ++totals_.correct;
     } else {
         KeepUnsolved(line);
@@ -176,6 +211,7 @@ void EpdRun::ShowSummary() const {
     ShowMessageF("node_rate= %0.0f", static_cast<double>(t.nodes) / (t.seconds + SHORTEST_RUN));
     ShowMessageF("avg bf= %0.2f", Average(t.branching));
     ShowMessageF("avg error= %0.5f\n", AverageError());
+    if (FullEpd()) { solutions_.Show(); }
 }
 
 void EpdRun::EndUnsolvedFile(bool broken_off, bool unreadable) {

@@ -84,12 +84,6 @@ void DropLine(std::size_t end) {
     reader.start = reader.scanned = std::min(end + 1, reader.bytes.size());
 }
 
-// What may be handled while something else works with the game position.
-bool IsHarmless(const std::string& whole_line) {
-    const std::string line = GetWord(whole_line.c_str());
-    return line == "quit" || line == "stop" || line == "." || line == "isready";
-}
-
 // Only the word counts while a tool works: what a protocol would read of the line is not the
 // tool's.
 void HandleInTool(const std::string& line) {
@@ -124,7 +118,7 @@ void UserInput() {
     DropLine(end);
     if (!reader.tool_mode) {
         HandleLine(line);
-    } else if (IsHarmless(line)) {
+    } else if (IsHeardInTools(line)) {
         HandleInTool(line);
     }
 }
@@ -142,6 +136,11 @@ bool HeldInputIsFull() {
 }
 
 void SetToolInput(bool tool_mode_runs) { reader.tool_mode = tool_mode_runs; }
+
+bool IsHeardInTools(const std::string& line) {
+    const std::string word = GetWord(line.c_str());
+    return word == "quit" || word == "stop" || word == "." || word == "isready";
+}
 
 bool InputEnded() { return reader.ended; }
 

@@ -14,6 +14,7 @@
 #include "board/bitboards.h"
 #include "board/moves.h"
 #include "book/book.h"
+#include "book/pgnwrite.h"
 #include "eval/personality.h"
 #include "eval/threadblock.h"
 #include "frontend/output.h"
@@ -39,6 +40,7 @@ constexpr int DECIDED_SCORE = 900;              // centipawns; beyond it the gam
 constexpr int GAMES_BEFORE_MARK = 200;          // before them no result is called significant
 constexpr int GAMES_PER_SCORE_LINE = 10;
 constexpr std::size_t LINE_SIZE = 100;  // of the score
+constexpr std::size_t COMMENT_SIZE = 50;
 constexpr double SECONDS_PER_MOVE = 1.0;
 constexpr double CENTIPAWNS_PER_PAWN = 100.0;
 constexpr i16 MATCH_BOOK_WEIGHT = 100;
@@ -47,7 +49,8 @@ constexpr i16 MATCH_BOOK_WEIGHT = 100;
 struct MatchPly {
     Move move;
     int score;  // centipawns, for the mover
-    int depth;  // completed
+    int depth;  // completed, 0 for a move of the book
+    double seconds;
 };
 
 // Puts the parameters in use back at the end of its life.
@@ -128,26 +131,28 @@ GameOutcome PlayGame(Match* match) {
         if (PBlock.control.quit) { return GameOutcome::Undecided; }
         ChooseMove(match);
         const GameOutcome outcome = Judge();
-        match->plies.push_back(
-            {PBlock.result.SnapshotMove(), PBlock.result.Score(), PBlock.result.DepthDone()});
+        match->plies.push_back({PBlock.result.SnapshotMove(), PBlock.result.Score(),
+                                PBlock.result.DepthDone(), SecondsSinceStart()});
         if (outcome != GameOutcome::Undecided) { return outcome; }
         if (match->plies.size() >= GAME_RECORD_PLIES) { return GameOutcome::Drawn; }
         PlayGameMove(game_position, PBlock.result.SnapshotMove());
     }
 }
 
-// Appends the game to the file, readable at once. False when it cannot be written.
-// `number` counts from 1.
-[[nodiscard]] bool WriteGame(Match* match, int number, GameOutcome outcome) {
-    const char* const names[2] = {"Player1", "Player2"};
-    const char* const result = outcome == GameOutcome::WhiteWins   ? "1-0"
-                               : outcome == GameOutcome::BlackWins ? "0-1"
-                                                                   : "1/2-1/2";
+constexpr const char* PLAYER_NAMES[2] = {"Player1", "Player2"};
+
+const char* ResultText(GameOutcome outcome) {
+    return outcome == GameOutcome::WhiteWins   ? "1-0"
+           : outcome == GameOutcome::BlackWins ? "0-1"
+                                               : "1/2-1/2";
+}
+
+void WriteClassicGame(Match* match, int number, GameOutcome outcome) {
     OutFile& out = match->out;
     out.Print("[Event selfplay]\n[Game %d]\n", number);
-    out.Print("[White \"%s\"]\n[Black \"%s\"]\n", names[match->white_player],
-              names[match->white_player ^ 1]);
-    out.Print("[Result \"%s\"]\n", result);
+    out.Print("[White \"%s\"]\n[Black \"%s\"]\n", PLAYER_NAMES[match->white_player],
+              PLAYER_NAMES[match->white_player ^ 1]);
+    out.Print("[Result \"%s\"]\n", ResultText(outcome));
     for (std::size_t i = 0; i < match->plies.size(); ++i) {
         const MatchPly& ply = match->plies[i];
         out.Print("%s%s {%0.2f/%d}%s", square_name[MoveFrom(ply.move)],
@@ -155,7 +160,61 @@ GameOutcome PlayGame(Match* match) {
                   i % 2 == 0 ? "   " : "\n");
     }
     out.Write("\n\n");
-    return out.Flush();
+}
+
+// The mover's score in pawns or plies to the mate, the depth and the time: "+0.25/7 0.012s".
+std::string CommentOn(const MatchPly& ply) {
+    if (ply.depth == 0) { return "book"; }
+    char text[COMMENT_SIZE];
+    if (std::abs(ply.score) > MATE_SCORE) {
+        std::snprintf(text, sizeof text, "%cM%d/%d %0.3fs", ply.score > 0 ? '+' : '-',
+                      INFINITE_SCORE - 1 - std::abs(ply.score), ply.depth, ply.seconds);
+    } else {
+        std::snprintf(text, sizeof text, "%+0.2f/%d %0.3fs", ply.score / CENTIPAWNS_PER_PAWN,
+                      ply.depth, ply.seconds);
+    }
+    return text;
+}
+
+// Games end by the rules, or by a score or a length that decides them while there is a move.
+const char* Termination(const std::vector<MatchPly>& plies) {
+    const MatchPly& last = plies.back();
+    const bool cut_short =
+        std::abs(last.score) > DECIDED_SCORE || plies.size() >= GAME_RECORD_PLIES;
+    return last.move != NO_MOVE && cut_short ? "adjudication" : "normal";
+}
+
+void WriteStandardGame(Match* match, int number, GameOutcome outcome) {
+    PgnTags tags;
+    tags.event = "Self-play match";
+    tags.date = DateOfToday();
+    tags.round = std::to_string(number);
+    tags.white = PLAYER_NAMES[match->white_player];
+    tags.black = PLAYER_NAMES[match->white_player ^ 1];
+    tags.result = ResultText(outcome);
+    tags.start = fen_opn;
+    tags.termination = Termination(match->plies);
+    PgnWriter writer(&match->out);
+    writer.Tags(tags);
+    SetPosition(game_position, fen_opn);
+    for (const MatchPly& ply : match->plies) {
+        if (ply.move == NO_MOVE) { break; }  // the last one: the game had ended
+        writer.AddMove(game_position, ply.move);
+        writer.AddComment(CommentOn(ply));
+        PlayGameMove(game_position, ply.move);
+    }
+    writer.End(tags.result);
+}
+
+// Appends the game to the file, readable at once. False when it cannot be written.
+// `number` counts from 1.
+[[nodiscard]] bool WriteGame(Match* match, int number, GameOutcome outcome) {
+    if (PBlock.options.conventions.full_pgn) {
+        WriteStandardGame(match, number, outcome);
+    } else {
+        WriteClassicGame(match, number, outcome);
+    }
+    return match->out.Flush();
 }
 
 constexpr const char* HOLDS_NO_GAMES = "holds no games";

@@ -129,6 +129,8 @@ struct SearchProgress {
     Relaxed<i8> completed_depth = 0;       // last finished
     Relaxed<double> completed_time = 0.0;  // `elapsed` at that moment
     Relaxed<u8> easy_move = EASY_NONE;
+    // `elapsed` when each iteration up to completed_depth ended, by the clock of that moment.
+    Relaxed<double> seconds_by_depth[PV_SIZE] = {};
     double hash_fill = 0.0;            // share of the table in use, 0..1
     int second_best_score = NO_SCORE;  // highest of a second-placed root move, for easy_move
     // For developers: what they count in these while they look into the search is shown with its
@@ -148,6 +150,12 @@ struct ToolState {
     bool failed = false;  // the tool could not do its work: the program ends with status 1
 };
 
+// What a search has cost up to a moment.
+struct Effort {
+    double seconds = 0.0;  // since its start
+    u64 nodes = 0;         // of all threads
+};
+
 // The published result as it was at one moment.
 struct ResultSnapshot {
     u64 searched_key = 0;   // search key of the position that pv belongs to
@@ -158,6 +166,7 @@ struct ResultSnapshot {
     // Of the last line published at each depth, for whoever checks a search depth by depth.
     i16 score_by_depth[PV_SIZE];  // NO_SCORE before
     Move best_move_by_depth[PV_SIZE] = {};
+    Effort effort_by_depth[PV_SIZE] = {};  // until that move, or a mate by it, was published
 
     ResultSnapshot() {
         std::fill(std::begin(score_by_depth), std::end(score_by_depth), static_cast<i16>(NO_SCORE));
@@ -176,8 +185,8 @@ public:
     }
     // Takes over a line (indexed from 1) where it tells more than the published one: a mate that is
     // sure, a deeper line unless a sure mate stands, a better score of the same depth. Returns
-    // whether it did.
-    bool Publish(int score, int depth, const Move* pv) {
+    // whether it did. `effort`: of the search so far.
+    bool Publish(int score, int depth, const Move* pv, const Effort& effort) {
         const std::lock_guard<std::mutex> guard(lock_);
         const bool sure_mate = score > SURE_MATE && score >= now_.score;
         const bool deeper = depth > now_.depth_done && now_.score < SURE_MATE;
@@ -189,6 +198,9 @@ public:
         next.depth_done = depth;
         std::copy(pv, pv + PV_SIZE, next.pv);
         next.score_by_depth[depth] = static_cast<i16>(score);
+        if (pv[1] != now_.best_move_by_depth[depth] || sure_mate) {
+            next.effort_by_depth[depth] = effort;
+        }
         next.best_move_by_depth[depth] = pv[1];
         Store(next);
         return true;

@@ -5,6 +5,8 @@
 #include "board/moves.h"
 #include "book/gamemove.h"
 #include "eval/threadblock.h"
+#include "frontend/benchmark.h"
+#include "frontend/commandloop.h"
 #include "frontend/consolecommands.h"
 #include "frontend/output.h"
 #include "frontend/report.h"
@@ -58,6 +60,9 @@ bool StandardCommand(const std::string& word, const char* line) {
         const char* after = std::strstr(line, "perft");
         const char* number = after != nullptr ? after + std::strlen("perft") : line;
         PerftByMove(WholeNumber(number, 0, MAX_PERFT_DEPTH));
+    } else if (word == "bench") {
+        FinishSearch();
+        RunQuickBenchmark(WholeNumber(line, 0, MAX_DEPTH));
     } else {
         return false;
     }

@@ -190,6 +190,7 @@ void DeepenIteratively(ThreadBlock* tb, MoveEntry* first) {
         if (main) {
             PBlock.progress.completed_depth = static_cast<i8>(d);
             PBlock.progress.completed_time = PBlock.time.elapsed;
+            PBlock.progress.seconds_by_depth[d] = SecondsSinceStart();
             PBlock.progress.hash_fill = HashFill();
         }
         if (MateIsInsideHorizon(tb->best_score_by_depth[d], d) ||
@@ -423,7 +424,8 @@ void NewBestMove(ThreadBlock* tb) {
     assert(IsMain(tb));
     const int score = tb->running_score;
     const int depth = tb->best_depth;
-    if (!PBlock.result.Publish(score, depth, tb->pv)) { return; }
+    const Effort effort = {SecondsSinceStart(), Collect().nodes};
+    if (!PBlock.result.Publish(score, depth, tb->pv, effort)) { return; }
     const int mate_moves = PBlock.limits.mate_moves;
     if (mate_moves > 0 && score >= INFINITE_SCORE - PLIES_PER_MOVE * mate_moves) {
         PBlock.control.stop = STOP_FINISH;

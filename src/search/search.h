@@ -87,10 +87,12 @@ int SearchRoot(ThreadBlock* tb, int depth, int index);
 void NewBestMove(ThreadBlock* tb);
 
 // Time management (timeman.cpp). Front-end thread only, but for EffectiveBranchingFactor, which
-// requires idle search threads. Seconds.
+// requires idle search threads, and SecondsSinceStart. Seconds.
 
 // Measures PBlock.time.elapsed; with `start` not 0 the clock begins anew.
 void GetElapsedTime(int start);
+// Seconds since the clock began, by the time of this moment. Any thread.
+double SecondsSinceStart();
 // Prepares a search of the game position: progress and result empty, draw scores, target time, the
 // position in every thread's record. Requires a running clock and idle search threads.
 void InitSearch();

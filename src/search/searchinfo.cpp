@@ -12,7 +12,6 @@
 #include "board/moves.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
-#include "platform/clock.h"
 #include "search/search.h"
 #include "search/threads.h"
 #include "search/ttable.h"
@@ -79,8 +78,7 @@ const Conventions& Manners() { return PBlock.options.conventions; }
 
 // For what a search thread says: the front end's clock stands still between two looks.
 double SecondsSoFar() {
-    return Manners().full_info ? MonotonicSeconds() - PBlock.time.start_time
-                               : PBlock.time.elapsed.Get();
+    return Manners().full_info ? SecondsSinceStart() : PBlock.time.elapsed.Get();
 }
 
 // Plies to which the first thread has looked.

@@ -160,6 +160,8 @@ void GetElapsedTime(int start) {
     PBlock.time.elapsed = now - PBlock.time.start_time;
 }
 
+double SecondsSinceStart() { return MonotonicSeconds() - PBlock.time.start_time; }
+
 void SetTargetTime(int side, int hist_count) {
     if (PBlock.time.moves_per_control == FIXED_TIME) {
         PBlock.time.target_time = PBlock.time.base_time;

@@ -33,4 +33,23 @@ TEST(EpdLine, UsableLinesOfAFileAreTakenApart) {
     CloseLines(&reader);
 }
 
+TEST(EpdLine, OperationsAreWordsOrQuotedTexts) {
+    const std::pair<const char*, const char*> cases[] = {
+        {"4k3/8/8/8/8/8/8/4KQ2 w - -", ""},
+        {"4k3/8/8/8/8/8/8/4KQ2 w", ""},
+        {"4k3/8/8/8/8/8/8/4KQ2 w - - 12 40 bm Qf7+ Qe2; id \"a; b\";", "bm|Qf7+|Qe2/id|a; b/"},
+        {"4k3/8/8/8/8/8/8/4KQ2\tw - - ; bm Qd1 + ;id BK.01 ", "bm|Qd1|+/id|BK.01/"},
+        {"4k3/8/8/8/8/8/8/4KQ2 w - - c0 \"e4=1\"x;;; noop ; am \"", "c0|e4=1|x/noop/am|/"},
+        {"4k3/8/8/8/8/8/8/4KQ2 w - - id \"never ended; bm a4", "id|never ended; bm a4/"}};
+    for (const auto& [line, expected] : cases) {
+        std::string text;
+        for (const EpdOperation& operation : EpdOperations(line)) {
+            text += operation.opcode;
+            for (const std::string& operand : operation.operands) { text += '|' + operand; }
+            text += '/';
+        }
+        EXPECT_EQ(text, expected) << line;
+    }
+}
+
 }  // namespace

@@ -7,7 +7,9 @@
 #include <fstream>
 #include <string>
 
+#include "frontend/epdgoal.h"
 #include "frontend/rows.h"
+#include "search/search.h"
 #include "support/session.h"
 
 namespace {
@@ -19,6 +21,52 @@ TEST(EpdLine, NamesTheFirstLegalMoveOfItsText) {
         {"Qf7+", queen},   {"Qf7 + ", queen}, {"f1f7", queen}, {"Qa9 Nb5 Qf7", knight},
         {"  Nb5", knight}, {"Qe8", 0},        {"", 0},         {"   ", 0}};
     for (const auto& [text, move] : cases) { EXPECT_EQ(ExpectedMove(text), move) << text; }
+}
+
+TEST(EpdGoal, IsReachedByAnyBestMoveByNoBadOneByAMateOrByMostPoints) {
+    const std::string board = "4k3/8/8/8/8/2N5/8/4KQ2 w - - ";
+    SetGame(board.c_str());
+    constexpr int mate_in_2 = INFINITE_SCORE - 4;
+    struct Case {
+        const char* operations;
+        const char* move;
+        int score;
+        bool solved;
+        int points;
+    };
+    const Case cases[] = {{"bm Nb5 Qf7+;", "Qf7", 0, true, 0},
+                          {"bm Nb5 Qf7+;", "Nd5", 0, false, 0},
+                          {"bm Qe8 +;", "Nd5", 0, false, 0},
+                          {"am Qf7 Nb5;", "Nb5", 0, false, 0},
+                          {"am Qf7 Nb5;", "Nd5", 0, true, 0},
+                          {"bm Nd5 Nb5; am Nb5;", "Nb5", 0, false, 0},
+                          {"dm 2;", "Nb5", mate_in_2, true, 0},
+                          {"dm 2;", "Nb5", mate_in_2 - 1, false, 0},
+                          {"bm Nd5; dm 2;", "Nb5", mate_in_2, false, 0},
+                          {"c0 \"Nb5=10, Nd5=4,Qe8=20\";", "Nb5", 0, true, 10},
+                          {"c0 \"Nb5=10, Nd5=4,Qe8=20\";", "Nd5", 0, false, 4},
+                          {"bm Nd5; c0 \"Nb5=10, Nd5=4\";", "Nd5", 0, true, 4},
+                          {"c0 \"Nb5\";", "Nb5", 0, false, 0},
+                          {"id \"none\";", "Nb5", 0, false, 0}};
+    for (const Case& c : cases) {
+        const EpdGoal goal = GoalOfLine(board + c.operations);
+        const auto m = static_cast<Move>(ExpectedMove(c.move));
+        EXPECT_EQ(goal.SolvedBy(m, c.score), c.solved) << c.operations << ' ' << c.move;
+        EXPECT_EQ(goal.PointsOf(m), c.points) << c.operations << ' ' << c.move;
+    }
+}
+
+TEST(EpdGoal, IsSolvedSinceTheDepthFromWhichOnTheMoveStays) {
+    SetGame("4k3/8/8/8/8/2N5/8/4KQ2 w - -");
+    EpdGoal goal;
+    goal.best = {MakeMoveWord(18, 33), MakeMoveWord(18, 35)};
+    ResultSnapshot result;
+    result.depth_done = 5;
+    const int to[] = {0, 33, 20, 35, 33, 35};
+    for (int d = 1; d <= 5; ++d) { result.best_move_by_depth[d] = MakeMoveWord(18, to[d]); }
+    EXPECT_EQ(SolvedSince(goal, result), 3);
+    result.best_move_by_depth[5] = MakeMoveWord(18, 20);
+    EXPECT_EQ(SolvedSince(goal, result), 0);
 }
 
 TEST(EpdRun, EndsAtQuitAndWithoutItsFile) {

@@ -46,6 +46,41 @@ TEST(Match, PlaysLegalGamesThatCanBeReadAtAnyTime) {
     EXPECT_THAT(checker.Output(), testing::HasSubstr(verdict));
 }
 
+// A second engine loads the game by its notation and saves it: the same moves.
+TEST(Match, WritesGamesOfTheStandardThatComeBackMoveByMove) {
+    const ScratchFolder folder;
+    std::ofstream("test1.rc") << "queen_value_op 1\n";
+    Session match({"-match", "match.pgn", "-d", "1", "-standard", "-nolog"});
+    match.Expect("   9 games");
+    match.Send("quit");
+    EXPECT_EQ(match.Wait(), 0);
+    const std::string text = FileContent("match.pgn");
+    const std::regex form(R"x(\[Event "Self-play match"\]
+\[Site "\?"\]
+\[Date "\d{4}\.\d\d\.\d\d"\]
+\[Round "9"\]
+\[White "Player([12])"\]
+\[Black "Player[12]"\]
+\[Result "(1-0|0-1|1/2-1/2)"\]
+\[Termination "(adjudication|normal)"\]
+
+((?:[^[][^\n]{0,78}\n)+)
+)x");
+    std::smatch game;
+    ASSERT_TRUE(std::regex_search(text, game, form)) << text;
+    const std::regex comment(R"x(\{[-+](\d+\.\d\d|M\d+)/1 \d+\.\d{3}s\})x"), blanks(R"x(\s+)x");
+    const std::string moves =
+        std::regex_replace(std::regex_replace(game.str(4), comment, ""), blanks, " ");
+    EXPECT_THAT(moves, testing::Not(testing::HasSubstr("{"))) << "a comment of another form";
+    EXPECT_TRUE(moves.ends_with(" " + game.str(2) + " "));
+    RunVesk({"-c", "-standard", "-nolog"}, "load match.pgn 9\nsave\n");
+    const std::string saved = FileContent("tmp.pgn");
+    const std::string saved_moves =
+        std::regex_replace(saved.substr(saved.find("1. ")), blanks, " ");
+    EXPECT_EQ(saved_moves.substr(0, saved_moves.rfind(' ', saved_moves.size() - 2)),
+              moves.substr(0, moves.rfind(' ', moves.size() - 2)));
+}
+
 TEST(MatchScore, CountsGamesForPlayersAndMarksWhatIsBeyondTheMargin) {
     MatchScore score;
     score.Count(GameOutcome::WhiteWins, 0);
