@@ -7,6 +7,7 @@
 #include <deque>
 #include <vector>
 
+#include "board/bitboards.h"
 #include "board/trace.h"
 #include "board/zobrist.h"
 #include "book/book.h"
@@ -140,6 +141,11 @@ void ReportToGui() {
         PBlock.options.conventions.null_is_0000 ||
         (PBlock.limits.max_depth == 0 && game_position->fifty <= FIFTY_MOVE_PLIES);
     if (result.pv[1] == NO_MOVE && any_move_will_do) { result.pv[1] = AnyMove(); }
+    if (result.pv[1] == NO_MOVE && PBlock.options.conventions.null_is_0000 &&
+        WhyUnplayable(game_position) == nullptr) {
+        const bool mated = InCheck(game_position, game_position->side) != 0;
+        ShowMessageF("info depth 0 score %s", mated ? "mate 0" : "cp 0");
+    }
     char best[MOVE_TEXT_SIZE];
     char reply[MOVE_TEXT_SIZE];
     MoveToStr(result.pv[1], best, TextStyle());

@@ -21,8 +21,8 @@ MATE_IN_2 = "kbK5/pp6/1P6/8/8/8/8/R7 w - - 0 1"
 TIMEOUT = 60
 
 
-def open_engine(arguments):
-    return chess.engine.SimpleEngine.popen_uci([ENGINE, "-nolog", *arguments], timeout=TIMEOUT)
+def open_engine(arguments, folder):
+    return chess.engine.SimpleEngine.popen_uci([ENGINE, "-nolog", *arguments], timeout=TIMEOUT, cwd=folder)
 
 
 def check(condition, what):
@@ -53,7 +53,7 @@ def play_with_every_limit(engine, standard):
 
 
 def play_a_game_to_its_end(engine):
-    board = chess.Board("8/8/8/4k3/8/8/4Q3/4K3 w - - 0 1")
+    board = chess.Board("8/8/8/3k4/8/8/4Q3/4K3 w - - 0 1")
     while not board.is_game_over(claim_draw=True) and board.ply() < 200:
         board.push(engine.play(board, chess.engine.Limit(depth=8)).move)
     check(board.is_checkmate(), f"the queen mates: {board.fen()}")
@@ -73,17 +73,24 @@ def analyse(engine, standard):
     if standard:
         check(info["score"].white() == chess.engine.Mate(2), f"mate in two: {info['score']}")
     else:
-        check(info["score"].white().score() > 9000, f"a mate's score: {info['score']}")
+        check(info["score"].white() > chess.engine.Cp(9000), f"a mate's score: {info['score']}")
 
 
 def ponder_and_stop(engine):
     board = chess.Board()
     limit = chess.engine.Limit(white_clock=3, black_clock=3, white_inc=0.1, black_inc=0.1)
-    for _ in range(4):  # hits, as the engine plays both sides, and with an odd move a miss
-        result = engine.play(board, limit, ponder=True)
+    game = object()
+    for _ in range(4):  # the expected replies are played: ponder hits
+        result = engine.play(board, limit, game=game, ponder=True)
         board.push(result.move)
-    board.push(next(iter(board.legal_moves)))
-    check(engine.play(board, limit).move in board.legal_moves, "after a ponder miss")
+        if result.ponder is None:
+            break
+        board.push(result.ponder)
+    result = engine.play(board, limit, game=game, ponder=True)
+    board.push(result.move)
+    board.push(next(move for move in board.legal_moves if move != result.ponder))
+    result = engine.play(board, limit, game=game, ponder=True)
+    check(result.move in board.legal_moves, "after a ponder miss")
     with engine.analysis(board) as analysis:
         for info in analysis:
             if info.get("depth", 0) >= 5:
@@ -101,6 +108,16 @@ def options(engine):
     engine.ping()
 
 
+def finished_games(engine):
+    for fen in ("7k/6Q1/6K1/8/8/8/8/8 b - - 0 1", "7k/5Q2/6K1/8/8/8/8/8 b - - 0 1"):
+        board = chess.Board(fen)
+        result = engine.play(board, chess.engine.Limit(depth=3))
+        check(not result.move, f"no move: {result.move}")
+        score = engine.analyse(board, chess.engine.Limit(depth=3))["score"].relative
+        expected = chess.engine.Mate(0) if board.is_check() else chess.engine.Cp(0)
+        check(score == expected, f"{fen}: {score}")
+
+
 def games_are_read():
     with tempfile.TemporaryDirectory() as folder:
         commands = "fen 4k3/P6P/8/8/1R3R2/8/8/R3K2R b KQ -\ne8e7\na8=N\ne7d6\nO-O-O\nd6c5\nb4d4\nsave\n"
@@ -115,12 +132,16 @@ def games_are_read():
 
 def main():
     for standard in (False, True):
-        with open_engine(["-standard"] if standard else []) as engine:
+        with tempfile.TemporaryDirectory() as folder:
+            engine = open_engine(["-standard"] if standard else [], folder)
             options(engine)
             play_with_every_limit(engine, standard)
             play_a_game_to_its_end(engine)
             analyse(engine, standard)
             ponder_and_stop(engine)
+            if standard:
+                finished_games(engine)
+            engine.quit()
         print("standard form" if standard else "classic form", "passed")
     games_are_read()
     print("games passed")
