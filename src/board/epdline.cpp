@@ -7,6 +7,8 @@
 #include <cstring>
 #include <string_view>
 
+#include "board/position.h"
+
 namespace {
 
 constexpr std::string_view BEST_MOVE_WORD = "bm ";
@@ -19,6 +21,20 @@ constexpr double NO_RESULT = 0.5;
 
 constexpr const char* BLANKS = " \t";
 constexpr int POSITION_FIELDS = 4;
+
+// Whether a word can be that field of a position, from 0.
+bool IsPositionField(int field, const std::string& word) {
+    switch (field) {
+        case 0:
+            return true;
+        case 1:
+            return word == "w" || word == "b";
+        case 2:
+            return word.find_first_not_of("KQkq-") == std::string::npos;
+        default:
+            return word == "-" || (word.size() == 2 && SquareOfText(word) != NO_SQUARE);
+    }
+}
 
 bool IsNumber(const std::string& word) {
     return word.find_first_not_of("0123456789") == std::string::npos;
@@ -70,7 +86,12 @@ std::vector<EpdOperation> EpdOperations(const std::string& line) {
     std::size_t at = 0;
     std::string word;
     for (int field = 0; field < POSITION_FIELDS; ++field) {
-        if (!NextOperand(line, &at, &word)) { return operations; }
+        const std::size_t before = at;
+        if (!NextOperand(line, &at, &word)) { break; }
+        if (!IsPositionField(field, word)) {
+            at = before;
+            break;
+        }
     }
     while (at < line.size()) {
         EpdOperation operation;
@@ -85,6 +106,21 @@ std::vector<EpdOperation> EpdOperations(const std::string& line) {
         if (at < line.size()) { ++at; }  // the ";"
     }
     return operations;
+}
+
+std::string WithSingleBlanks(const std::string& line) {
+    std::string text;
+    bool quoted = false;
+    for (const char c : line) {
+        if (c == '"') { quoted = !quoted; }
+        const bool blank = !quoted && (c == ' ' || c == '\t');
+        if (!blank) {
+            text += c;
+        } else if (!text.empty() && text.back() != ' ') {
+            text += ' ';
+        }
+    }
+    return text;
 }
 
 bool NextEpdRecord(LineReader* reader, std::string* line, EpdRecord* record) {

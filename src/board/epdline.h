@@ -24,9 +24,11 @@ struct EpdOperation {
     std::vector<std::string> operands;  // quoted ones without their quotes
 };
 
-// The operations of a line in their order, after the four fields of its position and the two
-// counters, where there are any. They are separated by ";", which may stand inside quotes.
+// The operations of a line in their order, after the fields of its position and the two counters,
+// as far as these are there. They are separated by ";", which may stand inside quotes.
 std::vector<EpdOperation> EpdOperations(const std::string& line);
+// The line with single blanks for every white space outside quotes.
+std::string WithSingleBlanks(const std::string& line);
 
 // Takes a line apart; carriage returns and NULs at its end are no part of it. False, with the
 // record unchanged, when the line is no position: shorter than ten characters, or a comment (it

@@ -85,8 +85,8 @@ void PgnWriter::Tags(const PgnTags& tags) {
     Tag("Black", tags.black);
     Tag("Result", tags.result);
     if (tags.start != fen_opn) {
+        Tag("FEN", tags.start + " " + std::to_string(tags.half_moves) + " 1");
         Tag("SetUp", "1");
-        Tag("FEN", tags.start + " 0 1");
     }
     if (!tags.termination.empty()) { Tag("Termination", tags.termination); }
     out_->Write("\n");
@@ -97,13 +97,17 @@ void PgnWriter::AddMove(Position* pos, Move m) {
     const std::string number = std::to_string((pos->hist_count + black_began) / 2 + 1);
     if (pos->side == WHITE) {
         AddWord(number + ".");
-    } else if (pos->hist_count == 0) {
+    } else if (pos->hist_count == 0 || after_comment_) {
         AddWord(number + "...");
     }
+    after_comment_ = false;
     AddWord(StandardSan(pos, m));
 }
 
-void PgnWriter::AddComment(const std::string& text) { AddWord('{' + text + '}'); }
+void PgnWriter::AddComment(const std::string& text) {
+    AddWord('{' + text + '}');
+    after_comment_ = true;
+}
 
 void PgnWriter::AddWord(const std::string& word) {
     if (!line_.empty() && line_.size() + 1 + word.size() > LINE_LENGTH) {

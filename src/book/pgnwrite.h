@@ -13,13 +13,14 @@ std::string StandardSan(Position* pos, Move m);
 
 // What the tags of a game say; what is not known stays as it is.
 struct PgnTags {
-    std::string event = "Unknown";
+    std::string event = "?";
     std::string date = "????.??.??";
     std::string round = "-";
     std::string white = "?";
     std::string black = "?";
     std::string result;       // "1-0", "0-1", "1/2-1/2" or "*"
     std::string start;        // the four fields of the FEN that the game began with
+    int half_moves = 0;       // its half-move clock
     std::string termination;  // how the game ended; empty: not said
 };
 
@@ -46,4 +47,5 @@ private:
 
     OutFile* out_;
     std::string line_;  // of the moves, not yet written
+    bool after_comment_ = false;
 };

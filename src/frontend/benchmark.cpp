@@ -95,9 +95,12 @@ BenchmarkTotals SearchPositions(int positions) {
         totals.nodes += static_cast<double>(Collect().nodes);
         ShowMessageF("pos %2d: %6.2f seconds", i, PBlock.time.elapsed.Get());
     }
+    return totals;
+}
+
+void ShowTotals(const BenchmarkTotals& totals) {
     ShowMessageF("total time= %0.2f seconds, nodes= %.0f, nps= %.0f", totals.seconds, totals.nodes,
                  totals.Rate());
-    return totals;
 }
 
 // Puts the game back at the end of its life.
@@ -118,14 +121,14 @@ private:
     std::vector<UndoRecord> history_;
 };
 
-bool MustWait(const std::string& line) { return !IsHeardInTools(line); }
+bool Waits(const std::string&) { return true; }
 
 }  // namespace
 
 void RunBenchmark(int positions) {
     const KeepOptions kept;
     if (PBlock.limits.max_depth > DEEPEST_WANTED) { PBlock.limits.max_depth = DEFAULT_DEPTH; }
-    SearchPositions(positions);
+    ShowTotals(SearchPositions(positions));
     PBlock.control.quit = 1;
 }
 
@@ -137,11 +140,11 @@ void RunQuickBenchmark(int depth) {
     PBlock.limits = {};
     PBlock.limits.max_depth = static_cast<i8>(depth > 0 ? depth : QUICK_DEPTH);
     PBlock.root.wanted_count = 0;
-    SetToolInput(true);
-    HoldInput(MustWait);
+    HoldInput(Waits);
     const BenchmarkTotals totals = SearchPositions(SHORT_BENCHMARK_POSITIONS);
     HoldInput(nullptr);
-    SetToolInput(false);
     ClearTTable();
+    if (PBlock.control.quit != 0) { return; }
+    ShowTotals(totals);
     ShowMessageF("%.0f nodes %.0f nps", totals.nodes, totals.Rate());
 }

@@ -11,6 +11,6 @@ void RunBenchmark(int positions);
 
 // The short benchmark, for those who ask in the middle of a session: one thread, `depth` plies or
 // the depth that takes some seconds (0). At its end it prints nodes and rate in the form that test
-// frameworks read. The game stays as it is; what is typed meanwhile waits, but for what tools hear.
-// Requires StartUp and idle search threads; afterwards the table is empty.
+// frameworks read. The game stays as it is; what is typed meanwhile waits. After an interrupt
+// there is no result. Requires StartUp and idle search threads; afterwards the table is empty.
 void RunQuickBenchmark(int depth);

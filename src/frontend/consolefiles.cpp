@@ -185,6 +185,7 @@ void WriteStandardGame(OutFile* out, int moves, const char* result) {
     PgnTags tags;
     tags.result = result;
     tags.start = start;
+    tags.half_moves = pos->fifty;
     writer.Tags(tags);
     for (int i = 0; i < moves; ++i) {
         const Move m = pos->undo[pos->hist_count].move;

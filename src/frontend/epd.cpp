@@ -131,10 +131,10 @@ void EpdRun::ReadGoal(const EpdRecord& record) {
         return;
     }
     goal_ = GoalOfLine(record.position);
-    for (const std::string& operation : goal_.without_move) {
+    if (goal_.half_moves > 0) { game_position->fifty = static_cast<u8>(goal_.half_moves); }
+    for (const std::string& word : goal_.unread) {
         if (show_) {
-            ShowError("no legal move after \"%s\": %s\n", operation.c_str(),
-                      record.position.c_str());
+            ShowError("\"%s\" is no legal move: %s\n", word.c_str(), record.position.c_str());
         }
     }
 }
@@ -168,7 +168,7 @@ void EpdRun::KeepUnsolved(const std::string& line) {
 // Searches the position of one line and adds it to the totals. One that cannot be searched counts
 // as unsolved, with the score of an even position.
 void EpdRun::Analyze(const std::string& line, const EpdRecord& record) {
-    SetPosition(game_position, record.position.c_str());
+    SetUpGame(FullEpd() ? WithSingleBlanks(record.position).c_str() : record.position.c_str());
     ++totals_.positions;
     if (show_) { ShowStatus("position %d, %d correct", totals_.positions, totals_.correct); }
     if (const char* why = WhyUnplayable(game_position)) {

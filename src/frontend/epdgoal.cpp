@@ -1,6 +1,7 @@
 #include "frontend/epdgoal.h"
 
 #include <algorithm>
+#include <sstream>
 
 #include "board/epdline.h"
 #include "book/gamemove.h"
@@ -11,34 +12,64 @@
 
 namespace {
 
-constexpr int MOST_POINTS_OF_MOVE = 1000;
+constexpr int MOST_POINTS_OF_MOVE = 1000000;
+constexpr const char* MARKS = "+#!?,.";
+constexpr const char* NUMBER = "0123456789.";
 
-// The moves among the operands that are legal in the game position.
-std::vector<Move> LegalOperands(const EpdOperation& operation) {
+// A move word without the number before it and the marks after it; empty when nothing else is
+// there.
+std::string BareMove(const std::string& word) {
+    const std::size_t end = std::min(word.find_last_not_of(MARKS) + 1, word.size());
+    const std::size_t begin = word.find_first_not_of(NUMBER);
+    if (end == 0 || begin >= end) { return ""; }
+    const bool numbered = begin > 0 && word[begin - 1] == '.';
+    std::string move = word.substr(numbered ? begin : 0, end - (numbered ? begin : 0));
+    if (move.starts_with("0-0")) { std::replace(move.begin(), move.end(), '0', 'O'); }
+    return move;
+}
+
+// The legal move of a word; NO_MOVE, with the word kept in `unread`, for one that should be one.
+Move LegalMove(const std::string& word, std::vector<std::string>* unread) {
+    const std::string text = BareMove(word);
+    Move m = NO_MOVE;
+    if (!text.empty() && !IsValidMove(text, &m)) { unread->push_back(word); }
+    return m;
+}
+
+std::vector<Move> LegalOperands(const EpdOperation& operation, EpdGoal* goal) {
     std::vector<Move> moves;
     for (const std::string& word : operation.operands) {
-        Move m;
-        if (IsValidMove(word, &m)) { moves.push_back(m); }
+        if (const Move m = LegalMove(word, &goal->unread)) { moves.push_back(m); }
     }
     return moves;
 }
 
-// Takes "e4=10, e8=Q=5" apart.
-std::vector<std::pair<Move, int>> PointsOfText(const std::string& text) {
-    std::vector<std::pair<Move, int>> points;
-    for (std::size_t at = 0; at < text.size();) {
-        const std::size_t end = std::min(text.find(',', at), text.size());
-        const std::size_t start = std::min(text.find_first_not_of(' ', at), end);
-        const std::string item = text.substr(start, end - start);
-        const std::size_t equals = item.rfind('=');
-        Move m;
-        if (equals != std::string::npos && IsValidMove(item.substr(0, equals), &m)) {
-            const char* number = item.c_str() + equals + 1;
-            points.emplace_back(m, WholeNumber(number, 0, MOST_POINTS_OF_MOVE));
+// The text without blanks before and after its "=" and with blanks for its commas.
+std::string PointItems(const EpdOperation& operation) {
+    std::string text;
+    for (const std::string& operand : operation.operands) {
+        for (const char c : operand + ' ') {
+            const bool blank = c == ' ' || c == ',';
+            if (c == '=') {
+                while (text.ends_with(' ')) { text.pop_back(); }
+            }
+            if (!blank || !text.ends_with('=')) { text += blank ? ' ' : c; }
         }
-        at = end + 1;
     }
-    return points;
+    return text;
+}
+
+// Takes "e4=10, e8=Q = 5" apart.
+void ReadPoints(const EpdOperation& operation, EpdGoal* goal) {
+    std::istringstream items(PointItems(operation));
+    for (std::string item; items >> item;) {
+        const std::size_t equals = item.rfind('=');
+        if (equals == std::string::npos) { continue; }  // a word of a comment
+        if (const Move m = LegalMove(item.substr(0, equals), &goal->unread)) {
+            const char* number = item.c_str() + equals + 1;
+            goal->points.emplace_back(m, WholeNumber(number, 0, MOST_POINTS_OF_MOVE));
+        }
+    }
 }
 
 bool Holds(const std::vector<Move>& moves, Move m) {
@@ -52,7 +83,7 @@ const char* FirstOperand(const EpdOperation& operation) {
 }  // namespace
 
 bool EpdGoal::SolvedBy(Move m, int score) const {
-    if (m == NO_MOVE) { return false; }
+    if (m == NO_MOVE || out_of_reach) { return false; }
     if (best.empty() && avoid.empty() && mate_moves == 0) {
         return !points.empty() && PointsOf(m) == MostPoints();
     }
@@ -79,14 +110,17 @@ EpdGoal GoalOfLine(const std::string& line) {
         const std::string& opcode = operation.opcode;
         if (opcode == "id") {
             goal.id = FirstOperand(operation);
-        } else if (opcode == "bm" || opcode == "am") {
-            const std::vector<Move> moves = LegalOperands(operation);
-            if (moves.empty()) { goal.without_move.push_back(opcode); }
-            (opcode == "bm" ? goal.best : goal.avoid) = moves;
+        } else if (opcode == "bm") {
+            goal.best = LegalOperands(operation, &goal);
+            goal.out_of_reach = goal.best.empty();
+        } else if (opcode == "am") {
+            goal.avoid = LegalOperands(operation, &goal);
         } else if (opcode == "dm") {
             goal.mate_moves = WholeNumber(FirstOperand(operation), 0, MAX_DEPTH);
+        } else if (opcode == "hmvc") {
+            goal.half_moves = WholeNumber(FirstOperand(operation), 0, FIFTY_COUNTER_MAX);
         } else if (opcode == "c0") {
-            goal.points = PointsOfText(FirstOperand(operation));
+            ReadPoints(operation, &goal);
         }
     }
     return goal;
@@ -114,13 +148,11 @@ bool SolutionTotals::Add(const EpdGoal& goal, const ResultSnapshot& result) {
     }
     points_ += last_points_;
     most_points_ += goal.MostPoints();
-    for (int d = 1; d <= PBlock.progress.completed_depth; ++d) {
-        ++by_depth_[d].positions;
-        by_depth_[d].seconds += PBlock.progress.seconds_by_depth[d];
-    }
-    if (result.depth_done == 0) {
-        ++by_depth_[0].positions;
-        by_depth_[0].seconds += PBlock.time.elapsed;
+    const int completed = PBlock.progress.completed_depth;
+    for (int d = PBlock.limits.max_depth > 0 ? 1 : 0; d < PV_SIZE; ++d) {
+        by_depth_[d].positions += d <= completed ? 1 : 0;
+        by_depth_[d].seconds += d > 0 && d <= completed ? PBlock.progress.seconds_by_depth[d].Get()
+                                                        : PBlock.time.elapsed.Get();
     }
     return last_depth_ > 0;
 }
@@ -142,7 +174,10 @@ void SolutionTotals::ShowLast(const EpdGoal& goal) const {
 
 void SolutionTotals::Show() const {
     ShowMessageF("solved= %d of %d", solved_, positions_);
-    if (most_points_ > 0) { ShowMessageF("points= %d of %d", points_, most_points_); }
+    if (most_points_ > 0) {
+        ShowMessageF("points= %lld of %lld", static_cast<long long>(points_),
+                     static_cast<long long>(most_points_));
+    }
     if (solved_ > 0) {
         ShowMessageF("to solution: nodes= %0.0f, time= %0.3f seconds on average",
                      static_cast<double>(to_solution_.nodes) / solved_,

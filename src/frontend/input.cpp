@@ -101,6 +101,12 @@ void HandleLine(const std::string& line) {
     }
 }
 
+// What may be handled while something else works with the game position.
+bool IsHarmless(const std::string& whole_line) {
+    const std::string line = GetWord(whole_line.c_str());
+    return line == "quit" || line == "stop" || line == "." || line == "isready";
+}
+
 }  // namespace
 
 void UserInput() {
@@ -118,7 +124,7 @@ void UserInput() {
     DropLine(end);
     if (!reader.tool_mode) {
         HandleLine(line);
-    } else if (IsHeardInTools(line)) {
+    } else if (IsHarmless(line)) {
         HandleInTool(line);
     }
 }
@@ -136,11 +142,6 @@ bool HeldInputIsFull() {
 }
 
 void SetToolInput(bool tool_mode_runs) { reader.tool_mode = tool_mode_runs; }
-
-bool IsHeardInTools(const std::string& line) {
-    const std::string word = GetWord(line.c_str());
-    return word == "quit" || word == "stop" || word == "." || word == "isready";
-}
 
 bool InputEnded() { return reader.ended; }
 

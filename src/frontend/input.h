@@ -18,8 +18,6 @@ bool HeldInputIsFull();
 // True: a tool mode owns the game position from now on, and other lines than those four are
 // dropped.
 void SetToolInput(bool tool_mode_runs);
-// Whether a line is one of the four.
-bool IsHeardInTools(const std::string& line);
 
 // The end of the input was seen; lines may still be pending.
 bool InputEnded();

@@ -14,6 +14,7 @@
 #include "board/bitboards.h"
 #include "board/moves.h"
 #include "book/book.h"
+#include "book/gamemove.h"
 #include "book/pgnwrite.h"
 #include "eval/personality.h"
 #include "eval/threadblock.h"
@@ -176,12 +177,15 @@ std::string CommentOn(const MatchPly& ply) {
     return text;
 }
 
-// Games end by the rules, or by a score or a length that decides them while there is a move.
+// Games end by the rules, or by a score or a length that decides them while there is a move. Makes
+// the last move.
 const char* Termination(const std::vector<MatchPly>& plies) {
     const MatchPly& last = plies.back();
     const bool cut_short =
         std::abs(last.score) > DECIDED_SCORE || plies.size() >= GAME_RECORD_PLIES;
-    return last.move != NO_MOVE && cut_short ? "adjudication" : "normal";
+    if (last.move == NO_MOVE || !cut_short) { return "normal"; }
+    PlayGameMove(game_position, last.move);
+    return LegalMoves(game_position).empty() ? "normal" : "adjudication";
 }
 
 void WriteStandardGame(Match* match, int number, GameOutcome outcome) {

@@ -37,6 +37,7 @@ TEST(EpdLine, OperationsAreWordsOrQuotedTexts) {
     const std::pair<const char*, const char*> cases[] = {
         {"4k3/8/8/8/8/8/8/4KQ2 w - -", ""},
         {"4k3/8/8/8/8/8/8/4KQ2 w", ""},
+        {"4k3/8/8/8/8/8/8/4KQ2 w - bm Qf7;", "bm|Qf7/"},
         {"4k3/8/8/8/8/8/8/4KQ2 w - - 12 40 bm Qf7+ Qe2; id \"a; b\";", "bm|Qf7+|Qe2/id|a; b/"},
         {"4k3/8/8/8/8/8/8/4KQ2\tw - - ; bm Qd1 + ;id BK.01 ", "bm|Qd1|+/id|BK.01/"},
         {"4k3/8/8/8/8/8/8/4KQ2 w - - c0 \"e4=1\"x;;; noop ; am \"", "c0|e4=1|x/noop/am|/"},
