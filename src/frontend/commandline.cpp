@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
+#include <vector>
 
 #include "frontend/benchmark.h"
 #include "frontend/output.h"
@@ -85,46 +87,62 @@ void WishScan(StartOptions* start, const char* value, int mode) {
     Wish(start, RunMode::PgnScan);
 }
 
+// What is done before anything else is.
+void WishHelp(StartOptions* start, const char*, int) { start->first = FirstWish::Help; }
+void WishVersion(StartOptions* start, const char*, int) { start->first = FirstWish::Version; }
+void ChooseFolder(StartOptions* start, const char* value, int) { start->folder = value; }
+
 // --- the table ---
 
-enum class OptionValue { None, Number, File };  // what has to come after the option
+enum class OptionValue { None, Number, File, Folder };  // what has to come after the option
+
+// When an option takes effect: First before any file is opened, Form (in which the program speaks)
+// before the parameter file is told of, and again in its turn among the others.
+enum class OptionTime { First, Form, InTurn };
 
 struct CommandLineOption {
     const char* name;
+    const char* value_name;  // as the user is shown it
+    const char* help;        // one line; empty: not shown
     OptionValue value;
     void (*apply)(StartOptions* start, const char* value, int number);
     int number = 0;
+    OptionTime time = OptionTime::InTurn;
     bool anywhere = false;  // the name may stand anywhere in the word
-    bool of_form = false;   // says in which form the program speaks
 };
 
 constexpr const char* SCAN_OPTION = "-scan_pgn";
 
-// In the order in which they are tried. Those that take a file choose a mode.
+// In the order in which they are tried and shown. Those that take a file choose a mode.
+// clang-format off
 constexpr CommandLineOption command_line_options[] = {
-    {"-uci", OptionValue::None, SetProtocol, PROTOCOL_UCI, false, true},
-    {"-c", OptionValue::None, SetProtocol, PROTOCOL_CONSOLE, false, true},
-    {"-nolog", OptionValue::None, LogNothing},
-    {"-quiet", OptionValue::None, SayNothing},
-    {"-standard", OptionValue::None, KeepToStandards, 0, false, true},
-    {"-uci_extra", OptionValue::None, ShowThreadNumbers},
-    {"-noise", OptionValue::Number, SetNoise},
-    {"-d", OptionValue::Number, SetDepth},
-    {"-t", OptionValue::Number, SetSeconds},
-    {"-hash", OptionValue::Number, SetHash},
-    {"-threads", OptionValue::Number, SetThreads},
-    {"-bench", OptionValue::None, WishBenchmark, SHORT_BENCHMARK_POSITIONS},
-    {"-bench2", OptionValue::None, WishBenchmark, BENCHMARK_POSITIONS},
-    {"-pbench", OptionValue::None, WishBenchmark, PROFILE_POSITIONS},
-    {"-anepd", OptionValue::File, WishEpdRun},
-    {"-match", OptionValue::File, WishMatch},
-    {"-tune", OptionValue::File, WishTuning},
-    {"-scan_pgn1", OptionValue::File, WishScan, 1},
-    {"-scan_pgn2", OptionValue::File, WishScan, 2},
-    {"-scan_pgn3", OptionValue::File, WishScan, 3},
-    {"-scan_pgn4", OptionValue::File, WishScan, 4},
-    {SCAN_OPTION, OptionValue::File, WishScan, 0, true},
+    {"-uci", "", "UCI protocol (the default)", OptionValue::None, SetProtocol, PROTOCOL_UCI, OptionTime::Form},
+    {"-c", "", "console language, for a person at a terminal or a script", OptionValue::None, SetProtocol, PROTOCOL_CONSOLE, OptionTime::Form},
+    {"-standard", "", "keep to the published protocol to the letter", OptionValue::None, KeepToStandards, 0, OptionTime::Form},
+    {"-dir", "PATH", "change to this folder before any file is opened", OptionValue::Folder, ChooseFolder, 0, OptionTime::First},
+    {"-nolog", "", "no log", OptionValue::None, LogNothing},
+    {"-quiet", "", "no log and no search lines", OptionValue::None, SayNothing},
+    {"-noise", "SECONDS", "search lines only after this time of a search", OptionValue::Number, SetNoise},
+    {"-uci_extra", "", "search lines carry the thread's number", OptionValue::None, ShowThreadNumbers},
+    {"-d", "DEPTH", "limit the depth, at most 66", OptionValue::Number, SetDepth},
+    {"-t", "SECONDS", "fixed time per move", OptionValue::Number, SetSeconds},
+    {"-hash", "MB", "size of the transposition table, 0 to 8192", OptionValue::Number, SetHash},
+    {"-threads", "N", "search threads, 1 to 64", OptionValue::Number, SetThreads},
+    {"-bench", "", "benchmark over 10 fixed positions", OptionValue::None, WishBenchmark, SHORT_BENCHMARK_POSITIONS},
+    {"-bench2", "", "benchmark over 20 fixed positions", OptionValue::None, WishBenchmark, BENCHMARK_POSITIONS},
+    {"-pbench", "", "short single-threaded benchmark for profiling", OptionValue::None, WishBenchmark, PROFILE_POSITIONS},
+    {"-anepd", "FILE", "solve the positions of an EPD test suite", OptionValue::File, WishEpdRun},
+    {"-match", "FILE", "self-play match against test1.rc; the games go to the file", OptionValue::File, WishMatch},
+    {"-tune", "WORD", "tune the evaluation weights against tune.epd; any word", OptionValue::File, WishTuning},
+    {"-scan_pgn1", "FILE", "annotate the games of a PGN file", OptionValue::File, WishScan, 1},
+    {"-scan_pgn2", "FILE", "tuning positions from the games of a PGN file", OptionValue::File, WishScan, 2},
+    {"-scan_pgn3", "FILE", "test positions from the games of a PGN file", OptionValue::File, WishScan, 3},
+    {"-scan_pgn4", "FILE", "rook endings from the games of a PGN file", OptionValue::File, WishScan, 4},
+    {"--help", "", "this list", OptionValue::None, WishHelp, 0, OptionTime::First},
+    {"--version", "", "the program's version and how it was built", OptionValue::None, WishVersion, 0, OptionTime::First},
+    {SCAN_OPTION, "FILE", "", OptionValue::File, WishScan, 0, OptionTime::InTurn, true},
 };
+// clang-format on
 
 // The row of a word, nullptr when it is no option.
 const CommandLineOption* FindOption(const char* word) {
@@ -136,16 +154,45 @@ const CommandLineOption* FindOption(const char* word) {
     return row == std::end(command_line_options) ? nullptr : row;
 }
 
-}  // namespace
-
-void ReadFormOptions(int argc, char** argv) {
-    PBlock.options.protocol = PROTOCOL_UCI;
+// Carries out the options of this time only.
+void ApplyOptionsOf(OptionTime time, int argc, char** argv, StartOptions* options) {
     for (int i = 1; i < argc; ++i) {
         const CommandLineOption* o = FindOption(argv[i]);
         if (o == nullptr) { continue; }
-        if (o->of_form) { o->apply(nullptr, nullptr, o->number); }
-        if (o->value != OptionValue::None) { ++i; }
+        const bool has_value = o->value != OptionValue::None;
+        if (has_value) { ++i; }
+        if (o->time == time) { o->apply(options, has_value && i < argc ? argv[i] : "", o->number); }
     }
+}
+
+void ShowUnknown(const char* word) {
+    std::vector<std::string> names;
+    for (const CommandLineOption& o : command_line_options) { names.emplace_back(o.name); }
+    const std::string nearest = NearestWord(word, names);
+    if (nearest.empty()) {
+        ShowError("unknown option: %s\n", word);
+    } else {
+        ShowError("unknown option: %s (did you mean %s?)\n", word, nearest.c_str());
+    }
+}
+
+}  // namespace
+
+std::vector<OptionHelp> OptionHelps() {
+    std::vector<OptionHelp> helps;
+    for (const CommandLineOption& o : command_line_options) {
+        if (o.help[0] != '\0') { helps.push_back({o.name, o.value_name, o.help}); }
+    }
+    return helps;
+}
+
+void ReadFirstOptions(int argc, char** argv, StartOptions* options) {
+    ApplyOptionsOf(OptionTime::First, argc, argv, options);
+}
+
+void ReadFormOptions(int argc, char** argv) {
+    PBlock.options.protocol = PROTOCOL_UCI;
+    ApplyOptionsOf(OptionTime::Form, argc, argv, nullptr);
 }
 
 void ReadCommandLine(int argc, char** argv, StartOptions* options) {
@@ -154,7 +201,7 @@ void ReadCommandLine(int argc, char** argv, StartOptions* options) {
         const char* word = argv[i];
         const CommandLineOption* o = FindOption(word);
         if (o == nullptr) {
-            ShowError("unknown option: %s\n", word);
+            ShowUnknown(word);
             continue;
         }
         scan_without_mode |= std::strcmp(word, SCAN_OPTION) == 0;

@@ -27,6 +27,7 @@ bool status_is_shown = false;  // under write_mutex
 // Under write_mutex: between OpenLog and BeginLog nobody knows yet whether there shall be a log.
 bool log_waits = false;
 std::string waiting_lines;
+std::string log_fault;  // why there is no log, until the user has been told
 
 void EraseStatus() {
     if (!status_is_shown) { return; }
@@ -105,11 +106,12 @@ FILE* NewLog() {
 void OpenLog() {
     CloseLog();
     FILE* file = NewLog();
-    if (file == nullptr && std::filesystem::exists(LOG_FILE_NAME)) {
-        PrintDirect("log file in use\n\n");
-    }
+    const int fault = errno;
+    const bool in_use = file == nullptr && std::filesystem::exists(LOG_FILE_NAME);
+    if (in_use) { PrintDirect("log file in use\n\n"); }
     const std::lock_guard<std::mutex> guard(write_mutex);
     fdlog = file;
+    log_fault = file == nullptr && !in_use ? std::strerror(fault) : "";
     log_waits = true;
 }
 
@@ -117,6 +119,10 @@ void BeginLog() {
     const std::lock_guard<std::mutex> guard(write_mutex);
     log_waits = false;
     if (!waiting_lines.empty()) { WriteToLog(std::exchange(waiting_lines, "")); }
+    if (PBlock.options.log && !log_fault.empty()) {
+        WriteStream(OutStream::Error, std::string("no log: cannot write ") + LOG_FILE_NAME + ": " +
+                                          std::exchange(log_fault, "") + "\n");
+    }
 }
 
 void CloseLog() {

@@ -7,7 +7,8 @@
 inline constexpr const char* LOG_FILE_NAME = "vesk.log";
 
 // Opens the log file anew; when the old one cannot be deleted prints "log file in use" and runs
-// without one. What is said until BeginLog reaches the log only then, if it is still on.
+// without one. What is said until BeginLog reaches the log only then, if it is still on; where the
+// folder takes no file it says so on standard error, once, and the engine runs without a log.
 void OpenLog();
 void BeginLog();
 void CloseLog();

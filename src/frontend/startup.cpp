@@ -5,6 +5,9 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
+#include <string>
+#include <system_error>
 
 #include "board/bitboards.h"
 #include "board/trace.h"
@@ -13,10 +16,12 @@
 #include "eval/kpk.h"
 #include "eval/personality.h"
 #include "eval/threadblock.h"
+#include "frontend/about.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
 #include "platform/clock.h"
 #include "platform/cpu.h"
+#include "platform/input.h"
 #include "platform/sleep.h"
 #include "platform/timer.h"
 #include "search/threads.h"
@@ -38,6 +43,24 @@ int Failed(const char* what, const char* why) {
     return FAILED;
 }
 
+// Makes the folder the working folder; says on standard error when that cannot be.
+[[nodiscard]] bool EnterFolder(const std::string& folder) {
+    if (folder.empty()) {
+        ShowError("option -dir needs a folder after it\n");
+        return false;
+    }
+    std::error_code error;
+    std::filesystem::current_path(folder, error);
+    if (error) {
+        ShowError("cannot enter %s: %s\n", folder.c_str(), error.message().c_str());
+        return false;
+    }
+    return true;
+}
+
+// True when a person has started the program by its bare name.
+bool StartedByHand(int argc) { return argc <= 1 && InputIsConsole() && ErrorIsConsole(); }
+
 void SetTimerResolution() {
     TimerCaps caps;
     if (timeGetDevCaps(&caps) != 0) {
@@ -51,6 +74,13 @@ void SetTimerResolution() {
 }  // namespace
 
 int StartUp(int argc, char** argv, StartOptions* options) {
+    ReadFirstOptions(argc, argv, options);
+    if (options->first != FirstWish::None) {
+        options->first == FirstWish::Help ? ShowUsage() : ShowVersion();
+        options->mode = RunMode::Nothing;
+        return 0;
+    }
+    if (options->folder && !EnterFolder(*options->folder)) { return FAILED; }
     const u8 has_popcnt = CpuHasPopcnt();
     const u8 has_bmi = CpuHasBmi();
     std::srand(static_cast<unsigned>(TimeOfDayMilliseconds()));
@@ -68,6 +98,7 @@ int StartUp(int argc, char** argv, StartOptions* options) {
     InitPersonality(PARAMETER_FILE);
     ReadCommandLine(argc, argv, options);
     BeginLog();
+    if (StartedByHand(argc)) { ShowError("type uci, or start it with -c for the console\n"); }
     if (options->mode == RunMode::Nothing) { return 0; }
     if (FitHashToMemory()) {
         ShowError("memory for a hash table of %dM only\n", PBlock.options.hash_mb);

@@ -9,7 +9,8 @@
 // more may be written, is an error code and no signal. First call of the program.
 void SecureStandardStreams();
 
-// True when standard output / standard error is a terminal.
+// True when standard input / standard output / standard error is a terminal.
+bool InputIsConsole();
 bool OutputIsConsole();
 bool ErrorIsConsole();
 

@@ -18,6 +18,7 @@ void SecureStandardStreams() {
     std::signal(SIGXFSZ, SIG_IGN);
 }
 
+bool InputIsConsole() { return isatty(STDIN_FILENO) != 0; }
 bool OutputIsConsole() { return isatty(STDOUT_FILENO) != 0; }
 bool ErrorIsConsole() { return isatty(STDERR_FILENO) != 0; }
 

@@ -24,6 +24,41 @@ constexpr std::array<bool, 256> ends_word = [] {
     return ends;
 }();
 
+// What mistakes in typing cost.
+constexpr std::size_t SLIGHT = 1;   // another case, other dashes
+constexpr std::size_t MISTAKE = 2;  // a letter more, less or another, or two in the wrong order
+constexpr std::size_t LETTERS_OF_A_MISTAKE = 3;
+
+char SmallLetter(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
+
+std::size_t LetterCost(char a, char b) {
+    if (a == b) { return 0; }
+    return SmallLetter(a) == SmallLetter(b) ? SLIGHT : MISTAKE;
+}
+
+// The least that turns `a` into `b`, row by row over the beginnings of `a`.
+std::size_t EditCost(const std::string& a, const std::string& b) {
+    std::vector<std::size_t> before_last, last(b.size() + 1), row(b.size() + 1);
+    for (std::size_t j = 0; j <= b.size(); ++j) { last[j] = MISTAKE * j; }
+    for (std::size_t i = 1; i <= a.size(); ++i) {
+        row[0] = MISTAKE * i;
+        for (std::size_t j = 1; j <= b.size(); ++j) {
+            row[j] = std::min({last[j] + MISTAKE, row[j - 1] + MISTAKE,
+                               last[j - 1] + LetterCost(a[i - 1], b[j - 1])});
+            if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1]) {
+                row[j] = std::min(row[j], before_last[j - 2] + MISTAKE);
+            }
+        }
+        before_last = last;
+        last = row;
+    }
+    return last[b.size()];
+}
+
+std::string WithoutDashes(const std::string& word) {
+    return word.substr(std::min(word.find_first_not_of('-'), word.size()));
+}
+
 }  // namespace
 
 std::string GetWord(const char* text) {
@@ -64,4 +99,21 @@ int WholeNumber(const char* text, int low, int high) {
 double DecimalNumber(const char* text) {
     const double value = std::strtod(text, nullptr);
     return std::isnan(value) ? 0.0 : std::clamp(value, -LARGEST_NUMBER, LARGEST_NUMBER);
+}
+
+std::string NearestWord(const std::string& word, const std::vector<std::string>& names) {
+    const std::string letters = WithoutDashes(word);
+    if (letters.empty() || letters.size() > LONGEST_WORD) { return ""; }
+    std::size_t least = std::max(SLIGHT, MISTAKE * letters.size() / LETTERS_OF_A_MISTAKE) + 1;
+    std::string nearest;
+    for (const std::string& name : names) {
+        const std::string name_letters = WithoutDashes(name);
+        const bool other_dashes = word.size() - letters.size() != name.size() - name_letters.size();
+        const std::size_t cost = EditCost(letters, name_letters) + (other_dashes ? SLIGHT : 0);
+        if (cost < least) {
+            least = cost;
+            nearest = name;
+        }
+    }
+    return nearest;
 }

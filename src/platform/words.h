@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 // Returns the first word of a text: leading blanks are skipped, a blank, a line end or the NUL ends
 // it, and it is cut at 127 characters. Empty when there is none.
@@ -29,3 +30,8 @@ private:
 // decimal one to +-1e12. Requires: low <= high.
 int WholeNumber(const char* text, int low, int high);
 double DecimalNumber(const char* text);
+
+// Returns the one of `names` that `word` was most likely meant to be, the first of several; empty
+// when it resembles none: about one mistake in three letters is forgiven, and leading dashes and
+// capital letters hardly count.
+std::string NearestWord(const std::string& word, const std::vector<std::string>& names);

@@ -31,4 +31,24 @@ TEST(Words, NumbersAgreeWithTheTable) {
     EXPECT_EQ(WholeNumber("none", 3, 9), 3) << "no number counts as 0, which is clamped too";
 }
 
+TEST(Words, WhatWasMeantIsFoundAndNothingElse) {
+    const std::vector<std::string> names = {"-c", "-d", "-nolog", "-hash", "-bench2", "--help"};
+    const std::pair<std::string, std::string> cases[] = {{"-C", "-c"},
+                                                         {"-x", ""},
+                                                         {"-hsah", "-hash"},
+                                                         {"--nolog", "-nolog"},
+                                                         {"-help", "--help"},
+                                                         {"help", "--help"},
+                                                         {"-nlog", "-nolog"},
+                                                         {"-bench3", "-bench2"},
+                                                         {"-BENCH2", ""},
+                                                         {"-log", ""},
+                                                         {"nothing", ""},
+                                                         {"--", ""},
+                                                         {"-NoLog", "-nolog"},
+                                                         {"", ""},
+                                                         {std::string(9999, 'h'), ""}};
+    for (const auto& [word, name] : cases) { EXPECT_EQ(NearestWord(word, names), name) << word; }
+}
+
 }  // namespace

@@ -1,6 +1,7 @@
 // Whole sessions as data: every file of tests/data/sessions is a script of what the user has and
 // types and of all that the engine must answer. A script is a list of sections:
-//   ==== file NAME      the lines that follow become a file of the working folder
+//   ==== file NAME      the lines that follow become a file of the working folder, or of a folder
+//                       of it that is made then
 //   ==== data NAME      the same with a file of tests/data
 //   ==== rename FROM TO
 //   ==== hide           the lines that follow are regular expressions: from here on what they find
@@ -119,7 +120,11 @@ public:
             if (kind == "run") {
                 played += AnswersTo(s);
             } else if (kind == "file") {
-                std::ofstream(s.words.at(1), std::ios::binary) << s.body;
+                const std::filesystem::path path = s.words.at(1);
+                if (path.has_parent_path()) {
+                    std::filesystem::create_directories(path.parent_path());
+                }
+                std::ofstream(path, std::ios::binary) << s.body;
             } else if (kind == "data") {
                 std::filesystem::copy(DataFile(s.words.at(1)), ".");
             } else if (kind == "rename") {
