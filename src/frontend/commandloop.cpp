@@ -334,7 +334,7 @@ void CommandLoop() {
         if (PBlock.control.start_request == SEARCH_IDLE) {
             HoldWhatMustWait();
             if (NextLineIsHeld() || !InputPending()) {
-                SleepExOrInput(LoopWait(), InputEnded() || HeldInputIsFull());
+                WaitForInput(LoopWait(), InputEnded() || HeldInputIsFull());
             }
             SearchTimeout();
             UserInput();

@@ -10,6 +10,7 @@
 #include "frontend/consolecommands.h"
 #include "frontend/output.h"
 #include "frontend/uci.h"
+#include "platform/lineedit.h"
 
 namespace {
 
@@ -125,4 +126,8 @@ void ConsoleCommand(const char* line) {
     } else {
         EnterMove(command.word[0]);
     }
+}
+
+void StartConsole() {
+    if (PBlock.options.protocol == PROTOCOL_CONSOLE) { StartLineEditing(ConsoleCompletions); }
 }

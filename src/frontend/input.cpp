@@ -2,7 +2,7 @@
 // call; a line has no fixed length and may hold any bytes but the two that end it, line feed and
 // NUL. Input that has not been asked for yet stays where it comes from, so memory holds one line
 // and one read at most, or what has to be held back, so that its end is seen. A terminal hands over
-// whole lines, so it is polled like a pipe.
+// whole lines, by itself or by the line editing, so it is polled like a pipe.
 #include "frontend/input.h"
 
 #include <algorithm>
@@ -17,6 +17,7 @@
 #include "frontend/uci.h"
 #include "platform/input.h"
 #include "platform/interrupt.h"
+#include "platform/lineedit.h"
 #include "platform/outstream.h"
 #include "platform/sleep.h"
 #include "platform/words.h"
@@ -58,10 +59,17 @@ std::size_t NextLineEnd() {
     }
 }
 
+// As PollInput.
+int Poll(char* buffer, std::size_t size) {
+    if (!LineEditingRuns()) { return PollInput(buffer, size); }
+    const OutputTurn turn;
+    return PollEditedLine(buffer, size);
+}
+
 void ReadWhatArrived() {
     if (reader.ended || reader.fed) { return; }
     static char chunk[READ_SIZE];
-    const int count = PollInput(chunk, sizeof chunk);
+    const int count = Poll(chunk, sizeof chunk);
     if (count < 0) { reader.ended = true; }
     if (count <= 0) { return; }
     reader.bytes.erase(0, reader.start);
@@ -129,6 +137,14 @@ void UserInput() {
     }
 }
 
+void WaitForInput(double seconds, bool deaf) {
+    {
+        const OutputTurn turn;
+        OfferEditedLine();
+    }
+    SleepExOrInput(seconds, deaf);
+}
+
 void HoldInput(bool (*held)(const std::string& line)) { reader.held = held; }
 
 bool NextLineIsHeld() {
@@ -150,7 +166,7 @@ bool InputPending() { return NextLineEnd() != std::string::npos; }
 bool ReadInputLine(char* buffer, int size) {
     while (!InputPending()) {
         if (reader.ended || reader.fed || EndWanted()) { return false; }
-        SleepExOrInput(INPUT_WAIT_SECONDS);
+        WaitForInput(INPUT_WAIT_SECONDS);
         ReadWhatArrived();
     }
     const std::size_t end = NextLineEnd();

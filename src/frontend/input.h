@@ -8,6 +8,10 @@
 // search and asks the running mode to end instead.
 void UserInput();
 
+// Sleeps for `seconds` or without end (FOREVER, platform/sleep.h), until there is something to read
+// or the alert is raised; `deaf`: input does not end it. A line that is being edited is shown.
+void WaitForInput(double seconds, bool deaf = false);
+
 // From now on the lines of which `held` is true, and what comes after them, are not handled;
 // nullptr ends that. Meanwhile the end of input is still looked for, as far as the held lines leave
 // room: when they are full nothing more is taken.

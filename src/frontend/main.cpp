@@ -7,6 +7,7 @@
 #include "book/book.h"
 #include "frontend/benchmark.h"
 #include "frontend/commandloop.h"
+#include "frontend/console.h"
 #include "frontend/epd.h"
 #include "frontend/input.h"
 #include "frontend/match.h"
@@ -58,6 +59,7 @@ void RunChosenMode(const StartOptions& options) {
             RunTuneSchedule(UserInput);
             break;
         case RunMode::CommandLoop:
+            StartConsole();
             CommandLoop();
             break;
         case RunMode::Nothing:

@@ -16,6 +16,7 @@
 #include "frontend/pblock.h"
 #include "platform/infile.h"
 #include "platform/input.h"
+#include "platform/lineedit.h"
 #include "platform/outstream.h"
 
 namespace {
@@ -35,6 +36,14 @@ void EraseStatus() {
     status_is_shown = false;
 }
 
+// Writes beside the line that the user edits, if there is one.
+void WriteText(OutStream out, const std::string& text) {
+    HideEditedLine();
+    EraseStatus();
+    WriteStream(out, text);
+    if (text.ends_with('\n')) { RestoreEditedLine(); }
+}
+
 // Adds a line to the log when it is on. A log that cannot be written any more ends; the engine goes
 // on.
 void WriteToLog(const std::string& line) {
@@ -49,17 +58,14 @@ void WriteToLog(const std::string& line) {
     const std::string why = std::strerror(errno != 0 ? errno : EIO);
     std::fclose(fdlog);
     fdlog = nullptr;
-    WriteStream(OutStream::Error,
-                std::string("the log ends: cannot write ") + LOG_FILE_NAME + ": " + why + "\n");
+    WriteText(OutStream::Error,
+              std::string("the log ends: cannot write ") + LOG_FILE_NAME + ": " + why + "\n");
 }
 
 // `line` ends with its line feed.
 void WriteLine(const std::string& line, bool to_output) {
     const std::lock_guard<std::mutex> guard(write_mutex);
-    if (to_output) {
-        EraseStatus();
-        WriteStream(OutStream::Output, line);
-    }
+    if (to_output) { WriteText(OutStream::Output, line); }
     WriteToLog(line);
 }
 
@@ -78,8 +84,7 @@ std::string FormatList(const char* format, va_list arguments) {
 void WriteUnlogged(OutStream out, const char* format, va_list arguments) {
     const std::string text = FormatList(format, arguments);
     const std::lock_guard<std::mutex> guard(write_mutex);
-    EraseStatus();
-    WriteStream(out, text);
+    WriteText(out, text);
 }
 
 // Takes the old log away and makes a new one. nullptr when that cannot be, or when the old one is
@@ -103,6 +108,9 @@ FILE* NewLog() {
 
 }  // namespace
 
+OutputTurn::OutputTurn() { write_mutex.lock(); }
+OutputTurn::~OutputTurn() { write_mutex.unlock(); }
+
 void OpenLog() {
     CloseLog();
     FILE* file = NewLog();
@@ -120,8 +128,8 @@ void BeginLog() {
     log_waits = false;
     if (!waiting_lines.empty()) { WriteToLog(std::exchange(waiting_lines, "")); }
     if (PBlock.options.log && !log_fault.empty()) {
-        WriteStream(OutStream::Error, std::string("no log: cannot write ") + LOG_FILE_NAME + ": " +
-                                          std::exchange(log_fault, "") + "\n");
+        WriteText(OutStream::Error, std::string("no log: cannot write ") + LOG_FILE_NAME + ": " +
+                                        std::exchange(log_fault, "") + "\n");
     }
 }
 
@@ -179,6 +187,7 @@ void ShowStatus(const char* format, ...) {
     text += "\033[K";
     va_end(arguments);
     const std::lock_guard<std::mutex> guard(write_mutex);
+    HideEditedLine();
     WriteStream(OutStream::Error, text);
     status_is_shown = true;
 }
@@ -186,4 +195,5 @@ void ShowStatus(const char* format, ...) {
 void ClearStatus() {
     const std::lock_guard<std::mutex> guard(write_mutex);
     EraseStatus();
+    RestoreEditedLine();
 }

@@ -32,3 +32,13 @@ void ShowError(const char* format, ...) __attribute__((format(printf, 1, 2)));
 // output are terminals. ClearStatus takes it away.
 void ShowStatus(const char* format, ...) __attribute__((format(printf, 1, 2)));
 void ClearStatus();
+
+// While one lives nobody else writes: for the line that the user edits (platform/lineedit.h). Any
+// thread, never two at once in one thread; no writer may be called meanwhile.
+class OutputTurn {
+public:
+    OutputTurn();
+    ~OutputTurn();
+    OutputTurn(const OutputTurn&) = delete;
+    OutputTurn& operator=(const OutputTurn&) = delete;
+};
