@@ -11,6 +11,7 @@
 #include "frontend/output.h"
 #include "frontend/uci.h"
 #include "platform/lineedit.h"
+#include "platform/terminal.h"
 
 namespace {
 
@@ -49,6 +50,7 @@ constexpr ConsoleWord console_words[] = {
     {"]", "", "plays a move again that was taken back", RedoCommand},
     {"jump", "PLY", "goes to the position after so many half-moves", JumpCommand},
     {"bd", "", "shows the board", BoardCommand},
+    {"board", "style WORD", "how the board is drawn: ascii or symbols", BoardStyleCommand},
     {"edit", "", "edits the board", EditCommand},
 
     {"go", "DEPTH", "searches to that depth without a time limit", GoCommand},
@@ -129,5 +131,7 @@ void ConsoleCommand(const char* line) {
 }
 
 void StartConsole() {
-    if (PBlock.options.protocol == PROTOCOL_CONSOLE) { StartLineEditing(ConsoleCompletions); }
+    if (PBlock.options.protocol != PROTOCOL_CONSOLE) { return; }
+    if (TerminalShowsSymbols()) { PBlock.options.board_style = BoardStyle::Symbols; }
+    StartLineEditing(ConsoleCompletions);
 }

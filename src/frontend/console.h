@@ -13,6 +13,7 @@ void ConsoleCommand(const char* line);
 // may be empty.
 std::vector<std::string> ConsoleCompletions(const std::string& line);
 
-// Gives the user a line to edit with history and completion, where the program was begun for the
-// console at a terminal and the library for it is there. Requires StartUp.
+// Where the program was begun for the console at a terminal: draws the board with symbols if the
+// terminal has them, and gives the user a line to edit, with history and completion, if the library
+// for it is there. Requires StartUp.
 void StartConsole();

@@ -46,6 +46,7 @@ inline int AnyNumber(const std::string& word) {
 void NewCommand(const Command& c);
 void FenCommand(const Command& c);
 void BoardCommand(const Command& c);
+void BoardStyleCommand(const Command& c);
 void MoveCommand(const Command& c);
 void UndoCommand(const Command& c);
 void RedoCommand(const Command& c);

@@ -58,6 +58,8 @@ Words WordsAfter(const Words& words, const std::string& begun) {
     if (first && std::string_view(row->arguments).starts_with("FILE")) { return FilesFrom(begun); }
     if (first && command == "help") { return CommandNames(); }
     if (first && command == "tune") { return TuningNames(); }
+    if (first && command == "board") { return {"style"}; }
+    if (words.size() == 2 && command == "board") { return {"ascii", "symbols"}; }
     return {};
 }
 

@@ -101,6 +101,18 @@ void BoardCommand(const Command&) {
     }
 }
 
+void BoardStyleCommand(const Command& c) {
+    if (c.word[1] == "style" && c.word[2] == "ascii") {
+        PBlock.options.board_style = BoardStyle::Ascii;
+    } else if (c.word[1] == "style" && c.word[2] == "symbols") {
+        PBlock.options.board_style = BoardStyle::Symbols;
+    } else {
+        ShowMessage("board style ascii, or board style symbols");
+        return;
+    }
+    ShowBoard(game_position);
+}
+
 void UndoCommand(const Command&) {
     LeaveGame();
     if (game_position->hist_count > 0) { TakeBackGameMove(game_position); }

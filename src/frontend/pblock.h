@@ -52,6 +52,9 @@ struct SearchLimits {
     Relaxed<u8> mate_moves = 0;         // a mate in so many moves ends the search, 0 = none
 };
 
+// How the board is shown: letters as in FEN, or the symbols of Unicode.
+enum class BoardStyle : u8 { Ascii, Symbols };
+
 // What the user chose, for the whole run. Written by the front end: those that are not Relaxed only
 // while no search runs.
 struct Options {
@@ -66,6 +69,7 @@ struct Options {
     Relaxed<u16> log = 1;
     Relaxed<u16> trace = 0;  // moves up to this ply are traced
     u16 debug = 0;
+    BoardStyle board_style = BoardStyle::Ascii;
     Relaxed<u16> multipv = 1;  // 1..20
     Relaxed<u16> protocol = PROTOCOL_UCI;
     Conventions conventions;

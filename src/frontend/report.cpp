@@ -13,6 +13,8 @@
 #include "eval/threadblock.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
+#include "frontend/symbolboard.h"
+#include "platform/terminal.h"
 #include "search/search.h"
 
 namespace {
@@ -126,12 +128,12 @@ void PrintPSQTable(const i16* table, const char* title) {
     PrintDirect("\n");
 }
 
-void ShowBoard(const Position* pos) {
+namespace {
+
+std::string LetterBoard(const Position* pos) {
     static constexpr char white_letters[] = "-PNBRQK-";
     static constexpr char black_letters[] = "-onbrqk-";
-    char fields[EPD_FIELDS_SIZE];
-    MakeEPD(pos, fields);
-    std::string text = std::string(fields) + '\n';
+    std::string text;
     for (int rank = 7; rank >= 0; --rank) {
         text += ' ';
         for (int file = 0; file < 8; ++file) {
@@ -147,6 +149,22 @@ void ShowBoard(const Position* pos) {
         }
         text += '\n';
     }
-    text += pos->side == WHITE ? "white\n" : "black\n";
-    ShowMessage(text.c_str());
+    return text;
+}
+
+}  // namespace
+
+void ShowBoard(const Position* pos) {
+    char fields[EPD_FIELDS_SIZE];
+    MakeEPD(pos, fields);
+    const std::string above = std::string(fields) + '\n';
+    const std::string below = pos->side == WHITE ? "white\n" : "black\n";
+    const std::string letters = above + LetterBoard(pos) + below;
+    if (PBlock.options.board_style == BoardStyle::Ascii) {
+        ShowMessage(letters.c_str());
+    } else {
+        const std::string board = SymbolBoard(pos, TerminalShowsColours());
+        PrintDirect("%s%s%s\n", above.c_str(), board.c_str(), below.c_str());
+        LogMessage(letters.c_str());
+    }
 }

@@ -4,7 +4,8 @@
 
 #include "board/types.h"
 
-// Shows the board of a position with its EPD fields and the side to move, as one message.
+// Shows the board of a position with its EPD fields and the side to move, as one message, in the
+// style that the user chose; the log always has letters.
 void ShowBoard(const Position* pos);
 // Shows how the evaluation sees the game position, as one message. Leaves the limits as they were;
 // what slot 1 counted includes the search that this takes. Requires a playable position and that no
