@@ -189,7 +189,7 @@ static_assert(BSFT[0] == 63 && BSFT[1] == 30 && BSFT[2] == 3 && BSFT[3] == 32 &&
 
 namespace {
 
-#if defined(__BMI2__)
+#if defined(VESK_HAS_BMI2)
 
 constexpr int ROOK_PATTERNS = 102400;  // sum over the squares of 2^(relevant squares)
 constexpr int BISHOP_PATTERNS = 5248;
@@ -247,7 +247,7 @@ Bitboard TrimDecreasing(const SquareSets& rays, int square, Bitboard occupied) {
 
 }  // namespace
 
-#if defined(__BMI2__)
+#if defined(VESK_HAS_BMI2)
 LookupTable<SlidingLookup, SQUARE_COUNT> RookLookup, BishopLookup;
 #endif
 
@@ -298,7 +298,7 @@ int SqAtakd(const Position* pos, int square, int side) {
 }
 
 void InitBitboards() {
-#if defined(__BMI2__)
+#if defined(VESK_HAS_BMI2)
     FillSlidingLookups();
 #endif
 }

@@ -6,12 +6,13 @@
 #include <bit>
 #include <cassert>
 
-#if defined(__BMI2__)
-#include <immintrin.h>
-#endif
-
 #include "board/lookuptable.h"
 #include "board/position.h"
+#include "board/target.h"
+
+#if defined(VESK_HAS_BMI2)
+#include <immintrin.h>
+#endif
 
 // The set of one square. Requires: 0 <= square < 64.
 constexpr Bitboard Bit(int square) {
@@ -79,7 +80,7 @@ inline int GetMSB(Bitboard b) { return GetMSB_1(b); }
 inline int GetLSB(Bitboard b) { return GetLSB_2(b); }
 inline int GetMSB(Bitboard b) { return GetMSB_2(b); }
 #endif
-#if defined(__POPCNT__)
+#if defined(VESK_HAS_POPCNT)
 inline int CountBits(Bitboard b) { return CountBits_1(b); }
 #else
 inline int CountBits(Bitboard b) { return CountBits_2(b); }
@@ -100,7 +101,7 @@ Bitboard GenAttacksR_2(int square, Bitboard occupied);
 Bitboard GenAttacksB_2(int square, Bitboard occupied);
 
 // The same by whatever is fastest on the target processor.
-#if defined(__BMI2__)
+#if defined(VESK_HAS_BMI2)
 // Attack sets of one square by the pattern of its relevant blockers.
 struct SlidingLookup {
     Bitboard mask;  // squares whose occupation matters: the rays without their last squares

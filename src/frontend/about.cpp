@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <string>
 
+#include "board/target.h"
 #include "frontend/commandline.h"
 #include "frontend/output.h"
 #include "frontend/uci.h"
@@ -15,9 +16,6 @@ constexpr const char* COMPILER = __VERSION__;  // with its name
 #else
 constexpr const char* COMPILER = "GCC " __VERSION__;
 #endif
-
-// The instructions that the program may use. The one place that names them.
-const char* LevelName() { return VESK_LEVEL; }
 
 }  // namespace
 
@@ -35,5 +33,5 @@ void ShowUsage() {
 }
 
 void ShowVersion() {
-    PrintDirect("%s\ncompiled by %s, level %s\n", version, COMPILER, LevelName());
+    PrintDirect("%s\ncompiled by %s, level %s\n", version, COMPILER, TARGET_NAME);
 }

@@ -1,6 +1,6 @@
-// The program: starts up, runs the one mode that the command line chose, cleans up. The exit status
-// is 0, or 1 when the start-up failed, a tool could not do its work, or the output could not be
-// written.
+// The program: starts up, runs the one mode that the command line chose, cleans up.
+#include "frontend/program.h"
+
 #include <cstdio>
 #include <string>
 
@@ -69,7 +69,7 @@ void RunChosenMode(const StartOptions& options) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int RunProgram(int argc, char** argv) {
     SecureStandardStreams();
     CatchInterrupt();
     StartOptions options;
