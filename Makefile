@@ -3,11 +3,16 @@ PRESET ?= release
 CONFIGURE ?=
 JOBS ?= 2
 
-.PHONY: build pgo run test format lint clean dependencies
+.PHONY: build tools pgo run test format lint clean dependencies
 
 build: dependencies
 	cmake --preset $(PRESET) $(CONFIGURE)
 	cmake --build --preset $(PRESET) --target vesk -- -j$(JOBS)
+
+# What the workshop needs besides the engine.
+tools: dependencies
+	cmake --preset $(PRESET) $(CONFIGURE)
+	cmake --build --preset $(PRESET) --target checkmatch -- -j$(JOBS)
 
 # The engine optimised by a profile of its own benchmark: build/pgo/vesk. CONFIGURE=-DCMAKE_CXX_COMPILER=clang++ takes the
 # other compiler, which needs lld and llvm-profdata (Debian: lld, llvm).
