@@ -2,12 +2,16 @@
 
 #include <algorithm>
 #include <cassert>
+#include <cstdio>
+#include <cstdlib>
 #include <ctime>
 #include <vector>
 
 #include "board/bitboards.h"
 #include "board/moves.h"
 #include "book/gamemove.h"
+#include "search/search.h"
+#include "search/ttable.h"
 
 namespace {
 
@@ -57,6 +61,21 @@ std::string StandardSan(Position* pos, Move m) {
     return text;
 }
 
+std::string SearchComment(int score, int depth, double seconds) {
+    constexpr std::size_t COMMENT_SIZE = 50;
+    constexpr double CENTIPAWNS_PER_PAWN = 100.0;
+    if (depth == 0) { return "book"; }
+    char text[COMMENT_SIZE];
+    if (std::abs(score) > MATE_SCORE) {
+        std::snprintf(text, sizeof text, "%cM%d/%d %0.3fs", score > 0 ? '+' : '-',
+                      INFINITE_SCORE - 1 - std::abs(score), depth, seconds);
+    } else {
+        std::snprintf(text, sizeof text, "%+0.2f/%d %0.3fs", score / CENTIPAWNS_PER_PAWN, depth,
+                      seconds);
+    }
+    return text;
+}
+
 std::string DateOfToday() {
     constexpr std::size_t DATE_SIZE = 11;
     const std::time_t now = std::time(nullptr);
@@ -73,7 +92,7 @@ void PgnWriter::Tag(const char* name, const std::string& value) {
         if (c == '"' || c == '\\') { text += '\\'; }
         text += c;
     }
-    out_->Write("[" + std::string(name) + " \"" + text + "\"]\n");
+    text_ += "[" + std::string(name) + " \"" + text + "\"]\n";
 }
 
 void PgnWriter::Tags(const PgnTags& tags) {
@@ -89,7 +108,7 @@ void PgnWriter::Tags(const PgnTags& tags) {
         Tag("SetUp", "1");
     }
     if (!tags.termination.empty()) { Tag("Termination", tags.termination); }
-    out_->Write("\n");
+    text_ += '\n';
 }
 
 void PgnWriter::AddMove(Position* pos, Move m) {
@@ -111,15 +130,16 @@ void PgnWriter::AddComment(const std::string& text) {
 
 void PgnWriter::AddWord(const std::string& word) {
     if (!line_.empty() && line_.size() + 1 + word.size() > LINE_LENGTH) {
-        out_->Write(line_ + "\n");
+        text_ += line_ + '\n';
         line_.clear();
     }
     if (!line_.empty()) { line_ += ' '; }
     line_ += word;
 }
 
-void PgnWriter::End(const std::string& result) {
+const std::string& PgnWriter::End(const std::string& result) {
     AddWord(result);
-    out_->Write(line_ + "\n\n");
+    text_ += line_ + "\n\n";
     line_.clear();
+    return text_;
 }

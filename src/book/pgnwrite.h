@@ -1,10 +1,9 @@
-// Games as the published standard writes them. Front-end thread only.
+// Games as the published standard writes them. Any thread, for its own position.
 #pragma once
 
 #include <string>
 
 #include "board/position.h"
-#include "platform/outfile.h"
 
 // Returns a move in the standard's algebraic notation, with check and mate signs. Requires a legal
 // move of the side to move. Uses the move lists of this ply and the next; the position is as
@@ -24,28 +23,32 @@ struct PgnTags {
     std::string termination;  // how the game ended; empty: not said
 };
 
+// What a player says of a move: the score in pawns or the plies to the mate for the mover, the
+// depth, the time, as in "+0.25/7 0.012s" and "+M5/9 0.100s"; "book" at depth 0. `score` in
+// centipawns.
+std::string SearchComment(int score, int depth, double seconds);
+
 // The date of today as a tag shows it.
 std::string DateOfToday();
 
-// Writes one game: its tags, then its moves, then the result.
+// The text of one game: its tags, then its moves, then the result.
 class PgnWriter {
 public:
-    explicit PgnWriter(OutFile* out) : out_(out) {}
     // The seven tags that each game has, and where it does not begin at the start position, that
     // too.
     void Tags(const PgnTags& tags);
-    // Adds a legal move of the game position, before it is played.
+    // Adds a legal move of the position, before it is played.
     void AddMove(Position* pos, Move m);
     // Adds a short comment on the last move; `text` is without braces.
     void AddComment(const std::string& text);
-    // The result of the tags.
-    void End(const std::string& result);
+    // The result of the tags. Returns the whole text, with an empty line at its end.
+    const std::string& End(const std::string& result);
 
 private:
     void Tag(const char* name, const std::string& value);
     void AddWord(const std::string& word);
 
-    OutFile* out_;
-    std::string line_;  // of the moves, not yet written
+    std::string text_;
+    std::string line_;  // of the moves, not yet in the text
     bool after_comment_ = false;
 };

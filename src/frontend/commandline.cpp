@@ -3,6 +3,7 @@
 #include "frontend/commandline.h"
 
 #include <algorithm>
+#include <climits>
 #include <cstring>
 #include <string>
 #include <vector>
@@ -11,6 +12,7 @@
 #include "frontend/output.h"
 #include "frontend/pblock.h"
 #include "platform/words.h"
+#include "search/search.h"
 
 namespace {
 
@@ -41,21 +43,83 @@ void SetNoise(StartOptions*, const char* value, int) {
     PBlock.options.noise = DecimalNumber(value);
 }
 
-void SetDepth(StartOptions*, const char* value, int) {
+void SetDepth(StartOptions* start, const char* value, int) {
+    start->self_play.depth = WholeNumber(value, 0, MAX_DEPTH);
     PBlock.limits.max_depth = static_cast<i8>(WholeNumber(value, 0, MAX_DEPTH));
     PBlock.time.SetTimePerMove(DEPTH_OPTION_SECONDS);
 }
 
-void SetSeconds(StartOptions*, const char* value, int) {
+void SetSeconds(StartOptions* start, const char* value, int) {
+    start->self_play.seconds = DecimalNumber(value);
     PBlock.time.SetTimePerMove(DecimalNumber(value));
 }
 
-void SetHash(StartOptions*, const char* value, int) {
+void SetHash(StartOptions* start, const char* value, int) {
     PBlock.options.hash_mb = static_cast<u16>(WholeNumber(value, 0, MAX_HASH_MB));
+    start->self_play.hash_mb = PBlock.options.hash_mb;
 }
 
-void SetThreads(StartOptions*, const char* value, int) {
+void SetThreads(StartOptions* start, const char* value, int) {
     PBlock.options.threads = static_cast<u8>(WholeNumber(value, 1, MAX_THREADS));
+    start->self_play.at_once = PBlock.options.threads;
+}
+
+// Settings of self-play.
+
+constexpr int MOST_GAMES = 1000000;
+constexpr int MOST_OPENING_PLIES = 60;
+
+void WishSelfPlay(StartOptions* start, const char* value, int) {
+    start->self_play.games_file = value;
+    Wish(start, RunMode::SelfPlay);
+}
+
+void SetPlayer(StartOptions* start, const char* value, int player) {
+    start->self_play.parameters[player] = value;
+}
+
+// Games come in pairs.
+void SetGames(StartOptions* start, const char* value, int) {
+    start->self_play.games = (WholeNumber(value, 1, MOST_GAMES) + 1) / 2 * 2;
+}
+
+void SetNodes(StartOptions* start, const char* value, int) {
+    start->self_play.nodes = static_cast<u64>(WholeNumber(value, 1, INT_MAX));
+}
+
+void SetOpenings(StartOptions* start, const char* value, int) {
+    start->self_play.openings.epd_file = value;
+}
+
+void SetBookPlies(StartOptions* start, const char* value, int) {
+    start->self_play.openings.book_plies = WholeNumber(value, 0, MOST_OPENING_PLIES);
+}
+
+void SetRandomPlies(StartOptions* start, const char* value, int) {
+    start->self_play.openings.random_plies = WholeNumber(value, 0, MOST_OPENING_PLIES);
+}
+
+void SetSeed(StartOptions* start, const char* value, int) {
+    start->self_play.openings.seed = static_cast<u32>(WholeNumber(value, 0, INT_MAX));
+}
+
+void SetDecidedScore(StartOptions* start, const char* value, int) {
+    start->self_play.decided_score = WholeNumber(value, 0, INFINITE_SCORE);
+}
+
+// Two numbers, the lower one first.
+void SetTest(StartOptions* start, const char* value, int) {
+    const double elo0 = DecimalNumber(value);
+    const double elo1 = DecimalNumber(value + std::strcspn(value, " "));
+    if (elo0 < elo1) {
+        start->self_play.test = {elo0, elo1};
+    } else {
+        ShowError("-sprt needs two numbers, the lower one first, and is ignored\n");
+    }
+}
+
+void ChooseParameters(StartOptions* start, const char* value, int) {
+    start->parameter_file = value;
 }
 
 void WishEpdRun(StartOptions* start, const char* value, int) {
@@ -94,7 +158,8 @@ void ChooseFolder(StartOptions* start, const char* value, int) { start->folder =
 
 // --- the table ---
 
-enum class OptionValue { None, Number, File, Folder };  // what has to come after the option
+// What has to come after the option. A File chooses a mode, a Path does not.
+enum class OptionValue { None, Number, TwoNumbers, File, Path };
 
 // When an option takes effect: First before any file is opened, Form (in which the program speaks)
 // before the parameter file is told of, and again in its turn among the others.
@@ -119,7 +184,7 @@ constexpr CommandLineOption command_line_options[] = {
     {"-uci", "", "UCI protocol (the default)", OptionValue::None, SetProtocol, PROTOCOL_UCI, OptionTime::Form},
     {"-c", "", "console language, for a person at a terminal or a script", OptionValue::None, SetProtocol, PROTOCOL_CONSOLE, OptionTime::Form},
     {"-standard", "", "keep to the published protocol to the letter", OptionValue::None, KeepToStandards, 0, OptionTime::Form},
-    {"-dir", "PATH", "change to this folder before any file is opened", OptionValue::Folder, ChooseFolder, 0, OptionTime::First},
+    {"-dir", "PATH", "change to this folder before any file is opened", OptionValue::Path, ChooseFolder, 0, OptionTime::First},
     {"-nolog", "", "no log", OptionValue::None, LogNothing},
     {"-quiet", "", "no log and no search lines", OptionValue::None, SayNothing},
     {"-noise", "SECONDS", "search lines only after this time of a search", OptionValue::Number, SetNoise},
@@ -138,11 +203,35 @@ constexpr CommandLineOption command_line_options[] = {
     {"-scan_pgn2", "FILE", "tuning positions from the games of a PGN file", OptionValue::File, WishScan, 2},
     {"-scan_pgn3", "FILE", "test positions from the games of a PGN file", OptionValue::File, WishScan, 3},
     {"-scan_pgn4", "FILE", "rook endings from the games of a PGN file", OptionValue::File, WishScan, 4},
+    {"-selfplay", "FILE", "games between two parameter sets, many at once, into a PGN file", OptionValue::File, WishSelfPlay},
+    {"-player1", "FILE", "self-play: parameter file of player 1, else the built-in weights", OptionValue::Path, SetPlayer, 0},
+    {"-player2", "FILE", "self-play: the same for player 2", OptionValue::Path, SetPlayer, 1},
+    {"-games", "N", "self-play: number of games, 1000 by default", OptionValue::Number, SetGames},
+    {"-nodes", "N", "self-play: nodes per move, 8000 by default; -d and -t come first", OptionValue::Number, SetNodes},
+    {"-openings", "FILE", "self-play: begin with the positions of an EPD file", OptionValue::Path, SetOpenings},
+    {"-bookplies", "N", "self-play: begin with so many moves of the opening book", OptionValue::Number, SetBookPlies},
+    {"-randomplies", "N", "self-play: then so many moves by lot, 8 by default", OptionValue::Number, SetRandomPlies},
+    {"-seed", "N", "self-play: what the lots depend on", OptionValue::Number, SetSeed},
+    {"-decided", "CENTIPAWNS", "self-play: end a game at a score that both see for three moves", OptionValue::Number, SetDecidedScore},
+    {"-sprt", "ELO0 ELO1", "self-play: end when one of these differences is proven against the other", OptionValue::TwoNumbers, SetTest},
+    {"-rc", "FILE", "parameters from this file instead of vesk.rc", OptionValue::Path, ChooseParameters, 0, OptionTime::First},
     {"--help", "", "this list", OptionValue::None, WishHelp, 0, OptionTime::First},
     {"--version", "", "the program's version and how it was built", OptionValue::None, WishVersion, 0, OptionTime::First},
     {SCAN_OPTION, "FILE", "", OptionValue::File, WishScan, 0, OptionTime::InTurn, true},
 };
 // clang-format on
+
+// How many words come after the option.
+int WordsAfter(const CommandLineOption& o) {
+    return o.value == OptionValue::None ? 0 : o.value == OptionValue::TwoNumbers ? 2 : 1;
+}
+
+// What came after an option at `i`, with a blank between two words; empty when words are missing.
+std::string ValueOf(const CommandLineOption& o, int i, int argc, char** argv) {
+    const int words = WordsAfter(o);
+    if (words == 0 || i + words >= argc) { return ""; }
+    return words == 1 ? argv[i + 1] : std::string(argv[i + 1]) + ' ' + argv[i + 2];
+}
 
 // The row of a word, nullptr when it is no option.
 const CommandLineOption* FindOption(const char* word) {
@@ -159,9 +248,8 @@ void ApplyOptionsOf(OptionTime time, int argc, char** argv, StartOptions* option
     for (int i = 1; i < argc; ++i) {
         const CommandLineOption* o = FindOption(argv[i]);
         if (o == nullptr) { continue; }
-        const bool has_value = o->value != OptionValue::None;
-        if (has_value) { ++i; }
-        if (o->time == time) { o->apply(options, has_value && i < argc ? argv[i] : "", o->number); }
+        if (o->time == time) { o->apply(options, ValueOf(*o, i, argc, argv).c_str(), o->number); }
+        i += WordsAfter(*o);
     }
 }
 
@@ -205,16 +293,16 @@ void ReadCommandLine(int argc, char** argv, StartOptions* options) {
             continue;
         }
         scan_without_mode |= std::strcmp(word, SCAN_OPTION) == 0;
-        if (o->value == OptionValue::None) {
-            o->apply(options, nullptr, o->number);
-        } else if (++i < argc) {
-            o->apply(options, argv[i], o->number);
+        if (i + WordsAfter(*o) < argc) {
+            o->apply(options, ValueOf(*o, i, argc, argv).c_str(), o->number);
         } else if (o->value == OptionValue::File) {
             Wish(options, RunMode::Nothing);
             if (!scan_without_mode) { ShowRemark("option %s needs a file name after it", word); }
         } else {
-            ShowRemark("option %s needs a number after it and is ignored", word);
+            ShowRemark("option %s needs a %s after it and is ignored", word,
+                       o->value == OptionValue::Path ? "name" : "number");
         }
+        i += WordsAfter(*o);
     }
     if (scan_without_mode && options->scan_mode == 0) {
         Wish(options, RunMode::Nothing);
@@ -222,6 +310,8 @@ void ReadCommandLine(int argc, char** argv, StartOptions* options) {
             "-scan_pgn comes in four modes: -scan_pgn1 annotates the games, -scan_pgn2 writes "
             "tuning positions, -scan_pgn3 test positions, -scan_pgn4 rook endings");
     }
+    // Players search with one thread; -threads says how many games are played.
+    if (options->mode == RunMode::SelfPlay) { PBlock.options.threads = 1; }
     PBlock.options.go_limits.max_depth = PBlock.limits.max_depth;
     PBlock.options.go_limits.node_limit = PBlock.limits.node_limit;
     PBlock.options.go_seconds = PBlock.time.base_time;

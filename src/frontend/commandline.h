@@ -5,11 +5,12 @@
 #include <string>
 #include <vector>
 
+#include "arena/selfplay.h"
 #include "frontend/pblock.h"
 
 // Which mode main runs: of those that the command line asks for the first in this order. Nothing:
 // it asked for something that cannot be run, and has been told so.
-enum class RunMode { EpdAnalysis, PgnScan, Match, Benchmark, Tune, Nothing, CommandLoop };
+enum class RunMode { EpdAnalysis, PgnScan, Match, Benchmark, Tune, SelfPlay, Nothing, CommandLoop };
 
 // What the program does instead of everything else.
 enum class FirstWish { None, Help, Version };
@@ -20,6 +21,8 @@ struct StartOptions {
     int benchmark_positions = 0;  // 5, 10 or 20; 0 without the benchmark
     int scan_mode = 0;            // 1..4; 0 without a scan
     std::string scan_file;        // the file to scan
+    SelfPlaySettings self_play;
+    std::optional<std::string> parameter_file;  // in place of the usual one; empty: none
     FirstWish first = FirstWish::None;
     std::optional<std::string> folder;  // to change to; empty: the option came without one
 };

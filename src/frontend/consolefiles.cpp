@@ -181,7 +181,7 @@ void WriteStandardGame(OutFile* out, int moves, const char* result) {
     Position* pos = game_position;
     char start[EPD_FIELDS_SIZE];
     MakeEPD(pos, start);
-    PgnWriter writer(out);
+    PgnWriter writer;
     PgnTags tags;
     tags.result = result;
     tags.start = start;
@@ -195,7 +195,7 @@ void WriteStandardGame(OutFile* out, int moves, const char* result) {
         }
         PlayGameMove(pos, m);
     }
-    writer.End(result);
+    out->Write(writer.End(result));
 }
 
 }  // namespace

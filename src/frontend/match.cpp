@@ -41,7 +41,6 @@ constexpr int DECIDED_SCORE = 900;              // centipawns; beyond it the gam
 constexpr int GAMES_BEFORE_MARK = 200;          // before them no result is called significant
 constexpr int GAMES_PER_SCORE_LINE = 10;
 constexpr std::size_t LINE_SIZE = 100;  // of the score
-constexpr std::size_t COMMENT_SIZE = 50;
 constexpr double SECONDS_PER_MOVE = 1.0;
 constexpr double CENTIPAWNS_PER_PAWN = 100.0;
 constexpr i16 MATCH_BOOK_WEIGHT = 100;
@@ -163,20 +162,6 @@ void WriteClassicGame(Match* match, int number, GameOutcome outcome) {
     out.Write("\n\n");
 }
 
-// The mover's score in pawns or plies to the mate, the depth and the time: "+0.25/7 0.012s".
-std::string CommentOn(const MatchPly& ply) {
-    if (ply.depth == 0) { return "book"; }
-    char text[COMMENT_SIZE];
-    if (std::abs(ply.score) > MATE_SCORE) {
-        std::snprintf(text, sizeof text, "%cM%d/%d %0.3fs", ply.score > 0 ? '+' : '-',
-                      INFINITE_SCORE - 1 - std::abs(ply.score), ply.depth, ply.seconds);
-    } else {
-        std::snprintf(text, sizeof text, "%+0.2f/%d %0.3fs", ply.score / CENTIPAWNS_PER_PAWN,
-                      ply.depth, ply.seconds);
-    }
-    return text;
-}
-
 // Games end by the rules, or by a score or a length that decides them while there is a move. Makes
 // the last move.
 const char* Termination(const std::vector<MatchPly>& plies) {
@@ -198,16 +183,16 @@ void WriteStandardGame(Match* match, int number, GameOutcome outcome) {
     tags.result = ResultText(outcome);
     tags.start = fen_opn;
     tags.termination = Termination(match->plies);
-    PgnWriter writer(&match->out);
+    PgnWriter writer;
     writer.Tags(tags);
     SetPosition(game_position, fen_opn);
     for (const MatchPly& ply : match->plies) {
         if (ply.move == NO_MOVE) { break; }  // the last one: the game had ended
         writer.AddMove(game_position, ply.move);
-        writer.AddComment(CommentOn(ply));
+        writer.AddComment(SearchComment(ply.score, ply.depth, ply.seconds));
         PlayGameMove(game_position, ply.move);
     }
-    writer.End(tags.result);
+    match->out.Write(writer.End(tags.result));
 }
 
 // Appends the game to the file, readable at once. False when it cannot be written.

@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <string>
 
+#include "arena/selfplay.h"
 #include "book/book.h"
 #include "frontend/benchmark.h"
 #include "frontend/commandloop.h"
@@ -53,6 +54,9 @@ void RunChosenMode(const StartOptions& options) {
             break;
         case RunMode::Benchmark:
             RunBenchmark(options.benchmark_positions);
+            break;
+        case RunMode::SelfPlay:
+            if (!RunSelfPlay(options.self_play, UserInput)) { PBlock.tool.failed = true; }
             break;
         case RunMode::Tune:
             PBlock.options.noise = TOOL_NOISE_SECONDS;

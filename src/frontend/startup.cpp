@@ -95,7 +95,9 @@ int StartUp(int argc, char** argv, StartOptions* options) {
     PBlock.options.has_popcnt = has_popcnt;
     PBlock.options.has_bmi = has_bmi;
     ReadFormOptions(argc, argv);  // the parameter file is told of in that form
-    InitPersonality(PARAMETER_FILE);
+    const char* parameters =
+        options->parameter_file ? options->parameter_file->c_str() : PARAMETER_FILE;
+    InitPersonality(parameters[0] != '\0' ? parameters : nullptr);
     ReadCommandLine(argc, argv, options);
     BeginLog();
     if (StartedByHand(argc)) { ShowError("type uci, or start it with -c for the console\n"); }

@@ -20,7 +20,11 @@ public:
 
     // Begins an output that becomes `target` with Commit. False when that cannot be.
     [[nodiscard]] bool Create(const std::string& target);
-    // Begins an output that takes the target's place at once, empty, and grows in the user's sight.
+    // Puts the output in the target's place now, with what it holds so far; from then on it grows
+    // in the user's sight. False when that cannot be: nothing of it is left then. Requires an open
+    // file.
+    [[nodiscard]] bool GrowInPlace();
+    // Begins an output that takes the target's place at once, empty.
     [[nodiscard]] bool CreateGrowing(const std::string& target);
     bool IsOpen() const { return handle_ >= 0; }
 

@@ -67,11 +67,13 @@ bool OutFile::TakePlace() {
 
 bool OutFile::Create(const std::string& target) { return Begin(target); }
 
-bool OutFile::CreateGrowing(const std::string& target) {
-    if (Begin(target) && TakePlace()) { return true; }
+bool OutFile::GrowInPlace() {
+    if (Flush() && TakePlace()) { return true; }
     Abandon();
     return false;
 }
+
+bool OutFile::CreateGrowing(const std::string& target) { return Begin(target) && GrowInPlace(); }
 
 void OutFile::Write(std::string_view bytes) {
     assert(IsOpen());

@@ -1,0 +1,76 @@
+#include "arena/enginelink.h"
+
+#include <sstream>
+
+#include "platform/clock.h"
+#include "search/search.h"
+
+namespace {
+
+constexpr double LOOK_SECONDS = 0.1;  // a waiting link asks this often whether it was given up
+
+// A mate in so many moves, negative for the side that is mated, as a score.
+int MateScore(int moves) {
+    return moves > 0 ? INFINITE_SCORE - PLIES_PER_MOVE * moves
+                     : -INFINITE_SCORE - PLIES_PER_MOVE * moves + 1;
+}
+
+}  // namespace
+
+bool EngineLink::Open(const std::vector<std::string>& words, std::string* why) {
+    if (!process_.Start(words, why)) { return false; }
+    *why = "it ended before it was ready";
+    std::string line;
+    return process_.Write("uci\n") && WaitFor("uciok", &line) && NewGame();
+}
+
+bool EngineLink::NewGame() {
+    std::string line;
+    return process_.Write("ucinewgame\nisready\n") && WaitFor("readyok", &line);
+}
+
+bool EngineLink::Ask(const std::string& position, const std::string& go, SearchAnswer* answer) {
+    answer_ = {};
+    const double start = MonotonicSeconds();
+    std::string line;
+    if (!process_.Write(position + '\n' + go + '\n') || !WaitFor("bestmove", &line)) {
+        return false;
+    }
+    std::istringstream words(line);
+    words >> answer_.move >> answer_.move;
+    answer_.seconds = MonotonicSeconds() - start;
+    *answer = answer_;
+    return true;
+}
+
+bool EngineLink::WaitFor(const std::string& word, std::string* line) {
+    for (;;) {
+        switch (process_.ReadLine(line, LOOK_SECONDS)) {
+            case LineRead::Ended:
+                return false;
+            case LineRead::Nothing:
+                if (given_up_()) { return false; }
+                break;
+            case LineRead::Line:
+                if (line->starts_with(word)) { return true; }
+                if (line->starts_with("info depth")) { ReadInfo(*line); }
+                break;
+        }
+    }
+}
+
+void EngineLink::ReadInfo(const std::string& line) {
+    std::istringstream words(line);
+    std::string word;
+    while (words >> word && word != "pv") {
+        if (word == "depth") {
+            words >> answer_.depth;
+        } else if (word == "cp") {
+            words >> answer_.score;
+        } else if (word == "mate") {
+            int moves = 0;
+            words >> moves;
+            answer_.score = MateScore(moves);
+        }
+    }
+}

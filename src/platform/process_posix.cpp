@@ -1,0 +1,136 @@
+// Programs started by the engine on POSIX systems.
+#include "platform/process.h"
+
+#include <algorithm>
+#include <cassert>
+#include <cerrno>
+#include <climits>
+#include <csignal>
+#include <cstring>
+#include <filesystem>
+#include <system_error>
+
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+extern char** environ;
+
+namespace {
+
+constexpr std::size_t READ_SIZE = 4096;
+constexpr double MS_PER_SECOND = 1000.0;
+
+void CloseEnd(int* end) {
+    if (*end >= 0) { close(*end); }
+    *end = -1;
+}
+
+// Both ends of a pipe, which no started program inherits by itself.
+struct Pipe {
+    int ends[2] = {-1, -1};  // reading, writing
+    bool Open() { return pipe2(ends, O_CLOEXEC) == 0; }
+    ~Pipe() {
+        CloseEnd(&ends[0]);
+        CloseEnd(&ends[1]);
+    }
+    int Release(int end) {
+        const int released = ends[end];
+        ends[end] = -1;
+        return released;
+    }
+};
+
+// What the started program gets: its standard input and output, and signals as they are by default.
+int Spawn(const std::vector<std::string>& words, int input, int output, pid_t* id) {
+    std::vector<char*> arguments;
+    for (const std::string& word : words) { arguments.push_back(const_cast<char*>(word.c_str())); }
+    arguments.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, input, STDIN_FILENO);
+    posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    // An interrupt at the terminal is for us alone: we end what we have started.
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGDEF);
+    sigset_t usual;
+    sigemptyset(&usual);
+    sigaddset(&usual, SIGPIPE);
+    posix_spawnattr_setsigdefault(&attributes, &usual);
+    const int error =
+        posix_spawn(id, arguments[0], &actions, &attributes, arguments.data(), environ);
+    posix_spawnattr_destroy(&attributes);
+    posix_spawn_file_actions_destroy(&actions);
+    return error;
+}
+
+}  // namespace
+
+std::string ProgramPath() {
+    std::error_code error;
+    return std::filesystem::read_symlink("/proc/self/exe", error).string();
+}
+
+bool ChildProcess::Start(const std::vector<std::string>& words, std::string* why) {
+    assert(!IsRunning() && !words.empty());
+    Pipe to, from;
+    pid_t id = 0;
+    const int error =
+        to.Open() && from.Open() ? Spawn(words, to.ends[0], from.ends[1], &id) : errno;
+    if (error != 0) {
+        *why = std::strerror(error);
+        return false;
+    }
+    id_ = id;
+    input_ = to.Release(1);
+    output_ = from.Release(0);
+    bytes_.clear();
+    return true;
+}
+
+bool ChildProcess::Write(std::string_view bytes) {
+    while (!bytes.empty() && input_ >= 0) {
+        const ssize_t written = write(input_, bytes.data(), bytes.size());
+        if (written > 0) {
+            bytes.remove_prefix(static_cast<std::size_t>(written));
+        } else if (errno != EINTR) {
+            return false;
+        }
+    }
+    return input_ >= 0;
+}
+
+bool ChildProcess::TakeLine(std::string* line) {
+    const std::size_t end = bytes_.find('\n');
+    if (end == std::string::npos) { return false; }
+    line->assign(bytes_, 0, end);
+    if (!line->empty() && line->back() == '\r') { line->pop_back(); }
+    bytes_.erase(0, end + 1);
+    return true;
+}
+
+LineRead ChildProcess::ReadLine(std::string* line, double seconds) {
+    while (!TakeLine(line)) {
+        pollfd output{output_, POLLIN, 0};
+        const int ready = poll(&output, 1, static_cast<int>(seconds * MS_PER_SECOND));
+        if (ready == 0 || (ready < 0 && errno == EINTR)) { return LineRead::Nothing; }
+        char chunk[READ_SIZE];
+        const ssize_t got = ready < 0 ? -1 : read(output_, chunk, sizeof chunk);
+        if (got < 0 && errno == EINTR) { return LineRead::Nothing; }
+        if (got <= 0) { return LineRead::Ended; }
+        bytes_.append(chunk, static_cast<std::size_t>(got));
+    }
+    return LineRead::Line;
+}
+
+void ChildProcess::End() {
+    CloseEnd(&input_);
+    CloseEnd(&output_);
+    if (!IsRunning()) { return; }
+    kill(static_cast<pid_t>(id_), SIGKILL);
+    while (waitpid(static_cast<pid_t>(id_), nullptr, 0) < 0 && errno == EINTR) {}
+    id_ = 0;
+}

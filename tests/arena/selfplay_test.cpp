@@ -1,0 +1,85 @@
+// Self-play at volume, by the built program: its games depend on nothing but the settings.
+#include "arena/selfplay.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <csignal>
+#include <fstream>
+#include <regex>
+
+#include "support/engine.h"
+#include "support/session.h"
+
+namespace {
+
+using testing::HasSubstr;
+
+std::vector<std::string> Arguments(const std::string& file, const std::vector<std::string>& more) {
+    std::vector<std::string> words = {"-nolog", "-selfplay",    file, "-nodes",
+                                      "300",    "-randomplies", "4"};
+    words.insert(words.end(), more.begin(), more.end());
+    return words;
+}
+
+std::string GamesOf(const std::string& file) {
+    const std::regex seconds(" [0-9.]+s\\}");
+    return std::regex_replace(FileContent(file), seconds, "}");
+}
+
+TEST(SelfPlay, PlaysTheSameGamesHoweverManyAtOnceAndGoesOnWhereItEnded) {
+    const ScratchFolder folder;
+    std::ofstream("weak.rc") << "queen_value_op 1\nqueen_value_en 1\n";
+    const std::vector<std::string> settings = {"-player2", "weak.rc", "-games", "8"};
+    const auto with = [&settings](const char* threads) {
+        std::vector<std::string> words = settings;
+        words.insert(words.end(), {"-threads", threads});
+        return words;
+    };
+    const RunResult one = RunVesk(Arguments("one.pgn", with("1")), "");
+    const RunResult three = RunVesk(Arguments("three.pgn", with("3")), "");
+    EXPECT_EQ(one.status, 0);
+    EXPECT_EQ(one.output, three.output);
+    const std::string games = GamesOf("one.pgn");
+    EXPECT_EQ(games, GamesOf("three.pgn"));
+    EXPECT_THAT(one.output, HasSubstr("8 games: +"));
+    EXPECT_THAT(games, HasSubstr("[Round \"8\"]\n[White \"weak.rc\"]\n[Black \"default\"]\n"));
+
+    // Broken off in the third game, in the middle of a line.
+    const std::string whole = FileContent("one.pgn");
+    const std::size_t third = whole.find("[Event", whole.find("[Round \"3\"]"));
+    std::ofstream("half.pgn") << whole.substr(0, third - 40);
+    const RunResult rest = RunVesk(Arguments("half.pgn", with("2")), "");
+    EXPECT_EQ(rest.output, "going on after 2 games\n" + one.output);
+    EXPECT_EQ(GamesOf("half.pgn"), games);
+}
+
+TEST(SelfPlay, LeavesAFileOfOtherThingsAloneAndSaysWhatIsMissing) {
+    const ScratchFolder folder;
+    std::ofstream("other.pgn") << "[Event \"Self-play, of long ago\"]\n";
+    EXPECT_EQ(RunVesk(Arguments("other.pgn", {"-games", "2"}), "").status, 1);
+    EXPECT_EQ(FileContent("other.pgn"), "[Event \"Self-play, of long ago\"]\n");
+    EXPECT_EQ(RunVesk(Arguments("new.pgn", {"-player1", "missing.rc"}), "").status, 1);
+    EXPECT_EQ(RunVesk(Arguments("new.pgn", {"-openings", "missing.epd"}), "").status, 1);
+    EXPECT_EQ(FileContent("new.pgn"), "");
+}
+
+TEST(SelfPlay, EndsWithTheTestAndWithTheUser) {
+    const ScratchFolder folder;
+    std::ofstream("weak.rc") << "queen_value_op 1\nqueen_value_en 1\nrook_value_op 1\n";
+    const RunResult tested = RunVesk(
+        Arguments("tested.pgn", {"-player2", "weak.rc", "-games", "400", "-sprt", "0", "200"}), "");
+    EXPECT_THAT(tested.output, HasSubstr("of [0, 200]: accepted"));
+    EXPECT_THAT(tested.output, testing::Not(HasSubstr("400 games")));
+
+    Session endless(Arguments("endless.pgn", {"-games", "100000", "-threads", "2"}));
+    for (int i = 0;
+         i < 600 && FileContent("endless.pgn").find("[Round \"2\"]") == std::string::npos; ++i) {
+        endless.IsSilentFor(0.1);
+    }
+    endless.Send("quit");
+    EXPECT_EQ(endless.Wait(), 0);
+    EXPECT_TRUE(FileContent("endless.pgn").ends_with("\n\n"));
+}
+
+}  // namespace
