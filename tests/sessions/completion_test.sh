@@ -32,5 +32,6 @@ expect "--help --version" -nolog --
 expect "game.pgn games" -c -scan_pgn2 ga
 expect "games" -dir ""
 expect "" -hash ""
-expect "-noise -nolog" -uci -no
+expect "-nodes -noise -nolog" -uci -no
+expect "" -sprt ""
 exit $((failures > 0))
