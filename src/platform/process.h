@@ -3,6 +3,7 @@
 // time limit.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -15,8 +16,8 @@ enum class LineRead { Line, Nothing, Ended };
 // One running program. Owned by one thread.
 class ChildProcess {
 public:
-    ChildProcess() = default;
-    ~ChildProcess() { End(); }
+    ChildProcess();
+    ~ChildProcess();  // ends it
     ChildProcess(const ChildProcess&) = delete;
     ChildProcess& operator=(const ChildProcess&) = delete;
 
@@ -24,7 +25,6 @@ public:
     // error goes where ours does. False, with *why in a few words, when it cannot be started.
     // Requires that none runs.
     [[nodiscard]] bool Start(const std::vector<std::string>& words, std::string* why);
-    bool IsRunning() const { return id_ > 0; }
     // False when the program takes nothing any more.
     [[nodiscard]] bool Write(std::string_view bytes);
     // The next line of its output without its end. Nothing: none has come in so many seconds.
@@ -33,10 +33,10 @@ public:
     void End();
 
 private:
+    struct Port;  // the system's handles
+
     bool TakeLine(std::string* line);
 
-    long id_ = 0;
-    int input_ = -1;   // it reads
-    int output_ = -1;  // it writes
-    std::string bytes_;
+    std::unique_ptr<Port> port_;  // nullptr: none runs
+    std::string bytes_;           // read and not yet handed out
 };

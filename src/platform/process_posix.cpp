@@ -23,23 +23,20 @@ namespace {
 constexpr std::size_t READ_SIZE = 4096;
 constexpr double MS_PER_SECOND = 1000.0;
 
-void CloseEnd(int* end) {
-    if (*end >= 0) { close(*end); }
-    *end = -1;
-}
-
 // Both ends of a pipe, which no started program inherits by itself.
 struct Pipe {
     int ends[2] = {-1, -1};  // reading, writing
-    bool Open() { return pipe2(ends, O_CLOEXEC) == 0; }
+    Pipe() = default;
     ~Pipe() {
-        CloseEnd(&ends[0]);
-        CloseEnd(&ends[1]);
+        Close(0);
+        Close(1);
     }
-    int Release(int end) {
-        const int released = ends[end];
+    Pipe(const Pipe&) = delete;
+    Pipe& operator=(const Pipe&) = delete;
+    bool Open() { return pipe2(ends, O_CLOEXEC) == 0; }
+    void Close(int end) {
+        if (ends[end] >= 0) { close(ends[end]); }
         ends[end] = -1;
-        return released;
     }
 };
 
@@ -74,51 +71,53 @@ std::string ProgramPath() {
     return std::filesystem::read_symlink("/proc/self/exe", error).string();
 }
 
-bool ChildProcess::Start(const std::vector<std::string>& words, std::string* why) {
-    assert(!IsRunning() && !words.empty());
-    Pipe to, from;
+struct ChildProcess::Port {
+    Pipe input;   // of the program: we write
+    Pipe output;  // we read
     pid_t id = 0;
-    const int error =
-        to.Open() && from.Open() ? Spawn(words, to.ends[0], from.ends[1], &id) : errno;
+};
+
+ChildProcess::ChildProcess() = default;
+ChildProcess::~ChildProcess() { End(); }
+
+bool ChildProcess::Start(const std::vector<std::string>& words, std::string* why) {
+    assert(port_ == nullptr && !words.empty());
+    auto port = std::make_unique<Port>();
+    const int error = port->input.Open() && port->output.Open()
+                          ? Spawn(words, port->input.ends[0], port->output.ends[1], &port->id)
+                          : errno;
     if (error != 0) {
         *why = std::strerror(error);
         return false;
     }
-    id_ = id;
-    input_ = to.Release(1);
-    output_ = from.Release(0);
+    port->input.Close(0);
+    port->output.Close(1);
+    port_ = std::move(port);
     bytes_.clear();
     return true;
 }
 
 bool ChildProcess::Write(std::string_view bytes) {
-    while (!bytes.empty() && input_ >= 0) {
-        const ssize_t written = write(input_, bytes.data(), bytes.size());
+    if (port_ == nullptr) { return false; }
+    while (!bytes.empty()) {
+        const ssize_t written = write(port_->input.ends[1], bytes.data(), bytes.size());
         if (written > 0) {
             bytes.remove_prefix(static_cast<std::size_t>(written));
         } else if (errno != EINTR) {
             return false;
         }
     }
-    return input_ >= 0;
-}
-
-bool ChildProcess::TakeLine(std::string* line) {
-    const std::size_t end = bytes_.find('\n');
-    if (end == std::string::npos) { return false; }
-    line->assign(bytes_, 0, end);
-    if (!line->empty() && line->back() == '\r') { line->pop_back(); }
-    bytes_.erase(0, end + 1);
     return true;
 }
 
 LineRead ChildProcess::ReadLine(std::string* line, double seconds) {
+    if (port_ == nullptr) { return LineRead::Ended; }
     while (!TakeLine(line)) {
-        pollfd output{output_, POLLIN, 0};
+        pollfd output{port_->output.ends[0], POLLIN, 0};
         const int ready = poll(&output, 1, static_cast<int>(seconds * MS_PER_SECOND));
         if (ready == 0 || (ready < 0 && errno == EINTR)) { return LineRead::Nothing; }
         char chunk[READ_SIZE];
-        const ssize_t got = ready < 0 ? -1 : read(output_, chunk, sizeof chunk);
+        const ssize_t got = ready < 0 ? -1 : read(output.fd, chunk, sizeof chunk);
         if (got < 0 && errno == EINTR) { return LineRead::Nothing; }
         if (got <= 0) { return LineRead::Ended; }
         bytes_.append(chunk, static_cast<std::size_t>(got));
@@ -127,10 +126,8 @@ LineRead ChildProcess::ReadLine(std::string* line, double seconds) {
 }
 
 void ChildProcess::End() {
-    CloseEnd(&input_);
-    CloseEnd(&output_);
-    if (!IsRunning()) { return; }
-    kill(static_cast<pid_t>(id_), SIGKILL);
-    while (waitpid(static_cast<pid_t>(id_), nullptr, 0) < 0 && errno == EINTR) {}
-    id_ = 0;
+    if (port_ == nullptr) { return; }
+    kill(port_->id, SIGKILL);
+    while (waitpid(port_->id, nullptr, 0) < 0 && errno == EINTR) {}
+    port_.reset();
 }
