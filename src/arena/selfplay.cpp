@@ -31,7 +31,7 @@ constexpr int FIRST_SLOT =
     2;  // of a worker's record; before it stand the game and the search thread
 constexpr int MOST_AT_ONCE = THREAD_SLOTS - FIRST_SLOT;
 constexpr int GAMES_PER_LINE = 100;  // of the standing
-constexpr double LOOK_SECONDS = 0.05;
+constexpr int LOOK_MS = 50;
 constexpr double MS_PER_SECOND = 1000.0;
 constexpr const char* RESULT_TAG = "[Result \"";
 
@@ -284,7 +284,7 @@ public:
             look();
             if (PBlock.control.quit) { board_->over = true; }
             WriteReports();
-            SleepExOrInput(LOOK_SECONDS);
+            SleepEx(LOOK_MS);
         }
         WriteReports();
     }

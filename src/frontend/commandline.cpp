@@ -143,6 +143,10 @@ void WishBenchmark(StartOptions* start, const char*, int positions) {
     Wish(start, RunMode::Benchmark);
 }
 
+void WishQuickBenchmark(StartOptions* start, const char*, int) {
+    Wish(start, RunMode::QuickBenchmark);
+}
+
 // Without a mode the file's name is taken and nothing else.
 void WishScan(StartOptions* start, const char* value, int mode) {
     start->scan_file = value;
@@ -196,6 +200,7 @@ constexpr CommandLineOption command_line_options[] = {
     {"-bench", "", "benchmark over 10 fixed positions", OptionValue::None, WishBenchmark, SHORT_BENCHMARK_POSITIONS},
     {"-bench2", "", "benchmark over 20 fixed positions", OptionValue::None, WishBenchmark, BENCHMARK_POSITIONS},
     {"-pbench", "", "short single-threaded benchmark for profiling", OptionValue::None, WishBenchmark, PROFILE_POSITIONS},
+    {"bench", "", "some seconds of benchmark, as test frameworks ask for it", OptionValue::None, WishQuickBenchmark},
     {"-anepd", "FILE", "solve the positions of an EPD test suite", OptionValue::File, WishEpdRun},
     {"-match", "FILE", "self-play match against test1.rc; the games go to the file", OptionValue::File, WishMatch},
     {"-tune", "WORD", "tune the evaluation weights against tune.epd; any word", OptionValue::File, WishTuning},

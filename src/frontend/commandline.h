@@ -10,7 +10,17 @@
 
 // Which mode main runs: of those that the command line asks for the first in this order. Nothing:
 // it asked for something that cannot be run, and has been told so.
-enum class RunMode { EpdAnalysis, PgnScan, Match, Benchmark, Tune, SelfPlay, Nothing, CommandLoop };
+enum class RunMode {
+    EpdAnalysis,
+    PgnScan,
+    Match,
+    Benchmark,
+    QuickBenchmark,
+    Tune,
+    SelfPlay,
+    Nothing,
+    CommandLoop
+};
 
 // What the program does instead of everything else.
 enum class FirstWish { None, Help, Version };

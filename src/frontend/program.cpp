@@ -58,6 +58,9 @@ void RunChosenMode(const StartOptions& options) {
         case RunMode::SelfPlay:
             if (!RunSelfPlay(options.self_play, UserInput)) { PBlock.tool.failed = true; }
             break;
+        case RunMode::QuickBenchmark:
+            RunQuickBenchmark(options.self_play.depth);
+            break;
         case RunMode::Tune:
             PBlock.options.noise = TOOL_NOISE_SECONDS;
             RunTuneSchedule(UserInput);
