@@ -118,6 +118,12 @@ void SetTest(StartOptions* start, const char* value, int) {
     }
 }
 
+void AnnounceWeights(StartOptions*, const char*, int) { PBlock.options.weights_as_options = 1; }
+
+void WishParameterList(StartOptions* start, const char*, int) {
+    Wish(start, RunMode::ParameterList);
+}
+
 void ChooseParameters(StartOptions* start, const char* value, int) {
     start->parameter_file = value;
 }
@@ -220,6 +226,8 @@ constexpr CommandLineOption command_line_options[] = {
     {"-decided", "CENTIPAWNS", "self-play: end a game at a score that both see for three moves", OptionValue::Number, SetDecidedScore},
     {"-sprt", "ELO0 ELO1", "self-play: end when one of these differences is proven against the other", OptionValue::TwoNumbers, SetTest},
     {"-rc", "FILE", "parameters from this file instead of vesk.rc", OptionValue::Path, ChooseParameters, 0, OptionTime::First},
+    {"-params", "", "UCI: every weight is an option, for tuners", OptionValue::None, AnnounceWeights},
+    {"-params-list", "", "list the weights in the form that tuners take", OptionValue::None, WishParameterList},
     {"--help", "", "this list", OptionValue::None, WishHelp, 0, OptionTime::First},
     {"--version", "", "the program's version and how it was built", OptionValue::None, WishVersion, 0, OptionTime::First},
     {SCAN_OPTION, "FILE", "", OptionValue::File, WishScan, 0, OptionTime::InTurn, true},

@@ -18,6 +18,7 @@ enum class RunMode {
     QuickBenchmark,
     Tune,
     SelfPlay,
+    ParameterList,
     Nothing,
     CommandLoop
 };

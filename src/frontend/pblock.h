@@ -73,10 +73,11 @@ struct Options {
     Relaxed<u16> multipv = 1;  // 1..20
     Relaxed<u16> protocol = PROTOCOL_UCI;
     Conventions conventions;
-    u8 analyse_mode = 0;      // 1: the own book is not asked
-    int uci_extra = 0;        // information lines carry the thread number
-    SearchLimits go_limits;   // of the command line: every UCI "go" starts from them
-    double go_seconds = 5.0;  // likewise: time of a move whose "go" names no limit
+    u8 analyse_mode = 0;        // 1: the own book is not asked
+    u8 weights_as_options = 0;  // 1: UCI announces and sets the weights
+    int uci_extra = 0;          // information lines carry the thread number
+    SearchLimits go_limits;     // of the command line: every UCI "go" starts from them
+    double go_seconds = 5.0;    // likewise: time of a move whose "go" names no limit
     // What the processor has, 0 or 1. The build chooses the instructions; this is for the developer
     // who wonders about a node rate.
     u8 has_popcnt = 0;

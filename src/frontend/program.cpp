@@ -13,6 +13,7 @@
 #include "frontend/input.h"
 #include "frontend/match.h"
 #include "frontend/output.h"
+#include "frontend/parameteroptions.h"
 #include "frontend/pblock.h"
 #include "frontend/startup.h"
 #include "platform/input.h"
@@ -60,6 +61,9 @@ void RunChosenMode(const StartOptions& options) {
             break;
         case RunMode::QuickBenchmark:
             RunQuickBenchmark(options.self_play.depth);
+            break;
+        case RunMode::ParameterList:
+            ListParameters();
             break;
         case RunMode::Tune:
             PBlock.options.noise = TOOL_NOISE_SECONDS;

@@ -15,6 +15,7 @@
 #include "eval/threadblock.h"
 #include "frontend/commandloop.h"
 #include "frontend/output.h"
+#include "frontend/parameteroptions.h"
 #include "frontend/pblock.h"
 #include "frontend/standard.h"
 #include "frontend/ucioptions.h"
@@ -39,9 +40,16 @@ const char* AfterBlanks(const char* text) {
 
 // --- options ---
 
+// The names of many weights hold "value".
+const char* FindValueWord(const char* text) {
+    if (!PBlock.options.weights_as_options) { return std::strstr(text, "value"); }
+    const char* blank_before = std::strstr(text, " value ");
+    return blank_before != nullptr ? blank_before + 1 : nullptr;
+}
+
 void SetOptionCommand(const char* rest) {
     const char* name_word = std::strstr(rest, "name");
-    const char* value_word = std::strstr(rest, "value");
+    const char* value_word = FindValueWord(rest);
     if (name_word == nullptr || (value_word != nullptr && value_word < name_word)) { return; }
     const char* begin = AfterBlanks(name_word + std::strlen("name"));
     const char* end = value_word != nullptr ? value_word : begin + std::strlen(begin);
@@ -307,6 +315,7 @@ void ProcessUCI(const char* line) {
     const std::string command = GetWord(text.c_str());
     const std::size_t command_end = text.find_first_not_of(' ') + command.size();
     const char* rest = text.c_str() + std::min(command_end + 1, text.size());
+    if (command != "setoption") { TakeUpParameters(); }
     if (command == "go" && GetWord(rest) == "perft" && PBlock.options.conventions.more_options) {
         static_cast<void>(StandardCommand("perft", rest));
         return;

@@ -10,6 +10,7 @@
 #include "book/book.h"
 #include "frontend/commandloop.h"
 #include "frontend/output.h"
+#include "frontend/parameteroptions.h"
 #include "frontend/pblock.h"
 #include "frontend/units.h"
 #include "platform/words.h"
@@ -166,6 +167,7 @@ void ShowUciOptions() {
                 break;
         }
     }
+    if (PBlock.options.weights_as_options) { ShowParameterOptions(); }
 }
 
 void SetUciOption(const std::string& name, const std::string& text) {
@@ -174,7 +176,10 @@ void SetUciOption(const std::string& name, const std::string& text) {
             const bool known = IsAnnounced(row) || row.announced == Announced::Never;
             return known && NamesAgree(name, row.name);
         });
-    if (o == std::end(uci_options)) { return; }
+    if (o == std::end(uci_options)) {
+        if (PBlock.options.weights_as_options) { SetParameterOption(name, text); }
+        return;
+    }
     if (o->type == OptionType::Text) {
         if (o->set_text != nullptr) { o->set_text(text); }
         return;
