@@ -3,7 +3,23 @@ PRESET ?= release
 CONFIGURE ?=
 JOBS ?= 2
 
-.PHONY: build tools pgo run test format lint clean dependencies
+.PHONY: exe build tools pgo run test format lint clean dependencies test_dependencies
+
+# "make EXE=path", as programs that test engines call it: the engine, at that path. Installs nothing, and takes the compiler
+# from CXX, or from CC by its C name, and the number of jobs from -j.
+ifdef EXE
+ifneq ($(origin CC), default)
+exe_compiler = $(subst gcc,g++,$(subst clang,clang++,$(CC)))
+endif
+ifneq ($(origin CXX), default)
+exe_compiler = $(CXX)
+endif
+exe:
+	cmake --fresh -S . -B build/exe -G "Unix Makefiles" -DCMAKE_BUILD_TYPE=Release -DVESK_TESTS=OFF \
+	  $(addprefix -DCMAKE_CXX_COMPILER=,$(exe_compiler)) $(CONFIGURE)
+	+cmake --build build/exe --target vesk
+	cp build/exe/vesk "$(EXE)"
+endif
 
 build: dependencies
 	cmake --preset $(PRESET) $(CONFIGURE)
@@ -30,15 +46,15 @@ pgo: dependencies
 run: build
 	printf 'uci\nisready\nposition startpos\ngo movetime 2000\n' | build/$(PRESET)/vesk
 
-test: dependencies
-	cmake --preset $(PRESET) $(CONFIGURE)
+test: test_dependencies
+	cmake --preset $(PRESET) -DVESK_TESTS=ON $(CONFIGURE)
 	cmake --build --preset $(PRESET) -- -j$(JOBS)
 	ctest --preset $(PRESET) -j$(JOBS) -LE slow
 
 format:
 	tools/format.sh
 
-lint: dependencies
+lint:
 	tools/lint.sh
 
 clean:
@@ -46,3 +62,6 @@ clean:
 
 dependencies:
 	@tools/install_dependencies.sh
+
+test_dependencies:
+	@tools/install_dependencies.sh googletest

@@ -5,7 +5,7 @@ set -eu
 [ $# -eq 0 ] || more=$(cd "$1" && pwd)
 cd "$(dirname "$0")/.."
 build=build/coverage
-cmake -S . -B $build -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_COMPILER=clang++ \
+cmake -S . -B $build -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_COMPILER=clang++ -DVESK_ARCH=native -DVESK_TESTS=ON \
     -DCMAKE_CXX_FLAGS="-O1 -DNDEBUG -fprofile-instr-generate -fcoverage-mapping" >/dev/null
 cmake --build $build -- -j"$(nproc)" >/dev/null
 profiles=$PWD/$build/profiles

@@ -1,7 +1,7 @@
 #!/bin/sh
-# Makes sure that compiler, CMake and the test libraries are there: installs what is missing where it may (root on a Debian
-# system), else names the packages and ends with status 1. Arguments: further tools that are wanted, each named like its
-# package: clang, clang-format, clang-tidy.
+# Makes sure that compiler, make and CMake are there: installs what is missing where it may (root on a Debian system), else
+# names the packages and ends with status 1. Arguments: what else is wanted: googletest, for the tests; benchmark; tools, each
+# named like its package: clang, clang-format, clang-tidy.
 set -u
 
 have_header() {
@@ -12,11 +12,15 @@ missing=""
 command -v c++ >/dev/null 2>&1 || missing="$missing g++"
 command -v cmake >/dev/null 2>&1 || missing="$missing cmake"
 command -v make >/dev/null 2>&1 || missing="$missing make"
-have_header gtest/gtest.h || missing="$missing libgtest-dev"
-have_header gmock/gmock.h || missing="$missing libgmock-dev"
-have_header benchmark/benchmark.h || missing="$missing libbenchmark-dev"
-for tool in "$@"; do
-    command -v "$tool" >/dev/null 2>&1 || missing="$missing $tool"
+for wanted in "$@"; do
+    case $wanted in
+        googletest)
+            have_header gtest/gtest.h || missing="$missing libgtest-dev"
+            have_header gmock/gmock.h || missing="$missing libgmock-dev"
+            ;;
+        benchmark) have_header benchmark/benchmark.h || missing="$missing libbenchmark-dev" ;;
+        *) command -v "$wanted" >/dev/null 2>&1 || missing="$missing $wanted" ;;
+    esac
 done
 [ -z "$missing" ] && exit 0
 
