@@ -18,6 +18,7 @@
 #include "book/pgntext.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
+#include "platform/files.h"
 #include "platform/infile.h"
 #include "platform/textlines.h"
 #include "platform/words.h"
@@ -98,7 +99,7 @@ bool FailSystem(BookBuild* build, const char* what, const char* name) {
 // that does not open.
 [[nodiscard]] bool OpenSource(BookBuild* build, RecordSource* s, const char* name) {
     s->name = name;
-    s->file = std::fopen(name, "rb");
+    s->file = OpenToRead(name);
     if (s->file == nullptr) { return errno == ENOENT || FailSystem(build, "open", name); }
     s->bytes.resize(STREAM_RECORDS * BOOK_RECORD_SIZE);
     return true;
@@ -135,8 +136,8 @@ void CloseSource(RecordSource* s) {
 [[nodiscard]] bool OpenSink(BookBuild* build, RecordSink* sink) {
     // One of a build that was killed goes; a link is not written through.
     std::error_code error;
-    if (!std::filesystem::is_directory(OUTPUT_NAME, error)) { std::remove(OUTPUT_NAME); }
-    sink->file = std::fopen(OUTPUT_NAME, "wbx");
+    if (!std::filesystem::is_directory(OUTPUT_NAME, error)) { RemoveFile(OUTPUT_NAME); }
+    sink->file = OpenNewFile(OUTPUT_NAME);
     if (sink->file == nullptr) { return FailSystem(build, "write", OUTPUT_NAME); }
     std::setvbuf(sink->file, nullptr, _IONBF, 0);
     sink->bytes.resize(STREAM_RECORDS * BOOK_RECORD_SIZE);
@@ -166,11 +167,9 @@ void CloseSource(RecordSource* s) {
     }
     // The book is replaced in one step. A work file of a broken build is worth nothing, so that an
     // old one goes first: a file system may wait for the disk when one file replaces another.
-    if (written && std::strcmp(name, BOOK_NAME) != 0) { std::remove(name); }
-    if (written && std::rename(OUTPUT_NAME, name) != 0) {
-        written = FailSystem(build, "replace", name);
-    }
-    if (!written) { std::remove(OUTPUT_NAME); }
+    if (written && std::strcmp(name, BOOK_NAME) != 0) { RemoveFile(name); }
+    if (written && !RenameOver(OUTPUT_NAME, name)) { written = FailSystem(build, "replace", name); }
+    if (!written) { RemoveFile(OUTPUT_NAME); }
     return written;
 }
 
@@ -288,7 +287,7 @@ RecordSource TakeCredits(BookBuild* build) {
     const bool opened =
         OpenSource(build, &sources[0], MERGED_NAME) && OpenSource(build, &sources[1], SPILL_NAME);
     if (!MergeInto(build, sources, opened, MERGED_NAME)) { return false; }
-    std::remove(SPILL_NAME);
+    RemoveFile(SPILL_NAME);
     PrintDirect("\n");
     build->progress_line = false;
     return true;
@@ -309,7 +308,7 @@ bool IsKept(const BookRecord& record) { return 2 * record.stm_wins + record.draw
     }
     CloseSource(&a);
     if (!FinishSink(build, &sink, written, BOOK_NAME)) { return false; }
-    std::remove(LEFT_NAME);
+    RemoveFile(LEFT_NAME);
     PrintDirect("\n");
     build->progress_line = false;
     return true;
@@ -317,7 +316,7 @@ bool IsKept(const BookRecord& record) { return 2 * record.stm_wins + record.draw
 
 // Those of a build that was broken off are of no use: its games are still in the collection.
 void RemoveWorkFiles() {
-    for (const char* name : {SPILL_NAME, MERGED_NAME}) { std::remove(name); }
+    for (const char* name : {SPILL_NAME, MERGED_NAME}) { RemoveFile(name); }
 }
 
 // --- reading of the games ---

@@ -14,6 +14,7 @@
 #include "board/plydata.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
+#include "platform/files.h"
 #include "platform/infile.h"
 #include "search/picker.h"
 
@@ -102,7 +103,7 @@ void LoadBlock(int bucket) {
     const char* why;
     std::FILE* file = OpenBookFile(&why);
     if (file == nullptr) { return; }
-    if (std::fseek(file, static_cast<long>(first) * BOOK_RECORD_SIZE, SEEK_SET) == 0) {
+    if (SeekFile(file, static_cast<u64>(first) * BOOK_RECORD_SIZE)) {
         unsigned char bytes[BOOK_RECORD_SIZE];
         while (book->block_count < BOOK_BLOCK_RECORDS &&
                std::fread(bytes, BOOK_RECORD_SIZE, 1, file) == 1) {

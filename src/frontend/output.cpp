@@ -14,6 +14,7 @@
 #include <utility>
 
 #include "frontend/pblock.h"
+#include "platform/files.h"
 #include "platform/infile.h"
 #include "platform/input.h"
 #include "platform/lineedit.h"
@@ -93,12 +94,11 @@ FILE* NewLog() {
     std::error_code error;
     if (std::filesystem::exists(std::filesystem::symlink_status(LOG_FILE_NAME, error))) {
         if (!log_lock.TryLock(LOG_FILE_NAME)) { return nullptr; }
-        if (std::filesystem::is_directory(LOG_FILE_NAME, error) ||
-            !std::filesystem::remove(LOG_FILE_NAME, error)) {
+        if (std::filesystem::is_directory(LOG_FILE_NAME, error) || !RemoveFile(LOG_FILE_NAME)) {
             return nullptr;
         }
     }
-    FILE* file = std::fopen(LOG_FILE_NAME, "wx");
+    FILE* file = OpenNewFile(LOG_FILE_NAME);
     if (file != nullptr && !log_lock.TryLock(LOG_FILE_NAME)) {
         std::fclose(file);
         return nullptr;

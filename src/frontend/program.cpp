@@ -16,6 +16,8 @@
 #include "frontend/parameteroptions.h"
 #include "frontend/pblock.h"
 #include "frontend/startup.h"
+#include "platform/arguments.h"
+#include "platform/files.h"
 #include "platform/input.h"
 #include "platform/interrupt.h"
 #include "platform/outstream.h"
@@ -28,7 +30,7 @@ constexpr double TOOL_NOISE_SECONDS = 1000.0;  // no search of a tool runs as lo
 
 // Tells the user on standard error, so that standard output stays what the tool itself writes.
 bool Readable(const std::string& path) {
-    std::FILE* file = std::fopen(path.c_str(), "rb");
+    std::FILE* file = OpenToRead(path.c_str());
     if (file == nullptr) {
         ShowError("cannot read %s\n", path.c_str());
         PBlock.tool.failed = true;
@@ -83,6 +85,7 @@ void RunChosenMode(const StartOptions& options) {
 int RunProgram(int argc, char** argv) {
     SecureStandardStreams();
     CatchInterrupt();
+    argv = ProgramArguments(&argc, argv);
     StartOptions options;
     if (const int status = StartUp(argc, argv, &options)) { return status; }
     if (options.mode != RunMode::Nothing) {

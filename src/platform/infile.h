@@ -2,6 +2,7 @@
 // other's way. A port supplies both; a lock ends with the process that holds it, however it ends.
 #pragma once
 
+#include <cstdint>
 #include <cstdio>
 
 // Opens a file for reading when it is a regular one: a pipe would stop the start-up and an endless
@@ -23,5 +24,6 @@ public:
     void Release();
 
 private:
-    int handle_ = -1;
+    static constexpr std::intptr_t NO_HANDLE = -1;
+    std::intptr_t handle_ = NO_HANDLE;  // the system's
 };

@@ -44,6 +44,6 @@ bool PathLock::TryLock(const char* path) {
 }
 
 void PathLock::Release() {
-    if (handle_ >= 0) { close(handle_); }
-    handle_ = -1;
+    if (handle_ != NO_HANDLE) { close(static_cast<int>(handle_)); }
+    handle_ = NO_HANDLE;
 }

@@ -1,10 +1,12 @@
 // Output files of the tools. An output is written under a name of its own, made exclusively in the
 // folder of its target, and takes the target's place in one step when every byte has been written:
 // until then the old file is whole, whatever goes wrong, and an input of the same name can still be
-// read. A symbolic link is replaced, never written through. A port supplies exclusive creation and
-// the replacement of a file by another. Each file belongs to one thread.
+// read. A symbolic link is replaced, never written through. A port supplies Begin, TakePlace, Flush
+// and Close: exclusive creation, and the replacement of a file by another. Each file belongs to one
+// thread.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -26,7 +28,7 @@ public:
     [[nodiscard]] bool GrowInPlace();
     // Begins an output that takes the target's place at once, empty.
     [[nodiscard]] bool CreateGrowing(const std::string& target);
-    bool IsOpen() const { return handle_ >= 0; }
+    bool IsOpen() const { return handle_ != NO_HANDLE; }
 
     // Takes bytes up; they may wait in memory until Flush or Commit. After a failure nothing is
     // written any more. Require an open file.
@@ -45,11 +47,14 @@ public:
     const std::string& Fault() const { return fault_; }
 
 private:
+    static constexpr std::intptr_t NO_HANDLE = -1;
+
     bool Begin(const std::string& target);
     bool TakePlace();
+    bool Close();
     bool Fail(const char* why);
 
-    int handle_ = -1;
+    std::intptr_t handle_ = NO_HANDLE;  // the system's
     std::string target_;
     std::string name_;  // what the file is called now; the target's once it has its place
     std::string waiting_;

@@ -2,10 +2,10 @@
 #include "platform/textlines.h"
 
 #include <cassert>
-#include <climits>
 #include <cstdlib>
 #include <cstring>
 
+#include "platform/files.h"
 #include "platform/interrupt.h"
 
 namespace {
@@ -26,9 +26,7 @@ void Refill(LineReader* reader) {
 
 }  // namespace
 
-bool OpenLines(LineReader* reader, const char* path) {
-    return OpenLines(reader, std::fopen(path, "rb"));
-}
+bool OpenLines(LineReader* reader, const char* path) { return OpenLines(reader, OpenToRead(path)); }
 
 bool OpenLines(LineReader* reader, std::FILE* file) {
     *reader = {};
@@ -92,9 +90,7 @@ bool ReadLine(LineReader* reader, TextLine* line) {
 
 bool SeekLine(LineReader* reader, u64 offset) {
     assert(reader->file != nullptr);
-    if (offset > LONG_MAX || std::fseek(reader->file, static_cast<long>(offset), SEEK_SET) != 0) {
-        return false;
-    }
+    if (!SeekFile(reader->file, offset)) { return false; }
     reader->begin = reader->end = 0;
     reader->offset = offset;
     reader->at_end = reader->continued = false;
