@@ -19,5 +19,6 @@ void ClearLargeBlock(void* block, std::size_t bytes);
 // The system grants more than that and kills the program when it touches it.
 u64 MemoryLimit();
 // The smallest limit of the control groups of both versions that `membership` (/proc/self/cgroup)
-// names, whose tree is mounted at `root`; the greatest number when none is set.
+// names, whose tree is mounted at `root`; the greatest number when none is set. Only systems with
+// control groups have it.
 u64 ControlGroupLimit(const std::string& membership, const std::string& root);

@@ -11,6 +11,7 @@
 #include "frontend/pblock.h"
 #include "platform/clock.h"
 #include "platform/sleep.h"
+#include "platform/wakeup.h"
 #include "search/search.h"
 
 namespace {
@@ -23,12 +24,12 @@ constexpr std::chrono::milliseconds HEAD_START_LOOK{1};
 Relaxed<double> search_start = 0.0;  // monotonic seconds; written by StartSearch
 
 // How far a new thread has come.
-enum class Birth : u8 { Starting, Ready, NoRecord };
+enum Birth : u8 { STARTING, READY, NO_RECORD };
 
 // The thread of a slot. `thread` belongs to the front end; `birth` is written by the thread, once.
 struct PoolThread {
     std::thread thread;
-    std::atomic<Birth> birth = Birth::Starting;
+    std::atomic<u8> birth = STARTING;
 
     // A program that ends without KillThreadPool leaves its threads to the system.
     ~PoolThread() {
@@ -46,12 +47,12 @@ void SendCommand(int slot, u8 command) {
     ThreadBlock* tb = ThreadData[slot];
     if (tb == nullptr) { return; }
     tb->command.store(command, std::memory_order_release);
-    tb->command.notify_one();
+    WakeForChange(tb->command);
 }
 
 void SetBirth(int slot, Birth birth) {
     pool[slot].birth.store(birth, std::memory_order_release);
-    pool[slot].birth.notify_one();
+    WakeForChange(pool[slot].birth);
 }
 
 // Lets the main search thread go first. False when the search has ended meanwhile and the front end
@@ -73,10 +74,10 @@ bool BeginAfterHeadStart(ThreadBlock* tb) {
 void SearchThreadFunc(int slot) {
     ThreadBlock* tb = NewThreadBlock(slot);
     if (tb == nullptr) {
-        SetBirth(slot, Birth::NoRecord);
+        SetBirth(slot, NO_RECORD);
         return;
     }
-    SetBirth(slot, Birth::Ready);
+    SetBirth(slot, READY);
     for (;;) {
         const u8 command = tb->command.load(std::memory_order_acquire);
         if (command == COMMAND_QUIT) { break; }
@@ -90,7 +91,7 @@ void SearchThreadFunc(int slot) {
             tb->command.store(COMMAND_IDLE, std::memory_order_release);
             RaiseAlert();
         } else {
-            tb->command.wait(command, std::memory_order_acquire);
+            WaitForChange(tb->command, command);
         }
     }
     tb->command.store(COMMAND_IDLE, std::memory_order_release);
@@ -135,13 +136,13 @@ void CopyPosition(ThreadBlock* to, const ThreadBlock* from) {
 int CreateThreadPool(int n) {
     assert(n >= 1 && n <= MAX_THREADS);
     for (int slot = 1; slot <= n; ++slot) {
-        pool[slot].birth.store(Birth::Starting, std::memory_order_relaxed);
+        pool[slot].birth.store(STARTING, std::memory_order_relaxed);
         const int error = StartThread(&pool[slot].thread, SearchThreadFunc, slot);
         if (error != 0) { return error; }
     }
     for (int slot = 1; slot <= n; ++slot) {
-        pool[slot].birth.wait(Birth::Starting, std::memory_order_acquire);
-        if (pool[slot].birth.load(std::memory_order_acquire) == Birth::NoRecord) {
+        WaitForChange(pool[slot].birth, STARTING);
+        if (pool[slot].birth.load(std::memory_order_acquire) == NO_RECORD) {
             return NO_THREAD_RECORD;
         }
     }
