@@ -95,10 +95,18 @@ bool WriteAll(HANDLE stream, Text text, WriteOnce write_once) {
     return true;
 }
 
-bool WriteTo(DWORD which, std::string_view bytes) {
-    const HANDLE stream = GetStdHandle(which);
+bool IsConsole(DWORD which) {
     DWORD mode = 0;
-    if (!GetConsoleMode(stream, &mode)) { return WriteAll(stream, bytes, WriteBytes); }
+    return GetConsoleMode(GetStdHandle(which), &mode) != 0;
+}
+
+bool WriteTo(DWORD which, std::string_view bytes) {
+    static const bool output_is_console = IsConsole(STD_OUTPUT_HANDLE);
+    static const bool error_is_console = IsConsole(STD_ERROR_HANDLE);
+    const HANDLE stream = GetStdHandle(which);
+    if (!(which == STD_OUTPUT_HANDLE ? output_is_console : error_is_console)) {
+        return WriteAll(stream, bytes, WriteBytes);
+    }
     const std::wstring text = WideText(bytes);
     return WriteAll(stream, std::wstring_view(text), WriteCharacters);
 }
@@ -110,15 +118,11 @@ struct PipeInformation {
     ULONG state, end;
 };
 
-bool ReaderIsGone(HANDLE pipe) {
+// Asks a pipe for its state; false where that cannot be asked.
+bool AskPipe(HANDLE pipe, PipeInformation* about) {
     constexpr auto pipe_local_information = static_cast<FILE_INFORMATION_CLASS>(24);
-    constexpr ULONG pipe_is_connected = 3;
-    PipeInformation about = {};
     IO_STATUS_BLOCK status = {};
-    // What cannot be asked is taken to be read.
-    return NtQueryInformationFile(pipe, &status, &about, sizeof about, pipe_local_information) >=
-               0 &&
-           about.state != pipe_is_connected;
+    return NtQueryInformationFile(pipe, &status, about, sizeof *about, pipe_local_information) >= 0;
 }
 
 }  // namespace
@@ -134,8 +138,11 @@ bool WriteStream(OutStream stream, std::string_view bytes) {
 bool OutputIsBroken() { return output_is_broken.load(std::memory_order_relaxed); }
 
 void LookAtOutput() {
-    static const bool is_pipe = GetFileType(GetStdHandle(STD_OUTPUT_HANDLE)) == FILE_TYPE_PIPE;
-    if (is_pipe && ReaderIsGone(GetStdHandle(STD_OUTPUT_HANDLE))) {
+    constexpr ULONG connected = 3;
+    const HANDLE pipe = GetStdHandle(STD_OUTPUT_HANDLE);
+    PipeInformation about = {};
+    static const bool can_be_asked = AskPipe(pipe, &about);
+    if (can_be_asked && AskPipe(pipe, &about) && about.state != connected) {
         output_is_broken.store(true, std::memory_order_relaxed);
     }
 }

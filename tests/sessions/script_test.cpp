@@ -7,12 +7,15 @@
 //   ==== hide           the lines that follow are regular expressions: from here on what they find
 //                       is replaced by # (but for a group in it, which comes before the #), and a
 //                       line of which nothing else is left is dropped
+//   ==== native WHY     a program under a runner (VESK_RUNNER) cannot do what follows: there the
+//   rest
+//                       of the script is not played
 //   ==== limit WORDS    the next engine starts under this "ulimit" of the shell
 //   ==== run ARGUMENTS  starts the engine; the lines that follow are typed, then its input ends.
 //                       Lines that begin with < are not typed but do something:
 //                         << TEXT      waits until an output line starts with the text
 //                         <silence     nothing may be printed for a moment
-//                         <interrupt   sends the signal of control-C
+//                         <interrupt   sends the signal of control-C, and gives it a moment
 //                         <unread      nobody reads the output any more
 //                         <data NAME   types all bytes of a file of tests/data
 //                         <* N TEXT    types the text so many times, without a line end
@@ -27,6 +30,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
@@ -36,6 +40,7 @@
 #include <regex>
 #include <sstream>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -45,6 +50,8 @@
 namespace {
 
 const std::string MARK = "==== ";
+// Under a runner the request comes by another thread than the end of input that follows it.
+constexpr std::chrono::milliseconds INTERRUPT_MOMENT{500};
 
 struct Section {
     std::string text;                // all of it, with its head line
@@ -80,7 +87,11 @@ void Type(const std::string& lines, Session* vesk) {
     const std::map<std::string, std::function<void(const std::string&)>> actions = {
         {"<<", [vesk](const std::string& text) { vesk->Expect(text); }},
         {"<silence", [vesk](const auto&) { EXPECT_TRUE(vesk->IsSilentFor(0.2)); }},
-        {"<interrupt", [vesk](const auto&) { vesk->Signal(SIGINT); }},
+        {"<interrupt",
+         [vesk](const auto&) {
+             vesk->Signal(SIGINT);
+             std::this_thread::sleep_for(INTERRUPT_MOMENT);
+         }},
         {"<unread", [vesk](const auto&) { vesk->CloseOutput(); }},
     };
     std::string typed;
@@ -111,6 +122,11 @@ public:
         std::string played;
         for (const Section& s : SectionsOf(script)) {
             const std::string kind = s.words.empty() ? "comment" : s.words[0];
+            rest_is_native_ = rest_is_native_ || (kind == "native" && UnderRunner());
+            if (rest_is_native_) {
+                played += s.text;
+                continue;
+            }
             if (kind == "output" || kind == "errors" || kind == "status") { continue; }
             if (kind == "left" || kind == "missing") {
                 played += StateOf(s.words.at(1));
@@ -133,7 +149,7 @@ public:
                 for (const std::string& line : SplitLines(s.body)) { hidden_.emplace_back(line); }
             } else if (kind == "limit") {
                 limit_ = "ulimit " + s.words.at(1) + " " + s.words.at(2) + "; ";
-            } else if (kind != "comment") {
+            } else if (kind != "comment" && kind != "native") {
                 ADD_FAILURE() << "unknown section: " << s.text;
             }
         }
@@ -141,6 +157,8 @@ public:
     }
 
 private:
+    static bool UnderRunner() { return std::getenv("VESK_RUNNER") != nullptr; }
+
     std::string Shown(const std::string& text) const {
         std::string shown;
         for (std::string line : SplitLines(text)) {
@@ -156,8 +174,9 @@ private:
     }
 
     std::string AnswersTo(const Section& run) {
-        std::vector<std::string> arguments(run.words.begin() + 1, run.words.end());
-        arguments.insert(arguments.begin(), {"-c", limit_ + R"(exec "$0" "$@")", EnginePath()});
+        std::vector<std::string> arguments{"-c", limit_ + R"(exec "$0" "$@")"};
+        for (const std::string& word : EngineCommand()) { arguments.push_back(word); }
+        arguments.insert(arguments.end(), run.words.begin() + 1, run.words.end());
         Session vesk(arguments, "/bin/sh");
         limit_.clear();
         Type(run.body, &vesk);
@@ -170,6 +189,7 @@ private:
 
     std::vector<std::regex> hidden_{std::begin(ALWAYS_HIDDEN), std::end(ALWAYS_HIDDEN)};
     std::string limit_;  // a command of the shell
+    bool rest_is_native_ = false;
 };
 
 std::vector<std::string> ScriptNames() {

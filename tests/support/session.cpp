@@ -38,13 +38,19 @@ int Start(const std::vector<std::string>& words, int in, int out, int err) {
     dup2(out, STDOUT_FILENO);
     dup2(err, STDERR_FILENO);
     std::signal(SIGPIPE, SIG_DFL);  // as under a GUI
-    execv(argv[0], argv.data());
+    execvp(argv[0], argv.data());
     _exit(127);
 }
 
 }  // namespace
 
-std::string EnginePath() { return VESK_BINARY; }
+std::vector<std::string> EngineCommand() {
+    std::vector<std::string> words;
+    if (const char* runner = std::getenv("VESK_RUNNER")) { words.emplace_back(runner); }
+    const char* program = std::getenv("VESK_PROGRAM");
+    words.emplace_back(program != nullptr ? program : VESK_BINARY);
+    return words;
+}
 
 Session::Session(const std::vector<std::string>& arguments, const std::string& binary,
                  int output_flags) {
@@ -59,7 +65,7 @@ Session::Session(const std::vector<std::string>& arguments, const std::string& b
     output_ = out[0];
     fcntl(input_, F_SETFL, O_NONBLOCK);
     fcntl(out[1], F_SETFL, output_flags);
-    std::vector<std::string> words{binary.empty() ? EnginePath() : binary};
+    std::vector<std::string> words = binary.empty() ? EngineCommand() : std::vector{binary};
     words.insert(words.end(), arguments.begin(), arguments.end());
     pid_ = Start(words, in[0], out[1], fileno(errors_));
     if (pid_ < 0) { ADD_FAILURE() << "cannot start " << words[0]; }

@@ -76,5 +76,6 @@ RunResult RunVesk(const std::vector<std::string>& arguments, const std::string& 
 // The lines of a text, without line feeds.
 std::vector<std::string> SplitLines(const std::string& text);
 
-// Path of the built engine.
-std::string EnginePath();
+// What starts the engine: the built one, or the program that VESK_PROGRAM in the environment names;
+// before it the one of VESK_RUNNER, which runs programs of another system or processor.
+std::vector<std::string> EngineCommand();
