@@ -1,7 +1,7 @@
 #!/bin/sh
 # Makes sure that compiler, make and CMake are there: installs what is missing where it may (root on a Debian system), else
 # names the packages and ends with status 1. Arguments: what else is wanted: googletest, for the tests; benchmark; tools, each
-# named like its package: clang, clang-format, clang-tidy.
+# named like its package: clang, clang-format, clang-tidy; windows stands for what builds and tests the program for Windows.
 set -u
 
 have_header() {
@@ -19,6 +19,11 @@ for wanted in "$@"; do
             have_header gmock/gmock.h || missing="$missing libgmock-dev"
             ;;
         benchmark) have_header benchmark/benchmark.h || missing="$missing libbenchmark-dev" ;;
+        windows)
+            command -v x86_64-w64-mingw32-g++-posix >/dev/null 2>&1 || missing="$missing g++-mingw-w64-x86-64-posix"
+            [ -x /usr/lib/wine/wine64 ] || command -v wine64 >/dev/null 2>&1 || missing="$missing wine64"
+            ;;
+        pgn-extract) [ -x /usr/games/pgn-extract ] || missing="$missing pgn-extract" ;;
         *) command -v "$wanted" >/dev/null 2>&1 || missing="$missing $wanted" ;;
     esac
 done

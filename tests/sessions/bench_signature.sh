@@ -1,6 +1,7 @@
 #!/bin/bash
 # Compares the benchmark's node total with the newest "Bench:" line of the history, which every change of the search must
-# carry. Usage: bench_signature.sh ENGINE SOURCE_FOLDER. Exit status 77 = no history to compare with.
+# carry. Usage: bench_signature.sh ENGINE SOURCE_FOLDER. Exit status 77 = no history to compare with. VESK_RUNNER in the
+# environment runs an engine of another system.
 set -u
 engine=$1
 source_folder=$2
@@ -12,6 +13,6 @@ fi
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 cd "$folder" || exit 1
-total=$("$engine" -nolog -bench </dev/null | grep -oE 'nodes= [0-9]+' | cut -d' ' -f2)
+total=$(${VESK_RUNNER:-} "$engine" -nolog -bench </dev/null | grep -oE 'nodes= [0-9]+' | cut -d' ' -f2)
 echo "expected $expected, got $total"
 [[ $total == "$expected" ]]
