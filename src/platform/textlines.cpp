@@ -42,7 +42,8 @@ bool OpenLines(LineReader* reader, std::FILE* file) {
     Refill(reader);
     if (reader->end >= MARK_LENGTH &&
         std::memcmp(reader->buffer, BYTE_ORDER_MARK, MARK_LENGTH) == 0) {
-        reader->begin = reader->offset = MARK_LENGTH;
+        reader->begin = MARK_LENGTH;
+        reader->offset = MARK_LENGTH;
     }
     return true;
 }

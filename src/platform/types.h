@@ -2,7 +2,12 @@
 // are plain int.
 #pragma once
 
+#include <cfloat>
 #include <cstdint>
+
+// Scores would depend on the processor: where intermediate results have more digits than a double,
+// others are cut to whole numbers. On 32-bit x86 the options are -msse2 -mfpmath=sse.
+static_assert(FLT_EVAL_METHOD == 0, "arithmetic must be as exact as its types, no more");
 
 using u8 = std::uint8_t;
 using u16 = std::uint16_t;

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <bit>
 #include <cassert>
+#include <utility>
 
 #include "board/bitboards.h"
 #include "board/moves.h"
@@ -114,7 +115,9 @@ int InitTTable() {
     }
     FreeTTable();
     const u64 entries = PBlock.options.hash_mb * SLOTS_PER_MEGABYTE;
-    t.bytes = ((entries & ~(ALIGNED_SLOTS - 1)) + SPARE_SLOTS) * sizeof(TTSlot);
+    const u64 bytes = ((entries & ~(ALIGNED_SLOTS - 1)) + SPARE_SLOTS) * sizeof(TTSlot);
+    if (!std::in_range<std::size_t>(bytes)) { return -1; }
+    t.bytes = static_cast<std::size_t>(bytes);
     t.slots = static_cast<TTSlot*>(AllocateLargeBlock(t.bytes));
     if (t.slots == nullptr) { return -1; }
     t.entries = entries;

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <atomic>
+#include <cstddef>
 
 #include "eval/threadblock.h"
 
@@ -54,7 +55,7 @@ struct TranspositionTable {
     u64 mask = ~u64{0};
     TTSlot* white = nullptr;
     TTSlot* black = nullptr;
-    u64 bytes = 0;            // size of the memory
+    std::size_t bytes = 0;    // size of the memory
     bool keys_exist = false;  // the Zobrist keys have been generated
     // Stores into empty slots since the last clear, by thread.
     struct alignas(64) Count {
