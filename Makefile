@@ -2,8 +2,12 @@
 PRESET ?= release
 CONFIGURE ?=
 JOBS ?= 2
+# Where "make install" takes the program from, and where it puts it; DESTDIR before that, for packages, as usual.
+BUILD ?= build/$(PRESET)
+PREFIX ?= /usr/local
+export DESTDIR
 
-.PHONY: exe build tools pgo run test format lint clean dependencies test_dependencies
+.PHONY: exe build tools pgo run test install uninstall format lint clean dependencies test_dependencies
 
 # "make EXE=path", as programs that test engines call it: the engine, at that path. Installs nothing, and takes the compiler
 # from CXX, or from CC by its C name, and the number of jobs from -j.
@@ -50,6 +54,16 @@ test: test_dependencies
 	cmake --preset $(PRESET) -DVESK_TESTS=ON $(CONFIGURE)
 	cmake --build --preset $(PRESET) -- -j$(JOBS)
 	ctest --preset $(PRESET) -j$(JOBS) -LE slow
+
+# Builds only if that was not done yet, so that root need not build.
+install: | $(BUILD)/vesk
+	cmake --install $(BUILD) --prefix "$(PREFIX)"
+
+$(BUILD)/vesk:
+	$(MAKE) build
+
+uninstall:
+	cmake -DBUILD=$(BUILD) -DPREFIX="$(PREFIX)" -P cmake/uninstall.cmake
 
 format:
 	tools/format.sh
