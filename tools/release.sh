@@ -22,7 +22,7 @@ git checkout --quiet --detach "$commit"
 
 # build PRESET: builds a preset and packs it.
 build() {
-    cmake --preset "$1" && cmake --build --preset "$1" -- -j"${JOBS:-2}" && (cd "build/$1" && cpack)
+    cmake --preset "$1" -DVESK_TESTS=OFF && cmake --build --preset "$1" -- -j"${JOBS:-2}" && (cd "build/$1" && cpack)
 }
 
 # pack PRESET PATTERN: builds a preset and puts its package, a file of this pattern, into the folder.
@@ -46,6 +46,8 @@ if ! command -v x86_64-w64-mingw32-g++-posix >/dev/null 2>&1; then
     echo "== windows: left out, the cross compiler is not installed (Debian: g++-mingw-w64-x86-64-posix)"
 elif ! grep -q '"windows"' CMakePresets.json; then
     echo "== windows: left out, this version has no preset for it"
+elif ! command -v zip >/dev/null 2>&1; then
+    echo "== windows: left out, zip is not installed"
 else
     pack windows 'vesk-*.zip'
 fi
