@@ -16,6 +16,7 @@
 
 namespace {
 
+constexpr int WHOLE_PERCENT = 100;
 constexpr double DEPTH_OPTION_SECONDS = 10000.0;  // time of a move that "-d" limits by depth
 
 void Wish(StartOptions* start, RunMode mode) { start->mode = std::min(start->mode, mode); }
@@ -61,7 +62,7 @@ void SetHash(StartOptions* start, const char* value, int) {
 
 void SetThreads(StartOptions* start, const char* value, int) {
     PBlock.options.threads = static_cast<u8>(WholeNumber(value, 1, MAX_THREADS));
-    start->self_play.at_once = PBlock.options.threads;
+    start->self_play.at_once = start->tune_all.threads = PBlock.options.threads;
 }
 
 // Settings of self-play.
@@ -141,6 +142,22 @@ void WishMatch(StartOptions* start, const char* value, int) {
 void WishTuning(StartOptions* start, const char* value, int) {
     PBlock.tool.tune_word = value;
     Wish(start, RunMode::Tune);
+}
+
+void WishExtraction(StartOptions* start, const char* value, int) {
+    start->extract_file = value;
+    Wish(start, RunMode::Extract);
+}
+
+void WishTuningTogether(StartOptions* start, const char* value, int) {
+    start->tune_all.positions = value;
+    Wish(start, RunMode::TuneAll);
+}
+
+void SetOutFile(StartOptions* start, const char* value, int) { start->out_file = value; }
+
+void SetBlend(StartOptions* start, const char* value, int) {
+    start->tune_all.blend = WholeNumber(value, 0, WHOLE_PERCENT);
 }
 
 void WishBenchmark(StartOptions* start, const char*, int positions) {
@@ -225,6 +242,10 @@ constexpr CommandLineOption command_line_options[] = {
     {"-seed", "N", "self-play: what the lots depend on", OptionValue::Number, SetSeed},
     {"-decided", "CENTIPAWNS", "self-play: end a game at a score that both see for three moves", OptionValue::Number, SetDecidedScore},
     {"-sprt", "ELO0 ELO1", "self-play: end when one of these differences is proven against the other", OptionValue::TwoNumbers, SetTest},
+    {"-extract", "FILE", "quiet labelled positions from the games of a PGN file", OptionValue::File, WishExtraction},
+    {"-tune-all", "FILE", "tune all evaluation weights together against labelled positions", OptionValue::File, WishTuningTogether},
+    {"-out", "FILE", "where the two put their result: positions.epd, tuned.rc by default", OptionValue::Path, SetOutFile},
+    {"-blend", "PERCENT", "tuning together: share of the search scores, 25 by default", OptionValue::Number, SetBlend},
     {"-rc", "FILE", "parameters from this file instead of vesk.rc", OptionValue::Path, ChooseParameters, 0, OptionTime::First},
     {"-params", "", "UCI: every weight is an option, for tuners", OptionValue::None, AnnounceWeights},
     {"-params-list", "", "list the weights in the form that tuners take", OptionValue::None, WishParameterList},

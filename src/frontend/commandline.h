@@ -7,6 +7,7 @@
 
 #include "arena/selfplay.h"
 #include "frontend/pblock.h"
+#include "tune/tuneall.h"
 
 // Which mode main runs: of those that the command line asks for the first in this order. Nothing:
 // it asked for something that cannot be run, and has been told so.
@@ -19,6 +20,8 @@ enum class RunMode {
     Tune,
     SelfPlay,
     ParameterList,
+    Extract,
+    TuneAll,
     Nothing,
     CommandLoop
 };
@@ -33,6 +36,9 @@ struct StartOptions {
     int scan_mode = 0;            // 1..4; 0 without a scan
     std::string scan_file;        // the file to scan
     SelfPlaySettings self_play;
+    std::string extract_file;  // games to extract positions from
+    TuneAllOptions tune_all;
+    std::string out_file;  // where the two put their result; empty: where they do by default
     std::optional<std::string> parameter_file;  // in place of the usual one; empty: none
     FirstWish first = FirstWish::None;
     std::optional<std::string> folder;  // to change to; empty: the option came without one

@@ -6,6 +6,7 @@
 
 #include "arena/selfplay.h"
 #include "book/book.h"
+#include "book/extract.h"
 #include "frontend/benchmark.h"
 #include "frontend/commandloop.h"
 #include "frontend/console.h"
@@ -23,6 +24,7 @@
 #include "platform/outstream.h"
 #include "search/threads.h"
 #include "tune/tune.h"
+#include "tune/tuneall.h"
 
 namespace {
 
@@ -38,6 +40,13 @@ bool Readable(const std::string& path) {
     }
     std::fclose(file);
     return true;
+}
+
+void TuneTogether(const StartOptions& options) {
+    TuneAllOptions tuning = options.tune_all;
+    if (!options.out_file.empty()) { tuning.target = options.out_file; }
+    tuning.look = UserInput;
+    TuneAllWeightsTogether(tuning);
 }
 
 void RunChosenMode(const StartOptions& options) {
@@ -70,6 +79,13 @@ void RunChosenMode(const StartOptions& options) {
         case RunMode::Tune:
             PBlock.options.noise = TOOL_NOISE_SECONDS;
             RunTuneSchedule(UserInput);
+            break;
+        case RunMode::Extract:
+            ExtractPositions(options.extract_file,
+                             options.out_file.empty() ? POSITIONS_FILE : options.out_file);
+            break;
+        case RunMode::TuneAll:
+            TuneTogether(options);
             break;
         case RunMode::CommandLoop:
             StartConsole();
