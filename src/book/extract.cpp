@@ -84,7 +84,8 @@ void WritePosition(Extraction* x, const PgnMove& move, double white_points) {
     x->out.Write({fields, end});
     if (move.score) { x->out.Print(" ce %d;", *move.score); }
     const bool white = game_position->side == WHITE;
-    x->out.Print(" tune %.1f;\n", white ? white_points : 1.0 - white_points);
+    x->out.Print(" tune %.1f; id \"%llu\";\n", white ? white_points : 1.0 - white_points,
+                 static_cast<unsigned long long>(x->games));
     ++x->written;
 }
 

@@ -8,7 +8,7 @@
 namespace {
 
 // A number is believed to be right within so much, and never leaves its centre by more than that.
-constexpr double LEAST_SPREAD = 10.0;
+constexpr double LEAST_SPREAD = 6.0;
 constexpr double SPREAD_SHARE = 0.2;  // of the centre's size
 constexpr int LEAST_REACH = 80;       // or the centre's own size
 

@@ -28,9 +28,6 @@ constexpr double LEAST_DAMPING = 1e-3;
 constexpr double DAMPING_FACTOR = 4.0;  // less after a good step, more after a bad one
 constexpr int MAX_TRIALS = 8;           // steps of a round
 
-// The positions of a game share one result: so many of them tell as much as one would alone.
-constexpr double POSITIONS_PER_RESULT = 10.0;
-
 // Where the steepness of the expected result is looked for.
 constexpr double LEAST_STEEPNESS = 0.1;
 constexpr double LARGEST_STEEPNESS = 4.0;
@@ -364,7 +361,7 @@ void JointTuning::Run() {
     ShowMessageF("K= %.6f, blend= %d%%", steepness_, options_.blend);
     centre_loss_ = Loss(&training_);
     centre_held_out_ = Loss(&held_out_);
-    pull_ = centre_loss_ * POSITIONS_PER_RESULT / static_cast<double>(set_.training.size());
+    pull_ = centre_loss_ / set_.results;
     if (!TakeUp()) {
         PBlock.tool.failed = true;
         return;

@@ -1,7 +1,9 @@
 #include "tune/tuningset.h"
 
 #include <cstdlib>
+#include <string_view>
 #include <tuple>
+#include <unordered_set>
 
 #include "board/bitboards.h"
 #include "board/epdline.h"
@@ -14,7 +16,10 @@ namespace {
 constexpr u64 HELD_OUT_SHARE = 10;  // one of so many
 constexpr int KEY_SHIFT = 32;       // the upper half of the key decides
 
+constexpr double POSITIONS_OF_A_GAME = 40.0;  // where the lines do not say
+
 constexpr std::string_view SCORE_WORD = " ce ";
+constexpr std::string_view GAME_WORD = " id ";
 
 std::optional<int> ScoreOfLine(const std::string& line) {
     const std::size_t at = line.find(SCORE_WORD);
@@ -22,15 +27,55 @@ std::optional<int> ScoreOfLine(const std::string& line) {
     return static_cast<int>(std::strtol(line.c_str() + at + SCORE_WORD.size(), nullptr, 10));
 }
 
-void AddPosition(const EpdRecord& record, Position* scratch, TuningSet* set) {
-    SetPosition(scratch, record.position.c_str());
-    if (WhyUnplayable(scratch) != nullptr || InCheck(scratch, scratch->side)) {
-        ++set->left_out;
+// A number made of the name of the position's game (FNV-1a, then mixed so that short names spread
+// too), which is the same on every machine; nothing when the line has none.
+std::optional<u64> GameOfLine(const std::string& line) {
+    constexpr u64 basis = 14695981039346656037u, prime = 1099511628211u;
+    constexpr u64 mixer = 0xFF51AFD7ED558CCDu;
+    const std::size_t at = line.find(GAME_WORD);
+    if (at == std::string::npos) { return std::nullopt; }
+    u64 hash = basis;
+    for (std::size_t i = at + GAME_WORD.size(); i < line.size() && line[i] != ';'; ++i) {
+        hash = (hash ^ static_cast<unsigned char>(line[i])) * prime;
+    }
+    hash = (hash ^ hash >> KEY_SHIFT) * mixer;
+    return hash ^ hash >> KEY_SHIFT;
+}
+
+// Reads the lines of one file into a set.
+class Loader {
+public:
+    Loader(Position* scratch, TuningSet* set) : scratch_(scratch), set_(set) {}
+    void Add(const EpdRecord& record);
+    void CountResults() const;
+
+private:
+    Position* scratch_;
+    TuningSet* set_;
+    std::unordered_set<u64> games_;  // of training positions
+    double nameless_ = 0;            // training positions without a game's name
+};
+
+void Loader::Add(const EpdRecord& record) {
+    SetPosition(scratch_, record.position.c_str());
+    if (WhyUnplayable(scratch_) != nullptr || InCheck(scratch_, scratch_->side)) {
+        ++set_->left_out;
         return;
     }
-    const bool held_out = (SearchKey(scratch) >> KEY_SHIFT) % HELD_OUT_SHARE == 0;
-    (held_out ? set->held_out : set->training)
-        .push_back({*scratch, record.result, ScoreOfLine(record.position)});
+    const std::optional<u64> game = GameOfLine(record.position);
+    const bool held_out = (game.value_or(SearchKey(scratch_)) >> KEY_SHIFT) % HELD_OUT_SHARE == 0;
+    (held_out ? set_->held_out : set_->training)
+        .push_back({*scratch_, record.result, ScoreOfLine(record.position)});
+    if (held_out) { return; }
+    if (game) {
+        games_.insert(*game);
+    } else {
+        ++nameless_;
+    }
+}
+
+void Loader::CountResults() const {
+    set_->results = static_cast<double>(games_.size()) + nameless_ / POSITIONS_OF_A_GAME;
 }
 
 }  // namespace
@@ -40,7 +85,9 @@ bool LoadTuningSet(const std::string& path, Position* scratch, TuningSet* set) {
     if (!OpenLines(&reader, path.c_str())) { return false; }
     std::string line;
     EpdRecord record;
-    while (NextEpdRecord(&reader, &line, &record)) { AddPosition(record, scratch, set); }
+    Loader loader(scratch, set);
+    while (NextEpdRecord(&reader, &line, &record)) { loader.Add(record); }
+    loader.CountResults();
     const bool complete = !ReadingFailed(reader) && !reader.broken_off;
     CloseLines(&reader);
     return complete;
