@@ -1,4 +1,4 @@
-// Labelled positions: which positions of which games, their scores and results.
+// Labelled positions: which positions of which games, their scores, results and games.
 #include "book/extract.h"
 
 #include <fstream>
@@ -60,19 +60,21 @@ constexpr const char* GAMES = R"([Event "one"]
 
 // Of the first game: after Re1 up to h3; the bishop that stands to be taken is not quiet.
 constexpr const char* POSITIONS =
-    "r1bqk2r/1pppbppp/p1n2n2/4p3/B3P3/5N2/PPPP1PPP/RNBQR1K1 b kq - ce -20; tune 0.0;\n"
-    "r1bqk2r/2ppbppp/p1n2n2/1p2p3/B3P3/5N2/PPPP1PPP/RNBQR1K1 w kq b6 ce 31; tune 1.0;\n"
-    "r1bqk2r/2ppbppp/p1n2n2/1p2p3/4P3/1B3N2/PPPP1PPP/RNBQR1K1 b kq - ce -9994; tune 0.0;\n"
-    "r1bqk2r/2p1bppp/p1np1n2/1p2p3/4P3/1B3N2/PPPP1PPP/RNBQR1K1 w kq - tune 1.0;\n"
-    "r1bqk2r/2p1bppp/p1np1n2/1p2p3/4P3/1BP2N2/PP1P1PPP/RNBQR1K1 b kq - tune 0.0;\n"
-    "r1bq1rk1/2p1bppp/p1np1n2/1p2p3/4P3/1BP2N2/PP1P1PPP/RNBQR1K1 w - - ce 30; tune 1.0;\n"
-    "r1bq1rk1/2p1bppp/p1np1n2/1p2p3/4P3/1BP2N1P/PP1P1PP1/RNBQR1K1 b - - ce 10; tune 0.0;\n"
-    "r1bqk2r/1pppbppp/p1n2n2/4p3/B3P3/5N2/PPPP1PPP/RNBQ1RK1 w kq - tune 0.5;\n"
-    "8/8/4k3/8/4P1R1/8/8/4K3 b - - ce -750; tune 1.0;\n"
-    "8/8/5k2/8/4P1R1/8/8/4K3 w - - tune 0.0;\n"
-    "rnbq1rk1/ppp1bppp/4pn2/3p2B1/2PP4/2N1P3/PP3PPP/R2QKBNR w KQ - ce 20; tune 0.0;\n"
-    "rnbq1rk1/ppp1bppp/4pn2/3p2B1/2PP4/2N1PN2/PP3PPP/R2QKB1R b KQ - ce 0; tune 1.0;\n"
-    "rnbq1rk1/ppp1bpp1/4pn1p/3p2B1/2PP4/2N1PN2/PP3PPP/R2QKB1R w KQ - tune 0.0;\n";
+    "r1bqk2r/1pppbppp/p1n2n2/4p3/B3P3/5N2/PPPP1PPP/RNBQR1K1 b kq - ce -20; tune 0.0; id \"1\";\n"
+    "r1bqk2r/2ppbppp/p1n2n2/1p2p3/B3P3/5N2/PPPP1PPP/RNBQR1K1 w kq b6 ce 31; tune 1.0; id \"1\";\n"
+    "r1bqk2r/2ppbppp/p1n2n2/1p2p3/4P3/1B3N2/PPPP1PPP/RNBQR1K1 b kq - ce -9994; tune 0.0; id "
+    "\"1\";\n"
+    "r1bqk2r/2p1bppp/p1np1n2/1p2p3/4P3/1B3N2/PPPP1PPP/RNBQR1K1 w kq - tune 1.0; id \"1\";\n"
+    "r1bqk2r/2p1bppp/p1np1n2/1p2p3/4P3/1BP2N2/PP1P1PPP/RNBQR1K1 b kq - tune 0.0; id \"1\";\n"
+    "r1bq1rk1/2p1bppp/p1np1n2/1p2p3/4P3/1BP2N2/PP1P1PPP/RNBQR1K1 w - - ce 30; tune 1.0; id \"1\";\n"
+    "r1bq1rk1/2p1bppp/p1np1n2/1p2p3/4P3/1BP2N1P/PP1P1PP1/RNBQR1K1 b - - ce 10; tune 0.0; id "
+    "\"1\";\n"
+    "r1bqk2r/1pppbppp/p1n2n2/4p3/B3P3/5N2/PPPP1PPP/RNBQ1RK1 w kq - tune 0.5; id \"2\";\n"
+    "8/8/4k3/8/4P1R1/8/8/4K3 b - - ce -750; tune 1.0; id \"3\";\n"
+    "8/8/5k2/8/4P1R1/8/8/4K3 w - - tune 0.0; id \"3\";\n"
+    "rnbq1rk1/ppp1bppp/4pn2/3p2B1/2PP4/2N1P3/PP3PPP/R2QKBNR w KQ - ce 20; tune 0.0; id \"6\";\n"
+    "rnbq1rk1/ppp1bppp/4pn2/3p2B1/2PP4/2N1PN2/PP3PPP/R2QKB1R b KQ - ce 0; tune 1.0; id \"6\";\n"
+    "rnbq1rk1/ppp1bpp1/4pn1p/3p2B1/2PP4/2N1PN2/PP3PPP/R2QKB1R w KQ - tune 0.0; id \"6\";\n";
 
 TEST_F(Extract, QuietPositionsOfFinishedGamesComeOnceWithScoreAndResult) {
     testing::internal::CaptureStderr();

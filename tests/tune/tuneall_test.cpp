@@ -123,11 +123,11 @@ TEST_F(TuneAll, TheFileHoldsWhatWasMeasuredWhateverTheThreads) {
     EXPECT_NEAR(Loss(set.training, k), after, LAST_DIGIT);
     EXPECT_NEAR(Loss(set.held_out, k),
                 Number(file, "held-out loss [0-9.]+ before, ([0-9.]+) after"), LAST_DIGIT);
-    EXPECT_LT(after, before / 4);
+    EXPECT_LT(after, before / 50) << "the weights that foretell the results are not found";
     double last = 1.0;
     const std::regex round("training= ([0-9.]+)");
     for (std::sregex_iterator at(output.begin(), output.end(), round), end; at != end; ++at) {
-        EXPECT_LT(std::stod((*at)[1]), last) << output;
+        EXPECT_LE(std::stod((*at)[1]), last) << output;
         last = std::stod((*at)[1]);
     }
 }
