@@ -259,7 +259,8 @@ void EndLineEditing() {
 // line that begins like this one.
 void BindKeys() {
     el_set(editor, EL_EDITOR, "emacs");
-    el_set(editor, EL_ADDFN, "vesk-complete", "completes commands and file names", Complete);
+    // The wide form: of narrow names the library makes copies that it never frees.
+    el_wset(editor, EL_ADDFN, L"vesk-complete", L"completes commands and file names", Complete);
     el_set(editor, EL_BIND, "^I", "vesk-complete", nullptr);
     el_set(editor, EL_BIND, "^R", "ed-search-prev-history", nullptr);
     el_set(editor, EL_BIND, "^S", "ed-search-next-history", nullptr);
