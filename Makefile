@@ -13,14 +13,15 @@ export DESTDIR
 # from CXX, or from CC by its C name, and the number of jobs from -j.
 ifdef EXE
 ifneq ($(origin CC), default)
-exe_compiler = $(subst gcc,g++,$(subst clang,clang++,$(CC)))
+cxx_of = $(filter-out ./,$(dir $(1)))$(subst gcc,g++,$(subst clang,clang++,$(patsubst cc,c++,$(notdir $(1)))))
+exe_compiler = $(if $(findstring ++,$(CC)),$(CC),$(call cxx_of,$(CC)))
 endif
 ifneq ($(origin CXX), default)
 exe_compiler = $(CXX)
 endif
 exe:
-	cmake --fresh -S . -B build/exe -G "Unix Makefiles" -DCMAKE_BUILD_TYPE=Release -DVESK_TESTS=OFF \
-	  $(addprefix -DCMAKE_CXX_COMPILER=,$(exe_compiler)) $(CONFIGURE)
+	$(if $(exe_compiler),CXX="$(exe_compiler)") cmake --fresh -S . -B build/exe -G "Unix Makefiles" \
+	  -DCMAKE_BUILD_TYPE=Release -DVESK_TESTS=OFF $(CONFIGURE)
 	+cmake --build build/exe --target vesk
 	cp build/exe/vesk "$(EXE)"
 endif

@@ -1,5 +1,6 @@
 #include "arena/enginelink.h"
 
+#include <algorithm>
 #include <sstream>
 
 #include "platform/clock.h"
@@ -39,6 +40,7 @@ bool EngineLink::Ask(const std::string& position, const std::string& go, SearchA
     std::istringstream words(line);
     words >> answer_.move >> answer_.move;
     answer_.seconds = MonotonicSeconds() - start;
+    answer_.depth = std::max(answer_.depth, 1);  // a search that told nothing is none of a book
     *answer = answer_;
     return true;
 }

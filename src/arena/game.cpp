@@ -129,7 +129,7 @@ GameEnd PlayGame(const Opening& opening, EngineLink* const players[2], const Gam
 std::string TextOfGame(const PlayedGame& game, const GameNames& names, ThreadBlock* block) {
     PgnTags tags;
     tags.event = names.event;
-    tags.date = DateOfToday();
+    tags.date = names.date;
     tags.round = std::to_string(names.round);
     tags.white = names.players[WHITE];
     tags.black = names.players[BLACK];

@@ -42,6 +42,7 @@ bool NoMateIsPossible(const Position* pos);
 // What the tags of a game say beside what the game itself tells.
 struct GameNames {
     std::string event;
+    std::string date;
     std::string players[2];  // by colour
     int round;               // from 1
 };

@@ -1,7 +1,9 @@
 #include "arena/opening.h"
 
+#include <climits>
 #include <cstdlib>
 
+#include "arena/game.h"
 #include "board/epdline.h"
 #include "board/moves.h"
 #include "book/book.h"
@@ -42,7 +44,8 @@ std::vector<std::string> ReadPositions(const std::string& path, std::string* why
     EpdRecord record;
     while (NextEpdRecord(&reader, &line, &record)) {
         SetPosition(game_position, record.position.c_str());
-        if (WhyUnplayable(game_position) != nullptr || LegalMoves(game_position).empty()) {
+        if (WhyUnplayable(game_position) != nullptr || LegalMoves(game_position).empty() ||
+            NoMateIsPossible(game_position)) {
             continue;
         }
         char fields[EPD_FIELDS_SIZE];
@@ -85,7 +88,7 @@ Opening OpeningWithLots(const OpeningSettings& settings, const Opening& line, Lo
         Opening opening = line;
         SetPosition(game_position, opening.start.c_str());
         for (const Move m : opening.moves) { PlayGameMove(game_position, m); }
-        if (AddRandomMoves(&opening, settings.random_plies, lots)) { return opening; }
+        if (AddRandomMoves(&opening, settings.RandomPlies(), lots)) { return opening; }
     }
     return line;
 }
@@ -101,7 +104,7 @@ std::vector<Opening> MakeOpenings(const OpeningSettings& settings, std::size_t c
         Lots lots((u64{settings.seed} << 32) + pair);
         Opening line = {starts[pair % starts.size()], {}};
         SetPosition(game_position, line.start.c_str());
-        AddBookMoves(&line, settings.book_plies, static_cast<unsigned>(settings.seed + pair));
+        AddBookMoves(&line, settings.book_plies, static_cast<unsigned>(lots.Draw(UINT_MAX)));
         openings.push_back(OpeningWithLots(settings, line, &lots));
     }
     return openings;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -13,8 +14,14 @@ struct OpeningSettings {
     std::string
         epd_file;        // positions to begin with, one after the other; empty: the start position
     int book_plies = 0;  // moves of the opening book, as far as it goes, 0..60
-    int random_plies = 8;  // then moves drawn by lot, 0..60
+    std::optional<int> random_plies;  // then moves drawn by lot, 0..60
     u32 seed = 1;
+
+    // Where nothing else makes games differ, lots do.
+    int RandomPlies() const {
+        constexpr int USUAL_PLIES = 8;
+        return random_plies.value_or(epd_file.empty() && book_plies == 0 ? USUAL_PLIES : 0);
+    }
 };
 
 struct Opening {

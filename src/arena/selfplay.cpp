@@ -5,7 +5,6 @@
 #include <cassert>
 #include <cmath>
 #include <cstdio>
-#include <filesystem>
 #include <map>
 #include <mutex>
 #include <string_view>
@@ -14,6 +13,7 @@
 
 #include "arena/enginelink.h"
 #include "arena/game.h"
+#include "book/pgnwrite.h"
 #include "eval/threadblock.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
@@ -41,6 +41,14 @@ struct Report {
     int half_points = 0;  // of player 1
 };
 
+// Text that stands in a tag as it is.
+std::string TagText(std::string text) {
+    for (char& c : text) {
+        if (c == '"' || c == '\\') { c = '\''; }
+    }
+    return text;
+}
+
 std::string GoLine(const SelfPlaySettings& settings) {
     if (settings.seconds > 0.0) {
         return "go movetime " + std::to_string(std::lround(settings.seconds * MS_PER_SECOND));
@@ -55,22 +63,27 @@ std::string EventName(const SelfPlaySettings& settings) {
     std::string text = "Self-play, " + GoLine(settings).substr(std::string_view("go ").size());
     if (!o.epd_file.empty()) { text += ", openings " + o.epd_file; }
     if (o.book_plies > 0) { text += ", book " + std::to_string(o.book_plies); }
-    if (o.random_plies > 0) { text += ", random " + std::to_string(o.random_plies); }
-    text += ", seed " + std::to_string(o.seed);
+    if (o.RandomPlies() > 0) { text += ", random " + std::to_string(o.RandomPlies()); }
+    text += ", seed " + std::to_string(o.seed) + ", hash " + std::to_string(settings.hash_mb);
     if (settings.decided_score > 0) {
         text += ", decided at " + std::to_string(settings.decided_score);
     }
-    return text;
+    return TagText(text);
 }
 
 // What the workers share.
 struct Board {
     Board(const SelfPlaySettings& s, const std::vector<Opening>& o)
-        : settings(s), openings(o), event(EventName(s)), rules{GoLine(s), s.decided_score} {}
+        : settings(s),
+          openings(o),
+          event(EventName(s)),
+          date(DateOfToday()),
+          rules{GoLine(s), s.decided_score} {}
 
     const SelfPlaySettings& settings;
     const std::vector<Opening>& openings;
     const std::string event;
+    const std::string date;
     const GameRules rules;
     std::atomic<bool> over = false;  // nobody needs further games
     std::mutex mutex;                // guards what follows
@@ -85,8 +98,7 @@ int PlayerOf(int colour, int game) { return colour == game % 2 ? 0 : 1; }
 
 std::string PlayerName(const SelfPlaySettings& settings, int player) {
     const std::string& file = settings.parameters[player];
-    const std::string name =
-        file.empty() ? "default" : std::filesystem::path(file).filename().string();
+    const std::string name = file.empty() ? "default" : TagText(file);
     const bool alike = settings.parameters[0] == settings.parameters[1];
     return alike ? name + (player == 0 ? " 1" : " 2") : name;
 }
@@ -148,7 +160,7 @@ private:
 
     bool Play(int number) {
         EngineLink* by_colour[2];
-        GameNames names = {board_->event, {}, number + 1};
+        GameNames names = {board_->event, board_->date, {}, number + 1};
         for (const int colour : {WHITE, BLACK}) {
             const int player = PlayerOf(colour, number);
             by_colour[colour] = &players_[player];
@@ -207,29 +219,40 @@ int HalfPointsOfTag(std::string_view result, int game) {
     return -1;
 }
 
-// Reads the games that stand in the file: those up to the first that is not whole. False when the
-// file holds anything but games of these settings.
-bool ReadStanding(const std::string& text, const std::string& event, Standing* standing) {
-    const std::string head = "[Event \"" + event + "\"]\n";
-    for (std::size_t at = 0; at < text.size();) {
-        if (text.compare(at, head.size(), head) != 0) { return false; }
+// Half points of player 1 in the game whose text this is, without line feeds at its end; -1 when it
+// is not whole or not the next one of these settings.
+int HalfPointsOf(std::string_view text, const SelfPlaySettings& settings, int game) {
+    for (const int colour : {WHITE, BLACK}) {
+        const std::string tag = std::string(colour == WHITE ? "[White \"" : "[Black \"") +
+                                PlayerName(settings, PlayerOf(colour, game)) + "\"]\n";
+        if (text.find(tag) == std::string_view::npos) { return -1; }
+    }
+    const std::size_t tag = text.find(RESULT_TAG);
+    if (tag == std::string_view::npos) { return -1; }
+    const std::string_view value = text.substr(tag + std::string_view(RESULT_TAG).size());
+    const std::string_view result = value.substr(0, value.find('"'));
+    const std::size_t before = text.size() - std::min(result.size() + 1, text.size());
+    const bool whole = text.ends_with(result) && (text[before] == ' ' || text[before] == '\n');
+    return whole ? HalfPointsOfTag(value, game) : -1;
+}
+
+// Reads the games that stand in the file; the last one may be broken off and is then left out.
+// False when the file holds anything but games of these settings.
+bool ReadStanding(const std::string& text, const SelfPlaySettings& settings, Standing* standing) {
+    const std::string head = "[Event \"" + EventName(settings) + "\"]\n";
+    std::size_t at = std::min(text.find_first_not_of('\n'), text.size());
+    while (at < text.size()) {
         const std::size_t next = std::min(text.find("\n\n[Event ", at), text.size());
-        const std::string_view game(text.data() + at, next - at);
-        const std::size_t tag = game.find(RESULT_TAG);
-        if (tag == std::string_view::npos) { return true; }
-        const std::string_view result = game.substr(tag + std::string_view(RESULT_TAG).size());
-        const int half_points = HalfPointsOfTag(result, standing->games);
-        const std::string end = std::string(result.substr(0, result.find('"')));
-        std::size_t last = game.find_last_not_of('\n');
-        if (half_points < 0 || last == std::string_view::npos ||
-            !game.substr(0, last + 1).ends_with(" " + end)) {
-            return true;
-        }
+        const bool last = next == text.size();
+        const std::string_view piece(text.data() + at, next - at);
+        if (!piece.starts_with(head)) { return last && head.starts_with(piece); }
+        const std::string_view game = piece.substr(0, piece.find_last_not_of('\n') + 1);
+        const int half_points = HalfPointsOf(game, settings, standing->games);
+        if (half_points < 0) { return last; }
         standing->Count(half_points);
-        standing->text.append(game.substr(0, last + 1));
+        standing->text.append(game);
         standing->text += "\n\n";
-        at = std::min(next + 2, text.size());
-        while (at < text.size() && text[at] == '\n') { ++at; }
+        at = std::min(text.find_first_not_of('\n', next), text.size());
     }
     return true;
 }
@@ -247,16 +270,25 @@ bool ReadWholeFile(const std::string& path, std::string* text, const char** why)
     return good;
 }
 
-bool OpenGames(const SelfPlaySettings& settings, const std::string& event, Standing* standing,
+// Locks of the file before and after it is written anew: two runs would lose each other's games.
+struct GamesLock {
+    PathLock before, after;
+};
+
+bool OpenGames(const SelfPlaySettings& settings, GamesLock* lock, Standing* standing,
                OutFile* out) {
     const char* path = settings.games_file.c_str();
+    if (!lock->before.TryLock(path)) {
+        ShowError("another run writes %s\n", path);
+        return false;
+    }
     std::string text;
     const char* why = nullptr;
     if (!ReadWholeFile(settings.games_file, &text, &why)) {
         ShowError("%s: %s\n", path, why);
         return false;
     }
-    if (!ReadStanding(text, event, standing)) {
+    if (!ReadStanding(text, settings, standing)) {
         ShowError("%s holds something else than games of these settings and is left as it is\n",
                   path);
         return false;
@@ -267,7 +299,7 @@ bool OpenGames(const SelfPlaySettings& settings, const std::string& event, Stand
         good = out->GrowInPlace();
     }
     if (!good) { ShowError("%s\n", out->Fault().c_str()); }
-    return good;
+    return good && lock->after.TryLock(path);
 }
 
 // --- the match ---
@@ -308,7 +340,10 @@ private:
         Report report;
         while (!Decided() && TakeReport(&report)) {
             out_->Write(report.text);
-            if (!out_->Flush()) { board_->over = true; }
+            if (!out_->Flush()) {
+                board_->over = true;
+                return;
+            }
             standing_->Count(report.half_points);
             ShowStanding();
         }
@@ -431,7 +466,8 @@ bool RunSelfPlay(const SelfPlaySettings& settings, void (*look)()) {
     Board board(settings, openings);
     Standing standing;
     OutFile out;
-    if (!OpenGames(settings, board.event, &standing, &out)) { return false; }
+    GamesLock lock;
+    if (!OpenGames(settings, &lock, &standing, &out)) { return false; }
     if (standing.games > 0) { ShowMessageF("going on after %d games", standing.games); }
     board.next_game = standing.games;
     {

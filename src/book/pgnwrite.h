@@ -28,7 +28,7 @@ struct PgnTags {
 // centipawns.
 std::string SearchComment(int score, int depth, double seconds);
 
-// The date of today as a tag shows it.
+// The date of today as a tag shows it. One thread at a time.
 std::string DateOfToday();
 
 // The text of one game: its tags, then its moves, then the result.

@@ -115,7 +115,9 @@ void SetTest(StartOptions* start, const char* value, int) {
     if (elo0 < elo1) {
         start->self_play.test = {elo0, elo1};
     } else {
-        ShowError("-sprt needs two numbers, the lower one first, and is ignored\n");
+        ShowError("-sprt needs two numbers, the lower one first\n");
+        PBlock.tool.failed = true;
+        Wish(start, RunMode::Nothing);
     }
 }
 
@@ -126,7 +128,7 @@ void WishParameterList(StartOptions* start, const char*, int) {
 }
 
 void ChooseParameters(StartOptions* start, const char* value, int) {
-    start->parameter_file = value;
+    if (value != nullptr) { start->parameter_file = value; }
 }
 
 void WishEpdRun(StartOptions* start, const char* value, int) {
@@ -166,7 +168,9 @@ void WishBenchmark(StartOptions* start, const char*, int positions) {
     Wish(start, RunMode::Benchmark);
 }
 
+// Its nodes are the same everywhere: no parameter file changes them.
 void WishQuickBenchmark(StartOptions* start, const char*, int) {
+    start->parameter_file = "";
     Wish(start, RunMode::QuickBenchmark);
 }
 
@@ -181,7 +185,9 @@ void WishScan(StartOptions* start, const char* value, int mode) {
 // What is done before anything else is.
 void WishHelp(StartOptions* start, const char*, int) { start->first = FirstWish::Help; }
 void WishVersion(StartOptions* start, const char*, int) { start->first = FirstWish::Version; }
-void ChooseFolder(StartOptions* start, const char* value, int) { start->folder = value; }
+void ChooseFolder(StartOptions* start, const char* value, int) {
+    start->folder = value != nullptr ? value : "";
+}
 
 // --- the table ---
 
@@ -223,7 +229,7 @@ constexpr CommandLineOption command_line_options[] = {
     {"-bench", "", "benchmark over 10 fixed positions", OptionValue::None, WishBenchmark, SHORT_BENCHMARK_POSITIONS},
     {"-bench2", "", "benchmark over 20 fixed positions", OptionValue::None, WishBenchmark, BENCHMARK_POSITIONS},
     {"-pbench", "", "short single-threaded benchmark for profiling", OptionValue::None, WishBenchmark, PROFILE_POSITIONS},
-    {"bench", "", "some seconds of benchmark, as test frameworks ask for it", OptionValue::None, WishQuickBenchmark},
+    {"bench", "", "some seconds of benchmark, as test frameworks ask for it", OptionValue::None, WishQuickBenchmark, 0, OptionTime::First},
     {"-anepd", "FILE", "solve the positions of an EPD test suite", OptionValue::File, WishEpdRun},
     {"-match", "FILE", "self-play match against test1.rc; the games go to the file", OptionValue::File, WishMatch},
     {"-tune", "WORD", "tune the evaluation weights against tune.epd; any word", OptionValue::File, WishTuning},
@@ -282,7 +288,11 @@ void ApplyOptionsOf(OptionTime time, int argc, char** argv, StartOptions* option
     for (int i = 1; i < argc; ++i) {
         const CommandLineOption* o = FindOption(argv[i]);
         if (o == nullptr) { continue; }
-        if (o->time == time) { o->apply(options, ValueOf(*o, i, argc, argv).c_str(), o->number); }
+        if (o->time == time) {
+            const bool complete = i + WordsAfter(*o) < argc;
+            const std::string value = ValueOf(*o, i, argc, argv);
+            o->apply(options, complete ? value.c_str() : nullptr, o->number);
+        }
         i += WordsAfter(*o);
     }
 }
@@ -346,6 +356,7 @@ void ReadCommandLine(int argc, char** argv, StartOptions* options) {
     }
     // Players search with one thread; -threads says how many games are played.
     if (options->mode == RunMode::SelfPlay) { PBlock.options.threads = 1; }
+    if (options->mode == RunMode::QuickBenchmark) { PBlock.options.hash_mb = Options().hash_mb; }
     PBlock.options.go_limits.max_depth = PBlock.limits.max_depth;
     PBlock.options.go_limits.node_limit = PBlock.limits.node_limit;
     PBlock.options.go_seconds = PBlock.time.base_time;

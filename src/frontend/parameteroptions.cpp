@@ -73,6 +73,12 @@ void SetParameterOption(const std::string& name, const std::string& text) {
 void TakeUpParameters() {
     if (!weights_changed) { return; }
     weights_changed = false;
+    // The limits begin anew, or they would depend on what was set before.
+    PersonalityRecord initial;
+    SetPersonalityDefaults(&initial);
+    Personality.CNP_depth = initial.CNP_depth;
+    Personality.FP_depth = initial.FP_depth;
+    Personality.LMP_depth = initial.LMP_depth;
     DeriveDepthLimits(&Personality);
     BuildReductionTable(&Personality);
     InitEval();

@@ -3,6 +3,7 @@
 #include "frontend/startup.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -21,6 +22,7 @@
 #include "frontend/pblock.h"
 #include "platform/clock.h"
 #include "platform/cpu.h"
+#include "platform/infile.h"
 #include "platform/input.h"
 #include "platform/sleep.h"
 #include "platform/timer.h"
@@ -97,6 +99,12 @@ int StartUp(int argc, char** argv, StartOptions* options) {
     ReadFormOptions(argc, argv);  // the parameter file is told of in that form
     const char* parameters =
         options->parameter_file ? options->parameter_file->c_str() : PARAMETER_FILE;
+    const char* why = nullptr;
+    if (options->parameter_file && parameters[0] != '\0') {
+        std::FILE* file = OpenRegularFile(parameters, &why);
+        if (file == nullptr) { return Failed(parameters, why != nullptr ? why : "no such file"); }
+        std::fclose(file);
+    }
     InitPersonality(parameters[0] != '\0' ? parameters : nullptr);
     ReadCommandLine(argc, argv, options);
     BeginLog();

@@ -49,9 +49,17 @@ TEST(SelfPlay, PlaysTheSameGamesHoweverManyAtOnceAndGoesOnWhereItEnded) {
     const std::string whole = FileContent("one.pgn");
     const std::size_t third = whole.find("[Event", whole.find("[Round \"3\"]"));
     std::ofstream("half.pgn") << whole.substr(0, third - 40);
+    // A result may stand alone on its line.
+    std::string half = whole.substr(0, third - 40);
+    const std::size_t second = half.find("[Event", 1);
+    ASSERT_EQ(half[half.rfind(' ', second)], ' ');
+    half[half.rfind(' ', second)] = '\n';
+    std::ofstream("half.pgn") << half;
     const RunResult rest = RunVesk(Arguments("half.pgn", with("2")), "");
     EXPECT_EQ(rest.output, "going on after 2 games\n" + one.output);
-    EXPECT_EQ(GamesOf("half.pgn"), games);
+    const std::string joined =
+        std::regex_replace(GamesOf("half.pgn"), std::regex("\n(?=[01/2-]+\n\n)"), " ");
+    EXPECT_EQ(joined, std::regex_replace(games, std::regex("\n(?=[01/2-]+\n\n)"), " "));
 }
 
 TEST(SelfPlay, LeavesAFileOfOtherThingsAloneAndSaysWhatIsMissing) {
@@ -62,6 +70,21 @@ TEST(SelfPlay, LeavesAFileOfOtherThingsAloneAndSaysWhatIsMissing) {
     EXPECT_EQ(RunVesk(Arguments("new.pgn", {"-player1", "missing.rc"}), "").status, 1);
     EXPECT_EQ(RunVesk(Arguments("new.pgn", {"-openings", "missing.epd"}), "").status, 1);
     EXPECT_EQ(FileContent("new.pgn"), "");
+    EXPECT_EQ(RunVesk({"-nolog", "-rc", "missing.rc"}, "").status, 1);
+
+    // Games of other players, and a file that another run writes.
+    std::ofstream("weak.rc") << "queen_value_op 1\n";
+    EXPECT_EQ(RunVesk(Arguments("games.pgn", {"-games", "2", "-player2", "weak.rc"}), "").status,
+              0);
+    const std::string games = FileContent("games.pgn");
+    EXPECT_EQ(RunVesk(Arguments("games.pgn", {"-games", "4", "-player1", "weak.rc"}), "").status,
+              1);
+    EXPECT_EQ(FileContent("games.pgn"), games);
+    Session running(Arguments("shared.pgn", {"-games", "100000"}));
+    for (int i = 0; i < 600 && FileContent("shared.pgn").empty(); ++i) { running.IsSilentFor(0.1); }
+    EXPECT_EQ(RunVesk(Arguments("shared.pgn", {"-games", "2"}), "").status, 1);
+    running.Signal(SIGINT);
+    EXPECT_EQ(running.Wait(), 0);
 }
 
 TEST(SelfPlay, EndsWithTheTestAndWithTheUser) {

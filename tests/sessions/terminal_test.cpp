@@ -29,7 +29,7 @@ class Terminal {
 public:
     explicit Terminal(const char* argument, const char* locale = "C") {
         winsize size{24, 80, 0, 0};
-        const std::string engine = EnginePath();
+        const std::string engine = EngineCommand().front();
         const std::string home = std::filesystem::current_path();
         pid_ = forkpty(&handle_, nullptr, nullptr, &size);
         if (pid_ != 0) { return; }
