@@ -3,12 +3,11 @@
 #include "frontend/startup.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
 #include <string>
-#include <system_error>
 
 #include "board/bitboards.h"
 #include "board/trace.h"
@@ -22,6 +21,7 @@
 #include "frontend/pblock.h"
 #include "platform/clock.h"
 #include "platform/cpu.h"
+#include "platform/files.h"
 #include "platform/infile.h"
 #include "platform/input.h"
 #include "platform/sleep.h"
@@ -46,15 +46,13 @@ int Failed(const char* what, const char* why) {
 }
 
 // Makes the folder the working folder; says on standard error when that cannot be.
-[[nodiscard]] bool EnterFolder(const std::string& folder) {
+[[nodiscard]] bool WorkIn(const std::string& folder) {
     if (folder.empty()) {
         ShowError("option -dir needs a folder after it\n");
         return false;
     }
-    std::error_code error;
-    std::filesystem::current_path(folder, error);
-    if (error) {
-        ShowError("cannot enter %s: %s\n", folder.c_str(), error.message().c_str());
+    if (!EnterFolder(folder.c_str())) {
+        ShowError("cannot enter %s: %s\n", folder.c_str(), std::strerror(errno));
         return false;
     }
     return true;
@@ -82,7 +80,7 @@ int StartUp(int argc, char** argv, StartOptions* options) {
         options->mode = RunMode::Nothing;
         return 0;
     }
-    if (options->folder && !EnterFolder(*options->folder)) { return FAILED; }
+    if (options->folder && !WorkIn(*options->folder)) { return FAILED; }
     const u8 has_popcnt = CpuHasPopcnt();
     const u8 has_bmi = CpuHasBmi();
     std::srand(static_cast<unsigned>(TimeOfDayMilliseconds()));

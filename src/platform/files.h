@@ -25,3 +25,6 @@ bool RemoveFile(const char* path);
 // Goes to an offset in bytes, also beyond what a long can tell. False when the file does not allow
 // it; the place is then what it was. Requires: an open file.
 [[nodiscard]] bool SeekFile(std::FILE* file, u64 offset);
+
+// Makes a folder the working folder. Before other threads use files.
+[[nodiscard]] bool EnterFolder(const char* path);

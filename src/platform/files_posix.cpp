@@ -5,6 +5,7 @@
 #include <limits>
 
 #include <sys/types.h>
+#include <unistd.h>
 
 std::FILE* OpenToRead(const char* path) { return std::fopen(path, "rb"); }
 std::FILE* OpenNewFile(const char* path) { return std::fopen(path, "wbx"); }
@@ -18,3 +19,5 @@ bool SeekFile(std::FILE* file, u64 offset) {
     }
     return fseeko(file, static_cast<off_t>(offset), SEEK_SET) == 0;
 }
+
+bool EnterFolder(const char* path) { return chdir(path) == 0; }

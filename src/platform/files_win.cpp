@@ -107,3 +107,7 @@ bool SeekFile(std::FILE* file, u64 offset) {
     }
     return _fseeki64(file, static_cast<i64>(offset), SEEK_SET) == 0;
 }
+
+bool EnterFolder(const char* path) {
+    return SetCurrentDirectoryW(WidePath(path).c_str()) != 0 || FailWithLast();
+}

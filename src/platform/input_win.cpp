@@ -136,6 +136,10 @@ void SecureStandardStreams() {
     SecureStream(STD_ERROR_HANDLE, GENERIC_WRITE);
 }
 
+bool InputIsConsole() {
+    DWORD mode = 0;
+    return GetConsoleMode(GetStdHandle(STD_INPUT_HANDLE), &mode) != 0;
+}
 bool OutputIsConsole() { return IsConsole(STD_OUTPUT_HANDLE); }
 bool ErrorIsConsole() { return IsConsole(STD_ERROR_HANDLE); }
 

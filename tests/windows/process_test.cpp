@@ -198,6 +198,13 @@ void CheckNames(const std::wstring& program) {
         Check(engine.Wait() == 0,
               "a suite is found by a name of " + std::to_string(given.size()) + " characters");
     }
+    const std::wstring folder = L"Ordner \u00fc\u65e5";
+    CreateDirectoryW(folder.c_str(), nullptr);
+    Engine elsewhere(program, L"-dir \"" + folder + L"\" -c");
+    elsewhere.CloseInput();
+    Check(elsewhere.Wait() == 0 &&
+              GetFileAttributesW((folder + L"\\vesk.log").c_str()) != INVALID_FILE_ATTRIBUTES,
+          "the engine works in a folder of any name");
     Engine engine(program, L"-nolog -quiet -t 0.1 -anepd *.epd");
     engine.CloseInput();
     Check(engine.Wait() == 1, "an asterisk is left alone");
