@@ -20,7 +20,8 @@ constexpr double MATRIX_UNIT = 1 << 16;
 constexpr int LARGEST_CHANGE = 1000;  // centipawns
 
 // p * (1 - p) is at most this.
-constexpr double STEEPEST = 0.25;
+constexpr double EVEN = 0.5;
+constexpr double STEEPEST = EVEN * EVEN;
 
 std::size_t RowStart(std::size_t row) { return row * (row + 1) / 2; }
 
@@ -169,7 +170,7 @@ void ModelMeter::AddPosition(const Task& task, u32 index, const std::vector<Slop
 // Turns the sums of all workers into slopes for one unit of each coefficient.
 void ModelMeter::Gather(std::size_t positions, double steepness, LossModel* model) const {
     const std::size_t n = coefficients_.size();
-    const double steepest = ExpectedSlope(steepness, 0.5);
+    const double steepest = ExpectedSlope(steepness, EVEN);
     const double mean = 2.0 / static_cast<double>(positions);
     const auto units = [this](std::size_t c) { return 2.0 * coefficients_[c].step; };
     model->gradient.assign(n, 0.0);

@@ -3,8 +3,10 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <numeric>
 #include <optional>
 #include <thread>
+#include <utility>
 
 #include "eval/personality.h"
 #include "frontend/output.h"
@@ -138,49 +140,56 @@ double JointTuning::Loss(Sample* sample) {
     return sample->scores.empty() ? 0.0 : sum / static_cast<double>(sample->scores.size());
 }
 
-// Golden section over the steepness of the curve, for the results alone; then the targets.
-void JointTuning::FindScale() {
-    for (Sample* sample : {&training_, &held_out_}) {
-        for (const TuningPosition& p : sample->positions) { sample->targets.push_back(p.result); }
-    }
-    static_cast<void>(Loss(&training_));
-    const auto loss = [this](double steepness) {
+// Golden section over the steepness of the curve: the one by which the scores foretell the targets
+// best.
+double FitSteepness(const Sample& sample) {
+    constexpr double golden = 0.618033988749894848;
+    const auto loss = [&sample](double steepness) {
         double sum = 0.0;
-        for (std::size_t i = 0; i < training_.scores.size(); ++i) {
-            const double error =
-                training_.targets[i] - ExpectedResult(steepness, training_.scores[i]);
+        for (std::size_t i = 0; i < sample.scores.size(); ++i) {
+            const double error = sample.targets[i] - ExpectedResult(steepness, sample.scores[i]);
             sum += error * error;
         }
         return sum;
     };
-    const double golden = (std::sqrt(5.0) - 1.0) / 2.0;
     double low = LEAST_STEEPNESS, high = LARGEST_STEEPNESS;
     double left = high - golden * (high - low), right = low + golden * (high - low);
     double left_loss = loss(left), right_loss = loss(right);
     while (high - low > STEEPNESS_WIDTH) {
         if (left_loss < right_loss) {
-            high = right;
-            right = left;
+            high = std::exchange(right, left);
             right_loss = left_loss;
             left = high - golden * (high - low);
             left_loss = loss(left);
         } else {
-            low = left;
-            left = right;
+            low = std::exchange(left, right);
             left_loss = right_loss;
             right = low + golden * (high - low);
             right_loss = loss(right);
         }
     }
-    steepness_ = (low + high) / 2.0;
-    const double share = options_.blend * PERCENT;
+    return std::midpoint(low, high);
+}
+
+// Moves the targets by a share, 0..1, toward what the search's scores let expect.
+void BlendTargets(Sample* sample, double steepness, double share) {
+    for (std::size_t i = 0; i < sample->targets.size(); ++i) {
+        const std::optional<int>& score = sample->positions[i].score;
+        if (!score) { continue; }
+        double* const target = &sample->targets[i];
+        *target += share * (ExpectedResult(steepness, *score) - *target);
+    }
+}
+
+// The steepness by the results alone; then the targets.
+void JointTuning::FindScale() {
     for (Sample* sample : {&training_, &held_out_}) {
-        for (std::size_t i = 0; i < sample->targets.size(); ++i) {
-            const std::optional<int>& score = sample->positions[i].score;
-            if (!score) { continue; }
-            double* const target = &sample->targets[i];
-            *target += share * (ExpectedResult(steepness_, *score) - *target);
-        }
+        for (const TuningPosition& p : sample->positions) { sample->targets.push_back(p.result); }
+    }
+    static_cast<void>(Loss(&training_));  // for the scores
+    steepness_ = FitSteepness(training_);
+    for (Sample* sample : {&training_, &held_out_}) {
+        BlendTargets(sample, steepness_, options_.blend * PERCENT);
     }
 }
 
