@@ -15,12 +15,14 @@ constexpr double POINTS_OF_PAIR = PAIR_OUTCOMES - 1;
 
 using Distribution = std::array<double, PAIR_OUTCOMES>;
 
-double ShareOfOutcome(int outcome) { return outcome / POINTS_OF_PAIR; }
+double ShareOfOutcome(std::size_t half_points) {
+    return static_cast<double>(half_points) / POINTS_OF_PAIR;
+}
 
 // How often each outcome came, with a trace of those that did not. Returns the number of pairs.
 double Frequencies(const Tally& tally, Distribution* shares) {
     double pairs = 0.0;
-    for (int i = 0; i < PAIR_OUTCOMES; ++i) {
+    for (std::size_t i = 0; i < PAIR_OUTCOMES; ++i) {
         (*shares)[i] = tally.pairs[i] > 0 ? tally.pairs[i] : UNSEEN_COUNT;
         pairs += (*shares)[i];
     }
@@ -36,14 +38,14 @@ Distribution LikeliestWithMean(const Distribution& shares, double mean) {
     for (int i = 0; i < BISECTIONS; ++i) {
         const double x = (low + high) / 2;
         double sum = 0.0;
-        for (int k = 0; k < PAIR_OUTCOMES; ++k) {
+        for (std::size_t k = 0; k < PAIR_OUTCOMES; ++k) {
             const double distance = ShareOfOutcome(k) - mean;
             sum += shares[k] * distance / (1.0 + x * distance);
         }
         (sum > 0.0 ? low : high) = x;
     }
     Distribution likeliest;
-    for (int k = 0; k < PAIR_OUTCOMES; ++k) {
+    for (std::size_t k = 0; k < PAIR_OUTCOMES; ++k) {
         likeliest[k] = shares[k] / (1.0 + low * (ShareOfOutcome(k) - mean));
     }
     return likeliest;
@@ -68,8 +70,8 @@ void Tally::CountGame(int half_points) {
 }
 
 void Tally::CountPair(int half_points) {
-    assert(half_points >= 0 && half_points < PAIR_OUTCOMES);
-    ++pairs[half_points];
+    assert(half_points >= 0 && half_points < static_cast<int>(PAIR_OUTCOMES));
+    ++pairs[static_cast<std::size_t>(half_points)];
 }
 
 double EloOfScore(double score) {
@@ -85,7 +87,7 @@ EloEstimate EstimateElo(const Tally& tally) {
     const int pairs = tally.Pairs();
     if (pairs == 0) { return {}; }
     double mean = 0.0, square = 0.0;
-    for (int i = 0; i < PAIR_OUTCOMES; ++i) {
+    for (std::size_t i = 0; i < PAIR_OUTCOMES; ++i) {
         mean += ShareOfOutcome(i) * tally.pairs[i] / pairs;
         square += ShareOfOutcome(i) * ShareOfOutcome(i) * tally.pairs[i] / pairs;
     }
@@ -107,7 +109,9 @@ double LogLikelihoodRatio(const Tally& tally, const Hypotheses& hypotheses) {
     const Distribution under0 = LikeliestWithMean(shares, ExpectedScore(hypotheses.elo0));
     const Distribution under1 = LikeliestWithMean(shares, ExpectedScore(hypotheses.elo1));
     double sum = 0.0;
-    for (int i = 0; i < PAIR_OUTCOMES; ++i) { sum += shares[i] * std::log(under1[i] / under0[i]); }
+    for (std::size_t i = 0; i < PAIR_OUTCOMES; ++i) {
+        sum += shares[i] * std::log(under1[i] / under0[i]);
+    }
     return pairs * sum;
 }
 

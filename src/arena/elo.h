@@ -5,10 +5,11 @@
 #pragma once
 
 #include <array>
+#include <cstddef>
 
 // Result of a game for player 1, in half points: 0 lost, 1 drawn, 2 won.
 inline constexpr int HALF_POINTS_OF_WIN = 2;
-inline constexpr int PAIR_OUTCOMES = 5;  // half points of both games of a pair: 0..4
+inline constexpr std::size_t PAIR_OUTCOMES = 5;  // half points of both games of a pair: 0..4
 
 // The standing of a match as player 1 sees it.
 struct Tally {

@@ -66,7 +66,7 @@ private:
     const std::vector<TuningPosition>& positions_;
     const std::vector<Coefficient>& coefficients_;
     // Positions in which a man of that type stands on that square as its side sees it.
-    std::array<std::array<std::vector<u32>, SQUARE_COUNT>, PIECE_TYPES> holders_;
+    std::vector<u32> holders_[PIECE_TYPES][SQUARE_COUNT];
     std::vector<std::vector<Slope>> slopes_;  // of a block of positions
     std::vector<int> moved_scores_;           // of a pass
     std::vector<Sums> sums_;                  // by worker
