@@ -23,11 +23,11 @@ runner_of() {
 book() {
     local name=$1
     shift
-    rm -rf "$folder/work"
-    mkdir "$folder/work"
-    cp tests/data/engine-games.pgn "$folder/work/book.pgn"
-    (cd "$folder/work" && echo mkbook | "$@" -c -nolog >/dev/null)
-    mv "$folder/work/book.opn" "$folder/$name.opn"
+    rm -rf "$folder/run"
+    mkdir "$folder/run"
+    cp tests/data/engine-games.pgn "$folder/run/book.pgn"
+    (cd "$folder/run" && echo mkbook | "$@" -c -nolog >/dev/null)
+    mv "$folder/run/book.opn" "$folder/$name.opn"
 }
 
 expected=$(git log --format=%B | grep -oE '^Bench: [0-9]+$' | head -n 1 | cut -d' ' -f2)
