@@ -1,7 +1,7 @@
 #!/bin/bash
-# From nothing to other weights in one go, as docs/workshop.md tells it step by step: plays games, makes labelled positions
-# of them, tunes all weights together, and plays the result against the built-in weights. With the numbers below that takes
-# some minutes on two cores and shows how the tools work together; stronger weights need many more games.
+# From nothing to other weights in one go, as docs/workshop.md tells it step by step: plays games, makes labelled
+# positions of them, tunes all weights together, and plays the result against the built-in weights. With the numbers below
+# that takes two or three minutes on two cores and shows how the tools work together; stronger weights need many more games.
 # Usage: tools/workshop.sh ENGINE FOLDER. FOLDER is new or empty, or one in which the same command was broken off: then it
 # goes on from there. Everything is written into it. Exit status: 0, 1 when a step could not be done, 130 when broken off.
 set -euo pipefail
@@ -71,6 +71,6 @@ cat <<END
 
 $folder/tuned.rc holds the weights; copied to vesk.rc they would be read at every start in that folder.
 Do not do that yet. $MATCH_GAMES games prove nothing: the difference may be anything within the margin of the last line
-of the match, and weights tuned with $GAMES games may predict just these games better and play worse. Take thousands of games
-to tune with, and a match that goes on until a test is decided (-sprt): docs/workshop.md, docs/scaling.md.
+of the match, and weights tuned with $GAMES games may predict just these games better and play worse. Take thousands
+of games to tune with, and a match that goes on until a test is decided (-sprt): docs/workshop.md, docs/scaling.md.
 END

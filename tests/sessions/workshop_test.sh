@@ -1,6 +1,6 @@
 #!/bin/bash
-# Goes through tools/workshop.sh with a few games: all files come out, it goes on where it was broken off and comes to the same
-# weights, and leaves other folders as they are. Usage: workshop_test.sh ENGINE SOURCE_FOLDER.
+# Goes through tools/workshop.sh with a few games: all files come out, it goes on where it was broken off and comes to the
+# same weights, and leaves other folders as they are. Usage: workshop_test.sh ENGINE SOURCE_FOLDER.
 set -eu
 set -m  # jobs of their own, which control-C reaches as it does at a terminal
 engine=$1
@@ -27,7 +27,8 @@ refused() {
 for file in games.pgn positions.epd tuned.rc tuned.tsv match.pgn; do
     [[ -s a\ folder/$file ]] || fail "$file is missing"
 done
-[[ $(grep -c '^\[Event ' 'a folder/games.pgn') -eq 8 && $(grep -c '^\[Event ' 'a folder/match.pgn') -eq 4 ]] || fail "games"
+[[ $(grep -c '^\[Event ' 'a folder/games.pgn') -eq 8 ]] || fail "number of games"
+[[ $(grep -c '^\[Event ' 'a folder/match.pgn') -eq 4 ]] || fail "number of games of the match"
 [[ $(wc -l <'a folder/positions.epd') -gt 100 ]] || fail "hardly a position"
 [[ $(grep -c ' seconds$' first) -eq 4 && $(grep -cE '^[84] games: ' first) -eq 2 && $(<first) == *'prove nothing'* ]] ||
     fail "what it says: $(<first)"
