@@ -1,7 +1,7 @@
 #!/bin/bash
 # From nothing to other weights in one go, as docs/workshop.md tells it step by step: plays games, makes labelled
 # positions of them, tunes all weights together, and plays the result against the built-in weights. With the numbers below
-# that takes two or three minutes on two cores and shows how the tools work together; stronger weights need many more games.
+# that takes about two minutes on two cores and shows how the tools work together; stronger weights need many more games.
 # Usage: tools/workshop.sh ENGINE FOLDER. FOLDER is new or empty, or one in which the same command was broken off: then it
 # goes on from there. Everything is written into it. Exit status: 0, 1 when a step could not be done, 130 when broken off.
 set -euo pipefail
@@ -51,7 +51,7 @@ step() {
         return
     fi
     "$engine" "$@" -nolog </dev/null 2>&1 | tee -i "$log.part" || fail "this step could not be done: vesk $*"
-    echo "$((SECONDS - begin)) seconds" | tee -a "$log.part"
+    echo "seconds: $((SECONDS - begin))" | tee -a "$log.part"
     mv "$log.part" "$log"
 }
 

@@ -144,7 +144,7 @@ def make(source, arguments, path):
     environment = {key: value for key, value in os.environ.items() if key not in outer}
     environment["PATH"] = path + os.pathsep + environment["PATH"]
     done = subprocess.run(["make", *arguments], cwd=source, env=environment, text=True, capture_output=True,
-                          stdin=subprocess.DEVNULL, timeout=3 * TIMEOUT)
+                          stdin=subprocess.DEVNULL, timeout=10 * TIMEOUT)
     check(done.returncode == 0, f"make {arguments}: status {done.returncode}, {done.stderr[-2000:]}")
 
 

@@ -30,7 +30,7 @@ done
 [[ $(grep -c '^\[Event ' 'a folder/games.pgn') -eq 8 ]] || fail "number of games"
 [[ $(grep -c '^\[Event ' 'a folder/match.pgn') -eq 4 ]] || fail "number of games of the match"
 [[ $(wc -l <'a folder/positions.epd') -gt 100 ]] || fail "hardly a position"
-[[ $(grep -c ' seconds$' first) -eq 4 && $(grep -cE '^[84] games: ' first) -eq 2 && $(<first) == *'prove nothing'* ]] ||
+[[ $(grep -c '^seconds: ' first) -eq 4 && $(grep -cE '^[84] games: ' first) -eq 2 && $(<first) == *'prove nothing'* ]] ||
     fail "what it says: $(<first)"
 
 # What was done is not done again, but told again.
@@ -48,7 +48,7 @@ grep -q '^going on after [1-7] games$' said || fail "the games begin anew: $(<sa
 for file in positions.epd tuned.rc; do cmp "cut/$file" "a folder/$file"; done
 rm cut/tuned.log cut/match.*
 "$workshop" "$engine" cut >said
-[[ $(grep -c ' seconds$' said) -eq 4 && -s cut/match.pgn ]] || fail "the tuning does not go on: $(<said)"
+[[ $(grep -c '^seconds: ' said) -eq 4 && -s cut/match.pgn ]] || fail "the tuning does not go on: $(<said)"
 
 GAMES=10000 "$workshop" "$engine" long >said 2>&1 &
 for _ in $(seq 600); do
