@@ -7,7 +7,7 @@ BUILD ?= build/$(PRESET)
 PREFIX ?= /usr/local
 export DESTDIR
 
-.PHONY: exe build tools pgo run test install uninstall format lint clean dependencies test_dependencies
+.PHONY: exe build tools pgo run test test_windows install uninstall format lint clean dependencies test_dependencies
 
 # "make EXE=path", as programs that test engines call it: the engine, at that path. Installs nothing, and takes the compiler
 # from CXX, or from CC by its C name, and the number of jobs from -j.
@@ -51,10 +51,19 @@ pgo: dependencies
 run: build
 	printf 'uci\nisready\nposition startpos\ngo movetime 2000\n' | build/$(PRESET)/vesk
 
+# The tests, and then those of the program for Windows, under wine. Where its compiler or wine cannot be had, that is said.
 test: test_dependencies
 	cmake --preset $(PRESET) -DVESK_TESTS=ON $(CONFIGURE)
 	cmake --build --preset $(PRESET) -- -j$(JOBS)
 	ctest --preset $(PRESET) -j$(JOBS) -LE slow
+	@if tools/install_dependencies.sh windows; then $(MAKE) test_windows; \
+	  else echo "The program for Windows was not tested."; fi
+
+test_windows:
+	cmake --preset windows -DVESK_TESTS=ON -DVESK_PLAYER=$(CURDIR)/build/$(PRESET)/tests/sessions/test_script \
+	  $(filter -DVESK_WERROR=%,$(CONFIGURE))
+	cmake --build --preset windows -- -j$(JOBS)
+	ctest --preset windows -j$(JOBS) -LE slow
 
 # Builds only if that was not done yet, so that root need not build.
 install: | $(BUILD)/vesk
