@@ -77,7 +77,17 @@ struct BenchmarkTotals {
     double Rate() const { return nodes / seconds; }
 };
 
-// Searches the first positions within the limits of PBlock and prints their times.
+void ShowPosition(int number, double nodes) {
+    const double seconds = PBlock.time.elapsed;
+    if (PBlock.options.conventions.full_bench) {
+        ShowMessageF("pos %2d: %6.2f seconds, nodes= %.0f, nps= %.0f", number, seconds, nodes,
+                     NodesPerSecond(nodes, seconds));
+    } else {
+        ShowMessageF("pos %2d: %6.2f seconds", number, seconds);
+    }
+}
+
+// Searches the first positions within the limits of PBlock and prints what each has taken.
 BenchmarkTotals SearchPositions(int positions) {
     assert(positions <= BENCHMARK_POSITIONS);
     BenchmarkTotals totals;
@@ -91,9 +101,10 @@ BenchmarkTotals SearchPositions(int positions) {
         ShowStatus("position %d of %d", i + 1, positions);
         SearchPosition(benchmark_positions[i]);
         ClearStatus();
+        const double nodes = static_cast<double>(Collect().nodes);
         totals.seconds += PBlock.time.elapsed;
-        totals.nodes += static_cast<double>(Collect().nodes);
-        ShowMessageF("pos %2d: %6.2f seconds", i, PBlock.time.elapsed.Get());
+        totals.nodes += nodes;
+        ShowPosition(i, nodes);
     }
     return totals;
 }

@@ -29,6 +29,8 @@ struct Conventions {
     bool full_pgn = standard;
     // Suites are read and reported with all that their standard allows.
     bool full_epd = standard;
+    // Benchmarks tell nodes and rate of each position.
+    bool full_bench = standard;
     // "go" alone has no limit, "ev" says when it has nothing to show.
     bool plain_console = standard;
     // Options and commands that people expect of an engine.
