@@ -88,4 +88,4 @@ dependencies:
 	@tools/install_dependencies.sh
 
 test_dependencies:
-	@tools/install_dependencies.sh googletest
+	@tools/install_dependencies.sh googletest python3-matplotlib

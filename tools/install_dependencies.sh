@@ -23,6 +23,7 @@ for wanted in "$@"; do
             command -v x86_64-w64-mingw32-g++-posix >/dev/null 2>&1 || missing="$missing g++-mingw-w64-x86-64-posix"
             [ -x /usr/lib/wine/wine64 ] || command -v wine64 >/dev/null 2>&1 || missing="$missing wine64"
             ;;
+        python3-matplotlib) /usr/bin/python3 -c 'import matplotlib' >/dev/null 2>&1 || missing="$missing $wanted" ;;
         pgn-extract) [ -x /usr/games/pgn-extract ] || missing="$missing pgn-extract" ;;
         *) command -v "$wanted" >/dev/null 2>&1 || missing="$missing $wanted" ;;
     esac

@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Makes one HTML page, with all its pictures inside, of what the workbench wrote: matches, test suites, tuning, benchmarks.
 
     tools/report.py -o report.html --match match.pgn --suite suite.txt --tune tuned.tsv --bench new.txt old.txt
@@ -21,7 +21,7 @@ try:
     from reporting.suite import suite_report
     from reporting.tune import tune_report
 except ImportError as error:
-    sys.exit(f"report.py: {error}; install python3-matplotlib and run it with that python3")
+    sys.exit(f"report.py: {error}: install python3-matplotlib, or run it with the python3 that has it")
 
 
 def arguments() -> argparse.Namespace:

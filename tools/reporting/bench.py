@@ -8,8 +8,16 @@ from . import charts
 from .files import ReportError, Sources
 from .page import facts, figure, note, signed, table
 
-POSITION = re.compile(r"^pos +(\d+): +(\d+\.\d+) seconds", re.MULTILINE)
+POSITION = re.compile(r"^pos +(\d+): +(\d+\.\d+) seconds(?:, nodes= (\d+), nps= (\d+))?$", re.MULTILINE)
 TOTAL = re.compile(r"^total time= (\d+\.\d+) seconds, nodes= (\d+), nps= (\d+)", re.MULTILINE)
+
+
+@dataclass
+class Position:
+    """What one position took; nodes and rate stand in the standard form only."""
+    seconds: float
+    nodes: int | None
+    rate: int | None
 
 
 @dataclass
@@ -18,7 +26,7 @@ class Run:
     seconds: float = 0.0
     nodes: int = 0
     rate: int = 0
-    positions: dict[int, float] = field(default_factory=dict)  # seconds
+    positions: dict[int, Position] = field(default_factory=dict)
 
 
 def read_run(path: str, sources: Sources) -> Run:
@@ -27,26 +35,57 @@ def read_run(path: str, sources: Sources) -> Run:
     if total is None:
         raise ReportError(f"{path} holds no total of a benchmark")
     run = Run(sources.read[-1][0], float(total[1]), int(total[2]), int(total[3]))
-    run.positions = {int(number): float(seconds) for number, seconds in POSITION.findall(text)}
+    for number, seconds, nodes, rate in POSITION.findall(text):
+        run.positions[int(number)] = Position(float(seconds), int(nodes) if nodes else None, int(rate) if rate else None)
     return run
 
 
-def change(new: float, old: float) -> str:
-    return f"{signed(100 * (new - old) / old)} %" if old else "\u2013"
+def change(new: float | None, old: float | None) -> str:
+    return f"{signed(100 * (new - old) / old)} %" if new is not None and old else "\u2013"
 
 
-def time_chart(runs: list[Run]) -> str:
+def value_of(run: Run, number: int, measure: str) -> float | None:
+    position = run.positions.get(number)
+    return getattr(position, measure) if position else None
+
+
+def position_chart(runs: list[Run], measure: str, unit: str) -> str:
+    """Bars by position: of the rate where it is told, else of the time."""
     drawing, (axes,) = charts.chart(2.8)
     numbers = sorted(runs[0].positions)
     width = 0.8 / len(runs)
     for i, (run, colour) in enumerate(zip(runs, (charts.ONE, charts.TWO))):
         places = [n + width * (i - (len(runs) - 1) / 2) for n in range(len(numbers))]
-        axes.bar(places, [run.positions.get(n, 0.0) for n in numbers], width, color=colour, label=run.name)
+        axes.bar(places, [value_of(run, n, measure) or 0 for n in numbers], width, color=colour, label=run.name)
     axes.set_xticks(range(len(numbers)), [str(n) for n in numbers])
-    axes.set(xlabel="position", ylabel="time (s)")
+    axes.set(xlabel="position", ylabel=unit)
+    axes.yaxis.set_major_formatter(lambda value, _: f"{value:,.10g}")
     axes.grid(axis="x", visible=False)
-    axes.legend()
-    return charts.svg(drawing, "Seconds for each position of " + " and ".join(run.name for run in runs))
+    axes.legend(ncols=2, loc="lower left", bbox_to_anchor=(0, 1))
+    return charts.svg(drawing, f"{unit} by position of " + " and ".join(run.name for run in runs))
+
+
+def figure_text(value: float | None, measure: str) -> str:
+    if value is None:
+        return "\u2013"
+    return f"{value:.2f}" if measure == "seconds" else f"{value:,}"
+
+
+def position_table(runs: list[Run], measures: dict[str, str]) -> str:
+    """A row a position: each measure of both runs, and its change."""
+    heads = ["position"]
+    for words in measures.values():
+        heads += [words] if len(runs) == 1 else [words, "before", "change"]
+    rows = []
+    for number in sorted(runs[0].positions):
+        row: list[object] = [number]
+        for measure in measures:
+            values = [value_of(run, number, measure) for run in runs]
+            row += [figure_text(value, measure) for value in values]
+            if len(runs) == 2:
+                row.append(change(values[0], values[1]))
+        rows.append(row)
+    return table(heads, rows)
 
 
 def bench_report(paths: list[str], sources: Sources) -> str:
@@ -57,16 +96,15 @@ def bench_report(paths: list[str], sources: Sources) -> str:
     rows = [(run.name, f"{run.nodes:,}", f"{run.seconds:.2f}", f"{run.rate:,}") for run in runs]
     if len(runs) == 2:
         rows.append(("change", change(new.nodes, old.nodes), change(new.seconds, old.seconds), change(new.rate, old.rate)))
-        parts.append(note("Both runs searched the same nodes: they differ in speed only." if new.nodes == old.nodes else
+        parts.append(note("Both runs searched the same number of nodes." if new.nodes == old.nodes else
                           "The runs searched different nodes: another search, depth or set of positions."))
     parts.append(table(["run", "nodes", "time (s)", "nodes per second"], rows))
     if new.positions:
-        parts.append(figure(time_chart(runs), "Time by position."))
-        heads = ["position", "time (s)"] + (["before (s)", "change"] if len(runs) == 2 else [])
-        cells = []
-        for number, seconds in sorted(new.positions.items()):
-            before = old.positions.get(number)
-            more = [] if len(runs) == 1 else [f"{before:.2f}", change(seconds, before)] if before is not None else ["\u2013"] * 2
-            cells.append([number, f"{seconds:.2f}", *more])
-        parts.append(table(heads, cells))
+        full = all(p.nodes is not None for run in runs for p in run.positions.values())
+        measures = {"seconds": "time (s)"} | ({"nodes": "nodes", "rate": "nodes per second"} if full else {})
+        measure = "rate" if full else "seconds"
+        parts.append(figure(position_chart(runs, measure, measures[measure].capitalize())))
+        parts.append(position_table(runs, measures))
+        if not full:
+            parts.append(note("Nodes and rates by position are told by runs with -standard."))
     return "".join(parts)

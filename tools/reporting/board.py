@@ -91,7 +91,7 @@ def coloured_board(values: dict[str, int], largest: float, alt: str, with_sign: 
             x, y = _centre(file + rank)
             value = values.get(file + rank)
             cells += (f'<rect x="{x - SIDE / 2:g}" y="{y - SIDE / 2:g}" width="{SIDE}" height="{SIDE}" '
-                      f'fill="{_shade(value, largest)}" stroke="#fff" stroke-width=".8"/>')
+                      f'fill="{_shade(value, largest)}" stroke="#dfe3e5" stroke-width=".8"/>')
             if value is not None:
                 text = f"{value:+d}" if with_sign and value else str(value)
                 cells += f'<text x="{x:g}" y="{y + 5:g}">{text.replace("-", chr(0x2212))}</text>'

@@ -4,13 +4,14 @@ from __future__ import annotations
 import re
 import shutil
 import subprocess
+import tempfile
 from dataclasses import dataclass
 from pathlib import Path
 
 from .files import ReportError
 
 TIMEOUT = 120  # seconds
-SEPARATOR = "8/8/8/8/8/8/8/8 w - -"  # the empty board, between two lines of play
+SEPARATOR = "KKKKKKKK/8/8/8/8/8/8/kkkkkkkk w - -"  # between two lines of play; in nobody's file
 START = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq -"
 POSITION = re.compile(r"^[pnbrqkPNBRQK1-8/]{15,} [wb] [KQkq-]+ (?:-|[a-h][1-8])$")
 
@@ -66,8 +67,9 @@ def play_lines(engine: str, queries: list[tuple[str, list[str]]]) -> list[Line]:
     for fen, moves in queries:
         script += [f"fen {SEPARATOR}", f"fen {fen}", *(f"move {move.rstrip('+#!?')}" for move in moves)]
     try:
-        run = subprocess.run([engine, "-c", "-nolog", "-standard"], input="\n".join([*script, "quit", ""]), text=True,
-                             capture_output=True, timeout=TIMEOUT, check=False)
+        with tempfile.TemporaryDirectory() as folder:  # the engine begins a log where it is started
+            run = subprocess.run([engine, "-c", "-nolog", "-standard"], input="\n".join([*script, "quit", ""]), text=True,
+                                 capture_output=True, timeout=TIMEOUT, check=False, cwd=folder)
     except (OSError, subprocess.SubprocessError) as error:
         raise ReportError(f"{engine}: cannot be asked for positions ({error})") from error
     shown = [line for line in run.stdout.splitlines() if POSITION.match(line)]

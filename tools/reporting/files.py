@@ -24,7 +24,7 @@ class Sources:
             raise ReportError(f"{path}: {error.strerror or error}") from error
         if not data.strip():
             raise ReportError(f"{path} is empty")
-        data = data.replace(b"\0\n", b"\n")  # so the engine keeps a carriage return in unsolved.epd
+        data = data.replace(b"\0\n", b"\n")  # as older suites end their lines
         if b"\0" in data:
             raise ReportError(f"{path} is no text")
         self.read.append((Path(path).name, len(data), time.strftime("%Y-%m-%d %H:%M", written)))

@@ -9,7 +9,7 @@ from . import charts, elo
 from .board import board
 from .engine import START, Line, play_lines, squares_of
 from .files import ReportError, Sources
-from .page import esc, facts, figure, note, percent, signed, table
+from .page import columns, esc, facts, figure, note, percent, signed, table
 from .pgn import Game, Ply, games_of
 
 WORST_LOSSES = 5
@@ -121,9 +121,9 @@ def split(match: Match, key: Callable[[Played], object]) -> dict[object, elo.Tal
     return groups
 
 
-def result_table(head: str, groups: Iterable[tuple[object, elo.Tally]], caption: str = "") -> str:
+def result_table(head: str, groups: Iterable[tuple[object, elo.Tally]]) -> str:
     rows = [(name, t.games, t.wins, t.draws, t.losses, percent(t.score, 1)) for name, t in groups]
-    return table([head, "games", "won", "drawn", "lost", "score"], rows, caption)
+    return table([head, "games", "won", "drawn", "lost", "score"], rows)
 
 
 def opening_name(played: Played, plies: int) -> str:
@@ -142,7 +142,7 @@ def opening_table(match: Match, plies: int) -> str:
     shown = groups[:MOST_OPENINGS]
     if rest.games:
         shown.append((f"{len(groups) - MOST_OPENINGS} others", rest))
-    return result_table("opening", shown, f"by the first {plies} plies, or by the position that the game began with")
+    return result_table(f"opening (first {plies} plies)", shown)
 
 
 def length_class(moves: int) -> int:
@@ -198,16 +198,20 @@ def length_chart(match: Match, groups: dict[object, elo.Tally]) -> str:
     bars = pairs.bar(["0", "\u00bd", "1", "1\u00bd", "2"], match.tally.pairs, color=charts.ONE, width=0.7)
     pairs.bar_label(bars, fontsize=9)
     pairs.set(xlabel="points of player 1 in a pair", ylabel="pairs")
-    names, bottom = [length_name(i) for i in sorted(groups)], [0] * len(groups)
-    for label, colour, counts in (("won", charts.GOOD, [groups[i].wins for i in sorted(groups)]),
-                                  ("drawn", charts.EVEN, [groups[i].draws for i in sorted(groups)]),
-                                  ("lost", charts.BAD, [groups[i].losses for i in sorted(groups)])):
+    tallies = [groups.get(i, elo.Tally()) for i in range(len(LENGTHS) + 1)]
+    names, bottom = [length_name(i) for i in range(len(tallies))], [0] * len(tallies)
+    for label, colour, counts in (("won", charts.GOOD, [t.wins for t in tallies]),
+                                  ("drawn", charts.EVEN, [t.draws for t in tallies]),
+                                  ("lost", charts.BAD, [t.losses for t in tallies])):
         axes.bar(names, counts, bottom=bottom, color=colour, label=label, width=0.7)
         bottom = [b + c for b, c in zip(bottom, counts)]
     axes.set(xlabel="length (moves)", ylabel="games")
-    axes.legend()
+    axes.tick_params(axis="x", labelsize=8.5)
+    axes.legend(ncols=3, loc="lower right", bbox_to_anchor=(1, 0.98))
     for each in (pairs, axes):
         each.grid(axis="x", visible=False)
+        each.yaxis.get_major_locator().set_params(integer=True)
+        each.set_ylim(bottom=0)
     return charts.svg(drawing, f"Pairs of games by points: {match.tally.pairs}; results by length of the game")
 
 
@@ -223,9 +227,9 @@ def evaluation_chart(played: Played, names: tuple[str, str]) -> str:
         plies += len(seen)
     axes.axhline(0, color=charts.SOFT, linewidth=0.9)
     axes.set(xlabel="ply", ylabel="pawns", ylim=(-SCORE_LIMIT - 0.5, SCORE_LIMIT + 0.5), xlim=(0, len(played.game.plies)))
-    axes.legend(loc="lower left")
+    axes.legend(loc="upper left")
     if plies == 0:
-        axes.text(0.5, 0.6, "no scores in the comments", transform=axes.transAxes, ha="center", color=charts.SOFT)
+        axes.text(0.5, 0.3, "no scores in the comments", transform=axes.transAxes, ha="center", color=charts.SOFT)
     return charts.svg(drawing, f"Evaluation of the game for {names[0]}, by both players, over {len(played.game.plies)} plies")
 
 
@@ -275,19 +279,21 @@ def match_report(path: str, sources: Sources, engine: Callable[[], str], player1
         facts([(f"{tally.games}", f"games: {tally.wins} won, {tally.draws} drawn, {tally.losses} lost"),
                (f"{100 * tally.score:.1f} %", "score of player 1"),
                (f"{signed(value)} \u00b1 {margin:.1f}" if pairs else "\u2013", f"Elo, 95 %, from {pairs} pairs"),
-               (signed(ratio, 2), f"log-likelihood ratio of {bounds[0]:g} and {bounds[1]:g} Elo; decided at "
-                                  f"\u00b1{elo.DECISION_BOUND:.2f}: {verdict}")]),
-        f"<p><code>{esc(elo.standing_line(tally, *bounds))}</code></p>\n",
+               (signed(ratio, 2), f"LLR of {bounds[0]:g} and {bounds[1]:g} Elo, {verdict} "
+                                  f"(bounds \u00b1{elo.DECISION_BOUND:.2f})")]),
+        f"<p class=\"line\"><code>{esc(elo.standing_line(tally, *bounds))}</code></p>\n",
         note(f"{match.unfinished} unfinished games are left out.") if match.unfinished else "",
         figure(score_chart(match), "Score over the games; the band holds 95 of 100 such matches.") if pairs else
         note("No two games make a pair (one opening, colours reversed): no Elo, no error band."),
         figure(length_chart(match, lengths)),
         "<h3>Results</h3>\n",
-        result_table("colour of player 1", sorted(split(match, lambda p: "White" if p.white else "Black").items(), reverse=True)),
-        result_table("ending", sorted(split(match, Played.cause).items(), key=lambda item: -item[1].games)),
-        result_table("length (moves)", [(length_name(i), lengths[i]) for i in sorted(lengths)]),
-        opening_table(match, plies),
-        player_table(match),
+        columns(
+            result_table("colour of player 1", sorted(split(match, lambda p: "White" if p.white else "Black").items(),
+                                                      reverse=True)),
+            result_table("ending", sorted(split(match, Played.cause).items(), key=lambda item: -item[1].games)),
+            result_table("length (moves)", [(length_name(i), lengths[i]) for i in sorted(lengths)]),
+            opening_table(match, plies),
+            player_table(match)),
         losses(match, engine),
     ]
     return "".join(parts)

@@ -19,10 +19,10 @@ body { margin: 0 auto; padding: 2.5rem 1.5rem 4rem; max-width: 62rem; background
 h1, h2, h3 { line-height: 1.25; font-weight: 600; }
 h1 { margin: 0; font-size: 1.7rem; } h2 { margin: 3rem 0 .6rem; padding-top: 1rem; border-top: 2px solid var(--text);
   font-size: 1.35rem; } h3 { margin: 1.8rem 0 .5rem; font-size: 1.02rem; }
-p { margin: .4rem 0 .8rem; max-width: 46rem; } .soft, figcaption, caption { color: var(--soft); }
-code { font: .88em/1.4 "DejaVu Sans Mono", "Liberation Mono", monospace; overflow-wrap: anywhere; }
+p { margin: .4rem 0 .8rem; max-width: 46rem; } .soft, figcaption { color: var(--soft); }
+.line { max-width: none; overflow-x: auto; white-space: nowrap; } code { font: .84em/1.4 "DejaVu Sans Mono", "Liberation Mono", monospace; }
 table { border-collapse: collapse; margin: .4rem 0 1rem; font-variant-numeric: tabular-nums; }
-caption { text-align: left; padding-bottom: .3rem; } th { font-weight: 600; color: var(--soft); }
+th { font-weight: 600; color: var(--soft); }
 th, td { padding: .22rem .9rem .22rem 0; text-align: right; border-bottom: 1px solid var(--rule); vertical-align: top; }
 th:first-child, td:first-child { text-align: left; } tr:last-child td { border-bottom-color: var(--soft); }
 .wide { overflow-x: auto; } figure { margin: .6rem 0 1.2rem; } figure svg { max-width: 100%; height: auto; display: block; }
@@ -30,8 +30,9 @@ figcaption { font-size: .87rem; margin-top: .35rem; } svg text { font-family: in
 .facts { display: flex; flex-wrap: wrap; gap: .5rem 2.6rem; margin: .8rem 0 1.2rem; }
 .facts div { min-width: 7rem; } .facts b { display: block; font-size: 1.45rem; font-weight: 600; line-height: 1.3;
   font-variant-numeric: tabular-nums; } .facts span { color: var(--soft); font-size: .87rem; }
+.columns { display: flex; flex-wrap: wrap; gap: 0 3rem; align-items: flex-start; }
 .boards { display: grid; grid-template-columns: repeat(auto-fill, minmax(17rem, 1fr)); gap: 1rem 1.6rem; }
-.boards.small { grid-template-columns: repeat(3, minmax(0, 15rem)); gap: .4rem 1.4rem; }
+.boards.small { grid-template-columns: repeat(3, minmax(0, 17.5rem)); gap: .4rem 1.8rem; }
 .pair { display: grid; grid-template-columns: 17rem minmax(0, 1fr); gap: 0 1.8rem; align-items: center; }
 @media (max-width: 46rem) { .pair { grid-template-columns: 1fr; } }
 """
@@ -52,12 +53,11 @@ def percent(part: float, whole: float) -> str:
     return f"{100 * part / whole:.1f} %" if whole else "\u2013"
 
 
-def table(heads: Sequence[str], rows: Iterable[Sequence[object]], caption: str = "") -> str:
+def table(heads: Sequence[str], rows: Iterable[Sequence[object]]) -> str:
     """A table whose first column holds words and whose others hold figures."""
     head = "".join(f"<th scope=\"col\">{esc(h)}</th>" for h in heads)
     body = "".join("<tr>" + "".join(f"<td>{esc(cell)}</td>" for cell in row) + "</tr>\n" for row in rows)
-    title = f"<caption>{esc(caption)}</caption>" if caption else ""
-    return f"<div class=\"wide\"><table>{title}<thead><tr>{head}</tr></thead>\n<tbody>{body}</tbody></table></div>\n"
+    return f"<div class=\"wide\"><table><thead><tr>{head}</tr></thead>\n<tbody>{body}</tbody></table></div>\n"
 
 
 def facts(items: Iterable[tuple[str, str]]) -> str:
@@ -70,6 +70,11 @@ def figure(picture: str, caption: str = "") -> str:
     """A picture with a line below; `caption` is HTML."""
     words = f"<figcaption>{caption}</figcaption>" if caption else ""
     return f"<figure>{picture}{words}</figure>\n"
+
+
+def columns(*parts: str) -> str:
+    """Tables side by side as far as the page is wide."""
+    return f"<div class=\"columns\">{''.join(parts)}</div>\n"
 
 
 def note(text: str) -> str:

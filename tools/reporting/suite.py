@@ -11,7 +11,7 @@ from . import charts
 from .board import board
 from .engine import Line, play_lines, squares_of
 from .files import ReportError, Sources
-from .page import esc, facts, figure, note, percent, table
+from .page import esc, facts, figure, note, percent, signed, table
 
 FIELDS = 4  # of a position, before the operations of a line
 OPERATION = re.compile(r'(\w+)((?:\s+"[^"]*"|[^;"])*)')
@@ -20,7 +20,8 @@ SOLVED = re.compile(r"^.*: solved(?:, points= .*?)?, depth= (\d+), time= [\d.]+,
 SUMMARY = re.compile(r"^(\d+) / (\d+) correct best moves$", re.MULTILINE)
 FIGURES = {"total nodes": "nodes in all", "total time": "time in all", "node_rate": "nodes per second",
            "avg depth": "mean depth (plies)", "avg bf": "mean branching factor", "avg error": "mean error of the prediction",
-           "points": "points", "to solution: nodes": "to the solution, on average"}
+           "points": "points"}
+SOLUTION = re.compile(r"^to solution: nodes= (\d+), time= ([\d.]+) seconds", re.MULTILINE)
 
 
 @dataclass
@@ -38,14 +39,13 @@ class Suite:
     total: int
     positions: list[Position] = field(default_factory=list)
     figures: dict[str, str] = field(default_factory=dict)
-    standard: bool = False
 
 
 def read_suite(path: str, text: str) -> Suite:
     summary = SUMMARY.search(text)
     if summary is None:
         raise ReportError(f"{path} holds no summary of -anepd: no output of it, or of a run that was broken off")
-    suite = Suite(int(summary[1]), int(summary[2]), standard="\nsolved= " in text)
+    suite = Suite(int(summary[1]), int(summary[2]))
     expected = False  # the line of a position comes next
     for line in text.splitlines():
         if expected:
@@ -56,8 +56,15 @@ def read_suite(path: str, text: str) -> Suite:
     for name in FIGURES:
         found = re.search(rf"^{name}= (.*)$", text, re.MULTILINE)
         if found:
-            suite.figures[name] = found[1].strip()
+            suite.figures[FIGURES[name]] = with_commas(found[1].strip())
+    if to_solution := SOLUTION.search(text):
+        suite.figures["mean nodes to a solution"] = with_commas(to_solution[1])
+        suite.figures["mean time to a solution"] = f"{to_solution[2]} seconds"
     return suite
+
+
+def with_commas(figure_text: str) -> str:
+    return f"{int(figure_text):,}" if figure_text.isdigit() else figure_text
 
 
 def read_result(position: Position, line: str) -> None:
@@ -112,7 +119,7 @@ def position_figure(position: Position, lines: list[Line], kinds: list[str]) -> 
     given = operations(position.line)
     wishes = "; ".join(f"{name} {value}" for name, value in given.items() if name in ("bm", "am", "dm", "c0"))
     name = given.get("id", "").strip('"') or "position"
-    played = f"played {position.move} ({position.score / 100:+.2f})" if position.move else "what was played is not told"
+    played = f"played {position.move} ({signed(position.score / 100, 2)})" if position.move else "what was played is not told"
     words = f"<b>{esc(name)}</b>, {'White' if ' w ' in position.line else 'Black'} to move: {esc(wishes)}; {esc(played)}"
     start = lines[0].positions[0] if lines[0].positions else "8/8/8/8/8/8/8/8 w - -"
     alt = f"{name}: {start}; {wishes}; {played}"
@@ -150,7 +157,7 @@ def suite_report(paths: list[str], sources: Sources, engine: Callable[[], str]) 
     parts = [f"<h2>Test suite{': ' + esc(Path(name[1]).name) if name else ''}</h2>\n",
              facts([(f"{suite.correct} of {suite.total}", "positions solved"),
                     (percent(suite.correct, suite.total), "solved")]),
-             table(["figure", "value"], [(words, suite.figures[key]) for key, words in FIGURES.items() if key in suite.figures])]
+             table(["figure", "value"], suite.figures.items())]
     if any(p.solved_at is not None for p in suite.positions):
         parts.append(figure(depth_chart(suite), "Positions solved, by the depth from which the solution stood."))
     left = suite.total - suite.correct

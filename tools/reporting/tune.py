@@ -69,7 +69,7 @@ def loss_chart(rounds: list[Round], best: Round) -> str:
     if any(r.held_out for r in rounds):
         axes.plot(numbers, [r.held_out for r in rounds], "s--", color=charts.TWO, label="held out")
     axes.axvline(best.number, color=charts.SOFT, linewidth=0.9, linestyle=":")
-    axes.annotate(" kept", (best.number, 1), xycoords=("data", "axes fraction"), va="top", color=charts.SOFT)
+    axes.annotate(" kept", (best.number, 0.5), xycoords=("data", "axes fraction"), va="center", color=charts.SOFT)
     axes.set(xlabel="round", ylabel="loss (mean square)")
     axes.set_xticks(numbers)
     axes.legend()
