@@ -49,20 +49,21 @@ def value_of(run: Run, number: int, measure: str) -> float | None:
     return getattr(position, measure) if position else None
 
 
-def position_chart(runs: list[Run], measure: str, unit: str) -> str:
-    """Bars by position: of the rate where it is told, else of the time."""
-    drawing, (axes,) = charts.chart(2.8)
+def position_chart(runs: list[Run], measures: dict[str, str]) -> str:
+    """Bars by position for each measure."""
+    drawing, panels = charts.chart(2.8, columns=len(measures))
     numbers = sorted(runs[0].positions)
     width = 0.8 / len(runs)
-    for i, (run, colour) in enumerate(zip(runs, (charts.ONE, charts.TWO))):
-        places = [n + width * (i - (len(runs) - 1) / 2) for n in range(len(numbers))]
-        axes.bar(places, [value_of(run, n, measure) or 0 for n in numbers], width, color=colour, label=run.name)
-    axes.set_xticks(range(len(numbers)), [str(n) for n in numbers])
-    axes.set(xlabel="position", ylabel=unit)
-    axes.yaxis.set_major_formatter(lambda value, _: f"{value:,.10g}")
-    axes.grid(axis="x", visible=False)
-    axes.legend(ncols=2, loc="lower left", bbox_to_anchor=(0, 1))
-    return charts.svg(drawing, f"{unit} by position of " + " and ".join(run.name for run in runs))
+    for axes, (measure, unit) in zip(panels, measures.items()):
+        for i, (run, colour) in enumerate(zip(runs, (charts.ONE, charts.TWO))):
+            places = [n + width * (i - (len(runs) - 1) / 2) for n in range(len(numbers))]
+            axes.bar(places, [value_of(run, n, measure) or 0 for n in numbers], width, color=colour, label=run.name)
+        axes.set_xticks(range(len(numbers)), [str(n) for n in numbers])
+        axes.set(xlabel="position", ylabel=unit)
+        axes.yaxis.set_major_formatter(lambda value, _: f"{value:,.10g}")
+        axes.grid(axis="x", visible=False)
+        axes.legend(ncols=2, loc="lower left", bbox_to_anchor=(0, 1))
+    return charts.svg(drawing, f"{' and '.join(measures.values())} by position, of {' and '.join(run.name for run in runs)}")
 
 
 def figure_text(value: float | None, measure: str) -> str:
@@ -101,10 +102,9 @@ def bench_report(paths: list[str], sources: Sources) -> str:
     parts.append(table(["run", "nodes", "time (s)", "nodes per second"], rows))
     if new.positions:
         full = all(p.nodes is not None for run in runs for p in run.positions.values())
-        measures = {"seconds": "time (s)"} | ({"nodes": "nodes", "rate": "nodes per second"} if full else {})
-        measure = "rate" if full else "seconds"
-        parts.append(figure(position_chart(runs, measure, measures[measure].capitalize())))
-        parts.append(position_table(runs, measures))
+        time, others = {"seconds": "time (s)"}, {"nodes": "nodes", "rate": "nodes per second"}
+        parts.append(figure(position_chart(runs, others if full else time)))
+        parts.append(position_table(runs, time | others if full else time))
         if not full:
             parts.append(note("Nodes and rates by position are told by runs with -standard."))
     return "".join(parts)

@@ -223,7 +223,7 @@ def evaluation_chart(played: Played, names: tuple[str, str]) -> str:
         seen = [(i + 1, s.score if first else -s.score) for i, ply in enumerate(played.game.plies)
                 if mover_is_first(played, i) == first and (s := ply.search())]
         values = [max(-SCORE_LIMIT, min(SCORE_LIMIT, score)) for _, score in seen]
-        axes.plot([ply for ply, _ in seen], values, style, color=colour, label=names[0 if first else 1])
+        axes.plot([ply for ply, _ in seen], values, style, color=colour, marker=".", markersize=4, label=names[0 if first else 1])
         plies += len(seen)
     axes.axhline(0, color=charts.SOFT, linewidth=0.9)
     axes.set(xlabel="ply", ylabel="pawns", ylim=(-SCORE_LIMIT - 0.5, SCORE_LIMIT + 0.5), xlim=(0, len(played.game.plies)))

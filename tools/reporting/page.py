@@ -17,7 +17,7 @@ STYLE = """
 body { margin: 0 auto; padding: 2.5rem 1.5rem 4rem; max-width: 62rem; background: var(--page); color: var(--text);
   font: 15px/1.5 "Source Sans 3", "Segoe UI", "Helvetica Neue", "Liberation Sans", "DejaVu Sans", Arial, sans-serif; }
 h1, h2, h3 { line-height: 1.25; font-weight: 600; }
-h1 { margin: 0; font-size: 1.7rem; } h2 { margin: 3rem 0 .6rem; padding-top: 1rem; border-top: 2px solid var(--text);
+h1 { margin: 0; font-size: 1.7rem; } h2 { margin: 2.4rem 0 .6rem; padding-top: 1rem; border-top: 2px solid var(--text);
   font-size: 1.35rem; } h3 { margin: 1.8rem 0 .5rem; font-size: 1.02rem; }
 p { margin: .4rem 0 .8rem; max-width: 46rem; } .soft, figcaption { color: var(--soft); }
 .line { max-width: none; overflow-x: auto; white-space: nowrap; } code { font: .84em/1.4 "DejaVu Sans Mono", "Liberation Mono", monospace; }
@@ -27,7 +27,7 @@ th, td { padding: .22rem .9rem .22rem 0; text-align: right; border-bottom: 1px s
 th:first-child, td:first-child { text-align: left; } tr:last-child td { border-bottom-color: var(--soft); }
 .wide { overflow-x: auto; } figure { margin: .6rem 0 1.2rem; } figure svg { max-width: 100%; height: auto; display: block; }
 figcaption { font-size: .87rem; margin-top: .35rem; } svg text { font-family: inherit; }
-.facts { display: flex; flex-wrap: wrap; gap: .5rem 2.6rem; margin: .8rem 0 1.2rem; }
+.facts { display: flex; flex-wrap: wrap; gap: .5rem 2.2rem; margin: .8rem 0 1.2rem; }
 .facts div { min-width: 7rem; } .facts b { display: block; font-size: 1.45rem; font-weight: 600; line-height: 1.3;
   font-variant-numeric: tabular-nums; } .facts span { color: var(--soft); font-size: .87rem; }
 .columns { display: flex; flex-wrap: wrap; gap: 0 3rem; align-items: flex-start; }
@@ -46,7 +46,7 @@ def signed(value: float, digits: int = 1) -> str:
     """A number with its sign, with a real minus; infinity as a word."""
     if value in (float("inf"), float("-inf")):
         return "\u2212\u221e" if value < 0 else "+\u221e"
-    return f"{value:+.{digits}f}".replace("-", "\u2212")
+    return f"{round(value, digits) + 0.0:+.{digits}f}".replace("-", "\u2212")  # adding 0 makes -0 +0
 
 
 def percent(part: float, whole: float) -> str:

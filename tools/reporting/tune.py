@@ -107,6 +107,11 @@ def table_boards(piece: str, stage: str, squares: dict[str, tuple[int, int]], st
     return f"<h3>{esc(piece.capitalize())}, {STAGES[stage]}</h3>\n<div class=\"boards small\">{pictures}</div>\n"
 
 
+def loss_fact(kind: str, before: float, after: float) -> tuple[str, str]:
+    change = signed(100 * (after / before - 1), 2) + " %" if before else "\u2013"
+    return change, f"{kind} loss, {before:.4f} to {after:.4f}"
+
+
 def tune_report(path: str, sources: Sources) -> str:
     tuning = read_tuning(path, sources.text(path))
     held_out = any(r.held_out for r in tuning.rounds)
@@ -116,11 +121,9 @@ def tune_report(path: str, sources: Sources) -> str:
     changed = sum(before != after for before, after in tuning.weights.values()) + sum(map(bool, moved))
     material = {n: v for n, v in tuning.weights.items() if MATERIAL in n}
     others = {n: v for n, v in tuning.weights.items() if MATERIAL not in n}
-    items = [(f"{signed(100 * (best.training / start.training - 1), 2)} %", f"training loss, {start.training:.6f} to "
-                                                                             f"{best.training:.6f}")]
+    items = [loss_fact("training", start.training, best.training)]
     if held_out:
-        items.append((f"{signed(100 * (best.held_out / start.held_out - 1), 2)} %", f"held-out loss, {start.held_out:.6f} to "
-                                                                                    f"{best.held_out:.6f}"))
+        items.append(loss_fact("held-out", start.held_out, best.held_out))
     items += [(f"{best.number} of {tuning.rounds[-1].number}", "round whose weights are kept"),
               (f"{changed} of {len(moved) + len(tuning.weights)}", "weights changed"),
               (f"{sum(r.seconds for r in tuning.rounds):.1f} s", "time of the rounds")]
