@@ -15,7 +15,8 @@ endif()
 include(GNUInstallDirs)
 
 # What is installed is recorded in the build folder, for cmake/uninstall.cmake: folders are looked at before the first file.
-set(folders ${CMAKE_INSTALL_BINDIR} ${CMAKE_INSTALL_DOCDIR}/docs ${CMAKE_INSTALL_DOCDIR}/examples ${CMAKE_INSTALL_MANDIR}/man6
+set(folders ${CMAKE_INSTALL_BINDIR} ${CMAKE_INSTALL_DOCDIR}/docs ${CMAKE_INSTALL_DOCDIR}/docs/pictures
+  ${CMAKE_INSTALL_DOCDIR}/examples ${CMAKE_INSTALL_MANDIR}/man6
   ${CMAKE_INSTALL_DATADIR}/bash-completion/completions ${CMAKE_INSTALL_DATADIR}/games/plugins/uci)
 set(record "set(VESK_INSTALLED \"${PROJECT_BINARY_DIR}/installed.txt\")")
 install(CODE "${record}\nset(VESK_FOLDERS \"${folders}\")")

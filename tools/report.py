@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""Makes one HTML page, with all its pictures inside, of what the workbench wrote: matches, test suites, tuning, benchmarks.
+"""Makes one HTML page, its pictures inside, of what the workbench wrote: matches, test suites, tuning, benchmarks.
 
     tools/report.py -o report.html --match match.pgn --suite suite.txt --tune tuned.tsv --bench new.txt old.txt
 
@@ -28,7 +28,7 @@ def arguments() -> argparse.Namespace:
     parser = argparse.ArgumentParser(description="Makes one HTML page of what the workbench wrote.")
     parser.add_argument("-o", "--output", default="report.html", metavar="FILE", help="the page (report.html)")
     parser.add_argument("--title", default="Vesk: report", help="its heading")
-    parser.add_argument("--engine", metavar="PROGRAM", help="the engine that plays through moves (build/release/vesk, vesk)")
+    parser.add_argument("--engine", metavar="PROGRAM", help="plays through moves (build/release/vesk, vesk)")
     parser.add_argument("--match", metavar="PGN", help="games of -selfplay or of a tournament manager")
     parser.add_argument("--player1", metavar="NAME", help="whose results count (White of the first game)")
     parser.add_argument("--sprt", nargs=2, type=float, default=(0.0, 5.0), metavar=("ELO0", "ELO1"),

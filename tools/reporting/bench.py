@@ -1,4 +1,4 @@
-"""Report on a benchmark: what `vesk -bench` (or -bench2, -pbench, bench) printed, against an older run where there is one."""
+"""Report on a benchmark: what `vesk -bench` (or another one) printed, against an older run where there is one."""
 from __future__ import annotations
 
 import re
@@ -36,7 +36,8 @@ def read_run(path: str, sources: Sources) -> Run:
         raise ReportError(f"{path} holds no total of a benchmark")
     run = Run(sources.read[-1][0], float(total[1]), int(total[2]), int(total[3]))
     for number, seconds, nodes, rate in POSITION.findall(text):
-        run.positions[int(number)] = Position(float(seconds), int(nodes) if nodes else None, int(rate) if rate else None)
+        told = (int(nodes), int(rate)) if nodes else (None, None)
+        run.positions[int(number)] = Position(float(seconds), *told)
     return run
 
 
@@ -63,7 +64,8 @@ def position_chart(runs: list[Run], measures: dict[str, str]) -> str:
         axes.yaxis.set_major_formatter(lambda value, _: f"{value:,.10g}")
         axes.grid(axis="x", visible=False)
         axes.legend(ncols=2, loc="lower left", bbox_to_anchor=(0, 1))
-    return charts.svg(drawing, f"{' and '.join(measures.values())} by position, of {' and '.join(run.name for run in runs)}")
+    names = " and ".join(run.name for run in runs)
+    return charts.svg(drawing, f"{' and '.join(measures.values())} by position, of {names}")
 
 
 def figure_text(value: float | None, measure: str) -> str:
@@ -96,7 +98,8 @@ def bench_report(paths: list[str], sources: Sources) -> str:
                                             (f"{new.seconds:.2f} s", "time")])]
     rows = [(run.name, f"{run.nodes:,}", f"{run.seconds:.2f}", f"{run.rate:,}") for run in runs]
     if len(runs) == 2:
-        rows.append(("change", change(new.nodes, old.nodes), change(new.seconds, old.seconds), change(new.rate, old.rate)))
+        rows.append(("change", change(new.nodes, old.nodes), change(new.seconds, old.seconds),
+                     change(new.rate, old.rate)))
         parts.append(note("Both runs searched the same number of nodes." if new.nodes == old.nodes else
                           "The runs searched different nodes: another search, depth or set of positions."))
     parts.append(table(["run", "nodes", "time (s)", "nodes per second"], rows))

@@ -13,8 +13,8 @@ from matplotlib.axes import Axes  # noqa: E402
 from matplotlib.figure import Figure  # noqa: E402
 
 # Colours that stand for those of the page's style until the chart is written.
-COLOURS = {"text": "#010203", "soft": "#010204", "rule": "#010205", "good": "#010206", "bad": "#010207", "one": "#010208",
-           "two": "#010209", "even": "#01020a", "band": "#01020b"}
+COLOURS = {"text": "#010203", "soft": "#010204", "rule": "#010205", "good": "#010206", "bad": "#010207",
+           "one": "#010208", "two": "#010209", "even": "#01020a", "band": "#01020b"}
 TEXT, SOFT, RULE, GOOD, BAD, ONE, TWO, EVEN, BAND = COLOURS.values()
 WIDTH = 9.6  # inches of a chart as wide as the page
 
@@ -23,7 +23,7 @@ plt.rcParams.update({
     "axes.edgecolor": SOFT, "axes.labelcolor": TEXT, "axes.titlecolor": TEXT, "xtick.color": SOFT, "ytick.color": SOFT,
     "axes.grid": True, "grid.color": RULE, "grid.linewidth": 0.8, "axes.axisbelow": True, "axes.spines.top": False,
     "axes.spines.right": False, "lines.linewidth": 1.6, "legend.frameon": False, "legend.fontsize": 9,
-    "figure.constrained_layout.use": True, "savefig.transparent": True,
+    "figure.constrained_layout.use": True, "text.parse_math": False, "savefig.transparent": True,
 })
 _written = 0  # charts so far: the names inside of each must differ
 

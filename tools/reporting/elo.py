@@ -1,5 +1,5 @@
-"""The arithmetic of matches, as src/arena/elo.cpp has it: the estimate of the difference in strength from complete pairs of
-games, and the test of two hypotheses about it. Figures agree with those that `vesk -selfplay` prints."""
+"""The arithmetic of matches, as src/arena/elo.cpp has it: the estimate of the difference in strength from complete
+pairs of games, and the test of two hypotheses about it. Figures agree with those that `vesk -selfplay` prints."""
 from __future__ import annotations
 
 import math

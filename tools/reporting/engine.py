@@ -1,4 +1,4 @@
-"""What needs the rules of chess is asked of the engine: moves in any spelling, played from a position on its console."""
+"""What needs the rules of chess is asked of the engine: moves in any spelling, played on its console."""
 from __future__ import annotations
 
 import re
@@ -23,7 +23,8 @@ def find_engine(named: str | None) -> str:
     built = Path(__file__).resolve().parents[2] / "build" / "release" / "vesk"
     found = named or (str(built) if built.is_file() else shutil.which("vesk"))
     if found is None or shutil.which(found) is None:
-        raise ReportError(f"{named}: no such program" if named else "no engine found: build it, or name it with --engine")
+        raise ReportError(f"{named}: no such program" if named else
+                          "no engine found: build it, or name it with --engine")
     return str(Path(shutil.which(found) or found).resolve())
 
 
@@ -68,8 +69,8 @@ def play_lines(engine: str, queries: list[tuple[str, list[str]]]) -> list[Line]:
         script += [f"fen {SEPARATOR}", f"fen {fen}", *(f"move {move.rstrip('+#!?')}" for move in moves)]
     try:
         with tempfile.TemporaryDirectory() as folder:  # the engine begins a log where it is started
-            run = subprocess.run([engine, "-c", "-nolog", "-standard"], input="\n".join([*script, "quit", ""]), text=True,
-                                 capture_output=True, timeout=TIMEOUT, check=False, cwd=folder)
+            run = subprocess.run([engine, "-c", "-nolog", "-standard"], input="\n".join([*script, "quit", ""]),
+                                 text=True, capture_output=True, timeout=TIMEOUT, check=False, cwd=folder)
     except (OSError, subprocess.SubprocessError) as error:
         raise ReportError(f"{engine}: cannot be asked for positions ({error})") from error
     shown = [line for line in run.stdout.splitlines() if POSITION.match(line)]

@@ -223,14 +223,16 @@ def evaluation_chart(played: Played, names: tuple[str, str]) -> str:
         seen = [(i + 1, s.score if first else -s.score) for i, ply in enumerate(played.game.plies)
                 if mover_is_first(played, i) == first and (s := ply.search())]
         values = [max(-SCORE_LIMIT, min(SCORE_LIMIT, score)) for _, score in seen]
-        axes.plot([ply for ply, _ in seen], values, style, color=colour, marker=".", markersize=4, label=names[0 if first else 1])
+        axes.plot([ply for ply, _ in seen], values, style, color=colour, marker=".", markersize=4,
+                  label=names[0 if first else 1])
         plies += len(seen)
     axes.axhline(0, color=charts.SOFT, linewidth=0.9)
-    axes.set(xlabel="ply", ylabel="pawns", ylim=(-SCORE_LIMIT - 0.5, SCORE_LIMIT + 0.5), xlim=(0, len(played.game.plies)))
+    length, height = len(played.game.plies), SCORE_LIMIT + 0.5
+    axes.set(xlabel="ply", ylabel="pawns", ylim=(-height, height), xlim=(0, length))
     axes.legend(loc="upper left")
     if plies == 0:
         axes.text(0.5, 0.3, "no scores in the comments", transform=axes.transAxes, ha="center", color=charts.SOFT)
-    return charts.svg(drawing, f"Evaluation of the game for {names[0]}, by both players, over {len(played.game.plies)} plies")
+    return charts.svg(drawing, f"Evaluation of the game for {names[0]}, by both players, over {length} plies")
 
 
 # --- losses ---
@@ -257,9 +259,9 @@ def losses(match: Match, engine: Callable[[], str]) -> str:
         return title + note("It lost no game.")
     lost = lost[:WORST_LOSSES]
     lines = play_lines(engine(), [(p.game.fen or START, [ply.move for ply in p.game.plies]) for p in lost])
-    return title + note("The final position, the last move marked, and the scores in the comments as player 1 sees them, "
-                        f"cut at {SCORE_LIMIT:g} pawns.") + "".join(
-        loss_figure(p, line, match.players) for p, line in zip(lost, lines))
+    words = ("The final position, the last move marked, and the scores in the comments as player 1 sees them, "
+             f"cut at {SCORE_LIMIT:g} pawns.")
+    return title + note(words) + "".join(loss_figure(p, line, match.players) for p, line in zip(lost, lines))
 
 
 def match_report(path: str, sources: Sources, engine: Callable[[], str], player1: str | None,
@@ -278,7 +280,8 @@ def match_report(path: str, sources: Sources, engine: Callable[[], str], player1
         note(event) if event.strip("?") else "",
         facts([(f"{tally.games}", f"games: {tally.wins} won, {tally.draws} drawn, {tally.losses} lost"),
                (f"{100 * tally.score:.1f} %", "score of player 1"),
-               (f"{signed(value)} \u00b1 {margin:.1f}" if pairs else "\u2013", f"Elo, 95 %, from {pairs} pairs"),
+               (f"{signed(value)} \u00b1 {signed(margin)[1:]}" if pairs else "\u2013",
+                f"Elo, 95 %, from {pairs} pairs"),
                (signed(ratio, 2), f"LLR of {bounds[0]:g} and {bounds[1]:g} Elo, {verdict} "
                                   f"(bounds \u00b1{elo.DECISION_BOUND:.2f})")]),
         f"<p class=\"line\"><code>{esc(elo.standing_line(tally, *bounds))}</code></p>\n",

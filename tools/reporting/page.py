@@ -20,12 +20,14 @@ h1, h2, h3 { line-height: 1.25; font-weight: 600; }
 h1 { margin: 0; font-size: 1.7rem; } h2 { margin: 2.4rem 0 .6rem; padding-top: 1rem; border-top: 2px solid var(--text);
   font-size: 1.35rem; } h3 { margin: 1.8rem 0 .5rem; font-size: 1.02rem; }
 p { margin: .4rem 0 .8rem; max-width: 46rem; } .soft, figcaption { color: var(--soft); }
-.line { max-width: none; overflow-x: auto; white-space: nowrap; } code { font: .84em/1.4 "DejaVu Sans Mono", "Liberation Mono", monospace; }
+.line { max-width: none; overflow-x: auto; white-space: nowrap; }
+code { font: .84em/1.4 "DejaVu Sans Mono", "Liberation Mono", monospace; }
 table { border-collapse: collapse; margin: .4rem 0 1rem; font-variant-numeric: tabular-nums; }
 th { font-weight: 600; color: var(--soft); }
 th, td { padding: .22rem .9rem .22rem 0; text-align: right; border-bottom: 1px solid var(--rule); vertical-align: top; }
 th:first-child, td:first-child { text-align: left; } tr:last-child td { border-bottom-color: var(--soft); }
-.wide { overflow-x: auto; } figure { margin: .6rem 0 1.2rem; } figure svg { max-width: 100%; height: auto; display: block; }
+.wide { overflow-x: auto; } figure { margin: .6rem 0 1.2rem; }
+figure svg { max-width: 100%; height: auto; display: block; }
 figcaption { font-size: .87rem; margin-top: .35rem; } svg text { font-family: inherit; }
 .facts { display: flex; flex-wrap: wrap; gap: .5rem 2.2rem; margin: .8rem 0 1.2rem; }
 .facts div { min-width: 7rem; } .facts b { display: block; font-size: 1.45rem; font-weight: 600; line-height: 1.3;
@@ -88,6 +90,6 @@ def page(title: str, sections: Iterable[str], sources: Sources) -> str:
     head = f"<h1>{esc(title)}</h1>\n<p class=\"soft\">Made {made} by tools/report.py from these files:</p>\n"
     return (f"<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n"
             f"<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n"
-            f"<link rel=\"icon\" href=\"data:,\">\n<title>{esc(title)}</title>\n<style>{STYLE}</style>\n</head>\n<body>\n"
-            f"{PIECES}\n<header>\n{head}{table(['file', 'bytes', 'written'], rows)}</header>\n<main>\n"
+            f"<link rel=\"icon\" href=\"data:,\">\n<title>{esc(title)}</title>\n<style>{STYLE}</style>\n</head>\n"
+            f"<body>\n{PIECES}\n<header>\n{head}{table(['file', 'bytes', 'written'], rows)}</header>\n<main>\n"
             + "".join(f"<section>\n{section}</section>\n" for section in sections) + "</main>\n</body>\n</html>\n")

@@ -19,8 +19,8 @@ MOVE = re.compile(r"^move= (\S+), time= ([\d.]+), score= (-?\d+), nodes= (\d+)")
 SOLVED = re.compile(r"^.*: solved(?:, points= .*?)?, depth= (\d+), time= [\d.]+, nodes= \d+$")
 SUMMARY = re.compile(r"^(\d+) / (\d+) correct best moves$", re.MULTILINE)
 FIGURES = {"total nodes": "nodes in all", "total time": "time in all", "node_rate": "nodes per second",
-           "avg depth": "mean depth (plies)", "avg bf": "mean branching factor", "avg error": "mean error of the prediction",
-           "points": "points"}
+           "avg depth": "mean depth (plies)", "avg bf": "mean branching factor",
+           "avg error": "mean error of the prediction", "points": "points"}
 SOLUTION = re.compile(r"^to solution: nodes= (\d+), time= ([\d.]+) seconds", re.MULTILINE)
 
 
@@ -84,8 +84,9 @@ def operations(line: str) -> dict[str, str]:
 def unsolved_positions(suite: Suite, path: str, text: str) -> list[Position]:
     """The lines of unsolved.epd with what was played there, as far as the run showed it."""
     lines = [line.strip() for line in text.splitlines() if line.strip()]
-    if len(lines) != suite.total - suite.correct:
-        raise ReportError(f"{path} holds {len(lines)} positions, but the run left {suite.total - suite.correct} unsolved")
+    left = suite.total - suite.correct
+    if len(lines) != left:
+        raise ReportError(f"{path} holds {len(lines)} positions, but the run left {left} unsolved")
     shown: dict[str, list[Position]] = {}
     for position in suite.positions:
         shown.setdefault(position.line, []).append(position)
@@ -119,8 +120,11 @@ def position_figure(position: Position, lines: list[Line], kinds: list[str]) -> 
     given = operations(position.line)
     wishes = "; ".join(f"{name} {value}" for name, value in given.items() if name in ("bm", "am", "dm", "c0"))
     name = given.get("id", "").strip('"') or "position"
-    played = f"played {position.move} ({signed(position.score / 100, 2)})" if position.move else "what was played is not told"
-    words = f"<b>{esc(name)}</b>, {'White' if ' w ' in position.line else 'Black'} to move: {esc(wishes)}; {esc(played)}"
+    played = "what was played is not told"
+    if position.move:
+        played = f"played {position.move} ({signed(position.score / 100, 2)})"
+    mover = "White" if " w " in position.line else "Black"
+    words = f"<b>{esc(name)}</b>, {mover} to move: {esc(wishes)}; {esc(played)}"
     start = lines[0].positions[0] if lines[0].positions else "8/8/8/8/8/8/8/8 w - -"
     alt = f"{name}: {start}; {wishes}; {played}"
     return figure(board(squares_of(start), alt, arrows=arrows_of(lines[1:], kinds)), words)
@@ -147,7 +151,7 @@ def depth_chart(suite: Suite) -> str:
     axes.bar_label(bars, fontsize=9)
     axes.set(xlabel="depth (plies)", ylabel="positions", ylim=(0, suite.total))
     axes.grid(axis="x", visible=False)
-    return charts.svg(drawing, f"Solved positions by the depth from which their solution stood: {solved} of {suite.total}")
+    return charts.svg(drawing, f"Solved positions by the depth from which solutions stood: {solved} of {suite.total}")
 
 
 def suite_report(paths: list[str], sources: Sources, engine: Callable[[], str]) -> str:
@@ -165,7 +169,7 @@ def suite_report(paths: list[str], sources: Sources, engine: Callable[[], str]) 
     if left:
         unsolved = paths[1] if len(paths) > 1 else str(Path(paths[0]).parent / "unsolved.epd")
         positions = unsolved_positions(suite, unsolved, sources.text(unsolved))
-        parts.append(note("Green: expected; red and dashed: played; purple and dotted: to be avoided. The score is in pawns, "
-                          "for the side to move."))
+        parts.append(note("Green: expected; red and dashed: played; purple and dotted: to be avoided. The score is in "
+                          "pawns, for the side to move."))
         parts.append(unsolved_boards(positions, engine()))
     return "".join(parts)

@@ -82,9 +82,9 @@ def weight_chart(weights: dict[str, tuple[int, int]], title: str) -> str:
     for place, (before, after) in enumerate(weights.values()):
         axes.barh(place - 0.19, before, 0.36, color=charts.EVEN, label="before" if place == 0 else None)
         axes.barh(place + 0.19, after, 0.36, color=charts.ONE, label="after" if place == 0 else None)
-        text = f"{before} \u2192 {after}" if before != after else f"{before}"
-        axes.annotate(text.replace("-", "\u2212"), (max(before, after, 0), place), xytext=(5, 0), textcoords="offset points",
-                      va="center", fontsize=8.5, color=charts.TEXT if before != after else charts.SOFT)
+        text, ink = (f"{before} \u2192 {after}", charts.TEXT) if before != after else (f"{before}", charts.SOFT)
+        axes.annotate(text.replace("-", "\u2212"), (max(before, after, 0), place), xytext=(5, 0),
+                      textcoords="offset points", va="center", fontsize=8.5, color=ink)
     axes.set_yticks(range(len(weights)), list(weights), fontsize=8.5)
     axes.set(ylim=(len(weights) - 0.4, -0.6), xlabel="value")
     axes.margins(x=0.12)
@@ -101,10 +101,11 @@ def table_boards(piece: str, stage: str, squares: dict[str, tuple[int, int]], st
     after = {square: values[1] for square, values in squares.items()}
     moved = {square: after[square] - before[square] for square in squares}
     largest = max(abs(v) for v in [*before.values(), *after.values()])
-    pictures = "".join(figure(coloured_board(values, scale, f"Table of the {piece}, {STAGES[stage]}, {words}", sign), words)
-                       for values, scale, words, sign in ((before, largest, "before", False), (after, largest, "after", False),
-                                                          (moved, step, "difference", True)))
-    return f"<h3>{esc(piece.capitalize())}, {STAGES[stage]}</h3>\n<div class=\"boards small\">{pictures}</div>\n"
+    name = f"{piece}, {STAGES[stage]}"
+    pictures = ""
+    for values, scale, words in ((before, largest, "before"), (after, largest, "after"), (moved, step, "difference")):
+        pictures += figure(coloured_board(values, scale, f"Table of the {name}, {words}", values is moved), words)
+    return f"<h3>{esc(name.capitalize())}</h3>\n<div class=\"boards small\">{pictures}</div>\n"
 
 
 def loss_fact(kind: str, before: float, after: float) -> tuple[str, str]:
@@ -127,15 +128,18 @@ def tune_report(path: str, sources: Sources) -> str:
     items += [(f"{best.number} of {tuning.rounds[-1].number}", "round whose weights are kept"),
               (f"{changed} of {len(moved) + len(tuning.weights)}", "weights changed"),
               (f"{sum(r.seconds for r in tuning.rounds):.1f} s", "time of the rounds")]
+    rounds = [(r.number, f"{r.training:.8f}", f"{r.held_out:.8f}", r.changed, f"{r.seconds:.1f}")
+              for r in tuning.rounds]
     parts = ["<h2>Tuning</h2>\n", facts(items), figure(loss_chart(tuning.rounds, best)),
-             table(["round", "training loss", "held-out loss", "weights changed", "time (s)"],
-                   [(r.number, f"{r.training:.8f}", f"{r.held_out:.8f}", r.changed, f"{r.seconds:.1f}") for r in tuning.rounds]),
+             table(["round", "training loss", "held-out loss", "weights changed", "time (s)"], rows=rounds),
              "<h3>Weights</h3>\n", note("In centipawns, but king_safety (percent) and the scales of mobility.")]
-    parts += [figure(weight_chart(group, title)) for group, title in ((material, "Material"), (others, "Other weights")) if group]
+    for group, title in ((material, "Material"), (others, "Other weights")):
+        if group:
+            parts.append(figure(weight_chart(group, title)))
     if tuning.tables:
         step = max(map(abs, moved)) or 1
         parts.append("<h3>Piece-square tables</h3>\n" + note(
-            "White at the bottom, in centipawns. Blue is good for the piece, orange bad; the differences have a scale of their "
-            f"own, full colour at {step}."))
+            "White at the bottom, in centipawns. Blue is good for the piece, orange bad; the differences have a scale "
+            f"of their own, full colour at {step}."))
         parts += [table_boards(piece, stage, squares, step) for (piece, stage), squares in tuning.tables.items()]
     return "".join(parts)
