@@ -165,6 +165,7 @@ struct Effort {
 struct ResultSnapshot {
     u64 searched_key = 0;   // search key of the position that pv belongs to
     int score = NO_SCORE;   // centipawns for the side to move
+    bool bounded = false;   // the true score may be higher: the search was stopped before it knew
     int depth_done = 0;     // plies
     int change_depth = 0;   // iteration at which the best move last changed
     Move pv[PV_SIZE] = {};  // [1] best move, [2] expected reply
@@ -190,8 +191,8 @@ public:
     }
     // Takes over a line (indexed from 1) where it tells more than the published one: a mate that is
     // sure, a deeper line unless a sure mate stands, a better score of the same depth. Returns
-    // whether it did. `effort`: of the search so far.
-    bool Publish(int score, int depth, const Move* pv, const Effort& effort) {
+    // whether it did. `bounded`: the score is a lower bound; `effort`: of the search so far.
+    bool Publish(int score, bool bounded, int depth, const Move* pv, const Effort& effort) {
         const std::lock_guard<std::mutex> guard(lock_);
         const bool sure_mate = score > SURE_MATE && score >= now_.score;
         const bool deeper = depth > now_.depth_done && now_.score < SURE_MATE;
@@ -200,6 +201,7 @@ public:
         ResultSnapshot next = now_;
         if (pv[1] != now_.pv[1]) { next.change_depth = depth; }
         next.score = score;
+        next.bounded = bounded;
         next.depth_done = depth;
         std::copy(pv, pv + PV_SIZE, next.pv);
         next.score_by_depth[depth] = static_cast<i16>(score);

@@ -425,7 +425,8 @@ void NewBestMove(ThreadBlock* tb) {
     const int score = tb->running_score;
     const int depth = tb->best_depth;
     const Effort effort = {SecondsSinceStart(), Collect().nodes};
-    if (!PBlock.result.Publish(score, depth, tb->pv, effort)) { return; }
+    const bool bounded = tb->root_status == ROOT_FAILS_HIGH;
+    if (!PBlock.result.Publish(score, bounded, depth, tb->pv, effort)) { return; }
     const int mate_moves = PBlock.limits.mate_moves;
     if (mate_moves > 0 && score >= INFINITE_SCORE - PLIES_PER_MOVE * mate_moves) {
         PBlock.control.stop = STOP_FINISH;

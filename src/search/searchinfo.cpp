@@ -84,10 +84,11 @@ double SecondsSoFar() {
 // Plies to which the first thread has looked.
 int SelectiveDepth() { return ThreadData[1]->deepest_ply - 1; }
 
-// A score that the search has only bounded yet says so.
+// A score that the search has only bounded yet says so. The last line tells of the published
+// result, which the line that was searched last may have left as it was.
 const char* BoundWord(const SearchLine& line) {
-    if (line.thread != 0 && line.line_index >= 0) { return ""; }
-    switch (ThreadData[std::max(line.thread, 1)]->root_status) {
+    if (line.thread == 0) { return PBlock.result.Snapshot().bounded ? " lowerbound" : ""; }
+    switch (ThreadData[line.thread]->root_status) {
         case ROOT_FAILS_HIGH:
         case ROOT_LATER_FAILS_HIGH:
             return " lowerbound";
