@@ -68,16 +68,6 @@ constexpr const char* positions[] = {
     "6k1/5ppp/8/8/8/8/8/K3R3 w - - 99 80",
 };
 
-std::vector<Move> LegalMovesOf(const Position* pos) {
-    std::vector<Move> legal;
-    MoveEntry list[MAX_LIST_SIZE];
-    const MoveEntry* end = GeneratePseudoLegal(pos, pos->side, list);
-    for (const MoveEntry* e = list; e != end; ++e) {
-        if (MoveIsLegal(pos, pos->side, e->move)) { legal.push_back(e->move); }
-    }
-    return legal;
-}
-
 // A "position" command, and the moves that are legal after it.
 struct Setup {
     std::string command;
@@ -91,14 +81,14 @@ Setup RandomSetup(Random& random) {
     setup.command = std::string("position fen ") + fen;
     std::string moves;
     for (unsigned n = Below(random, 30); n > 0; --n) {
-        const std::vector<Move> legal = LegalMovesOf(pos);
+        const std::vector<Move> legal = LegalMoves(pos);
         if (legal.empty()) { break; }
         const Move m = legal[Below(random, static_cast<unsigned>(legal.size()))];
         moves += " " + MoveText(m);
         PlayGameMove(pos, m);
     }
     if (!moves.empty()) { setup.command += " moves" + moves; }
-    for (const Move m : LegalMovesOf(pos)) { setup.legal.push_back(MoveText(m)); }
+    for (const Move m : LegalMoves(pos)) { setup.legal.push_back(MoveText(m)); }
     return setup;
 }
 

@@ -5,7 +5,6 @@
 
 #include "board/bitboards.h"
 #include "board/moves.h"
-#include "book/gamemove.h"
 #include "book/pgnwrite.h"
 #include "search/draws.h"
 
@@ -86,19 +85,6 @@ private:
 };
 
 }  // namespace
-
-bool NoMateIsPossible(const Position* pos) {
-    Bitboard bishops = 0, knights = 0;
-    for (int c = 0; c < 2; ++c) {
-        if ((pos->bb[c][PAWN] | pos->bb[c][ROOK] | pos->bb[c][QUEEN]) != 0) { return false; }
-        bishops |= pos->bb[c][BISHOP];
-        knights |= pos->bb[c][KNIGHT];
-    }
-    if (knights != 0) { return bishops == 0 && CountBits(knights) == 1; }
-    bool of_colour[2] = {false, false};
-    while (bishops != 0) { of_colour[sq_color[PopLSB(&bishops)] != 0] = true; }
-    return !of_colour[0] || !of_colour[1];
-}
 
 GameEnd PlayGame(const Opening& opening, EngineLink* const players[2], const GameRules& rules,
                  ThreadBlock* block, PlayedGame* game) {

@@ -35,10 +35,6 @@ enum class GameEnd { Finished, GivenUp, IllegalMove };
 GameEnd PlayGame(const Opening& opening, EngineLink* const players[2], const GameRules& rules,
                  ThreadBlock* block, PlayedGame* game);
 
-// No sequence of legal moves can give mate: bare kings, one minor piece, or bishops on squares of
-// one colour only.
-bool NoMateIsPossible(const Position* pos);
-
 // What the tags of a game say beside what the game itself tells.
 struct GameNames {
     std::string event;

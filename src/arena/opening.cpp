@@ -3,11 +3,9 @@
 #include <climits>
 #include <cstdlib>
 
-#include "arena/game.h"
 #include "board/epdline.h"
 #include "board/moves.h"
 #include "book/book.h"
-#include "book/gamemove.h"
 #include "frontend/pblock.h"
 
 namespace {

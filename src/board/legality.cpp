@@ -225,3 +225,17 @@ int MoveIsPseudoLegal(const Position* pos, Move m) {
     }
     return 0;
 }
+
+bool IsLegalMove(const Position* pos, Move m) {
+    return MoveIsPseudoLegal(pos, m) != 0 && MoveIsLegal(pos, pos->side, m) != 0;
+}
+
+std::vector<Move> LegalMoves(const Position* pos) {
+    MoveEntry list[MAX_LIST_SIZE];
+    const MoveEntry* end = GeneratePseudoLegal(pos, pos->side, list);
+    std::vector<Move> moves;
+    for (const MoveEntry* e = list; e != end; ++e) {
+        if (MoveIsLegal(pos, pos->side, e->move)) { moves.push_back(e->move); }
+    }
+    return moves;
+}

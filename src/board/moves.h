@@ -6,6 +6,7 @@
 
 #include <cassert>
 #include <string_view>
+#include <vector>
 
 #include "board/position.h"
 
@@ -150,6 +151,11 @@ inline bool MoveIsLegal(const Position* pos, const LegalityMasks& masks, Move m)
 
 // 1 when m, any 16 bits, could have come from the generators for the side to move, else 0.
 int MoveIsPseudoLegal(const Position* pos, Move m);
+// Whether m, any 16 bits, is a legal move of the side to move. Requires its king.
+bool IsLegalMove(const Position* pos, Move m);
+// The legal moves of a playable position, in the order of generation.
+std::vector<Move> LegalMoves(const Position* pos);
+
 // Results of MoveGivesCheck.
 inline constexpr int NO_CHECK = 0;
 inline constexpr int DIRECT_CHECK = 1;      // by the moved or promoted piece

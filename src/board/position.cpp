@@ -354,6 +354,19 @@ const char* WhyUnplayable(const Position* pos) {
     return why;
 }
 
+bool NoMateIsPossible(const Position* pos) {
+    Bitboard bishops = 0, knights = 0;
+    for (int c = 0; c < 2; ++c) {
+        if ((pos->bb[c][PAWN] | pos->bb[c][ROOK] | pos->bb[c][QUEEN]) != 0) { return false; }
+        bishops |= pos->bb[c][BISHOP];
+        knights |= pos->bb[c][KNIGHT];
+    }
+    if (knights != 0) { return bishops == 0 && CountBits(knights) == 1; }
+    bool of_colour[2] = {false, false};
+    while (bishops != 0) { of_colour[sq_color[PopLSB(&bishops)] != 0] = true; }
+    return !of_colour[0] || !of_colour[1];
+}
+
 int CountRepetitions(const Position* pos, int limit) {
     assert(limit > 0);
     const int oldest = std::max(pos->hist_count - pos->fifty, 0);

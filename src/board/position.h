@@ -183,5 +183,9 @@ int PositionIsSound(const Position* pos);
 // nullptr when the position can be searched and played (one king each, no pawn on the first or last
 // rank, side not to move not in check), else a short English text that says what is wrong with it.
 const char* WhyUnplayable(const Position* pos);
-// The same without a look at the king that could be captured: nullptr when moves can be generated.
+// No sequence of legal moves can give mate: bare kings, one minor piece, or bishops on squares of
+// one colour only.
+bool NoMateIsPossible(const Position* pos);
+// WhyUnplayable without a look at the king that could be captured: nullptr when moves can be
+// generated.
 const char* WhyImpossible(const Position* pos);

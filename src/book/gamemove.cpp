@@ -3,7 +3,6 @@
 
 #include <cstring>
 
-#include "board/plydata.h"
 #include "frontend/output.h"
 #include "frontend/pblock.h"
 #include "platform/words.h"
@@ -17,15 +16,6 @@ MoveReading ReadGameMove(std::string_view text) {
 int IsValidMove(std::string_view text, Move* out) {
     *out = ReadGameMove(text).move;
     return *out != NO_MOVE ? 1 : 0;
-}
-
-std::vector<Move> LegalMoves(Position* pos) {
-    std::vector<Move> moves;
-    GenerateAll(pos);
-    for (const MoveEntry* e = pos->sstack[pos->ply].list_start; e->move != END_OF_LIST; ++e) {
-        if (MoveIsLegal(pos, pos->side, e->move)) { moves.push_back(e->move); }
-    }
-    return moves;
 }
 
 void SetUpGame(const char* fen) {

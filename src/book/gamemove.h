@@ -3,7 +3,6 @@
 #pragma once
 
 #include <string_view>
-#include <vector>
 
 #include "board/moves.h"
 
@@ -17,7 +16,3 @@ int IsValidMove(std::string_view text, Move* out);
 
 // Sets the game position up from a FEN, with its half-move clock where the conventions take that.
 void SetUpGame(const char* fen);
-
-// The legal moves of a playable position, in the order of generation. Uses the move list of the
-// current ply.
-std::vector<Move> LegalMoves(Position* pos);

@@ -9,7 +9,6 @@
 
 #include "board/bitboards.h"
 #include "board/moves.h"
-#include "book/gamemove.h"
 #include "search/search.h"
 #include "search/ttable.h"
 

@@ -187,7 +187,7 @@ void ContinueSelfPlay() {
     const Move m = PBlock.result.SnapshotMove();
     PBlock.time.clock[pos->side] += PBlock.time.increment - PBlock.time.elapsed;
     if (SearchKey(pos) != loop.searched_key || pos->hist_count != loop.searched_hist_count ||
-        !MoveIsPseudoLegal(pos, m) || !MoveIsLegal(pos, pos->side, m)) {
+        !IsLegalMove(pos, m)) {
         PBlock.control.selfplay = 0;
         return;
     }

@@ -53,8 +53,7 @@ Move NextRecordedMove() {
     const Position* pos = game_position;
     if (pos->hist_count >= GAME_HISTORY_LIMIT) { return NO_MOVE; }
     const Move m = pos->undo[pos->hist_count].move;
-    return m != NO_MOVE && MoveIsPseudoLegal(pos, m) && MoveIsLegal(pos, pos->side, m) ? m
-                                                                                       : NO_MOVE;
+    return IsLegalMove(pos, m) ? m : NO_MOVE;
 }
 
 void PlayNewMove(Move m) {

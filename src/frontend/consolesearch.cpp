@@ -282,9 +282,7 @@ void LineCommand(const Command&) {
     int made = 0;
     for (int ply = 1; ply <= LINE_PLIES; ++ply) {
         const Move m = line[ply];
-        if (m == NO_MOVE || !MoveIsPseudoLegal(pos, m) || !MoveIsLegal(pos, pos->side, m)) {
-            break;
-        }
+        if (!IsLegalMove(pos, m)) { break; }
         MoveForms forms;
         GenMoveStrings(pos, m, &forms);
         text += forms.san;

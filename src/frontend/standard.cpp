@@ -3,7 +3,6 @@
 #include <cstring>
 
 #include "board/moves.h"
-#include "book/gamemove.h"
 #include "eval/threadblock.h"
 #include "frontend/benchmark.h"
 #include "frontend/commandloop.h"
@@ -19,6 +18,7 @@ namespace {
 u64 SequencesAfter(ThreadBlock* tb, Move m, int depth) {
     tb->nodes = 0;
     MakeMove(&tb->pos, m);
+    GenerateAll(&tb->pos);  // the lists of further plies begin behind that of this one
     if (!Perft(tb, depth - 1)) { ShowRemark("the count is incomplete"); }
     UnmakeMove(&tb->pos);
     return tb->nodes;

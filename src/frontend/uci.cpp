@@ -170,10 +170,7 @@ void ReadWantedMoves(const char* text) {
         text = AfterBlanks(text);
         const std::string word = GetWord(text);
         const Move m = CastlingByRook(MoveOfWord(word));
-        if (m == NO_MOVE || !MoveIsPseudoLegal(game_position, m) ||
-            !MoveIsLegal(game_position, game_position->side, m)) {
-            return;
-        }
+        if (!IsLegalMove(game_position, m)) { return; }
         root.wanted[root.wanted_count++] = m;
         text += word.size();
     }

@@ -1,5 +1,5 @@
 // The user's request to end the program (control-C at a terminal). A port supplies a handler that
-// notes the request and wakes the front end.
+// notes the request and wakes the front end, and InterruptSeen.
 #pragma once
 
 // From now on the first request is noted and raises the alert (sleep.h); a second one ends the

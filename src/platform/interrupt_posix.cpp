@@ -4,7 +4,6 @@
 #include <atomic>
 #include <csignal>
 
-#include "platform/outstream.h"
 #include "platform/sleep.h"
 
 namespace {
@@ -29,12 +28,3 @@ void CatchInterrupt() {
 }
 
 bool InterruptSeen() { return interrupt_seen.load(std::memory_order_relaxed); }
-
-bool EndWanted() {
-    constexpr unsigned calls_per_look = 4096;
-    static std::atomic<unsigned> calls{0};
-    const unsigned n = calls.load(std::memory_order_relaxed) + 1;  // a lost count does no harm
-    calls.store(n, std::memory_order_relaxed);
-    if (n % calls_per_look == 0) { LookAtOutput(); }
-    return InterruptSeen() || OutputIsBroken();
-}

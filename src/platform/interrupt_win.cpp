@@ -6,7 +6,6 @@
 
 #include <windows.h>
 
-#include "platform/outstream.h"
 #include "platform/outstream_win.h"
 #include "platform/sleep.h"
 
@@ -30,12 +29,3 @@ BOOL WINAPI NoteInterrupt(DWORD event) {
 void CatchInterrupt() { SetConsoleCtrlHandler(NoteInterrupt, TRUE); }
 
 bool InterruptSeen() { return interrupt_seen.load(std::memory_order_relaxed); }
-
-bool EndWanted() {
-    constexpr unsigned calls_per_look = 4096;
-    static std::atomic<unsigned> calls{0};
-    const unsigned n = calls.load(std::memory_order_relaxed) + 1;  // a lost count does no harm
-    calls.store(n, std::memory_order_relaxed);
-    if (n % calls_per_look == 0) { LookAtOutput(); }
-    return InterruptSeen() || OutputIsBroken();
-}

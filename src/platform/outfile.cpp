@@ -2,8 +2,10 @@
 #include "platform/outfile.h"
 
 #include <cassert>
+#include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 #include <string>
 
 #include "platform/files.h"
@@ -18,6 +20,13 @@ constexpr std::size_t USUAL_TEXT = 512;                      // bytes of what Pr
 bool OutFile::Fail(const char* why) {
     if (fault_.empty()) { fault_ = "cannot write " + target_ + ": " + why; }
     return false;
+}
+
+bool OutFile::TakePlace() {
+    if (name_ == target_) { return true; }
+    if (!RenameOver(name_.c_str(), target_.c_str())) { return Fail(std::strerror(errno)); }
+    name_ = target_;
+    return true;
 }
 
 bool OutFile::Create(const std::string& target) { return Begin(target); }

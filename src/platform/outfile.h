@@ -1,9 +1,8 @@
 // Output files of the tools. An output is written under a name of its own, made exclusively in the
 // folder of its target, and takes the target's place in one step when every byte has been written:
 // until then the old file is whole, whatever goes wrong, and an input of the same name can still be
-// read. A symbolic link is replaced, never written through. A port supplies Begin, TakePlace, Flush
-// and Close: exclusive creation, and the replacement of a file by another. Each file belongs to one
-// thread.
+// read. A symbolic link is replaced, never written through. A port supplies Begin, Flush and Close.
+// Each file belongs to one thread.
 #pragma once
 
 #include <cstdint>

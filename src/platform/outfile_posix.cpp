@@ -52,13 +52,6 @@ bool OutFile::Begin(const std::string& target) {
     return true;
 }
 
-bool OutFile::TakePlace() {
-    if (name_ == target_) { return true; }
-    if (!RenameOver(name_.c_str(), target_.c_str())) { return Fail(std::strerror(errno)); }
-    name_ = target_;
-    return true;
-}
-
 bool OutFile::Flush() {
     std::string_view rest = waiting_;
     while (!rest.empty() && fault_.empty()) {

@@ -3,6 +3,7 @@
 
 #include "eval/threadblock.h"
 #include "frontend/pblock.h"
+#include "platform/interrupt.h"
 #include "search/search.h"
 
 void PrepareToolSearch() {
@@ -17,3 +18,5 @@ int ScoreGamePosition() {
     PBlock.result.PublishScore(score);
     return score;
 }
+
+bool ToolEndWanted() { return EndWanted() || PBlock.control.quit != 0; }

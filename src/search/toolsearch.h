@@ -10,3 +10,7 @@ void PrepareToolSearch();
 // score in centipawns for the side to move: at max_depth 0 that of the quiescence search. Requires
 // a playable position and idle search threads.
 int ScoreGamePosition();
+
+// Whether a tool shall end its work: the user has typed "quit", or as EndWanted of
+// platform/interrupt.h.
+bool ToolEndWanted();

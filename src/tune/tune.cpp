@@ -12,6 +12,7 @@
 #include "frontend/pblock.h"
 #include "platform/interrupt.h"
 #include "platform/outfile.h"
+#include "search/toolsearch.h"
 #include "tune/errormeter.h"
 
 namespace {
@@ -67,7 +68,7 @@ struct Tuner {
     // Asked after a pass.
     bool EndIsWanted() const {
         if (look != nullptr) { look(); }
-        return meter.Broken() || EndWanted() || PBlock.control.quit != 0;
+        return meter.Broken() || ToolEndWanted();
     }
 };
 
@@ -116,7 +117,7 @@ void SetTuningFields() {
 
 void TuneAllWeights(Tuner* tuner) {
     for (const Weight& weight : AllWeights()) {
-        if (!tuner->log->Fault().empty() || EndWanted() || PBlock.control.quit != 0) { return; }
+        if (!tuner->log->Fault().empty() || ToolEndWanted()) { return; }
         if (weight.tuning_range != 0) { TuneWeight(tuner, weight, weight.tuning_range); }
     }
 }

@@ -13,9 +13,9 @@
 #include "frontend/pblock.h"
 #include "platform/clock.h"
 #include "platform/infile.h"
-#include "platform/interrupt.h"
 #include "platform/outfile.h"
 #include "platform/textlines.h"
+#include "search/toolsearch.h"
 #include "tune/lossmodel.h"
 
 namespace {
@@ -66,7 +66,7 @@ Watch watch;
 
 bool EndIsWanted() {
     if (watch.look != nullptr) { watch.look(); }
-    return EndWanted() || PBlock.control.quit != 0;
+    return ToolEndWanted();
 }
 
 bool GoOn(std::size_t done, std::size_t all) {
