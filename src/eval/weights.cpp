@@ -20,6 +20,9 @@ constexpr WeightKind KindOf() {
     }
 }
 
+// A margin that no score reaches.
+constexpr i16 OFF = 20000;  // centipawns
+
 // Whether the parameter file can set a weight.
 constexpr bool KEY = true;
 constexpr bool NO_KEY = false;
@@ -45,18 +48,18 @@ constexpr Weight weights[] = {
     {"CNP_margin_depth1", VESK_FIELD(CNP_margin[1]),    75, KEY},
     {"CNP_margin_depth2", VESK_FIELD(CNP_margin[2]),   150, KEY},
     {"CNP_margin_depth3", VESK_FIELD(CNP_margin[3]),   225, KEY},
-    {"CNP_margin_depth4", VESK_FIELD(CNP_margin[4]), 20000, KEY},
-    {"CNP_margin_depth5", VESK_FIELD(CNP_margin[5]), 20000, KEY},
-    {"CNP_margin_depth6", VESK_FIELD(CNP_margin[6]), 20000, NO_KEY},
-    {"CNP_margin_depth7", VESK_FIELD(CNP_margin[7]), 20000, NO_KEY},
+    {"CNP_margin_depth4", VESK_FIELD(CNP_margin[4]),   OFF, KEY},
+    {"CNP_margin_depth5", VESK_FIELD(CNP_margin[5]),   OFF, KEY},
+    {"CNP_margin_depth6", VESK_FIELD(CNP_margin[6]),   OFF, NO_KEY},
+    {"CNP_margin_depth7", VESK_FIELD(CNP_margin[7]),   OFF, NO_KEY},
     {"FP_margin_depth0", VESK_FIELD(FP_margin[0]),     100, NO_KEY},
     {"FP_margin_depth1", VESK_FIELD(FP_margin[1]),     200, KEY},
     {"FP_margin_depth2", VESK_FIELD(FP_margin[2]),     300, KEY},
-    {"FP_margin_depth3", VESK_FIELD(FP_margin[3]),   20000, KEY},
-    {"FP_margin_depth4", VESK_FIELD(FP_margin[4]),   20000, NO_KEY},
-    {"FP_margin_depth5", VESK_FIELD(FP_margin[5]),   20000, NO_KEY},
-    {"FP_margin_depth6", VESK_FIELD(FP_margin[6]),   20000, NO_KEY},
-    {"FP_margin_depth7", VESK_FIELD(FP_margin[7]),   20000, NO_KEY},
+    {"FP_margin_depth3", VESK_FIELD(FP_margin[3]),     OFF, KEY},
+    {"FP_margin_depth4", VESK_FIELD(FP_margin[4]),     OFF, NO_KEY},
+    {"FP_margin_depth5", VESK_FIELD(FP_margin[5]),     OFF, NO_KEY},
+    {"FP_margin_depth6", VESK_FIELD(FP_margin[6]),     OFF, NO_KEY},
+    {"FP_margin_depth7", VESK_FIELD(FP_margin[7]),     OFF, NO_KEY},
     {"LMP_count_depth0", VESK_FIELD(LMP_count[0]),       1, NO_KEY},
     {"LMP_count_depth1", VESK_FIELD(LMP_count[1]),       4, KEY},
     {"LMP_count_depth2", VESK_FIELD(LMP_count[2]),       7, KEY},
@@ -155,6 +158,8 @@ i16* WordField(const Weight& weight, PersonalityRecord* record) {
     assert(weight.kind != WeightKind::BYTE);
     return reinterpret_cast<i16*>(reinterpret_cast<char*>(record) + weight.offset);
 }
+
+bool IsOffByDefault(const Weight& weight) { return weight.initial == OFF; }
 
 const Weight* FindKey(std::string_view key) {
     for (const Weight& weight : weights) {

@@ -37,6 +37,10 @@ std::span<const Weight> AllWeights();
 u8* ByteField(const Weight& weight, PersonalityRecord* record);
 i16* WordField(const Weight& weight, PersonalityRecord* record);  // first of 64 for SQUARES
 
+// Whether the built-in value of a margin switches its pruning off: it is beyond all scores then,
+// and tells nothing of where a useful one would lie.
+bool IsOffByDefault(const Weight& weight);
+
 // The weight with that key in the parameter file, or nullptr.
 const Weight* FindKey(std::string_view key);
 

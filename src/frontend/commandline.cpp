@@ -69,6 +69,7 @@ void SetThreads(StartOptions* start, const char* value, int) {
 
 constexpr int MOST_GAMES = 1000000;
 constexpr int MOST_OPENING_PLIES = 60;
+constexpr double MOST_ELO = 1000.0;  // of a hypothesis
 
 void WishSelfPlay(StartOptions* start, const char* value, int) {
     start->self_play.games_file = value;
@@ -108,17 +109,21 @@ void SetDecidedScore(StartOptions* start, const char* value, int) {
     start->self_play.decided_score = WholeNumber(value, 0, INFINITE_SCORE);
 }
 
-// Two numbers, the lower one first.
+// Two numbers, the lower one first. A run without the test that was wanted would be worth nothing.
 void SetTest(StartOptions* start, const char* value, int) {
-    const double elo0 = DecimalNumber(value);
-    const double elo1 = DecimalNumber(value + std::strcspn(value, " "));
-    if (elo0 < elo1) {
-        start->self_play.test = {elo0, elo1};
-    } else {
-        ShowError("-sprt needs two numbers, the lower one first\n");
-        PBlock.tool.failed = true;
-        Wish(start, RunMode::Nothing);
+    const std::string_view words = value != nullptr ? value : "";
+    const std::size_t blank = std::min(words.find(' '), words.size());
+    Hypotheses test;
+    if (ReadNumber(std::string(words.substr(0, blank)), &test.elo0) &&
+        ReadNumber(std::string(words.substr(std::min(blank + 1, words.size()))), &test.elo1) &&
+        -MOST_ELO <= test.elo0 && test.elo0 < test.elo1 && test.elo1 <= MOST_ELO) {
+        start->self_play.test = test;
+        return;
     }
+    ShowError("-sprt needs two numbers from %.0f to %.0f, the lower one first\n", -MOST_ELO,
+              MOST_ELO);
+    PBlock.tool.failed = true;
+    Wish(start, RunMode::Refused);
 }
 
 void AnnounceWeights(StartOptions*, const char*, int) { PBlock.options.weights_as_options = 1; }
@@ -191,7 +196,8 @@ void ChooseFolder(StartOptions* start, const char* value, int) {
 
 // --- the table ---
 
-// What has to come after the option. A File chooses a mode, a Path does not.
+// What has to come after the option. A File chooses a mode, a Path does not; an option with two
+// numbers says itself that they are missing (its value is nullptr then).
 enum class OptionValue { None, Number, TwoNumbers, File, Path };
 
 // When an option takes effect: First before any file is opened, Form (in which the program speaks)
@@ -339,6 +345,8 @@ void ReadCommandLine(int argc, char** argv, StartOptions* options) {
         scan_without_mode |= std::strcmp(word, SCAN_OPTION) == 0;
         if (i + WordsAfter(*o) < argc) {
             o->apply(options, ValueOf(*o, i, argc, argv).c_str(), o->number);
+        } else if (o->value == OptionValue::TwoNumbers) {
+            o->apply(options, nullptr, o->number);
         } else if (o->value == OptionValue::File) {
             Wish(options, RunMode::Nothing);
             if (!scan_without_mode) { ShowRemark("option %s needs a file name after it", word); }

@@ -9,9 +9,10 @@
 #include "frontend/pblock.h"
 #include "tune/tuneall.h"
 
-// Which mode main runs: of those that the command line asks for the first in this order. Nothing:
-// it asked for something that cannot be run, and has been told so.
+// Which mode main runs: of those that the command line asks for the first in this order.
+// Refused and Nothing: it asked for something that cannot be run, and has been told so.
 enum class RunMode {
+    Refused,  // an option that must not be passed over cannot be understood
     EpdAnalysis,
     PgnScan,
     Match,

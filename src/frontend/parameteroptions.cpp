@@ -38,6 +38,7 @@ int ValueOf(const Weight& weight, PersonalityRecord* record) {
 Limits LimitsOf(const Weight& weight) {
     const bool byte = weight.kind == WeightKind::BYTE;
     const int initial = ValueOf(weight, &DefaultPersonality);
+    if (IsOffByDefault(weight)) { return {initial, 0, initial}; }
     const int span = std::max(SPAN_FACTOR * std::abs(initial), LEAST_SPAN);
     const int lowest = byte || initial >= LEAST_SPAN ? 0 : INT16_MIN;
     return {initial, std::max(initial - span, lowest),
@@ -58,7 +59,7 @@ void ShowParameterOptions() {
 void SetParameterOption(const std::string& name, const std::string& text) {
     const Weight* weight = FindKey(name);
     if (weight == nullptr || !IsNumber(*weight)) { return; }
-    if (text.find_first_of("0123456789") == std::string::npos) { return; }
+    if (!StartsWithNumber(text)) { return; }
     FinishSearch();
     const Limits limits = LimitsOf(*weight);
     const int value = WholeNumber(text.c_str(), limits.low, limits.high);
@@ -87,7 +88,7 @@ void TakeUpParameters() {
 
 void ListParameters() {
     for (const Weight& weight : AllWeights()) {
-        if (!IsNumber(weight)) { continue; }
+        if (!IsNumber(weight) || IsOffByDefault(weight)) { continue; }
         const Limits limits = LimitsOf(weight);
         const double step = std::max((limits.high - limits.low) / STEPS_OF_SPAN / 2, LEAST_STEP);
         ShowMessageF("%s, int, %d, %d, %d, %.1f, %.3f", weight.name, limits.initial, limits.low,

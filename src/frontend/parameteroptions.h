@@ -16,6 +16,6 @@ void SetParameterOption(const std::string& name, const std::string& text);
 // table. Nothing when there are none.
 void TakeUpParameters();
 
-// Prints every such weight as a line "name, int, default, min, max, step, rate", as tuners take
-// them.
+// Prints every such weight, but for margins that are switched off, as a line "name, int, default,
+// min, max, step, rate", as tuners take them.
 void ListParameters();

@@ -92,6 +92,7 @@ void RunChosenMode(const StartOptions& options) {
             CommandLoop();
             break;
         case RunMode::Nothing:
+        case RunMode::Refused:
             break;
     }
 }
@@ -104,7 +105,7 @@ int RunProgram(int argc, char** argv) {
     argv = ProgramArguments(&argc, argv);
     StartOptions options;
     if (const int status = StartUp(argc, argv, &options)) { return status; }
-    if (options.mode != RunMode::Nothing) {
+    if (options.mode != RunMode::Nothing && options.mode != RunMode::Refused) {
         RunChosenMode(options);
         CleanUp();
     }

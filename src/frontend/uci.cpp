@@ -40,11 +40,16 @@ const char* AfterBlanks(const char* text) {
 
 // --- options ---
 
-// The names of many weights hold "value".
+// The names of many weights hold "value": there it must be a word of its own.
 const char* FindValueWord(const char* text) {
-    if (!PBlock.options.weights_as_options) { return std::strstr(text, "value"); }
-    const char* blank_before = std::strstr(text, " value ");
-    return blank_before != nullptr ? blank_before + 1 : nullptr;
+    constexpr std::size_t length = std::string_view("value").size();
+    const char* found = std::strstr(text, "value");
+    if (!PBlock.options.weights_as_options) { return found; }
+    while (found != nullptr &&
+           (found == text || found[-1] != ' ' || (found[length] != ' ' && found[length] != '\0'))) {
+        found = std::strstr(found + 1, "value");
+    }
+    return found;
 }
 
 void SetOptionCommand(const char* rest) {

@@ -135,11 +135,6 @@ bool NamesAgree(const std::string& typed, const char* name) {
     return std::equal(typed.begin(), typed.end(), name, name + std::strlen(name), same);
 }
 
-bool StartsWithNumber(const std::string& text) {
-    const std::size_t sign = text.starts_with('-') || text.starts_with('+') ? 1 : 0;
-    return text.size() > sign && text[sign] >= '0' && text[sign] <= '9';
-}
-
 int ValueOfText(const UciOption& o, const std::string& text) {
     if (o.type == OptionType::Spin) { return WholeNumber(text.c_str(), o.low, o.high); }
     return text == "true" || (o.true_in_the_word && text.find("true") != std::string::npos);

@@ -101,6 +101,21 @@ double DecimalNumber(const char* text) {
     return std::isnan(value) ? 0.0 : std::clamp(value, -LARGEST_NUMBER, LARGEST_NUMBER);
 }
 
+bool StartsWithNumber(std::string_view text) {
+    const std::size_t sign = text.starts_with('-') || text.starts_with('+') ? 1 : 0;
+    return text.size() > sign && text[sign] >= '0' && text[sign] <= '9';
+}
+
+bool ReadNumber(const std::string& text, double* number) {
+    char* end = nullptr;
+    const double value = std::strtod(text.c_str(), &end);
+    if (text.empty() || end != text.c_str() + text.size() || !std::isfinite(value)) {
+        return false;
+    }
+    *number = value;
+    return true;
+}
+
 std::string NearestWord(const std::string& word, const std::vector<std::string>& names) {
     const std::string letters = WithoutDashes(word);
     if (letters.empty() || letters.size() > LONGEST_WORD) { return ""; }

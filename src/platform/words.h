@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 // Returns the first word of a text: leading blanks are skipped, a blank, a line end or the NUL ends
@@ -30,6 +31,11 @@ private:
 // decimal one to +-1e12. Requires: low <= high.
 int WholeNumber(const char* text, int low, int high);
 double DecimalNumber(const char* text);
+
+// Whether a text begins with a digit, with or without a sign before it.
+bool StartsWithNumber(std::string_view text);
+// Reads a text that is a finite decimal number and nothing else. False when it is not.
+[[nodiscard]] bool ReadNumber(const std::string& text, double* number);
 
 // Returns the one of `names` that `word` was most likely meant to be, the first of several; empty
 // when it resembles none: about one mistake in three letters is forgiven, and leading dashes and
