@@ -120,7 +120,7 @@ void ShowProgress(Extraction* x) {
                static_cast<double>(x->looked_at) / std::max(time - x->start, SHORTEST_TIME));
 }
 
-void ProcessGames(Extraction* x, LineReader* lines) {
+void ProcessGames(Extraction* x, LineReader* lines, void (*look)()) {
     PgnGameReader reader(lines);
     PgnGame game;
     while (!PBlock.control.quit && reader.Next(&game)) {
@@ -132,13 +132,14 @@ void ProcessGames(Extraction* x, LineReader* lines) {
             ++x->unfinished;
         }
         ShowProgress(x);
+        if (look != nullptr) { look(); }
     }
     ClearStatus();
 }
 
 // Puts the output in its place, unless the games were not read to their end for a fault.
 void Finish(Extraction* x, const LineReader& lines, const std::string& target) {
-    const bool broken_off = lines.broken_off;
+    const bool broken_off = lines.broken_off || PBlock.control.quit != 0;
     if (!broken_off && ReadingFailed(lines)) {
         ShowError("cannot read %s to its end; %s is unchanged\n", x->path.c_str(), target.c_str());
         PBlock.tool.failed = true;
@@ -175,7 +176,7 @@ void PrepareSearches() {
 
 }  // namespace
 
-void ExtractPositions(const std::string& games, const std::string& target) {
+void ExtractPositions(const std::string& games, const std::string& target, void (*look)()) {
     Extraction x;
     x.path = games;
     LineReader lines;
@@ -192,7 +193,7 @@ void ExtractPositions(const std::string& games, const std::string& target) {
     }
     const KeepOptions kept;
     PrepareSearches();
-    ProcessGames(&x, &lines);
+    ProcessGames(&x, &lines, look);
     Finish(&x, lines, target);
     CloseLines(&lines);
 }

@@ -12,7 +12,9 @@ inline constexpr const char* POSITIONS_FILE = "positions.epd";  // where they go
 // which the quiescence search finds more than the static evaluation, and games without a result. A
 // game with a move that cannot be read is told and left out. Shows what it has done. When a file
 // cannot be read or written that is said, the target stays as it was, and the tool has failed.
-// Leaves the game position anywhere and the options as they were.
-void ExtractPositions(const std::string& games, const std::string& target);
+// `look` is called after each game; when it sets PBlock.control.quit the rest of the games is left
+// out. Leaves the game position anywhere and the options as they were.
+void ExtractPositions(const std::string& games, const std::string& target,
+                      void (*look)() = nullptr);
 
 inline constexpr int FIRST_EXTRACTED_PLY = 10;  // of the game, counted from 0

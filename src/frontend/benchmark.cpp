@@ -132,8 +132,6 @@ private:
     std::vector<UndoRecord> history_;
 };
 
-bool Waits(const std::string&) { return true; }
-
 }  // namespace
 
 void RunBenchmark(int positions) {
@@ -151,9 +149,7 @@ void RunQuickBenchmark(int depth) {
     PBlock.limits = {};
     PBlock.limits.max_depth = static_cast<i8>(depth > 0 ? depth : QUICK_DEPTH);
     PBlock.root.wanted_count = 0;
-    HoldInput(Waits);
     const BenchmarkTotals totals = SearchPositions(SHORT_BENCHMARK_POSITIONS);
-    HoldInput(nullptr);
     ClearTTable();
     if (PBlock.control.quit != 0) { return; }
     ShowTotals(totals);

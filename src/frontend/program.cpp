@@ -82,7 +82,8 @@ void RunChosenMode(const StartOptions& options) {
             break;
         case RunMode::Extract:
             ExtractPositions(options.extract_file,
-                             options.out_file.empty() ? POSITIONS_FILE : options.out_file);
+                             options.out_file.empty() ? POSITIONS_FILE : options.out_file,
+                             UserInput);
             break;
         case RunMode::TuneAll:
             TuneTogether(options);
@@ -91,8 +92,8 @@ void RunChosenMode(const StartOptions& options) {
             StartConsole();
             CommandLoop();
             break;
-        case RunMode::Nothing:
         case RunMode::Refused:
+        case RunMode::Nothing:
             break;
     }
 }

@@ -7,6 +7,7 @@
 #include "frontend/benchmark.h"
 #include "frontend/commandloop.h"
 #include "frontend/consolecommands.h"
+#include "frontend/input.h"
 #include "frontend/output.h"
 #include "frontend/report.h"
 #include "platform/interrupt.h"
@@ -17,8 +18,8 @@ namespace {
 // Legal move sequences of this length (plies) that begin with the move.
 u64 SequencesAfter(ThreadBlock* tb, Move m, int depth) {
     tb->nodes = 0;
-    MakeMove(&tb->pos, m);
     GenerateAll(&tb->pos);  // the lists of further plies begin behind that of this one
+    MakeMove(&tb->pos, m);
     if (!Perft(tb, depth - 1)) { ShowRemark("the count is incomplete"); }
     UnmakeMove(&tb->pos);
     return tb->nodes;
@@ -62,7 +63,9 @@ bool StandardCommand(const std::string& word, const char* line) {
         PerftByMove(WholeNumber(number, 0, MAX_PERFT_DEPTH));
     } else if (word == "bench") {
         FinishSearch();
+        HoldInput([](const std::string&) { return true; });
         RunQuickBenchmark(WholeNumber(line, 0, MAX_DEPTH));
+        HoldInput(nullptr);
     } else {
         return false;
     }

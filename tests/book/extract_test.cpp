@@ -119,6 +119,19 @@ TEST_F(Extract, ScoresOfCommentsAreReadAsEnginesWriteThem) {
     }
 }
 
+TEST_F(Extract, TheUserEndsItAndTheGamesAreNotLostToTheirOwnPositions) {
+    const auto end = [] { PBlock.control.quit = 1; };
+    WriteFile("games.pgn", GAMES);
+    OutputOf([&] { ExtractPositions("games.pgn", "games.pgn", end); });
+    EXPECT_EQ(FileContent("games.pgn"), GAMES);
+    PBlock.control.quit = 0;
+    const std::string output =
+        OutputOf([&] { ExtractPositions("games.pgn", POSITIONS_FILE, end); });
+    EXPECT_EQ(output, "games= 1, without result= 0, unreadable= 0, looked at= 8, positions= 7\n");
+    EXPECT_FALSE(PBlock.tool.failed);
+    PBlock.control.quit = 0;
+}
+
 TEST_F(Extract, FilesThatCannotBeReadOrWrittenAreToldAndNothingIsLost) {
     WriteFile(POSITIONS_FILE, "old\n");
     OutputOf([] { ExtractPositions("missing.pgn", POSITIONS_FILE); });
