@@ -6,9 +6,15 @@
 #include <vector>
 
 #include "platform/textlines.h"
+#include "platform/types.h"
 
 // The prediction error of a file that cannot be read.
 inline constexpr double UNREADABLE_FILE = 1.0;
+
+// What the scans write as the score, "ce", of a move that had none: no comment after it, or one
+// that tells no score.
+inline constexpr i16 NO_COMMENT_SCORE = -30000;
+inline constexpr i16 BAD_COMMENT_SCORE = -29999;
 
 // One usable line of an EPD file: "<position> bm <move>; tune <result>; ...".
 struct EpdRecord {

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "board/bitboards.h"
+#include "board/epdline.h"
 #include "board/moves.h"
 #include "board/zobrist.h"
 #include "book/book.h"
@@ -47,9 +48,7 @@ constexpr std::size_t KEPT_COMMENT = 1 << 16;  // characters
 constexpr int GAMES_PER_MESSAGE = 100;
 
 // Scores of a move, centipawns.
-constexpr double CENTIPAWNS = 100.0;       // of the unit that comments and annotated games use
-constexpr i16 NO_COMMENT_SCORE = -30000;   // no comment after the move
-constexpr i16 BAD_COMMENT_SCORE = -29999;  // a comment without a score
+constexpr double CENTIPAWNS = 100.0;  // of the unit that comments and annotated games use
 constexpr int LOWEST_SHOWN_SCORE = -9999;
 
 // Tuning positions.

@@ -35,6 +35,8 @@ constexpr double LEAST_STEEPNESS = 0.1;
 constexpr double LARGEST_STEEPNESS = 4.0;
 constexpr double STEEPNESS_WIDTH = 1e-6;
 
+constexpr double LEAST_LOSS = 1e-9;  // a perfect prediction would hold nothing back
+
 constexpr double PERCENT = 0.01;
 constexpr double STATUS_INTERVAL = 0.25;  // seconds
 
@@ -370,7 +372,7 @@ void JointTuning::Run() {
     ShowMessageF("K= %.6f, blend= %d%%", steepness_, options_.blend);
     centre_loss_ = Loss(&training_);
     centre_held_out_ = Loss(&held_out_);
-    pull_ = centre_loss_ / set_.results;
+    pull_ = std::max(centre_loss_, LEAST_LOSS) / set_.results;
     if (!TakeUp()) {
         PBlock.tool.failed = true;
         return;

@@ -1,6 +1,7 @@
 #include "tune/tuningset.h"
 
-#include <cstdlib>
+#include <algorithm>
+#include <cstdint>
 #include <string_view>
 #include <tuple>
 #include <unordered_set>
@@ -9,7 +10,8 @@
 #include "board/epdline.h"
 #include "board/zobrist.h"
 #include "eval/threadblock.h"
-#include "platform/interrupt.h"
+#include "platform/words.h"
+#include "search/search.h"
 
 namespace {
 
@@ -21,10 +23,13 @@ constexpr double POSITIONS_OF_A_GAME = 40.0;  // where the lines do not say
 constexpr std::string_view SCORE_WORD = " ce ";
 constexpr std::string_view GAME_WORD = " id ";
 
+// Beyond a mate the game is won or lost; the marks of a move without a score are none.
 std::optional<int> ScoreOfLine(const std::string& line) {
     const std::size_t at = line.find(SCORE_WORD);
     if (at == std::string::npos) { return std::nullopt; }
-    return static_cast<int>(std::strtol(line.c_str() + at + SCORE_WORD.size(), nullptr, 10));
+    const int score = WholeNumber(line.c_str() + at + SCORE_WORD.size(), INT16_MIN, INT16_MAX);
+    if (score == NO_COMMENT_SCORE || score == BAD_COMMENT_SCORE) { return std::nullopt; }
+    return std::clamp(score, -INFINITE_SCORE, INFINITE_SCORE);
 }
 
 // A number made of the name of the position's game (FNV-1a, then mixed so that short names spread
@@ -65,7 +70,7 @@ void Loader::Add(const EpdRecord& record) {
     const std::optional<u64> game = GameOfLine(record.position);
     const bool held_out = (game.value_or(SearchKey(scratch_)) >> KEY_SHIFT) % HELD_OUT_SHARE == 0;
     (held_out ? set_->held_out : set_->training)
-        .push_back({*scratch_, record.result, ScoreOfLine(record.position)});
+        .push_back({*scratch_, std::clamp(record.result, 0.0, 1.0), ScoreOfLine(record.position)});
     if (held_out) { return; }
     if (game) {
         games_.insert(*game);

@@ -193,6 +193,25 @@ TEST_F(TuneAll, LinesAreTakenApartAndGamesStayTogether) {
     EXPECT_NEAR(set.results, static_cast<double>(set.training.size()) / 2, 1.0);
 }
 
+// A mate is 10000 less its plies; what lies beyond is as good as one, but for the two marks of a
+// move whose comment tells no score.
+TEST_F(TuneAll, ScoresBeyondMatesAreWonOrLostAndMarksOfMissingOnesAreNone) {
+    const std::pair<const char*, std::optional<int>> cases[] = {
+        {"-9994", -9994},         {"12000", 10000}, {"-29998", -10000},
+        {"-99999999999", -10000}, {"32767", 10000}, {"-30000", std::nullopt},
+        {"-29999", std::nullopt}};
+    for (const auto& [text, score] : cases) {
+        std::ofstream("positions.epd")
+            << "8/8/8/4k3/8/8/4P3/4K3 w - - bm e4; ce " << text << "; tune 7;\n";
+        TuningSet set;
+        ASSERT_TRUE(LoadTuningSet("positions.epd", game_position, &set));
+        const auto& part = set.training.empty() ? set.held_out : set.training;
+        ASSERT_EQ(part.size(), 1u);
+        EXPECT_EQ(part[0].score, score) << text;
+        EXPECT_EQ(part[0].result, 1.0);
+    }
+}
+
 // The model's slopes against the loss itself, for every coefficient: also of squares on which the
 // meter does not look.
 TEST_F(TuneAll, TheModelFollowsTheLoss) {
