@@ -277,7 +277,10 @@ void ScanTagLine(Scan* scan, const TextLine& line, const PgnText& pgn) {
     }
     scan->moves.clear();
     scan->full = false;
-    if (pgn.BeginsGame()) { scan->depth = 0; }
+    if (pgn.BeginsGame()) {
+        scan->depth = 0;
+        scan->result = DRAWN_OR_UNKNOWN;
+    }
     if (!pgn.Start().empty()) {
         scan->start = pgn.Start();
         scan->black_begins = pgn.BlackBegins() ? 1 : 0;

@@ -14,13 +14,6 @@ constexpr std::string_view EVENT_TAG = "[Event ";
 
 bool IsBlank(char c) { return static_cast<unsigned char>(c) <= ' '; }
 
-// Length of a move number at the front of a word: "12." and "12...".
-std::size_t NumberLength(std::string_view word) {
-    const std::string_view digits = word.substr(0, word.find_first_not_of("0123456789."));
-    const std::size_t point = digits.rfind('.');
-    return point == std::string_view::npos ? 0 : point + 1;
-}
-
 // The move of a word without marks, with castling written in letters.
 std::string PlainMove(std::string_view move) {
     move = move.substr(0, move.find_first_of("!?+#"));
@@ -31,6 +24,12 @@ std::string PlainMove(std::string_view move) {
 }
 
 }  // namespace
+
+std::size_t MoveNumberLength(std::string_view word) {
+    const std::string_view digits = word.substr(0, word.find_first_not_of("0123456789."));
+    const std::size_t point = digits.rfind('.');
+    return point == std::string_view::npos ? 0 : point + 1;
+}
 
 TextLine PgnText::Plain(const TextLine& line) {
     begins_game_ = names_start_ = false;
@@ -106,7 +105,7 @@ void PgnText::TakeCharacter(char c) {
 
 void PgnText::EndWord() {
     if (word_.empty()) { return; }
-    const std::size_t number = NumberLength(word_);
+    const std::size_t number = MoveNumberLength(word_);
     plain_ += word_.substr(0, number) + PlainMove(std::string_view(word_).substr(number));
     word_.clear();
 }

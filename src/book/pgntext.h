@@ -8,6 +8,10 @@
 
 #include "platform/textlines.h"
 
+// Length of a move number at the front of a word: of "12." in "12.0-0" and of "12..." in
+// "12...Kd7".
+std::size_t MoveNumberLength(std::string_view word);
+
 class PgnText {
 public:
     // Returns a line of the file without variations, numeric glyphs, escaped lines and comments up

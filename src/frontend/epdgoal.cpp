@@ -5,6 +5,7 @@
 
 #include "board/epdline.h"
 #include "book/gamemove.h"
+#include "book/pgntext.h"
 #include "frontend/output.h"
 #include "frontend/units.h"
 #include "platform/words.h"
@@ -19,11 +20,9 @@ constexpr const char* NUMBER = "0123456789.";
 // A move word without the number before it and the marks after it; empty when nothing else is
 // there.
 std::string BareMove(const std::string& word) {
-    const std::size_t end = std::min(word.find_last_not_of(MARKS) + 1, word.size());
-    const std::size_t begin = word.find_first_not_of(NUMBER);
-    if (end == 0 || begin >= end) { return ""; }
-    const bool numbered = begin > 0 && word[begin - 1] == '.';
-    std::string move = word.substr(numbered ? begin : 0, end - (numbered ? begin : 0));
+    if (word.find_first_not_of(NUMBER) == std::string::npos) { return ""; }
+    std::string move = word.substr(MoveNumberLength(word));
+    move.resize(move.find_last_not_of(MARKS) + 1);
     if (move.starts_with("0-0")) { std::replace(move.begin(), move.end(), '0', 'O'); }
     return move;
 }
