@@ -2,6 +2,7 @@
 
 #include <cassert>
 #include <cmath>
+#include <cstdio>
 #include <limits>
 
 namespace {
@@ -97,6 +98,25 @@ EloEstimate EstimateElo(const Tally& tally) {
     const double bottom = EloOfScore(std::fmax(mean - deviation, 0.0));
     // Adding 0 makes an even score +0.
     return {EloOfScore(mean) + 0.0, variance > 0.0 ? (top - bottom) / 2 : 0.0};
+}
+
+std::string EloText(const Tally& tally) {
+    constexpr std::size_t TEXT_SIZE = 60;
+    const int pairs = tally.Pairs();
+    if (pairs == 0) { return ""; }
+    char text[TEXT_SIZE];
+    const EloEstimate e = EstimateElo(tally);
+    if (std::isinf(e.elo)) {
+        // A player that takes both games with a smaller chance seldom takes them in every pair.
+        const double bound = EloOfScore(std::pow(ERROR_RATE, 1.0 / pairs));
+        std::snprintf(text, sizeof text, "Elo %c %+.1f", e.elo > 0 ? '>' : '<',
+                      e.elo > 0 ? bound : -bound);
+    } else if (e.margin > 0.0 && std::isfinite(e.margin)) {
+        std::snprintf(text, sizeof text, "Elo %+.1f +- %.1f", e.elo, e.margin);
+    } else {
+        std::snprintf(text, sizeof text, "Elo %+.1f", e.elo);
+    }
+    return text;
 }
 
 double DecisionBound() { return std::log((1.0 - ERROR_RATE) / ERROR_RATE); }

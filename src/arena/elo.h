@@ -6,6 +6,7 @@
 
 #include <array>
 #include <cstddef>
+#include <string>
 
 // Result of a game for player 1, in half points: 0 lost, 1 drawn, 2 won.
 inline constexpr int HALF_POINTS_OF_WIN = 2;
@@ -30,7 +31,8 @@ struct Tally {
 // Elo and its margin.
 struct EloEstimate {
     double elo = 0.0;
-    double margin = 0.0;  // half of the interval that holds the true value in 95 of 100 matches
+    double margin = 0.0;  // half of the interval that holds the true value in 95 of 100 matches; 0
+                          // while all pairs are alike, infinite where the interval has no end
 };
 
 // The difference in Elo at which a player expects this share of the points; an infinite one for 0
@@ -41,6 +43,10 @@ double ExpectedScore(double elo);
 // The estimate from the complete pairs; without margin while there is none. Infinite where a player
 // has all points.
 EloEstimate EstimateElo(const Tally& tally);
+
+// The estimate as text: with its margin where that is known; a bound that is right in 95 of 100
+// matches where a player has all points; empty without a pair.
+std::string EloText(const Tally& tally);
 
 // Two hypotheses about the difference in Elo; each is accepted wrongly in at most 5 of 100 tests.
 struct Hypotheses {

@@ -22,19 +22,20 @@ bool EngineLink::Open(const std::vector<std::string>& words, std::string* why) {
     if (!process_.Start(words, why)) { return false; }
     *why = "it ended before it was ready";
     std::string line;
-    return process_.Write("uci\n") && WaitFor("uciok", &line) && NewGame();
+    return process_.Write("uci\n") && WaitFor("uciok", PATIENCE_SECONDS, &line) && NewGame();
 }
 
 bool EngineLink::NewGame() {
     std::string line;
-    return process_.Write("ucinewgame\nisready\n") && WaitFor("readyok", &line);
+    return process_.Write("ucinewgame\nisready\n") && WaitFor("readyok", PATIENCE_SECONDS, &line);
 }
 
-bool EngineLink::Ask(const std::string& position, const std::string& go, SearchAnswer* answer) {
+bool EngineLink::Ask(const std::string& position, const std::string& go, double seconds,
+                     SearchAnswer* answer) {
     answer_ = {};
     const double start = MonotonicSeconds();
     std::string line;
-    if (!process_.Write(position + '\n' + go + '\n') || !WaitFor("bestmove", &line)) {
+    if (!process_.Write(position + '\n' + go + '\n') || !WaitFor("bestmove", seconds, &line)) {
         return false;
     }
     std::istringstream words(line);
@@ -45,13 +46,15 @@ bool EngineLink::Ask(const std::string& position, const std::string& go, SearchA
     return true;
 }
 
-bool EngineLink::WaitFor(const std::string& word, std::string* line) {
-    for (;;) {
+bool EngineLink::WaitFor(const std::string& word, double seconds, std::string* line) {
+    const double end = MonotonicSeconds() + seconds;
+    while (!hangs_) {
         switch (process_.ReadLine(line, LOOK_SECONDS)) {
             case LineRead::Ended:
                 return false;
             case LineRead::Nothing:
                 if (given_up_()) { return false; }
+                hangs_ = MonotonicSeconds() > end;
                 break;
             case LineRead::Line:
                 if (line->starts_with(word)) { return true; }
@@ -59,6 +62,7 @@ bool EngineLink::WaitFor(const std::string& word, std::string* line) {
                 break;
         }
     }
+    return false;
 }
 
 void EngineLink::ReadInfo(const std::string& line) {

@@ -17,6 +17,10 @@ struct SearchAnswer {
     double seconds = 0.0;  // by our clock
 };
 
+// How long a player may take to get ready, and to answer beyond what the limits of a search ask
+// for, before it counts as hanging: generous, since many may share a processor.
+inline constexpr double PATIENCE_SECONDS = 60.0;
+
 class EngineLink {
 public:
     // `given_up`: true when nobody needs the answers any more. It is asked while a link waits.
@@ -27,16 +31,20 @@ public:
     [[nodiscard]] bool Open(const std::vector<std::string>& words, std::string* why);
     // Forgets the last game. False when the program has ended or was given up.
     [[nodiscard]] bool NewGame();
-    // Searches. `position` and `go` are lines of the protocol. False as above.
-    [[nodiscard]] bool Ask(const std::string& position, const std::string& go,
+    // Searches. `position` and `go` are lines of the protocol, `seconds` is how long the answer may
+    // take. False as above, and when it does not come in time.
+    [[nodiscard]] bool Ask(const std::string& position, const std::string& go, double seconds,
                            SearchAnswer* answer);
+    // Whether the program lives, but has not answered in time.
+    bool Hangs() const { return hangs_; }
 
 private:
-    // Reads lines until one begins with `word`. False at the end.
-    bool WaitFor(const std::string& word, std::string* line);
+    // Reads lines until one begins with `word`. False when none comes.
+    bool WaitFor(const std::string& word, double seconds, std::string* line);
     void ReadInfo(const std::string& line);
 
     std::function<bool()> given_up_;
     ChildProcess process_;
     SearchAnswer answer_;  // of the search that runs
+    bool hangs_ = false;
 };

@@ -98,12 +98,14 @@ GameEnd PlayGame(const Opening& opening, EngineLink* const players[2], const Gam
         line.Add(m);
         PlayGameMove(pos, m);
     }
-    if (!players[WHITE]->NewGame() || !players[BLACK]->NewGame()) { return GameEnd::GivenUp; }
+    if (!players[WHITE]->NewGame() || !players[BLACK]->NewGame()) { return GameEnd::NoAnswer; }
     for (;;) {
         const std::vector<Move> legal = LegalMoves(pos);
         if (IsOver(pos, legal, rules, game)) { return GameEnd::Finished; }
         SearchAnswer answer;
-        if (!players[pos->side]->Ask(line.Text(), rules.go, &answer)) { return GameEnd::GivenUp; }
+        if (!players[pos->side]->Ask(line.Text(), rules.go, rules.answer_seconds, &answer)) {
+            return GameEnd::NoAnswer;
+        }
         const Move m = MoveOfText(legal, answer.move);
         if (m == NO_MOVE) { return GameEnd::IllegalMove; }
         game->plies.push_back({m, answer});

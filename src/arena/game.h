@@ -11,7 +11,9 @@
 
 // How games are played.
 struct GameRules {
-    std::string go;  // the line that asks for a move
+    std::string go;          // the line that asks for a move
+    double answer_seconds =  // how long the answer may take
+        PATIENCE_SECONDS;
     int decided_score =
         0;  // centipawns: beyond it for some moves, by both players, a game is over; 0 = never
 };
@@ -28,10 +30,11 @@ struct PlayedGame {
     const char* termination = "normal";  // "adjudication" when no rule ended it
 };
 
-enum class GameEnd { Finished, GivenUp, IllegalMove };
+enum class GameEnd { Finished, NoAnswer, IllegalMove };
 
 // Plays a game from its opening. players[WHITE] and players[BLACK] are ready; `block` is nobody
-// else's. GivenUp when a player did not answer; after an illegal move `game` ends before it.
+// else's. NoAnswer when a player has ended, hangs or was given up; after an illegal move `game`
+// ends before it.
 GameEnd PlayGame(const Opening& opening, EngineLink* const players[2], const GameRules& rules,
                  ThreadBlock* block, PlayedGame* game);
 

@@ -7,8 +7,10 @@
 #include <cstdio>
 #include <map>
 #include <mutex>
+#include <set>
 #include <string_view>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "arena/enginelink.h"
@@ -57,6 +59,17 @@ std::string GoLine(const SelfPlaySettings& settings) {
                               : "go nodes " + std::to_string(settings.nodes);
 }
 
+// How long an answer may take, seconds: the time that was asked for, or what the slowest machine
+// takes for the nodes, and patience.
+double AnswerSeconds(const SelfPlaySettings& settings) {
+    constexpr double SLOWEST_RATE = 10000.0;   // nodes a second of one player of many
+    constexpr double NODES_OF_DEPTH_1 = 40.0;  // twice as many for each ply more
+    if (settings.seconds > 0.0) { return settings.seconds + PATIENCE_SECONDS; }
+    const double nodes = settings.depth > 0 ? std::ldexp(NODES_OF_DEPTH_1, settings.depth)
+                                            : static_cast<double>(settings.nodes);
+    return nodes / SLOWEST_RATE + PATIENCE_SECONDS;
+}
+
 // Says how the games are played: games of other settings are not gone on with.
 std::string EventName(const SelfPlaySettings& settings) {
     const OpeningSettings& o = settings.openings;
@@ -78,7 +91,7 @@ struct Board {
           openings(o),
           event(EventName(s)),
           date(DateOfToday()),
-          rules{GoLine(s), s.decided_score} {}
+          rules{GoLine(s), AnswerSeconds(s), s.decided_score} {}
 
     const SelfPlaySettings& settings;
     const std::vector<Opening>& openings;
@@ -144,11 +157,18 @@ private:
                                                     "-rc",
                                                     settings.parameters[i]};
             if (!players_[i].Open(words, &why)) {
-                Fault(board_, "cannot start a player: " + why);
+                Fault(board_, "cannot start a player: " +
+                                  (players_[i].Hangs() ? "it does not answer" : why));
                 return false;
             }
         }
         return true;
+    }
+
+    std::string WhyNoAnswer(int round) const {
+        const bool hangs = players_[0].Hangs() || players_[1].Hangs();
+        return std::string("a player ") + (hangs ? "does not answer" : "has ended") + " in game " +
+               std::to_string(round);
     }
 
     bool TakeGame(int* game) {
@@ -171,8 +191,8 @@ private:
         switch (PlayGame(opening, by_colour, board_->rules, block_, &game)) {
             case GameEnd::Finished:
                 break;
-            case GameEnd::GivenUp:
-                Fault(board_, "a player ended in the middle of a game");
+            case GameEnd::NoAnswer:
+                Fault(board_, WhyNoAnswer(names.round));
                 return false;
             case GameEnd::IllegalMove:
                 Fault(board_,
@@ -200,10 +220,14 @@ struct Standing {
     int games = 0;                // written
     int half_points_of_pair = 0;  // of its first game
     std::string text;             // of the games
+    std::vector<bool> is_copy;    // by pair: it can only come out as an earlier one did
 
     void Count(int half_points) {
         tally.CountGame(half_points);
-        if (games % 2 == 1) { tally.CountPair(half_points_of_pair + half_points); }
+        const std::size_t pair = static_cast<std::size_t>(games) / 2;
+        if (games % 2 == 1 && !(pair < is_copy.size() && is_copy[pair])) {
+            tally.CountPair(half_points_of_pair + half_points);
+        }
         half_points_of_pair = half_points;
         ++games;
     }
@@ -300,6 +324,31 @@ bool OpenGames(const SelfPlaySettings& settings, GamesLock* lock, Standing* stan
     }
     if (!good) { ShowError("%s\n", out->Fault().c_str()); }
     return good && lock->after.TryLock(path);
+}
+
+// --- openings that come again ---
+
+// By pair: whether its opening has come before.
+std::vector<bool> RepeatedOpenings(const std::vector<Opening>& openings) {
+    std::set<std::pair<std::string, std::vector<Move>>> seen;
+    std::vector<bool> repeated;
+    for (const Opening& o : openings) {
+        repeated.push_back(!seen.emplace(o.start, o.moves).second);
+    }
+    return repeated;
+}
+
+// Players that a clock does not stop play the same games again, which are no further evidence.
+void NoteRepeatedOpenings(const SelfPlaySettings& settings, const std::vector<Opening>& openings,
+                          Standing* standing) {
+    const std::vector<bool> repeated = RepeatedOpenings(openings);
+    const auto copies = std::count(repeated.begin(), repeated.end(), true);
+    const bool same_games = settings.seconds <= 0.0;
+    standing->is_copy = same_games ? repeated : std::vector<bool>(repeated.size());
+    if (copies == 0) { return; }
+    ShowMessageF("openings= %zu, different= %zu%s", openings.size(),
+                 openings.size() - static_cast<std::size_t>(copies),
+                 same_games ? ": pairs that repeat one are not counted as evidence" : "");
 }
 
 // --- the match ---
@@ -431,13 +480,13 @@ std::string StandingLine(const Tally& tally, const std::optional<Hypotheses>& te
     constexpr std::size_t LINE_SIZE = 200;
     constexpr double PERCENT = 100.0;
     char line[LINE_SIZE];
-    const EloEstimate estimate = EstimateElo(tally);
     const auto& p = tally.pairs;
-    std::snprintf(line, sizeof line,
-                  "%d games: +%d =%d -%d, %.1f %%, Elo %+.1f +- %.1f, pairs %d %d %d %d %d",
-                  tally.Games(), tally.wins, tally.draws, tally.losses, PERCENT * tally.Score(),
-                  estimate.elo, estimate.margin, p[0], p[1], p[2], p[3], p[4]);
+    std::snprintf(line, sizeof line, "%d games: +%d =%d -%d, %.1f %%", tally.Games(), tally.wins,
+                  tally.draws, tally.losses, PERCENT * tally.Score());
     std::string text = line;
+    if (const std::string elo = EloText(tally); !elo.empty()) { text += ", " + elo; }
+    std::snprintf(line, sizeof line, ", pairs %d %d %d %d %d", p[0], p[1], p[2], p[3], p[4]);
+    text += line;
     if (test) {
         const double ratio = LogLikelihoodRatio(tally, *test);
         const Verdict verdict = Judge(ratio);
@@ -465,6 +514,7 @@ bool RunSelfPlay(const SelfPlaySettings& settings, void (*look)()) {
     }
     Board board(settings, openings);
     Standing standing;
+    NoteRepeatedOpenings(settings, openings, &standing);
     OutFile out;
     GamesLock lock;
     if (!OpenGames(settings, &lock, &standing, &out)) { return false; }

@@ -52,6 +52,22 @@ TEST(Elo, OfAScoreIsTheInverseOfTheExpectedScore) {
     EXPECT_EQ(LogLikelihoodRatio(Tally(), {}), 0.0);
 }
 
+TEST(Elo, IsABoundOrStandsAloneWhereTheGamesTellNoMore) {
+    const std::pair<std::array<int, PAIR_OUTCOMES>, const char*> cases[] = {
+        {{0, 0, 0, 0, 0}, ""},
+        {{0, 0, 0, 0, 1}, "Elo > -511.5"},   // 0.05
+        {{0, 0, 0, 0, 50}, "Elo > +483.8"},  // 0.05^(1/50) = 0.94185
+        {{4, 0, 0, 0, 0}, "Elo < +18.9"},
+        {{0, 0, 3, 0, 0}, "Elo +0.0"},
+        {{0, 0, 0, 1, 1}, "Elo +338.0"},  // 0.875; the interval has no end
+        {{3, 10, 50, 30, 7}, "Elo +49.0 +- 29.6"}};
+    for (const auto& [pairs, text] : cases) { EXPECT_EQ(EloText(TallyOf(pairs)), text); }
+    const Tally won = TallyOf({0, 0, 0, 0, 1});
+    for (const Hypotheses& h : {Hypotheses{-1000, 1000}, Hypotheses{999, 1000}}) {
+        EXPECT_TRUE(std::isfinite(LogLikelihoodRatio(won, h)));
+    }
+}
+
 TEST(Tally, CountsGamesAndPairs) {
     Tally tally;
     for (const int half_points : {2, 2, 1, 0}) { tally.CountGame(half_points); }

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <filesystem>
 #include <fstream>
 #include <regex>
 
@@ -62,6 +63,27 @@ TEST(SelfPlay, PlaysTheSameGamesHoweverManyAtOnceAndGoesOnWhereItEnded) {
     EXPECT_EQ(joined, std::regex_replace(games, std::regex("\n(?=[01/2-]+\n\n)"), " "));
 }
 
+TEST(SelfPlay, CountsPairsOfARepeatedOpeningOnce) {
+    const ScratchFolder folder;
+    std::ofstream("openings.epd") << "4k3/pppp4/8/8/8/8/PPPP4/4K3 w - -\n"
+                                     "4k3/4pppp/8/8/8/8/4PPPP/4K3 w - -\n";
+    const auto play = [](const std::vector<std::string>& limit) {
+        std::vector<std::string> words = {"-nolog",    "-selfplay",    "games.pgn", "-games", "6",
+                                          "-openings", "openings.epd", "-threads",  "1"};
+        words.insert(words.end(), limit.begin(), limit.end());
+        return RunVesk(words, "").output;
+    };
+    const std::string once =
+        "openings= 3, different= 2: pairs that repeat one are not counted as evidence\n";
+    const std::string output = play({"-nodes", "50"});
+    EXPECT_THAT(output, testing::StartsWith(once));
+    EXPECT_THAT(output, testing::ContainsRegex("6 games: .* pairs (0 ){2}2 0 0\n"));
+    EXPECT_EQ(play({"-nodes", "50"}),
+              once + "going on after 6 games\n" + output.substr(once.size()));
+    std::filesystem::remove("games.pgn");
+    EXPECT_THAT(play({"-t", "0.001"}), testing::StartsWith("openings= 3, different= 2\n"));
+}
+
 TEST(SelfPlay, LeavesAFileOfOtherThingsAloneAndSaysWhatIsMissing) {
     const ScratchFolder folder;
     std::ofstream("other.pgn") << "[Event \"Self-play, of long ago\"]\n";
@@ -80,7 +102,7 @@ TEST(SelfPlay, LeavesAFileOfOtherThingsAloneAndSaysWhatIsMissing) {
     EXPECT_EQ(RunVesk(Arguments("games.pgn", {"-games", "4", "-player1", "weak.rc"}), "").status,
               1);
     EXPECT_EQ(FileContent("games.pgn"), games);
-    Session running(Arguments("shared.pgn", {"-games", "100000"}));
+    Session running(Arguments("shared.pgn", {"-games", "20000", "-randomplies", "12"}));
     for (int i = 0; i < 600 && FileContent("shared.pgn").empty(); ++i) { running.IsSilentFor(0.1); }
     EXPECT_EQ(RunVesk(Arguments("shared.pgn", {"-games", "2"}), "").status, 1);
     running.Signal(SIGINT);
@@ -95,7 +117,8 @@ TEST(SelfPlay, EndsWithTheTestAndWithTheUser) {
     EXPECT_THAT(tested.output, HasSubstr("of [0, 200]: accepted"));
     EXPECT_THAT(tested.output, testing::Not(HasSubstr("400 games")));
 
-    Session endless(Arguments("endless.pgn", {"-games", "100000", "-threads", "2"}));
+    Session endless(
+        Arguments("endless.pgn", {"-games", "20000", "-randomplies", "12", "-threads", "2"}));
     for (int i = 0;
          i < 600 && FileContent("endless.pgn").find("[Round \"2\"]") == std::string::npos; ++i) {
         endless.IsSilentFor(0.1);
