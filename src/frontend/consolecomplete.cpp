@@ -29,8 +29,15 @@ Words TuningNames() {
     return names;
 }
 
-// The files and folders that the path begins, folders with their stroke. A command takes no name
-// with a blank in it.
+// Whether a name can be shown and typed as a word of a command: no blank, nothing that steers the
+// terminal.
+bool IsPlainName(const std::string& name) {
+    constexpr unsigned char DELETE = 0x7F;
+    return std::ranges::all_of(
+        name, [](char c) { return static_cast<unsigned char>(c) > ' ' && c != DELETE; });
+}
+
+// The files and folders that the path begins, folders with their stroke.
 Words FilesFrom(const std::string& path) {
     const std::string folder = path.substr(0, path.find_last_of('/') + 1);
     const std::string name = path.substr(folder.size());
@@ -40,7 +47,7 @@ Words FilesFrom(const std::string& path) {
     for (; !error && file != std::filesystem::directory_iterator(); file.increment(error)) {
         const std::string found = file->path().filename().string();
         const bool hidden = found.starts_with('.') && !name.starts_with('.');
-        if (hidden || found.find(' ') != std::string::npos) { continue; }
+        if (hidden || !IsPlainName(found)) { continue; }
         std::error_code is_no_folder;
         const bool is_folder = std::filesystem::is_directory(file->path(), is_no_folder);
         names.push_back(folder + found + (is_folder ? "/" : ""));

@@ -54,11 +54,13 @@ void Write(std::string_view text) { WriteStream(OutStream::Output, text); }
 
 // --- where the cursor stands ---
 
+// Whether a byte is not the first one of its character.
+bool ContinuesCharacter(char c) { return (static_cast<unsigned char>(c) & 0xC0) == 0x80; }
+
 // Columns that a text takes; every character counts as one.
 int Columns(std::string_view text) {
-    const auto continues = [](char c) { return (static_cast<unsigned char>(c) & 0xC0) == 0x80; };
     return static_cast<int>(text.size()) -
-           static_cast<int>(std::count_if(text.begin(), text.end(), continues));
+           static_cast<int>(std::count_if(text.begin(), text.end(), ContinuesCharacter));
 }
 
 int TerminalWidth() {
@@ -154,28 +156,30 @@ int ReadKey(EditLine*, wchar_t* key) {
     }
 }
 
+// In whole characters: the library takes no part of one.
 std::string CommonStart(const std::vector<std::string>& words) {
-    std::string common = words.front();
+    const std::string& first = words.front();
+    std::size_t length = first.size();
     for (const std::string& word : words) {
-        const auto end =
-            std::mismatch(common.begin(), common.end(), word.begin(), word.end()).first;
-        common.erase(end, common.end());
+        const auto end = std::mismatch(first.begin(), first.end(), word.begin(), word.end()).first;
+        length = std::min(length, static_cast<std::size_t>(end - first.begin()));
     }
-    return common;
+    while (length > 0 && length < first.size() && ContinuesCharacter(first[length])) { --length; }
+    return first.substr(0, length);
 }
 
 // Lists the words below the line, and the line anew below them.
 void List(const std::vector<std::string>& words) {
-    std::size_t column = 0;
-    for (const std::string& word : words) { column = std::max(column, word.size() + 2); }
-    const std::size_t columns =
-        std::max<std::size_t>(static_cast<std::size_t>(TerminalWidth()) / column, 1);
+    int column = 0;
+    for (const std::string& word : words) { column = std::max(column, Columns(word) + 2); }
+    const auto columns = static_cast<std::size_t>(std::max(TerminalWidth() / column, 1));
     GoBelowLine();
     std::string text;
     for (std::size_t i = 0; i < words.size(); ++i) {
         const bool last = (i + 1) % columns == 0 || i + 1 == words.size();
         text += words[i];
-        text += last ? "\r\n" : std::string(column - words[i].size(), ' ');
+        const auto blanks = static_cast<std::size_t>(column - Columns(words[i]));
+        text += last ? "\r\n" : std::string(blanks, ' ');
     }
     Write(text);
     el_set(editor, EL_REFRESH);

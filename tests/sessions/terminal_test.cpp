@@ -146,6 +146,26 @@ TEST(AtATerminal, LinesAreCompletedRecalledAndKept) {
     later.Expect("5N2");
 }
 
+// Of names that begin with a common byte no half of a letter is written; what would steer the
+// terminal is no name.
+TEST(AtATerminal, NamesOfFilesAreCompletedLetterByLetterAndNeverSteerTheTerminal) {
+    const ScratchFolder folder;
+    for (const char* name :
+         {"\u00C4pfel.pgn", "\u00D6l.pgn", "\u00C4\033[2J.pgn", "\u00C4\x7F.pgn"}) {
+        std::ofstream(name) << "1. e4 e5 2. Nf3 *\n";
+    }
+    Terminal vesk("-c", "C.UTF-8");
+    vesk.Expect("> ");
+    vesk.Type("load \t");
+    vesk.Expect("\u00C4pfel.pgn  \u00D6l.pgn");
+    vesk.Expect("> load ");
+    vesk.Type("\u00C4\t");
+    vesk.Expect("pfel.pgn ");
+    vesk.Type("\r");
+    vesk.Expect("loading \u00C4pfel.pgn");
+    vesk.Expect("black");
+}
+
 TEST(AtATerminal, ALineThatIsTypedDuringASearchIsShownAgainBelowEachOfItsLines) {
     const ScratchFolder folder;
     Terminal vesk("-c");
