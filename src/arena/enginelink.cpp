@@ -54,13 +54,13 @@ bool EngineLink::WaitFor(const std::string& word, double seconds, std::string* l
                 return false;
             case LineRead::Nothing:
                 if (given_up_()) { return false; }
-                hangs_ = MonotonicSeconds() > end;
                 break;
             case LineRead::Line:
                 if (line->starts_with(word)) { return true; }
                 if (line->starts_with("info depth")) { ReadInfo(*line); }
                 break;
         }
+        hangs_ = MonotonicSeconds() > end;
     }
     return false;
 }

@@ -30,11 +30,18 @@ Words TuningNames() {
 }
 
 // Whether a name can be shown and typed as a word of a command: no blank, nothing that steers the
-// terminal.
+// terminal, also as one of the upper control characters, alone or in UTF-8.
 bool IsPlainName(const std::string& name) {
-    constexpr unsigned char DELETE = 0x7F;
-    return std::ranges::all_of(
-        name, [](char c) { return static_cast<unsigned char>(c) > ' ' && c != DELETE; });
+    constexpr unsigned char DELETE = 0x7F, UPPER = 0x80, AFTER_CONTROLS = 0xA0, LEAD = 0xC2;
+    unsigned char before = 0;
+    for (const char letter : name) {
+        const auto c = static_cast<unsigned char>(letter);
+        if (c <= ' ' || c == DELETE) { return false; }
+        const bool follows = before >= UPPER && before != LEAD;  // a part of another character
+        if (c >= UPPER && c < AFTER_CONTROLS && !follows) { return false; }
+        before = c;
+    }
+    return true;
 }
 
 // The files and folders that the path begins, folders with their stroke.
