@@ -95,11 +95,21 @@ def verdict(ratio: float) -> str:
     return "rejected" if ratio <= -DECISION_BOUND else ""
 
 
+def elo_text(pairs: list[int]) -> str:
+    """Elo and its margin; without the margin where the pairs are too much alike to tell one, and a bound that is right in
+    95 of 100 matches where a player has all points."""
+    elo, margin = estimate_elo(pairs)
+    if math.isinf(elo):
+        # A player that takes both games with a smaller chance seldom takes them in every pair.
+        bound = elo_of_score(ERROR_RATE ** (1.0 / sum(pairs)))
+        return f"Elo > {bound:+.1f}" if elo > 0 else f"Elo < {-bound:+.1f}"
+    return f"Elo {elo:+.1f} +- {margin:.1f}" if 0.0 < margin < math.inf else f"Elo {elo:+.1f}"
+
+
 def standing_line(tally: Tally, elo0: float, elo1: float) -> str:
     """The line of `vesk -selfplay -sprt ELO0 ELO1` about such a standing."""
-    elo, margin = estimate_elo(tally.pairs)
     ratio = log_likelihood_ratio(tally.pairs, elo0, elo1)
     ending = f": {verdict(ratio)}" if verdict(ratio) else ""
     return (f"{tally.games} games: +{tally.wins} ={tally.draws} -{tally.losses}, {100 * tally.score:.1f} %, "
-            f"Elo {elo:+.1f} +- {margin:.1f}, pairs {' '.join(map(str, tally.pairs))}, "
+            f"{elo_text(tally.pairs)}, pairs {' '.join(map(str, tally.pairs))}, "
             f"LLR {ratio:+.2f} (-{DECISION_BOUND:.2f}, {DECISION_BOUND:.2f}) of [{elo0:g}, {elo1:g}]{ending}")

@@ -264,23 +264,28 @@ def losses(match: Match, engine: Callable[[], str]) -> str:
     return title + note(words) + "".join(loss_figure(p, line, match.players) for p, line in zip(lost, lines))
 
 
+def strength_text(pairs: list[int]) -> str:
+    """Elo with its margin, or its bound, in the signs of print."""
+    return elo.elo_text(pairs).removeprefix("Elo ").replace("+-", "\u00b1").replace("-", "\u2212")
+
+
 def match_report(path: str, sources: Sources, engine: Callable[[], str], player1: str | None,
                  bounds: tuple[float, float], plies: int) -> str:
     """The section of the page. `engine` finds the engine when it is needed."""
     match = read_match(path, sources.text(path), player1)
     tally = match.tally
-    value, margin = elo.estimate_elo(tally.pairs)
     ratio = elo.log_likelihood_ratio(tally.pairs, *bounds)
     verdict = elo.verdict(ratio) or "undecided"
     lengths = split(match, lambda p: length_class(p.moves))
     pairs = sum(tally.pairs)
+    strength = strength_text(tally.pairs) if pairs else "\u2013"
     event = match.played[0].game.tags.get("Event", "")
     parts = [
         f"<h2>Match: {esc(match.players[0])} against {esc(match.players[1])}</h2>\n",
         note(event) if event.strip("?") else "",
         facts([(f"{tally.games}", f"games: {tally.wins} won, {tally.draws} drawn, {tally.losses} lost"),
                (f"{100 * tally.score:.1f} %", "score of player 1"),
-               (f"{signed(value)} \u00b1 {signed(margin)[1:]}" if pairs else "\u2013",
+               (strength,
                 f"Elo, 95 %, from {pairs} pairs"),
                (signed(ratio, 2), f"LLR of {bounds[0]:g} and {bounds[1]:g} Elo, {verdict} "
                                   f"(bounds \u00b1{elo.DECISION_BOUND:.2f})")]),
