@@ -2,6 +2,7 @@
 // ponders if asked to, and checks every move with the board library, trusting neither engine.
 // Writes the games as PGN and ends with a summary line; the exit status is 0 only when every game
 // ended by the rules of chess.
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -17,6 +18,7 @@
 #include "board/bitboards.h"
 #include "board/moves.h"
 #include "board/zobrist.h"
+#include "book/pgnwrite.h"
 #include "frontend/pblock.h"
 #include "support/engine.h"
 #include "support/session.h"
@@ -67,79 +69,17 @@ struct Game {
     std::string detail;
 };
 
-std::vector<MoveEntry> LegalMoves() {
-    Position* pos = game_position;
-    GenerateAll(pos);
-    std::vector<MoveEntry> legal;
-    for (const MoveEntry* e = pos->sstack[pos->ply].list_start; e->move != END_OF_LIST; ++e) {
-        if (MoveIsLegal(pos, pos->side, e->move) != 0) { legal.push_back(*e); }
-    }
-    return legal;
-}
-
-bool IsEnPassant(const MoveEntry& e) {
-    return PieceType(e.piece) == PAWN && e.captured == 0 &&
-           FileOf(MoveFrom(e.move)) != FileOf(MoveTo(e.move));
-}
-
 // The en passant square counts for repetition only while a capture there is legal.
-std::string PositionText(const std::vector<MoveEntry>& legal) {
+std::string PositionText(const std::vector<Move>& legal) {
     char text[EPD_FIELDS_SIZE];
     MakeEPD(game_position, text);
     std::string key = text;
-    bool possible = false;
-    for (const MoveEntry& e : legal) { possible = possible || IsEnPassant(e); }
+    const bool possible = std::any_of(legal.begin(), legal.end(), [](Move m) {
+        return MoveTo(m) == game_position->ep_square &&
+               PieceType(game_position->board[MoveFrom(m)]) == PAWN;
+    });
     if (!possible) { key.erase(key.rfind(' ')); }
     return key;
-}
-
-// Standard algebraic notation without the check sign.
-std::string San(const MoveEntry& e, const std::vector<MoveEntry>& legal) {
-    const int from = MoveFrom(e.move), to = MoveTo(e.move), type = PieceType(e.piece);
-    if (type == KING && std::abs(FileOf(from) - FileOf(to)) == 2) {
-        return FileOf(to) > FileOf(from) ? "O-O" : "O-O-O";
-    }
-    std::string text;
-    const bool capture = e.captured != 0 || IsEnPassant(e);
-    if (type == PAWN) {
-        if (capture) { text += square_name[from][0]; }
-    } else {
-        bool twin = false, same_file = false, same_rank = false;
-        for (const MoveEntry& o : legal) {
-            if (o.piece != e.piece || MoveTo(o.move) != to || MoveFrom(o.move) == from) {
-                continue;
-            }
-            twin = true;
-            same_file = same_file || FileOf(MoveFrom(o.move)) == FileOf(from);
-            same_rank = same_rank || RankOf(MoveFrom(o.move)) == RankOf(from);
-        }
-        text += wchar[type];
-        if (twin && (!same_file || same_rank)) { text += square_name[from][0]; }
-        if (same_file) { text += square_name[from][1]; }
-    }
-    if (capture) { text += 'x'; }
-    text += square_name[to];
-    if ((e.move & PROMOTE_QUEEN) != 0) { text += "=Q"; }
-    if ((e.move & PROMOTE_KNIGHT) != 0) { text += "=N"; }
-    if ((e.move & PROMOTE_BISHOP) != 0) { text += "=B"; }
-    if ((e.move & PROMOTE_ROOK) != 0) { text += "=R"; }
-    return text;
-}
-
-// No sequence of legal moves can give mate: bare kings, one minor piece, or bishops of one colour
-// only.
-bool InsufficientMaterial() {
-    const Position* pos = game_position;
-    Bitboard bishops = 0, knights = 0;
-    for (int c = 0; c < 2; ++c) {
-        if ((pos->bb[c][PAWN] | pos->bb[c][ROOK] | pos->bb[c][QUEEN]) != 0) { return false; }
-        bishops |= pos->bb[c][BISHOP];
-        knights |= pos->bb[c][KNIGHT];
-    }
-    if (knights != 0) { return bishops == 0 && CountBits(knights) == 1; }
-    int dark = 0, light = 0;
-    while (bishops != 0) { (sq_color[PopLSB(&bishops)] != 0 ? dark : light)++; }
-    return dark == 0 || light == 0;
 }
 
 void Finish(Game* game, End end, int loser, const std::string& detail = "") {
@@ -150,7 +90,7 @@ void Finish(Game* game, End end, int loser, const std::string& detail = "") {
 
 // Looks at the position that has just come up.
 void JudgePosition(Game* game) {
-    const std::vector<MoveEntry> legal = LegalMoves();
+    const std::vector<Move> legal = LegalMoves(game_position);
     const int side = game_position->side;
     const int times = ++game->seen[PositionText(legal)];
     if (legal.empty()) {
@@ -159,7 +99,7 @@ void JudgePosition(Game* game) {
         } else {
             Finish(game, End::Stalemate, -1);
         }
-    } else if (InsufficientMaterial()) {
+    } else if (NoMateIsPossible(game_position)) {
         Finish(game, End::Material, -1);
     } else if (times >= 3) {
         Finish(game, End::Repetition, -1);
@@ -172,21 +112,15 @@ void JudgePosition(Game* game) {
 
 // Plays a move given as text; false when it is not legal.
 bool PlayText(Game* game, const std::string& text) {
-    const std::vector<MoveEntry> legal = LegalMoves();
-    for (const MoveEntry& e : legal) {
-        if (MoveText(e.move) != text) { continue; }
-        std::string san = San(e, legal);
-        const bool quiet = PieceType(e.piece) != PAWN && e.captured == 0;
-        PlayGameMove(game_position, e.move);
+    for (const Move m : LegalMoves(game_position)) {
+        if (MoveText(m) != text) { continue; }
+        const bool quiet = PieceType(game_position->board[MoveFrom(m)]) != PAWN &&
+                           game_position->board[MoveTo(m)] == NO_PIECE;
+        game->san.push_back(StandardSan(game_position, m));
+        PlayGameMove(game_position, m);
         game->reversible_plies = quiet ? game->reversible_plies + 1 : 0;
         game->moves.push_back(text);
         JudgePosition(game);
-        if (game->end == End::Mate) {
-            san += '#';
-        } else if (InCheck(game_position, game_position->side) != 0) {
-            san += '+';
-        }
-        game->san.push_back(san);
         return true;
     }
     return false;
@@ -196,8 +130,8 @@ void PlayOpening(Game* game, int plies, std::mt19937* random) {
     SetPosition(game_position, fen_opn);
     JudgePosition(game);
     for (int i = 0; i < plies && game->end == End::None; ++i) {
-        const std::vector<MoveEntry> legal = LegalMoves();
-        PlayText(game, MoveText(legal[(*random)() % legal.size()].move));
+        const std::vector<Move> legal = LegalMoves(game_position);
+        PlayText(game, MoveText(legal[(*random)() % legal.size()]));
     }
 }
 
@@ -315,9 +249,11 @@ void PlayTurn(Game* game, const Settings& settings, Player* mover, const Player&
     mover->clock += settings.increment;
     if (!PlayText(game, move)) { return Finish(game, End::Illegal, side, move); }
     if (game->end != End::None || mover->Reply().empty()) { return; }
-    bool legal = false;
-    for (const MoveEntry& e : LegalMoves()) { legal = legal || MoveText(e.move) == mover->Reply(); }
-    if (!legal) { return Finish(game, End::Illegal, side, "ponder " + mover->Reply()); }
+    const std::vector<Move> replies = LegalMoves(game_position);
+    if (std::none_of(replies.begin(), replies.end(),
+                     [mover](Move m) { return MoveText(m) == mover->Reply(); })) {
+        return Finish(game, End::Illegal, side, "ponder " + mover->Reply());
+    }
     if (settings.ponder) { mover->Ponder(game->moves, side, opponent); }
 }
 
