@@ -15,6 +15,9 @@ except ImportError:
     sys.exit(77)
 
 ENGINE, SOURCES = map(os.path.abspath, sys.argv[1:3])
+sys.path.insert(0, os.path.join(SOURCES, "tools"))
+sys.dont_write_bytecode = True
+from reporting.match import read_match  # noqa: E402
 DATA = os.path.join(SOURCES, "tests", "data")
 REPORT = os.path.join(SOURCES, "tools", "report.py")
 VOID = {"meta", "link"}
@@ -161,12 +164,21 @@ def a_match_of_the_engine_has_its_own_figures():
     check(len(page.pictures("Evaluation")) == 5 and len(page.pictures("Score of weak.rc over 40 games")) == 1, "charts")
 
 
+def repeated_openings_count_once():
+    write("two.epd", "rnbqkbnr/pppp1ppp/8/4p3/4P3/8/PPPP1PPP/RNBQKBNR w KQkq -\n4k3/pppp4/8/8/8/8/4PPPP/4K3 w - -\n")
+    settings = ["-selfplay", "copies.pgn", "-player1", "weak.rc", "-games", "8", "-d", "2", "-openings", "two.epd"]
+    printed = engine(*settings, "-sprt", "0", "5").strip().splitlines()
+    check("different= 2" in "".join(printed) and "8 games" in printed[-1], printed)
+    text = html.unescape(page_of("--match", "copies.pgn").text)
+    check(printed[-1] in text and "2 pairs repeat an opening" in text, f"the engine says: {printed[-1]}")
+
+
 def games_of_others_are_read():
     write("cup.pgn", FOREIGN_GAMES)
     page = page_of("--match", "cup.pgn")
     text = html.unescape(page.text)
     check("Match: Alpha & $Co_$ against Beta" in text and 'A "cup" <b>' not in page.text, "names")
-    check("3 games: +0 =1 -2, 16.7 %" in text and "pairs 1 0 0 0 0" in text, "points")
+    check("3 games: +0 =1 -2, 16.7 %, pairs 0 0 0 0 0, LLR +0.00" in text, "points, and no pair")
     check("2 unfinished games" in text, "games without an end")
     for row in (("White", "2", "0", "1", "1", "25.0 %"), ("Black", "1", "0", "0", "1", "0.0 %"),
                 ("checkmate", "1", "0", "0", "1"), ("loses on time", "1"), ("draw agreed", "1")):
@@ -177,6 +189,34 @@ def games_of_others_are_read():
     check(len(finals) == 2 and FOOLS_MATE in finals[0], f"final positions: {finals}")
     check("r1bqk1nr/pppp1ppp/2n5/2b1p3/2B1P3/5N2/PPPP1PPP/RNBQ1RK1 b kq -" in finals[1], finals[1])
     check("Alpha" in page_of("--match", "cup.pgn", "--player1", "Beta").text, "the other one's page")
+
+
+def pairs_of(games):
+    """Of Alpha in these games (White, Black, tags, moves), each of which White wins."""
+    text = "".join(f'[White "{white}"]\n[Black "{black}"]\n{tags}[Result "1-0"]\n\n{moves} 1-0\n\n'
+                   for white, black, tags, moves in games)
+    return read_match("pairs.pgn", text, "Alpha", 4).tally.pairs
+
+
+def pairs_need_one_opening_and_one_opponent():
+    event = '[Event "Self-play, %s 9, seed 1"]\n'
+    fen = '[FEN "4k3/8/8/8/8/8/4P3/4K3 w - - 0 1"]\n'
+    line, other = "1. e4 e5 2. Nf3 Nc6", "1. e4 e5 2. Nf3 Nf6"
+    book = "1. e4 {book} e5 {book} 2. Nf3 {+0.10/5} %s {+0.10/5}"
+    deviation = book.replace("e5", "e6")
+    for there, back, opponent, pairs in (
+            (("", line), ("", line + " 3. d4"), "Beta", 1), (("", line), ("", other), "Beta", 0),
+            (("", line), ("", line), "Gamma", 0), (("", book % "Nc6"), ("", book % "Nf6"), "Beta", 1),
+            (("", book % "Nc6"), ("", deviation % "Nc6"), "Beta", 0), (("", book % "Nc6"), ("", line), "Beta", 0),
+            ((fen, "1. Kd2 Kd7"), (fen, "1. e4 Ke7"), "Beta", 1), ((fen, line), ("", line), "Beta", 0),
+            ((event % "nodes", line), (event % "nodes", other), "Beta", 1)):
+        games = [("Alpha", "Beta", *there), (opponent, "Alpha", *back)]
+        check(pairs_of(games) == [0, 0, pairs, 0, 0], f"{games}: {pairs_of(games)}")
+    for limits, counted in (("nodes", 2), ("depth", 2), ("movetime", 4)):
+        head = event % limits
+        games = [(*names, head + tags, moves) for tags, moves in (("", book % "Nc6"), (fen, line)) * 2
+                 for names in (("Alpha", "Beta"), ("Beta", "Alpha"))]
+        check(pairs_of(games) == [0, 0, counted, 0, 0], f"{limits}: {pairs_of(games)}")
 
 
 def suites_in_both_forms():
@@ -257,8 +297,9 @@ def what_cannot_be_read_is_named():
 def main():
     with tempfile.TemporaryDirectory() as folder:
         os.chdir(folder)
-        for test in (a_match_of_the_engine_has_its_own_figures, games_of_others_are_read, suites_in_both_forms,
-                     tuning_as_the_engine_writes_it, benchmarks, what_cannot_be_read_is_named):
+        for test in (a_match_of_the_engine_has_its_own_figures, repeated_openings_count_once, games_of_others_are_read,
+                     pairs_need_one_opening_and_one_opponent, suites_in_both_forms, tuning_as_the_engine_writes_it,
+                     benchmarks, what_cannot_be_read_is_named):
             test()
             print(test.__name__.replace("_", " ") + ": passed", flush=True)
         os.chdir("/")

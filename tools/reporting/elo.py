@@ -96,8 +96,10 @@ def verdict(ratio: float) -> str:
 
 
 def elo_text(pairs: list[int]) -> str:
-    """Elo and its margin; without the margin where the pairs are too much alike to tell one, and a bound that is right in
-    95 of 100 matches where a player has all points."""
+    """Elo and its margin; without the margin where the pairs are too much alike to tell one, and a bound that is right
+    in 95 of 100 matches where a player has all points. Empty without a pair."""
+    if sum(pairs) == 0:
+        return ""
     elo, margin = estimate_elo(pairs)
     if math.isinf(elo):
         # A player that takes both games with a smaller chance seldom takes them in every pair.
@@ -110,6 +112,7 @@ def standing_line(tally: Tally, elo0: float, elo1: float) -> str:
     """The line of `vesk -selfplay -sprt ELO0 ELO1` about such a standing."""
     ratio = log_likelihood_ratio(tally.pairs, elo0, elo1)
     ending = f": {verdict(ratio)}" if verdict(ratio) else ""
+    strength = f"{elo_text(tally.pairs)}, " if sum(tally.pairs) else ""
     return (f"{tally.games} games: +{tally.wins} ={tally.draws} -{tally.losses}, {100 * tally.score:.1f} %, "
-            f"{elo_text(tally.pairs)}, pairs {' '.join(map(str, tally.pairs))}, "
+            f"{strength}pairs {' '.join(map(str, tally.pairs))}, "
             f"LLR {ratio:+.2f} (-{DECISION_BOUND:.2f}, {DECISION_BOUND:.2f}) of [{elo0:g}, {elo1:g}]{ending}")

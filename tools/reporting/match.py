@@ -1,6 +1,7 @@
 """Report on a match of two players, from the PGN that `vesk -selfplay` or a tournament manager wrote."""
 from __future__ import annotations
 
+import itertools
 import re
 from collections.abc import Callable, Iterable
 from dataclasses import dataclass, field
@@ -16,6 +17,8 @@ WORST_LOSSES = 5
 MOST_OPENINGS = 12  # rows of the table; the rest is one row
 LENGTHS = [20, 40, 60, 80, 100, 150]  # upper ends of the classes, moves
 SCORE_LIMIT = 10.0  # pawns; the charts end there
+SELF_PLAY = "Self-play, "  # begins the Event tag of `vesk -selfplay`; then come the limits of a search
+NO_CLOCK = re.compile(SELF_PLAY + r"((?:nodes|depth) \d+)")
 
 
 @dataclass
@@ -29,14 +32,23 @@ class Played:
     def moves(self) -> int:
         return (len(self.game.plies) + 1) // 2
 
-    def opening(self) -> tuple[str, tuple[str, ...]]:
-        """Where the players began to think: the same in both games of a pair."""
-        book = []
-        for ply in self.game.plies:
-            if ply.comment != "book":
-                break
-            book.append(ply.move)
-        return self.game.fen, tuple(book)
+    @property
+    def opponent(self) -> str:
+        return self.game.tags["Black" if self.white else "White"]
+
+    def opening(self, plies: int) -> tuple[str, tuple[str, ...]]:
+        """What both games of a pair begin with: the position and the moves of a book. A file that tells of neither
+        leaves the first plies to go by."""
+        start = "" if self.game.fen == START else self.game.fen
+        book = itertools.takewhile(lambda ply: ply.comment == "book", self.game.plies)
+        moves = [ply.move for ply in book]
+        if not start and not moves and not self.event.startswith(SELF_PLAY):
+            moves = [ply.move for ply in self.game.plies[:plies]]
+        return start, tuple(moves)
+
+    @property
+    def event(self) -> str:
+        return self.game.tags.get("Event", "")
 
     def cause(self) -> str:
         """How the game ended, as far as the file tells."""
@@ -57,6 +69,7 @@ class Match:
     players: tuple[str, str]
     played: list[Played] = field(default_factory=list)
     unfinished: int = 0
+    copies: int = 0  # pairs that can only come out as an earlier one did
     tally: elo.Tally = field(default_factory=elo.Tally)
     steps: list[list[int]] = field(default_factory=list)  # results of pairs so far, after each pair
 
@@ -70,7 +83,7 @@ def in_order(games: list[Game]) -> list[Game]:
     return [games[i] for i in order]
 
 
-def read_match(path: str, text: str, player1: str | None) -> Match:
+def read_match(path: str, text: str, player1: str | None, plies: int) -> Match:
     games = in_order(games_of(text))
     if not games:
         raise ReportError(f"{path} holds no game")
@@ -95,21 +108,32 @@ def read_match(path: str, text: str, player1: str | None) -> Match:
         match.played.append(Played(game, white, half_points if white else 2 - half_points))
     if not match.played:
         raise ReportError(f"{path} holds no finished game")
-    count(match)
+    count(match, plies)
     return match
 
 
-def count(match: Match) -> None:
-    """Adds up games, and pairs: neighbours with the same opening and the colours reversed."""
+def count(match: Match, plies: int) -> None:
+    """Adds up games, and pairs: neighbours with the same opponent and opening and the colours reversed. Players of
+    self-play that no clock stops play the same pair from the same opening again: the first one counts, as in the
+    engine."""
     waiting: Played | None = None
+    seen = set()
     for played in match.played:
         match.tally.count(played.half_points)
-        if waiting and waiting.white != played.white and waiting.opening() == played.opening():
+        begun = (played.opponent, played.opening(plies))
+        if waiting is None or waiting.white == played.white or begun != (waiting.opponent, waiting.opening(plies)):
+            waiting = played
+            continue
+        no_clock = NO_CLOCK.match(played.event)
+        copy = (no_clock[1], begun) if no_clock else None
+        if copy in seen:
+            match.copies += 1
+        else:
             match.tally.pairs[waiting.half_points + played.half_points] += 1
             match.steps.append(list(match.tally.pairs))
-            waiting = None
-        else:
-            waiting = played
+        if copy:
+            seen.add(copy)
+        waiting = None
 
 
 # --- tables ---
@@ -272,14 +296,14 @@ def strength_text(pairs: list[int]) -> str:
 def match_report(path: str, sources: Sources, engine: Callable[[], str], player1: str | None,
                  bounds: tuple[float, float], plies: int) -> str:
     """The section of the page. `engine` finds the engine when it is needed."""
-    match = read_match(path, sources.text(path), player1)
+    match = read_match(path, sources.text(path), player1, plies)
     tally = match.tally
     ratio = elo.log_likelihood_ratio(tally.pairs, *bounds)
     verdict = elo.verdict(ratio) or "undecided"
     lengths = split(match, lambda p: length_class(p.moves))
     pairs = sum(tally.pairs)
     strength = strength_text(tally.pairs) if pairs else "\u2013"
-    event = match.played[0].game.tags.get("Event", "")
+    event = match.played[0].event
     parts = [
         f"<h2>Match: {esc(match.players[0])} against {esc(match.players[1])}</h2>\n",
         note(event) if event.strip("?") else "",
@@ -291,6 +315,8 @@ def match_report(path: str, sources: Sources, engine: Callable[[], str], player1
                                   f"(bounds \u00b1{elo.DECISION_BOUND:.2f})")]),
         f"<p class=\"line\"><code>{esc(elo.standing_line(tally, *bounds))}</code></p>\n",
         note(f"{match.unfinished} unfinished games are left out.") if match.unfinished else "",
+        note(f"{match.copies} pairs repeat an opening that players without a clock have played; they count as games "
+             "only.") if match.copies else "",
         figure(score_chart(match), "Score over the games; the band holds 95 of 100 such matches.") if pairs else
         note("No two games make a pair (one opening, colours reversed): no Elo, no error band."),
         figure(length_chart(match, lengths)),

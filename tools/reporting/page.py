@@ -1,4 +1,4 @@
-"""The page: its style, and helpers for headings, tables and figures. Text that comes from files goes through `esc`."""
+"""The page: its style, and functions for headings, tables and figures. Text from files goes through `esc`."""
 from __future__ import annotations
 
 import html
