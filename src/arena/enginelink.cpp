@@ -9,6 +9,7 @@
 namespace {
 
 constexpr double LOOK_SECONDS = 0.1;  // a waiting link asks this often whether it was given up
+constexpr double TALK_SECONDS = 1.0;  // a late player that talks on is heard so long
 
 // A mate in so many moves, negative for the side that is mated, as a score.
 int MateScore(int moves) {
@@ -46,21 +47,28 @@ bool EngineLink::Ask(const std::string& position, const std::string& go, double 
     return true;
 }
 
+// Only waiting counts, and of each wait no more than it was to last: this program may have been
+// stopped meanwhile. What the player has said by the end is still heard.
 bool EngineLink::WaitFor(const std::string& word, double seconds, std::string* line) {
-    const double end = MonotonicSeconds() + seconds;
+    double waited = 0.0;
     while (!hangs_) {
-        switch (process_.ReadLine(line, LOOK_SECONDS)) {
+        const bool late = waited > seconds;
+        const double start = MonotonicSeconds();
+        const LineRead read = process_.ReadLine(line, late ? 0.0 : LOOK_SECONDS);
+        waited += std::min(MonotonicSeconds() - start, LOOK_SECONDS);
+        switch (read) {
             case LineRead::Ended:
                 return false;
             case LineRead::Nothing:
                 if (given_up_()) { return false; }
+                hangs_ = late;
                 break;
             case LineRead::Line:
                 if (line->starts_with(word)) { return true; }
                 if (line->starts_with("info depth")) { ReadInfo(*line); }
+                hangs_ = waited > seconds + TALK_SECONDS;
                 break;
         }
-        hangs_ = MonotonicSeconds() > end;
     }
     return false;
 }

@@ -92,6 +92,7 @@ bool ChildProcess::Start(const std::vector<std::string>& words, std::string* why
     }
     port->input.Close(0);
     port->output.Close(1);
+    std::signal(SIGPIPE, SIG_IGN);  // Write tells when the program is gone
     port_ = std::move(port);
     bytes_.clear();
     return true;

@@ -63,6 +63,18 @@ TEST_F(PositionTest, SoundnessCheckSeesDamageToAnyDerivedByte) {
     }
 }
 
+TEST_F(PositionTest, NoMateIsPossibleWithBareKingsOneMinorPieceOrBishopsOfOneColour) {
+    const std::pair<const char*, bool> cases[] = {
+        {"4k3/8/8/8/8/8/8/4K3 w - -", true},    {"4k3/8/8/8/8/8/8/4KN2 w - -", true},
+        {"4kb2/8/8/8/8/8/8/4K3 w - -", true},   {"4kb2/8/8/8/8/8/8/2B1K3 w - -", true},
+        {"4kb2/8/8/8/8/8/8/4KB2 w - -", false}, {"4k3/8/8/8/8/8/8/3NKN2 w - -", false},
+        {"4kn2/8/8/8/8/8/8/4KB2 w - -", false}, {"4k3/4p3/8/8/8/8/8/4K3 w - -", false},
+        {"4k3/8/8/8/8/8/8/4K2R w - -", false},  {"4k3/8/8/8/8/8/8/4K2q w - -", false}};
+    for (const auto& [fen, dead] : cases) {
+        EXPECT_EQ(NoMateIsPossible(SetGame(fen)), dead) << fen;
+    }
+}
+
 TEST_F(PositionTest, RepetitionsAreThoseOfTheSideSinceTheLastIrreversibleMove) {
     ForEachRow("repetitions.tsv", [](Position* pos, const Row& row) {
         Play(pos, row[1]);
