@@ -123,7 +123,6 @@ void SetTest(StartOptions* start, const char* value, int) {
     ShowError("-sprt needs two numbers from %.0f to %.0f, the lower one first\n", -MOST_ELO,
               MOST_ELO);
     PBlock.tool.failed = true;
-    Wish(start, RunMode::Refused);
 }
 
 void AnnounceWeights(StartOptions*, const char*, int) { PBlock.options.weights_as_options = 1; }
@@ -362,6 +361,8 @@ void ReadCommandLine(int argc, char** argv, StartOptions* options) {
             "-scan_pgn comes in four modes: -scan_pgn1 annotates the games, -scan_pgn2 writes "
             "tuning positions, -scan_pgn3 test positions, -scan_pgn4 rook endings");
     }
+    // An option that must not be passed over could not be understood.
+    if (PBlock.tool.failed) { options->mode = RunMode::Nothing; }
     // Players search with one thread; -threads says how many games are played.
     if (options->mode == RunMode::SelfPlay) { PBlock.options.threads = 1; }
     if (options->mode == RunMode::QuickBenchmark) { PBlock.options.hash_mb = Options().hash_mb; }

@@ -10,9 +10,9 @@
 #include "tune/tuneall.h"
 
 // Which mode main runs: of those that the command line asks for the first in this order.
-// Refused and Nothing: it asked for something that cannot be run, and has been told so.
+// Nothing: it asked for something that cannot be run, and has been told so; PBlock.tool.failed when
+// that is a failure.
 enum class RunMode {
-    Refused,  // an option that must not be passed over cannot be understood
     EpdAnalysis,
     PgnScan,
     Match,

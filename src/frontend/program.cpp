@@ -92,7 +92,6 @@ void RunChosenMode(const StartOptions& options) {
             StartConsole();
             CommandLoop();
             break;
-        case RunMode::Refused:
         case RunMode::Nothing:
             break;
     }
@@ -106,7 +105,7 @@ int RunProgram(int argc, char** argv) {
     argv = ProgramArguments(&argc, argv);
     StartOptions options;
     if (const int status = StartUp(argc, argv, &options)) { return status; }
-    if (options.mode != RunMode::Nothing && options.mode != RunMode::Refused) {
+    if (options.mode != RunMode::Nothing) {
         RunChosenMode(options);
         CleanUp();
     }

@@ -26,4 +26,18 @@ TEST(StartUp, BuildsWhatTheOptionsAskForAndCleansItUp) {
     ResetEngine();
 }
 
+TEST(StartUp, EndsBeforeTheThreadsWhereAnOptionCannotBeObeyed) {
+    const ScratchFolder folder;
+    FreeThreadBlock(0);
+    FreeThreadBlock(1);
+    CommandWords words("-nolog -bench -selfplay games.pgn -sprt 5 0");
+    StartOptions options;
+    OutputOf([&] { EXPECT_EQ(StartUp(words.Count(), words.argv.data(), &options), 0); });
+    EXPECT_EQ(options.mode, RunMode::Nothing);
+    EXPECT_TRUE(PBlock.tool.failed) << "for the exit status";
+    EXPECT_EQ(ThreadData[1], nullptr);
+    FreeThreadBlock(0);
+    ResetEngine();
+}
+
 }  // namespace
