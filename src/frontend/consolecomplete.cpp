@@ -10,6 +10,7 @@
 #include "frontend/console.h"
 #include "frontend/consolecommands.h"
 #include "platform/lineedit.h"
+#include "platform/words.h"
 
 namespace {
 
@@ -29,17 +30,13 @@ Words TuningNames() {
     return names;
 }
 
-// Whether a name can be shown and typed as a word of a command: no blank, nothing that steers the
-// terminal, also as one of the upper control characters, alone or in UTF-8.
-bool IsPlainName(const std::string& name) {
-    constexpr unsigned char DELETE = 0x7F, UPPER = 0x80, AFTER_CONTROLS = 0xA0, LEAD = 0xC2;
-    unsigned char before = 0;
-    for (const char letter : name) {
-        const auto c = static_cast<unsigned char>(letter);
-        if (c <= ' ' || c == DELETE) { return false; }
-        const bool follows = before >= UPPER && before != LEAD;  // a part of another character
-        if (c >= UPPER && c < AFTER_CONTROLS && !follows) { return false; }
-        before = c;
+// Whether a name can be shown and typed as a word of a command: letters in UTF-8, no blank, nothing
+// that steers the terminal, also none of the upper control characters.
+bool IsPlainName(std::string_view name) {
+    constexpr char32_t DELETE = 0x7F, AFTER_CONTROLS = 0xA0;
+    while (!name.empty()) {
+        const char32_t c = TakeLetter(&name);
+        if (c <= U' ' || (c >= DELETE && c < AFTER_CONTROLS) || c == NO_LETTER) { return false; }
     }
     return true;
 }

@@ -107,6 +107,8 @@ bool StartsWithNumber(std::string_view text) {
 }
 
 bool ReadNumber(const std::string& text, double* number) {
+    // The library also reads hexadecimal numbers, names of numbers, and blanks.
+    if (text.find_first_not_of("+-.0123456789eE") != std::string::npos) { return false; }
     char* end = nullptr;
     const double value = std::strtod(text.c_str(), &end);
     if (text.empty() || end != text.c_str() + text.size() || !std::isfinite(value)) {
@@ -114,6 +116,33 @@ bool ReadNumber(const std::string& text, double* number) {
     }
     *number = value;
     return true;
+}
+
+char32_t TakeLetter(std::string_view* text) {
+    constexpr unsigned char FOLLOWING = 0x80, PAYLOAD = 0x3F;
+    constexpr int PAYLOAD_BITS = 6;
+    struct Form {
+        unsigned char lead, mask;  // of the first byte
+        char32_t least;            // smaller letters have a shorter form
+    };
+    constexpr Form FORMS[] = {
+        {0x00, 0x80, 0}, {0xC0, 0xE0, 0x80}, {0xE0, 0xF0, 0x800}, {0xF0, 0xF8, 0x10000}};
+    constexpr char32_t LAST = 0x10FFFF, FIRST_SURROGATE = 0xD800, LAST_SURROGATE = 0xDFFF;
+    assert(!text->empty());
+    const auto first = static_cast<unsigned char>(text->front());
+    text->remove_prefix(1);
+    const auto form =
+        std::ranges::find_if(FORMS, [&](const Form& f) { return (first & f.mask) == f.lead; });
+    if (form == std::end(FORMS)) { return NO_LETTER; }
+    char32_t letter = first & static_cast<unsigned char>(~form->mask);
+    for (auto more = form - std::begin(FORMS); more > 0; --more) {
+        const auto byte = static_cast<unsigned char>(text->empty() ? '\0' : text->front());
+        if ((byte & ~PAYLOAD) != FOLLOWING) { return NO_LETTER; }
+        letter = letter << PAYLOAD_BITS | (byte & PAYLOAD);
+        text->remove_prefix(1);
+    }
+    const bool surrogate = letter >= FIRST_SURROGATE && letter <= LAST_SURROGATE;
+    return letter < form->least || letter > LAST || surrogate ? NO_LETTER : letter;
 }
 
 std::string NearestWord(const std::string& word, const std::vector<std::string>& names) {

@@ -37,6 +37,11 @@ bool StartsWithNumber(std::string_view text);
 // Reads a text that is a finite decimal number and nothing else. False when it is not.
 [[nodiscard]] bool ReadNumber(const std::string& text, double* number);
 
+// Takes the first letter off a text in UTF-8, which is not empty, and returns it; NO_LETTER, with
+// at least a byte taken off, where the text is not valid.
+inline constexpr char32_t NO_LETTER = 0xFFFFFFFF;
+char32_t TakeLetter(std::string_view* text);
+
 // Returns the one of `names` that `word` was most likely meant to be, the first of several; empty
 // when it resembles none: about one mistake in three letters is forgiven, and leading dashes and
 // capital letters hardly count.

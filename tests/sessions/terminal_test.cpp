@@ -151,7 +151,9 @@ TEST(AtATerminal, LinesAreCompletedRecalledAndKept) {
 TEST(AtATerminal, NamesOfFilesAreCompletedLetterByLetterAndNeverSteerTheTerminal) {
     const ScratchFolder folder;
     for (const char* name : {"\u00C4pfel.pgn", "\u00D6l.pgn", "\u00C4\033[2J.pgn", "\u00C4\x7F.pgn",
-                             "\u00C4\u009B2J.pgn"}) {
+                             "\u00C4\u009B2J.pgn",
+                             "\u00C4\x9B"
+                             "2J.pgn"}) {
         std::ofstream(name) << "1. e4 e5 2. Nf3 *\n";
     }
     Terminal vesk("-c", "C.UTF-8");
