@@ -63,9 +63,11 @@ bool PgnText::BlackBegins() const {
     return GetWord(start_.c_str() + board_end) == "b";
 }
 
-// The first tag after moves begins a game.
+// The first tag after moves begins a game, and so does a second event: that game has no moves.
 void PgnText::TakeTag(std::string_view tag) {
-    begins_game_ = !in_tags_ || tag.starts_with(EVENT_TAG);
+    const bool event = tag.starts_with(EVENT_TAG);
+    begins_game_ = !in_tags_ || (event && has_event_);
+    has_event_ = event || (has_event_ && !begins_game_);
     if (begins_game_) { start_ = fen_opn; }
     in_tags_ = true;
     in_comment_ = false;

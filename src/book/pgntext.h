@@ -39,6 +39,7 @@ private:
     bool begins_game_ = false;
     bool names_start_ = false;
     bool in_tags_ = false;
+    bool has_event_ = false;   // the tags read last
     bool in_comment_ = false;  // in braces, which do not nest
     bool in_line_comment_ = false;
     bool in_glyph_ = false;  // after "$"

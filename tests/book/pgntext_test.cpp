@@ -83,7 +83,7 @@ TEST_F(Pgn, CommentsVariationsAndMarksChangeNoGame) {
 
 TEST_F(Pgn, GamesBeginWhereTheirTagSays) {
     const std::string games =
-        "[Event \"a\"]\n[Result \"1-0\"]\n[FEN \"4k3/8/8/8/8/8/p7/4K2R b K - 0 9\"]\n\n"
+        "[Result \"1-0\"]\n[FEN \"4k3/8/8/8/8/8/p7/4K2R b K - 0 9\"]\n[Event \"a\"]\n\n"
         "9... Kd7 {eval 30, } 10. 0-0?? { unfinished\n"
         "[Event \"b\"]\n[FEN \"k7/8/8/4pP2/8/8/8/7K w - e6 0 1\"]\n[Result \"*\"]\n\n"
         "1.fxe6e.p.!! {a {brace} Kb8 2.e7# *\n"
@@ -103,11 +103,13 @@ TEST_F(Pgn, BracketsBlanksAndGamesWithoutResultOrMovesDoNotMislead) {
     std::string collection = "[Event \"x\"]\n[Result \"0-1\"]\n\n1. zz9\n";
     for (int i = 0; i < 10; ++i) {
         collection += std::string("[Event \"y\"]\n[FEN \"") + fen_opn + "\"]\n\n1. e4 e5 *\n";
+        collection += "[Result \"1-0\"]\n[Event \"z\"]\n\n1. e4 e5 1-0\n";
     }
     const std::string book = BookOfGames(collection);
     ASSERT_GE(book.size(), std::size_t{BOOK_RECORD_SIZE});
     const BookRecord r = DecodeBookRecord(reinterpret_cast<const unsigned char*>(book.data()));
     EXPECT_EQ(r.draws, 10) << "each is a game of its own, of unknown result";
+    EXPECT_EQ(r.stm_wins + r.prev_wins, 10) << "tags come in any order";
 }
 
 }  // namespace
