@@ -249,7 +249,7 @@ constexpr CommandLineOption command_line_options[] = {
     {"-nodes", "N", "self-play: nodes per move, 8000 by default; -d and -t come first", OptionValue::Number, SetNodes},
     {"-openings", "FILE", "self-play: begin with the positions of an EPD file", OptionValue::Path, SetOpenings},
     {"-bookplies", "N", "self-play: begin with so many moves of the opening book", OptionValue::Number, SetBookPlies},
-    {"-randomplies", "N", "self-play: then so many moves by lot, 8 by default", OptionValue::Number, SetRandomPlies},
+    {"-randomplies", "N", "self-play: then moves by lot: 8, or 0 with -openings or -bookplies", OptionValue::Number, SetRandomPlies},
     {"-seed", "N", "self-play: what the lots depend on", OptionValue::Number, SetSeed},
     {"-decided", "CENTIPAWNS", "self-play: end a game at a score that both see for three moves", OptionValue::Number, SetDecidedScore},
     {"-sprt", "ELO0 ELO1", "self-play: end when one of these differences is proven against the other", OptionValue::TwoNumbers, SetTest},
