@@ -9,8 +9,8 @@ export DESTDIR
 
 .PHONY: exe build tools pgo run test test_windows install uninstall format lint clean dependencies test_dependencies
 
-# "make EXE=path", as programs that test engines call it: the engine, at that path. Installs nothing, and takes the compiler
-# from CXX, or from CC by its C name, and the number of jobs from -j.
+# "make EXE=path", as programs that test engines call it: the engine, at that path. Installs nothing, and takes the
+# compiler from CXX, or from CC by its C name, and the number of jobs from -j.
 ifdef EXE
 ifneq ($(origin CC), default)
 cxx_of = $(filter-out ./,$(dir $(1)))$(subst gcc,g++,$(subst clang,clang++,$(patsubst cc,c++,$(notdir $(1)))))
@@ -35,8 +35,8 @@ tools: dependencies
 	cmake --preset $(PRESET) $(CONFIGURE)
 	cmake --build --preset $(PRESET) --target checkmatch -- -j$(JOBS)
 
-# The engine optimised by a profile of its own benchmark: build/pgo/vesk. CONFIGURE=-DCMAKE_CXX_COMPILER=clang++ takes the
-# other compiler, which needs lld and llvm-profdata (Debian: lld, llvm).
+# The engine optimised by a profile of its own benchmark: build/pgo/vesk. CONFIGURE=-DCMAKE_CXX_COMPILER=clang++ takes
+# the other compiler, which needs lld and llvm-profdata (Debian: lld, llvm).
 pgo: dependencies
 	rm -rf build/pgo
 	cmake --preset pgo $(CONFIGURE) -DVESK_PROFILE=write
@@ -51,7 +51,8 @@ pgo: dependencies
 run: build
 	printf 'uci\nisready\nposition startpos\ngo movetime 2000\n' | build/$(PRESET)/vesk
 
-# The tests, and then those of the program for Windows, under wine. Where its compiler or wine cannot be had, that is said.
+# The tests, and then those of the program for Windows, under wine. Where its compiler or wine cannot be had, that is
+# said.
 test: test_dependencies
 	cmake --preset $(PRESET) -DVESK_TESTS=ON $(CONFIGURE)
 	cmake --build --preset $(PRESET) -- -j$(JOBS)
