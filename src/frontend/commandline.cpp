@@ -172,9 +172,9 @@ void WishBenchmark(StartOptions* start, const char*, int positions) {
     Wish(start, RunMode::Benchmark);
 }
 
-// Its nodes are the same everywhere: no parameter file changes them.
+// Its nodes are the same everywhere: only a parameter file that was asked for changes them.
 void WishQuickBenchmark(StartOptions* start, const char*, int) {
-    start->parameter_file = "";
+    if (!start->parameter_file) { start->parameter_file = ""; }
     Wish(start, RunMode::QuickBenchmark);
 }
 

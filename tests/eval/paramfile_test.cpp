@@ -71,11 +71,14 @@ TEST_F(ParameterFileTest, CorpusFilesSetTheGoodLinesAndNameTheBadOnes) {
     EXPECT_EQ(record_.hung, 7);
 }
 
-TEST_F(ParameterFileTest, TheExampleFileChangesNothing) {
+TEST_F(ParameterFileTest, TheFilesOfTheProjectAreReadWhole) {
     EXPECT_EQ(Load(FileContent(DataFile("../../share/vesk.rc.example"))), NO_FAULTS);
     const PersonalityRecord example = record_;
     EXPECT_EQ(Load(""), NO_FAULTS);
     EXPECT_TRUE(Same(record_, example));
+    // The file of stronger weights is read as a whole, and is not the built-in ones again.
+    EXPECT_EQ(Load(FileContent(DataFile("../../share/strong.rc"))), NO_FAULTS);
+    EXPECT_FALSE(Same(record_, example));
 }
 
 // A missing file is silent. One that is there comes before the limits, the reduction table and the

@@ -32,7 +32,7 @@ make -s -C "$source_folder" install BUILD="$build" PREFIX="$prefix" >/dev/null
 here=$DESTDIR$prefix
 for file in bin/vesk share/man/man6/vesk.6 share/bash-completion/completions/vesk share/games/plugins/uci/vesk.eng \
     share/doc/vesk/README.md share/doc/vesk/CHANGELOG.md share/doc/vesk/docs/console.md share/doc/vesk/examples/vesk.rc.example \
-    share/doc/vesk/examples/Vesk.json; do
+    share/doc/vesk/examples/strong.rc share/doc/vesk/examples/Vesk.json; do
     [[ -s $here/$file ]] || fail "$file is not installed"
 done
 
