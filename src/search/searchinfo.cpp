@@ -61,7 +61,8 @@ std::string LineText(const Move* pv, int limit, int moves_per_line) {
     std::string text;
     for (int i = 1; i <= limit && pv[i] != NO_MOVE; ++i) {
         if (i > 1 && moves_per_line != 0 && (i - 1) % moves_per_line == 0) {
-            text += '\n' + std::string(CONSOLE_INDENT, ' ');
+            text += '\n';
+            text.append(CONSOLE_INDENT, ' ');
         } else if (i > 1) {
             text += ' ';
         }
