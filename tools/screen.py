@@ -265,7 +265,8 @@ def screen(options: argparse.Namespace) -> None:
     effects = effects_of(lines, len(changes))
     print(f"{sum(int(line.split()[1]) for line in lines)} games; Elo between the two sides of a change")
     parts = parts_of(changes, effects)
-    for change, (effect, error), part in sorted(zip(changes, effects, parts), key=lambda e: -abs(e[1][0] / e[1][1])):
+    # The clearest first. All have the same margin, about; none when no run was decided.
+    for change, (effect, error), part in sorted(zip(changes, effects, parts), key=lambda e: -abs(e[1][0])):
         print(f"{change.name:16} {effect:+6.1f} +- {2 * error:4.1f}   {part:+.2f}")
     write_parameters(folder / "better.rc", with_changes(base, changes, parts))
 

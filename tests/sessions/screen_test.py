@@ -90,6 +90,11 @@ class Games(Scratch):
         self.assertEqual(said.stderr, "")
         self.assertEqual(sorted(p.suffix for p in (self.folder / "trial").iterdir() if p.suffix == ".rc"), [".rc"])
 
+    def test_runs_without_a_decision_favour_nothing(self):
+        (self.folder / "trial").mkdir()
+        (self.folder / "trial" / "results.txt").write_text("".join(f"{number} 2 1 0 1\n" for number in range(8)))
+        self.assertIn("+0.0 +-  0.0   +0.00", self.screen(self.CHANGES, "--runs", "8"))
+
     def test_a_folder_of_other_settings_is_left_alone(self):
         self.screen(self.CHANGES, "--runs", "6")
         before = self.results()
